@@ -1,0 +1,89 @@
+#include "app/app_delegate.h"
+
+#include <utility>
+
+#include "app/status_title.h"
+#include "core/metrics.h"
+#include "model/model.h"
+#include "ui/content/content_view.h"
+
+namespace korvel {
+
+namespace {
+
+constexpr double kRefreshInterval = 5.0; // seconds
+constexpr double kSaveInterval = 120.0;  // seconds
+constexpr double kSecondRefreshDelay =
+    1.0; // seconds; the first reading of processor time needs two
+
+} // namespace
+
+AppDelegate::AppDelegate(const platform::Services& services, PopoverFactory makePopover)
+    : services_(services), makePopover_(std::move(makePopover)),
+      model_(std::make_shared<Model>(Metrics::shared(), services.runLoop, services.clock,
+                                     services.files)) {}
+
+AppDelegate::~AppDelegate() = default;
+
+void AppDelegate::applicationDidFinishLaunching() {
+    const auto weakly = [this](void (AppDelegate::*action)()) {
+        return [weak = weak_from_this(), action] {
+            if (const auto self = weak.lock()) {
+                (self.get()->*action)();
+            }
+        };
+    };
+    const auto weaklyRefresh = [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            self->model_->refresh();
+        }
+    };
+    const auto weaklySave = [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            self->model_->saveHistory();
+        }
+    };
+
+    statusItem_ = services_.statusBar.makeStatusItem();
+    statusItem_->setAction(weakly(&AppDelegate::togglePopover));
+    contentView_ = std::make_unique<ContentView>(model_);
+    popover_ = makePopover_(*contentView_);
+    model_->onUpdate = weakly(&AppDelegate::updateTitle);
+    model_->refresh();
+    services_.runLoop.after(kSecondRefreshDelay, weaklyRefresh);
+    timer_ = services_.runLoop.every(kRefreshInterval, weaklyRefresh);
+    saveTimer_ = services_.runLoop.every(kSaveInterval, weaklySave);
+    updateTitle();
+    services_.statusBar.setMainMenu(mainMenu());
+}
+
+void AppDelegate::applicationWillTerminate() {
+    model_->saveHistory();
+}
+
+void AppDelegate::togglePopover() {
+    if (!statusItem_ || !popover_) {
+        return;
+    }
+    if (popover_->shown()) {
+        popover_->close();
+        return;
+    }
+    model_->refresh();
+    popover_->show(*statusItem_);
+    popover_->activate();
+    popover_->makeKey();
+}
+
+void AppDelegate::updateTitle() {
+    constexpr bool kAwake = false;
+    statusItem_->setTitle(statusTitle(model_->snap->score, kAwake));
+    statusItem_->setToolTip(statusToolTip(*model_->snap, kAwake));
+}
+
+platform::MainMenu AppDelegate::mainMenu() {
+    platform::RunLoop& runLoop = services_.runLoop;
+    return {{{"", {{"Quit Korvel", [&runLoop] { runLoop.terminate(); }, "q"}}}}};
+}
+
+} // namespace korvel

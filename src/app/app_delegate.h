@@ -1,0 +1,48 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "platform/run_loop.h"
+#include "platform/services.h"
+#include "platform/status_bar.h"
+
+namespace korvel {
+
+class ContentView;
+class Model;
+
+/// Makes the popover that hosts the root view. The view outlives the popover.
+using PopoverFactory = std::function<std::unique_ptr<platform::Popover>(ContentView& root)>;
+
+/// Runs the program: the status item and its title, the popover, and the only periodic work there
+/// is. Lives on the main thread, held by main; every callback that it hands out holds it weakly.
+class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
+  public:
+    /// Makes the model, and so loads the history. `services` outlives the delegate.
+    AppDelegate(const platform::Services& services, PopoverFactory makePopover);
+    ~AppDelegate();
+
+    void applicationDidFinishLaunching();
+
+    /// Saves what must survive. Called once, whichever way the program ends.
+    void applicationWillTerminate();
+
+    /// Closes the popover, or takes a sample and opens it.
+    void togglePopover();
+
+  private:
+    void updateTitle();
+    platform::MainMenu mainMenu();
+
+    platform::Services services_;
+    PopoverFactory makePopover_;
+    std::shared_ptr<Model> model_;
+    std::unique_ptr<ContentView> contentView_;
+    std::unique_ptr<platform::StatusItem> statusItem_;
+    std::unique_ptr<platform::Popover> popover_;
+    std::unique_ptr<platform::Timer> timer_;
+    std::unique_ptr<platform::Timer> saveTimer_;
+};
+
+} // namespace korvel

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+namespace korvel {
+
+/// The value of a decimal number: digits with at most one dot among, before or after them ("5.",
+/// ".5"), nothing else, whatever the locale. None for anything else, "" and "." included.
+std::optional<double> parseDecimal(std::string_view text);
+
+} // namespace korvel

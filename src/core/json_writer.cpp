@@ -1,0 +1,111 @@
+#include "core/json_writer.h"
+
+#include <cmath>
+#include <iterator>
+
+#include <fmt/format.h>
+
+#include "core/utf8.h"
+
+namespace korvel {
+
+void JsonWriter::separate() {
+    if (!first_) {
+        text_ += ',';
+    }
+    first_ = false;
+}
+
+JsonWriter& JsonWriter::beginObject() {
+    separate();
+    text_ += '{';
+    first_ = true;
+    return *this;
+}
+
+JsonWriter& JsonWriter::endObject() {
+    text_ += '}';
+    first_ = false;
+    return *this;
+}
+
+JsonWriter& JsonWriter::beginArray() {
+    separate();
+    text_ += '[';
+    first_ = true;
+    return *this;
+}
+
+JsonWriter& JsonWriter::endArray() {
+    text_ += ']';
+    first_ = false;
+    return *this;
+}
+
+JsonWriter& JsonWriter::key(std::string_view name) {
+    value(name);
+    text_ += ':';
+    first_ = true;
+    return *this;
+}
+
+JsonWriter& JsonWriter::value(std::string_view string) {
+    separate();
+    text_ += '"';
+    for (const char c : decodeUtf8Lossy(string)) {
+        switch (c) {
+        case '"':
+            text_ += "\\\"";
+            break;
+        case '\\':
+            text_ += "\\\\";
+            break;
+        case '\n':
+            text_ += "\\n";
+            break;
+        case '\r':
+            text_ += "\\r";
+            break;
+        case '\t':
+            text_ += "\\t";
+            break;
+        default:
+            if (const auto code = static_cast<unsigned char>(c); code < 0x20) {
+                fmt::format_to(std::back_inserter(text_), "\\u{:04x}", code);
+            } else {
+                text_ += c;
+            }
+        }
+    }
+    text_ += '"';
+    return *this;
+}
+
+JsonWriter& JsonWriter::value(double number) {
+    if (!std::isfinite(number)) {
+        return value(nullptr);
+    }
+    separate();
+    fmt::format_to(std::back_inserter(text_), "{}", number);
+    return *this;
+}
+
+JsonWriter& JsonWriter::integer(std::int64_t number) {
+    separate();
+    fmt::format_to(std::back_inserter(text_), "{}", number);
+    return *this;
+}
+
+JsonWriter& JsonWriter::value(bool flag) {
+    separate();
+    text_ += flag ? "true" : "false";
+    return *this;
+}
+
+JsonWriter& JsonWriter::value(std::nullptr_t) {
+    separate();
+    text_ += "null";
+    return *this;
+}
+
+} // namespace korvel

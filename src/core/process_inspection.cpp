@@ -1,0 +1,47 @@
+#include <algorithm>
+
+#include "core/fatal.h"
+#include "core/metrics.h"
+#include "core/units.h"
+#include "core/utf8.h"
+#include "platform/processes.h"
+#include "platform/swapped_memory.h"
+
+namespace korvel {
+
+std::vector<ProcInfo> Metrics::topProcesses(int limit) const {
+    // Below this a process is not worth naming, and there are many.
+    constexpr double kSmallestListedGB = 0.05;
+    if (limit < 0) {
+        fatal();
+    }
+    std::vector<ProcInfo> found;
+    for (const std::int32_t pid : processes_.listAllPids()) {
+        if (pid < 1) {
+            continue;
+        }
+        const std::optional<std::uint64_t> footprint = processes_.physFootprint(pid);
+        if (!footprint) {
+            continue;
+        }
+        const double gb = gigabytes(static_cast<double>(*footprint));
+        if (!(gb > kSmallestListedGB)) {
+            continue;
+        }
+        // Asked only now: a name costs more than a footprint.
+        std::string name = decodeUtf8Lossy(processes_.name(pid));
+        if (!name.empty()) {
+            found.push_back({pid, std::move(name), gb});
+        }
+    }
+    std::stable_sort(found.begin(), found.end(),
+                     [](const ProcInfo& a, const ProcInfo& b) { return a.gb > b.gb; });
+    found.resize(std::min(found.size(), static_cast<std::size_t>(limit)));
+    return found;
+}
+
+double Metrics::swappedGB(std::int32_t pid, platform::SwappedMemory& memory) {
+    return gigabytes(memory.swappedOut(pid).value_or(0));
+}
+
+} // namespace korvel

@@ -1,0 +1,13 @@
+#pragma once
+
+namespace korvel {
+
+class JsonWriter;
+struct Snapshot;
+
+/// Writes a reading's members into the object that `json` has open: the fields of `Snapshot` under
+/// their own names, `memPressure` and `thermal` as the system's numbers, `runaway` null or an
+/// object, and with them `worstFactor` (null or an object) and `thermalLabel`.
+void writeSnapshotMembers(JsonWriter& json, const Snapshot& snapshot);
+
+} // namespace korvel

@@ -1,0 +1,96 @@
+#include "model/history_store.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <iterator>
+#include <limits>
+
+#include <fmt/format.h>
+#include <simdjson.h>
+
+#include "core/fatal.h"
+
+namespace korvel {
+
+namespace {
+
+constexpr std::size_t kColumns = 3;
+// JSON has no NaN, so it can mark a column that a row does not have.
+constexpr double kMissing = std::numeric_limits<double>::quiet_NaN();
+
+/// Reads one row into its first three columns. False: not an array of numbers.
+bool readRow(simdjson::ondemand::array row, std::array<double, kColumns>& columns) {
+    columns.fill(kMissing);
+    std::size_t column = 0;
+    for (auto element : row) {
+        double number = 0;
+        if (element.get_double().get(number) != simdjson::SUCCESS) {
+            return false;
+        }
+        if (column < kColumns) {
+            columns[column++] = number;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& history) {
+    constexpr std::size_t kTypicalRow = 56; // bytes; three full doubles, brackets, commas
+    std::string text;
+    text.reserve(history.size() * kTypicalRow + 2);
+    text += '[';
+    for (const HistoryPoint& point : history) {
+        if (!std::isfinite(point.t) || !std::isfinite(point.cpu) || !std::isfinite(point.mem)) {
+            return std::nullopt;
+        }
+        fmt::format_to(std::back_inserter(text), "{}[{},{},{}]", text.size() > 1 ? "," : "",
+                       point.t, point.cpu, point.mem);
+    }
+    text += ']';
+    return text;
+}
+
+std::vector<HistoryPoint> decodeHistory(std::string_view text) {
+    // Every row is decoded, because one bad element anywhere makes the whole file unreadable; only
+    // the newest are kept, in a ring, so that a longer file costs no more memory.
+    std::vector<HistoryPoint> ring;
+    std::size_t rows = 0;
+    try {
+        const simdjson::padded_string json(text);
+        simdjson::ondemand::parser parser;
+        simdjson::ondemand::document document = parser.iterate(json);
+        for (simdjson::ondemand::array row : document.get_array()) {
+            std::array<double, kColumns> columns;
+            if (!readRow(row, columns)) {
+                return {};
+            }
+            const HistoryPoint point(columns[0], columns[1], columns[2]);
+            if (rows < kHistoryCap) {
+                ring.push_back(point);
+            } else {
+                ring[rows % kHistoryCap] = point;
+            }
+            ++rows;
+        }
+        if (document.current_location().error() != simdjson::OUT_OF_BOUNDS) {
+            return {}; // something follows the array
+        }
+    } catch (const simdjson::simdjson_error&) {
+        return {};
+    }
+    if (rows > kHistoryCap) {
+        const auto oldest = static_cast<std::ptrdiff_t>(rows % kHistoryCap);
+        std::rotate(ring.begin(), ring.begin() + oldest, ring.end());
+    }
+    for (const HistoryPoint& point : ring) {
+        if (std::isnan(point.t) || std::isnan(point.cpu) || std::isnan(point.mem)) {
+            fatal();
+        }
+    }
+    return ring;
+}
+
+} // namespace korvel

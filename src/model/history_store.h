@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/uuid.h"
+#include "platform/clock.h"
+
+namespace korvel {
+
+/// One point of the trail that the sparklines draw.
+struct HistoryPoint {
+    Uuid id; ///< fresh for every point made; its identity in lists, never stored
+    platform::Date t = 0;
+    double cpu = 0; ///< percent, 0 to 100
+    double mem = 0; ///< percent, 0 to 100
+
+    HistoryPoint(platform::Date time, double cpuPct, double memPct)
+        : id(Uuid::random()), t(time), cpu(cpuPct), mem(memPct) {}
+};
+
+/// Points that are kept, in memory and on file: 60 hours at one every five seconds.
+inline constexpr std::size_t kHistoryCap = 43200;
+
+// The history file is one JSON array of rows [seconds since 1970, cpu, mem], oldest first, compact,
+// numbers in their shortest round-trip form. Any JSON reader reads it; there is no version in it,
+// because a row that gains a column is still read by the first three.
+
+/// The text of the file; none when a number has no JSON form (NaN, infinite). What stands on disk
+/// is then better left alone than replaced by a file that cannot be read back.
+std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& history);
+
+/// The newest `kHistoryCap` points of a file. Empty when any of it is not an array of arrays of
+/// numbers; elements beyond a row's third are ignored. Fatal: a kept row with fewer than three.
+std::vector<HistoryPoint> decodeHistory(std::string_view text);
+
+} // namespace korvel

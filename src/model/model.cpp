@@ -1,0 +1,48 @@
+#include "model/model.h"
+
+#include <utility>
+
+#include "platform/files.h"
+#include "platform/run_loop.h"
+
+namespace korvel {
+
+Model::Model(Metrics& metrics, platform::RunLoop& runLoop, platform::Clock& clock,
+             platform::Files& files)
+    : metrics_(metrics), runLoop_(runLoop), clock_(clock), files_(files),
+      historyFile_(files.homeDirectory() + "/.korvel-history.json"), launchedAt_(clock.now()) {
+    loadHistory();
+}
+
+void Model::refresh() {
+    // Holds the model strongly: a sample that was taken is published.
+    runLoop_.async([self = shared_from_this(), s = metrics_.snapshot()] { self->publish(s); });
+}
+
+void Model::publish(const Snapshot& s) {
+    snap = s;
+    history.update([&](std::vector<HistoryPoint>& points) {
+        points.emplace_back(clock_.now(), s.cpuPct, s.memPct);
+        if (points.size() > kHistoryCap) {
+            const auto excess = static_cast<std::ptrdiff_t>(points.size() - kHistoryCap);
+            points.erase(points.begin(), points.begin() + excess);
+        }
+    });
+    if (onUpdate) {
+        onUpdate();
+    }
+}
+
+void Model::saveHistory() const {
+    if (const std::optional<std::string> text = encodeHistory(*history)) {
+        files_.write(historyFile_, *text);
+    }
+}
+
+void Model::loadHistory() {
+    if (const std::optional<std::string> text = files_.read(historyFile_)) {
+        history = decodeHistory(*text);
+    }
+}
+
+} // namespace korvel

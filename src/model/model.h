@@ -1,0 +1,53 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/metrics.h"
+#include "model/history_store.h"
+#include "model/observable.h"
+
+namespace korvel::platform {
+class Files;
+class RunLoop;
+} // namespace korvel::platform
+
+namespace korvel {
+
+/// The observable state behind the interface: the latest reading, the trail of past ones and the
+/// state of the remedies. Owned by the application delegate, for the life of the process; used on
+/// the main thread. Held by shared pointer, because published work may outlast a caller.
+class Model : public ObservableObject, public std::enable_shared_from_this<Model> {
+  public:
+    Model(Metrics& metrics, platform::RunLoop& runLoop, platform::Clock& clock,
+          platform::Files& files);
+
+    Published<Snapshot> snap{*this};
+    Published<std::vector<HistoryPoint>> history{*this}; ///< oldest first
+
+    /// Called after every published refresh; may be empty.
+    std::function<void()> onUpdate;
+
+    /// Takes one sample now, and publishes it on a later turn of the run loop, however the caller
+    /// goes on. Never fails.
+    void refresh();
+
+    /// Rewrites the history file whole. Any failure is silent; the next call tries again.
+    void saveHistory() const;
+
+  private:
+    void loadHistory();
+    void publish(const Snapshot& s);
+
+    Metrics& metrics_;
+    platform::RunLoop& runLoop_;
+    platform::Clock& clock_;
+    platform::Files& files_;
+    std::string historyFile_;
+    platform::Date launchedAt_;
+};
+
+} // namespace korvel

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+namespace korvel::platform {
+
+/// Memory by use, in pages, with the names of the system's record. The sets overlap: speculative
+/// pages are also counted as free, purgeable ones also as active or inactive.
+struct VmStatistics {
+    std::uint32_t free_count = 0;
+    std::uint32_t active_count = 0;
+    std::uint32_t inactive_count = 0;
+    std::uint32_t wire_count = 0;
+    std::uint32_t speculative_count = 0;
+    std::uint32_t purgeable_count = 0;
+    std::uint32_t compressor_page_count = 0;
+    std::uint64_t swapouts = 0; ///< pages written to swap since boot
+};
+
+/// Scheduler ticks of all processors. Each counter only ever grows and never wraps within the life
+/// of the service that hands it out: the sampler treats a step back as fatal.
+struct CpuTicks {
+    std::uint32_t user = 0;
+    std::uint32_t system = 0;
+    std::uint32_t idle = 0;
+    std::uint32_t nice = 0;
+};
+
+/// Swap space in bytes.
+struct SwapUsage {
+    std::uint64_t xsu_total = 0;
+    std::uint64_t xsu_avail = 0;
+    std::uint64_t xsu_used = 0;
+};
+
+/// Blocks of a file system. `f_bavail` is what a user without privileges may still use.
+struct VolumeStatistics {
+    std::uint64_t f_bsize = 0; ///< bytes in a block
+    std::uint64_t f_blocks = 0;
+    std::uint64_t f_bfree = 0;
+    std::uint64_t f_bavail = 0;
+};
+
+/// The machine's counters. Each function is one reading, taken when it is called; nullopt says that
+/// it could not be taken. Not thread-safe unless the backend says so.
+class Machine {
+  public:
+    virtual ~Machine() = default;
+
+    virtual std::uint64_t physicalMemory() = 0; ///< bytes
+    virtual int processorCount() = 0;           ///< logical processors in use, at least 1
+    /// 0 nominal, 1 fair, 2 serious, 3 critical; other values are handed on as they come.
+    virtual int thermalState() = 0;
+    virtual std::uint64_t pageSize() = 0; ///< bytes
+    virtual std::optional<VmStatistics> vmStatistics() = 0;
+    virtual std::optional<CpuTicks> cpuTicks() = 0;
+    /// The kernel's level: 1 normal, 2 warning, 4 critical.
+    virtual std::optional<std::int32_t> memoryPressureLevel() = 0;
+    virtual std::optional<SwapUsage> swapUsage() = 0;
+    /// The volume that holds the user's data.
+    virtual std::optional<VolumeStatistics> dataVolume() = 0;
+    /// Over 1, 5 and 15 minutes; zeros where they cannot be read.
+    virtual std::array<double, 3> loadAverages() = 0;
+    virtual std::optional<std::int64_t> bootTime() = 0; ///< whole seconds since 1970
+};
+
+} // namespace korvel::platform

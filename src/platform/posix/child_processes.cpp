@@ -1,0 +1,123 @@
+#include "platform/posix/child_processes.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include "platform/posix/file_descriptor.h"
+
+extern char**
+    environ; // NOLINT(readability-redundant-declaration): not every system's headers have it
+
+namespace korvel::platform {
+
+namespace {
+
+/// What is done to the child's descriptors and signals before its program starts.
+class SpawnSetup {
+  public:
+    SpawnSetup() {
+        posix_spawn_file_actions_init(&actions_);
+        posix_spawnattr_init(&attributes_);
+        // A signal that this program ignores or blocks must still reach its children.
+        sigset_t all;
+        sigset_t none;
+        sigfillset(&all);
+        sigemptyset(&none);
+        posix_spawnattr_setsigdefault(&attributes_, &all);
+        posix_spawnattr_setsigmask(&attributes_, &none);
+        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+        posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    }
+    SpawnSetup(const SpawnSetup&) = delete;
+    SpawnSetup& operator=(const SpawnSetup&) = delete;
+    ~SpawnSetup() {
+        posix_spawnattr_destroy(&attributes_);
+        posix_spawn_file_actions_destroy(&actions_);
+    }
+
+    void direct(int stream, ChildStream where, int pipe) {
+        if (where == ChildStream::capture) {
+            posix_spawn_file_actions_adddup2(&actions_, pipe, stream);
+        } else {
+            posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_WRONLY, 0);
+        }
+    }
+
+    const posix_spawn_file_actions_t* actions() const { return &actions_; }
+    const posix_spawnattr_t* attributes() const { return &attributes_; }
+
+  private:
+    posix_spawn_file_actions_t actions_{};
+    posix_spawnattr_t attributes_{};
+};
+
+std::string readToEnd(const FileDescriptor& source) {
+    std::string output;
+    std::array<char, 16384> buffer;
+    for (;;) {
+        const ssize_t got = ::read(source.get(), buffer.data(), buffer.size());
+        if (got > 0) {
+            output.append(buffer.data(), static_cast<std::size_t>(got));
+        } else if (got == 0 || errno != EINTR) {
+            return output;
+        }
+    }
+}
+
+bool makePipe(FileDescriptor& readEnd, FileDescriptor& writeEnd) {
+    std::array<int, 2> ends{-1, -1};
+    if (::pipe(ends.data()) != 0) {
+        return false;
+    }
+    readEnd = FileDescriptor(ends[0]);
+    writeEnd = FileDescriptor(ends[1]);
+    ::fcntl(ends[0], F_SETFD, FD_CLOEXEC);
+    ::fcntl(ends[1], F_SETFD, FD_CLOEXEC);
+    return true;
+}
+
+} // namespace
+
+std::optional<ChildResult> PosixChildProcesses::run(const std::string& executable,
+                                                    const std::vector<std::string>& arguments,
+                                                    ChildStreams streams) {
+    FileDescriptor readEnd;
+    FileDescriptor writeEnd;
+    if (!makePipe(readEnd, writeEnd)) {
+        return std::nullopt;
+    }
+    SpawnSetup setup;
+    setup.direct(STDOUT_FILENO, streams.standardOutput, writeEnd.get());
+    setup.direct(STDERR_FILENO, streams.standardError, writeEnd.get());
+
+    std::vector<std::string> words{executable};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
+    for (std::string& word : words) {
+        argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+
+    pid_t child = 0;
+    if (::posix_spawn(&child, executable.c_str(), setup.actions(), setup.attributes(), argv.data(),
+                      environ) != 0) {
+        return std::nullopt;
+    }
+    writeEnd.reset();
+    // To its end before the wait: a child that fills the pipe would never exit.
+    ChildResult result;
+    result.output = readToEnd(readEnd);
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    result.status = WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+    return result;
+}
+
+} // namespace korvel::platform

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvel::platform {
+
+/// The process table. Listing and reading may be done from any thread.
+class Processes {
+  public:
+    virtual ~Processes() = default;
+
+    /// Pids in the system's own order, possibly with a 0; empty when the table cannot be read.
+    virtual std::vector<std::int32_t> listAllPids() = 0;
+
+    /// Bytes that the system charges to the process; nullopt when it is gone or may not be read.
+    virtual std::optional<std::uint64_t> physFootprint(std::int32_t pid) = 0;
+
+    /// The short name as raw bytes: any encoding, at most 255 bytes, empty when it cannot be read.
+    virtual std::string name(std::int32_t pid) = 0;
+
+    /// Asks the process to end (SIGTERM). Whether it did is not reported.
+    virtual void terminate(std::int32_t pid) = 0;
+
+    virtual std::int32_t currentProcessIdentifier() = 0;
+};
+
+} // namespace korvel::platform

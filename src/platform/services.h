@@ -1,0 +1,31 @@
+#pragma once
+
+namespace korvel::platform {
+
+class Agents;
+class Clock;
+class Files;
+class Machine;
+class Processes;
+class RunLoop;
+class StatusBar;
+class SwappedMemory;
+
+/// All that the program reaches the system through. Made once in main, or by a test, and handed
+/// down by constructor; a class keeps references to the services it uses, not to this struct. The
+/// services outlive everything that was given them.
+struct Services {
+    Machine& machine;
+    Processes& processes;
+    SwappedMemory& swappedMemory;
+    Agents& agents;
+    Clock& clock;
+    RunLoop& runLoop;
+    Files& files;
+    StatusBar& statusBar;
+};
+
+/// The set that the program's shared instances are built on; null until main, or a test, sets it.
+inline const Services* installedServices = nullptr;
+
+} // namespace korvel::platform

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvel::platform {
+
+/// Opaque sRGB colour, each channel 0 to 1.
+struct Colour {
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+
+    bool operator==(const Colour&) const = default;
+};
+
+/// The ink of one run of the title.
+enum class TitleInk {
+    label,          ///< no colour of its own: what the bar writes its labels in
+    secondaryLabel, ///< the bar's quieter label colour
+    colour,         ///< `TitleRun::colour`
+};
+
+enum class TitleFont {
+    system,
+    monospacedDigitMedium, ///< digits of one width, medium weight
+};
+
+struct TitleRun {
+    std::string text;
+    double size = 0; ///< points
+    TitleFont font = TitleFont::system;
+    TitleInk ink = TitleInk::label;
+    Colour colour; ///< read only when `ink` is `colour`
+
+    bool operator==(const TitleRun&) const = default;
+};
+
+/// The title of the status item, left to right.
+struct StatusTitle {
+    std::vector<TitleRun> runs;
+
+    /// The runs' texts, joined.
+    std::string text() const {
+        std::string joined;
+        for (const TitleRun& run : runs) {
+            joined += run.text;
+        }
+        return joined;
+    }
+
+    bool operator==(const StatusTitle&) const = default;
+};
+
+/// The program's item in the menu bar or tray. It is there for as long as the object lives, and
+/// comes back by itself when the bar does.
+class StatusItem {
+  public:
+    virtual ~StatusItem() = default;
+
+    virtual void setTitle(const StatusTitle& title) = 0;
+
+    /// Plain text shown while the pointer rests on the item, where the bar has no room for a title.
+    virtual void setToolTip(const std::string& text) = 0;
+
+    /// What a click on the item does.
+    virtual void setAction(std::function<void()> action) = 0;
+};
+
+/// The panel that opens at the status item.
+class Popover {
+  public:
+    virtual ~Popover() = default;
+
+    /// Opens at the item, or does nothing when it is open.
+    virtual void show(StatusItem& item) = 0;
+    virtual void close() = 0;
+    virtual bool shown() const = 0;
+
+    /// Brings the program to the front, over the active one.
+    virtual void activate() = 0;
+    /// Gives the open popover the keyboard.
+    virtual void makeKey() = 0;
+};
+
+struct MenuItem {
+    std::string title;            ///< empty: a separator
+    std::function<void()> action; ///< empty: the toolkit's own action of that name
+    std::string keyEquivalent;    ///< pressed with the platform's command key; empty: none
+};
+
+struct Menu {
+    std::string title;
+    std::vector<MenuItem> items;
+};
+
+/// The program's menus; the first is the application's own.
+struct MainMenu {
+    std::vector<Menu> menus;
+};
+
+/// The desktop's menu bar or tray.
+class StatusBar {
+  public:
+    virtual ~StatusBar() = default;
+
+    virtual std::unique_ptr<StatusItem> makeStatusItem() = 0;
+
+    /// Installs the menus. A tray shows the application's own one as the item's context menu.
+    virtual void setMainMenu(MainMenu menu) = 0;
+};
+
+} // namespace korvel::platform
