@@ -1,12 +1,9 @@
 #include "core/decimal.h"
 
 #include <algorithm>
-#include <charconv>
-#if !defined(__cpp_lib_to_chars)
-#include <cstdlib>
+#include <locale>
+#include <sstream>
 #include <string>
-#include <xlocale.h>
-#endif
 
 namespace korvel {
 
@@ -17,17 +14,15 @@ std::optional<double> parseDecimal(std::string_view text) {
     if (digits == 0 || dots > 1 || digits + dots != static_cast<std::ptrdiff_t>(text.size())) {
         return std::nullopt;
     }
-#if defined(__cpp_lib_to_chars)
+    // The one way of the standard library that every system we build on has and no locale bends:
+    // from_chars reads no doubles on macOS 13.
+    std::istringstream stream{std::string(text)};
+    stream.imbue(std::locale::classic());
     double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error == std::errc::result_out_of_range) {
+    if (!(stream >> value)) {
         return std::nullopt;
     }
     return value;
-#else
-    // The library of macOS 13 reads no doubles by from_chars. A null locale is the C locale there.
-    return strtod_l(std::string(text).c_str(), nullptr, nullptr);
-#endif
 }
 
 } // namespace korvel
