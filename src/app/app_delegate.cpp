@@ -20,8 +20,7 @@ constexpr double kSecondRefreshDelay =
 
 AppDelegate::AppDelegate(const platform::Services& services, PopoverFactory makePopover)
     : services_(services), makePopover_(std::move(makePopover)),
-      model_(std::make_shared<Model>(Metrics::shared(), services.runLoop, services.clock,
-                                     services.files)) {}
+      model_(std::make_shared<Model>(Metrics::shared(), services)) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -46,7 +45,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 
     statusItem_ = services_.statusBar.makeStatusItem();
     statusItem_->setAction(weakly(&AppDelegate::togglePopover));
-    contentView_ = std::make_unique<ContentView>(model_);
+    contentView_ = std::make_unique<ContentView>(model_, services_.processes);
     popover_ = makePopover_(*contentView_);
     model_->onUpdate = weakly(&AppDelegate::updateTitle);
     model_->refresh();

@@ -4,13 +4,15 @@
 
 #include "platform/files.h"
 #include "platform/run_loop.h"
+#include "platform/services.h"
 
 namespace korvel {
 
-Model::Model(Metrics& metrics, platform::RunLoop& runLoop, platform::Clock& clock,
-             platform::Files& files)
-    : metrics_(metrics), runLoop_(runLoop), clock_(clock), files_(files),
-      historyFile_(files.homeDirectory() + "/.korvel-history.json"), launchedAt_(clock.now()) {
+Model::Model(Metrics& metrics, const platform::Services& services)
+    : metrics_(metrics), runLoop_(services.runLoop), clock_(services.clock), files_(services.files),
+      processes_(services.processes), swappedMemory_(services.swappedMemory),
+      historyFile_(services.files.homeDirectory() + "/.korvel-history.json"),
+      launchedAt_(services.clock.now()) {
     loadHistory();
 }
 

@@ -12,7 +12,10 @@
 
 namespace korvel::platform {
 class Files;
+class Processes;
 class RunLoop;
+struct Services;
+class SwappedMemory;
 } // namespace korvel::platform
 
 namespace korvel {
@@ -22,11 +25,15 @@ namespace korvel {
 /// the main thread. Held by shared pointer, because published work may outlast a caller.
 class Model : public ObservableObject, public std::enable_shared_from_this<Model> {
   public:
-    Model(Metrics& metrics, platform::RunLoop& runLoop, platform::Clock& clock,
-          platform::Files& files);
+    /// Loads the history. The services outlive the model.
+    Model(Metrics& metrics, const platform::Services& services);
 
     Published<Snapshot> snap{*this};
     Published<std::vector<HistoryPoint>> history{*this}; ///< oldest first
+
+    /// Processes found holding swap, most first; `gb` is what they hold there.
+    Published<std::vector<ProcInfo>> swapHolders{*this};
+    Published<bool> scanningSwap{*this, false}; ///< a search for them is running
 
     /// Called after every published refresh; may be empty.
     std::function<void()> onUpdate;
@@ -38,6 +45,15 @@ class Model : public ObservableObject, public std::enable_shared_from_this<Model
     /// Rewrites the history file whole. Any failure is silent; the next call tries again.
     void saveHistory() const;
 
+    /// Empties `swapHolders` and looks for them anew, in the background; does nothing while a
+    /// search is running. Measuring one process may take a tool's run, so only the heaviest are
+    /// looked at.
+    void findSwapHolders();
+
+    /// Asks a process to end and takes a sample when it has had time to. Nothing for the program
+    /// itself. A process that is gone or may not be ended is no error.
+    void quit(const ProcInfo& process);
+
   private:
     void loadHistory();
     void publish(const Snapshot& s);
@@ -46,6 +62,8 @@ class Model : public ObservableObject, public std::enable_shared_from_this<Model
     platform::RunLoop& runLoop_;
     platform::Clock& clock_;
     platform::Files& files_;
+    platform::Processes& processes_;
+    platform::SwappedMemory& swappedMemory_;
     std::string historyFile_;
     platform::Date launchedAt_;
 };

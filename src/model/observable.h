@@ -1,27 +1,40 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
 
 namespace korvel {
 
+/// Keeps an observer registered; the observer is dropped with the last copy.
+using Observation = std::shared_ptr<const std::function<void()>>;
+
 /// Announces its changes. All on the main thread.
 class ObservableObject {
   public:
-    /// Adds an observer that is called before each change of a published property, while the old
-    /// value still stands; it must outlive this object or be harmless once its owner is gone. Draw
-    /// on the next turn of the run loop.
-    void observe(std::function<void()> willChange) { observers_.push_back(std::move(willChange)); }
+    /// Calls `willChange` before each change of a published property, while the old value still
+    /// stands, for as long as the returned observation is kept. Draw on the next turn of the run
+    /// loop.
+    [[nodiscard]] Observation observe(std::function<void()> willChange) const {
+        auto observation = std::make_shared<const std::function<void()>>(std::move(willChange));
+        observers_.push_back(observation);
+        return observation;
+    }
 
     void objectWillChange() const {
-        for (const std::function<void()>& willChange : observers_) {
-            willChange();
+        std::erase_if(observers_, [](const auto& observer) { return observer.expired(); });
+        // A copy: an observer may add another.
+        const auto observers = observers_;
+        for (const auto& observer : observers) {
+            if (const Observation observation = observer.lock()) {
+                (*observation)();
+            }
         }
     }
 
   private:
-    std::vector<std::function<void()>> observers_;
+    mutable std::vector<std::weak_ptr<const std::function<void()>>> observers_;
 };
 
 /// A property whose owner announces each change before it is written.

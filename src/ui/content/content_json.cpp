@@ -1,0 +1,99 @@
+#include "ui/content/content_json.h"
+
+#include "core/json_writer.h"
+#include "ui/content/popover_content.h"
+
+namespace korvel {
+
+namespace {
+
+void writeBreakdown(JsonWriter& json, const std::vector<PopoverContent::FactorLine>& lines) {
+    json.beginArray();
+    for (const PopoverContent::FactorLine& line : lines) {
+        json.beginObject()
+            .member("name", line.name)
+            .member("lost", line.lost)
+            .member("barFraction", line.barFraction)
+            .member("barColour", name(line.barColour))
+            .member("lostColour", name(line.lostColour))
+            .member("detail", line.detail)
+            .endObject();
+    }
+    json.endArray();
+}
+
+void writeRow(JsonWriter& json, const Row& row) {
+    json.beginObject()
+        .member("label", row.label)
+        .member("pct", row.pct)
+        .member("percentText", row.percentText())
+        .member("barFraction", row.barFraction())
+        .member("detail", row.detail)
+        .member("colour", name(row.colour))
+        .key("spark");
+    if (!row.spark) {
+        json.value(nullptr).endObject();
+        return;
+    }
+    json.beginArray();
+    for (const Point& point : row.spark->path(Spark::kFrame)) {
+        json.beginArray().value(point.x).value(point.y).endArray();
+    }
+    json.endArray().endObject();
+}
+
+void writeProcesses(JsonWriter& json, const std::vector<PopoverContent::ProcessLine>& lines) {
+    json.beginArray();
+    for (const PopoverContent::ProcessLine& line : lines) {
+        json.beginObject().member("name", line.name).member("size", line.size).key("quit");
+        if (line.quit) {
+            json.value(*line.quit);
+        } else {
+            json.value(nullptr);
+        }
+        json.endObject();
+    }
+    json.endArray();
+}
+
+} // namespace
+
+void writeContentMembers(JsonWriter& json, const PopoverContent& content) {
+    json.key("header")
+        .beginObject()
+        .member("score", content.header.score)
+        .member("verdict", content.header.verdict)
+        .member("line", content.header.line)
+        .member("toggle", content.header.toggle)
+        .endObject();
+    json.key("breakdown");
+    if (content.breakdown) {
+        writeBreakdown(json, *content.breakdown);
+    } else {
+        json.value(nullptr);
+    }
+    json.key("status").beginArray();
+    for (const PopoverContent::StatusLine& line : content.status) {
+        json.beginObject()
+            .member("symbol", line.symbol)
+            .member("colour", name(line.colour))
+            .member("text", line.text)
+            .endObject();
+    }
+    json.endArray().key("rows").beginArray();
+    for (const Row& row : content.rows) {
+        writeRow(json, row);
+    }
+    json.endArray().key("swapHolders").beginObject();
+    if (content.swapHolders.holders.empty()) {
+        json.member("button", content.swapHolders.button);
+    } else {
+        json.key("holders");
+        writeProcesses(json, content.swapHolders.holders);
+        json.member("note", content.swapHolders.note);
+    }
+    json.endObject().key("heaviest");
+    writeProcesses(json, content.heaviest);
+}
+
+} // namespace korvel

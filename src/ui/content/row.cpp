@@ -1,0 +1,18 @@
+#include "ui/content/row.h"
+
+#include <fmt/format.h>
+
+#include "core/fatal.h"
+
+namespace korvel {
+
+std::string Row::percentText() const {
+    return fmt::format("{}%", checkedInt(pct));
+}
+
+double Row::barFraction() const {
+    const double fraction = pct / 100;
+    return fraction < 1 ? fraction : 1;
+}
+
+} // namespace korvel

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "ui/content/palette.h"
+#include "ui/content/spark.h"
+
+namespace korvel {
+
+/// One metric of the popover: caption, bar, sparkline and percentage, and a line that explains it.
+struct Row {
+    static constexpr double kShortestBar = 3; ///< logical pixels; even 0 % shows a stub
+
+    std::string label;
+    double pct = 0; ///< may pass 100; never NaN or infinite
+    std::string detail;
+    Ink colour = Ink::good;
+    std::optional<Spark> spark;
+
+    /// The percentage truncated toward zero ("49%"). Fatal for a non-finite one.
+    std::string percentText() const;
+
+    /// The filled share of the bar, at most 1.
+    double barFraction() const;
+};
+
+} // namespace korvel

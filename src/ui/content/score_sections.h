@@ -1,0 +1,18 @@
+#pragma once
+
+#include "ui/content/popover_content.h"
+
+namespace korvel {
+
+struct Snapshot;
+
+/// The popover's upper sections: what the score is and what holds it down.
+
+PopoverContent::Header headerOf(const Snapshot& snap, bool showBreakdown);
+
+std::vector<PopoverContent::FactorLine> breakdownOf(const Snapshot& snap);
+
+/// The alerts; without any, one line that says whether something needs attention.
+std::vector<PopoverContent::StatusLine> statusOf(const Snapshot& snap);
+
+} // namespace korvel
