@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #if !defined(__cpp_lib_to_chars)
+#include <cmath>
 #include <cstdlib>
 #include <string>
 #include <xlocale.h>
@@ -26,7 +27,12 @@ std::optional<double> parseDecimal(std::string_view text) {
     return value;
 #else
     // The library of macOS 13 reads no doubles by from_chars. A null locale is the C locale there.
-    return strtod_l(std::string(text).c_str(), nullptr, nullptr);
+    const double value = strtod_l(std::string(text).c_str(), nullptr, nullptr);
+    const bool isZero = text.find_first_not_of("0.") == std::string_view::npos;
+    if (std::isinf(value) || (value == 0 && !isZero)) {
+        return std::nullopt;
+    }
+    return value;
 #endif
 }
 
