@@ -96,6 +96,12 @@ JsonWriter& JsonWriter::integer(std::int64_t number) {
     return *this;
 }
 
+JsonWriter& JsonWriter::natural(std::uint64_t number) {
+    separate();
+    fmt::format_to(std::back_inserter(text_), "{}", number);
+    return *this;
+}
+
 JsonWriter& JsonWriter::value(bool flag) {
     separate();
     text_ += flag ? "true" : "false";

@@ -38,9 +38,11 @@ bool readRow(simdjson::ondemand::array row, std::array<double, kColumns>& column
 } // namespace
 
 std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& history) {
-    constexpr std::size_t kTypicalRow = 56; // bytes; three full doubles, brackets, commas
+    // Bytes: three doubles of up to 24, brackets, commas. Room for the worst case costs nothing until
+    // it is written to, while growing would copy the whole text.
+    constexpr std::size_t kLongestRow = 77;
     std::string text;
-    text.reserve(history.size() * kTypicalRow + 2);
+    text.reserve(history.size() * kLongestRow + 2);
     text += '[';
     for (const HistoryPoint& point : history) {
         if (!std::isfinite(point.t) || !std::isfinite(point.cpu) || !std::isfinite(point.mem)) {
@@ -53,15 +55,18 @@ std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& histor
     return text;
 }
 
-std::vector<HistoryPoint> decodeHistory(std::string_view text) {
+std::vector<HistoryPoint> decodeHistory(std::string text) {
     // Every row is decoded, because one bad element anywhere makes the whole file unreadable; only
     // the newest are kept, in a ring, so that a longer file costs no more memory.
     std::vector<HistoryPoint> ring;
     std::size_t rows = 0;
+    // One more than the cap, for the point that is appended before the oldest goes.
+    constexpr std::size_t kShortestRow = 8; // bytes, with its comma
+    ring.reserve(std::min(kHistoryCap, text.size() / kShortestRow) + 1);
+    text.reserve(text.size() + simdjson::SIMDJSON_PADDING);
     try {
-        const simdjson::padded_string json(text);
         simdjson::ondemand::parser parser;
-        simdjson::ondemand::document document = parser.iterate(json);
+        simdjson::ondemand::document document = parser.iterate(text);
         for (simdjson::ondemand::array row : document.get_array()) {
             std::array<double, kColumns> columns;
             if (!readRow(row, columns)) {
