@@ -39,6 +39,7 @@ class JsonWriter {
   private:
     JsonWriter& integer(std::int64_t number);
     void separate();
+    void escape(char c);
 
     std::string text_;
     bool first_ = true;
