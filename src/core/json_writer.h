@@ -44,6 +44,7 @@ class JsonWriter {
     JsonWriter& integer(std::int64_t number);
     JsonWriter& natural(std::uint64_t number);
     void separate();
+    void escape(char c);
 
     std::string text_;
     bool first_ = true;
