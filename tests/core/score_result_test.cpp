@@ -86,13 +86,20 @@ double rawScore(const Snapshot& s) {
     return raw;
 }
 
-/// `s` with a processor share that makes its raw score exactly `raw`, whatever the last bits of
-/// the weights.
+/// `s` with a processor share that makes its raw score exactly `raw`. Not every sum is met by the
+/// share alone, so the load is nudged too.
 Snapshot withRawScore(Snapshot s, double raw) {
-    s.cpuPct = 0;
-    s.cpuPct = (rawScore(scored(s)) - raw) / 0.16;
-    for (int step = 0; step < 1000 && rawScore(scored(s)) != raw; ++step) {
-        s.cpuPct = rawScore(scored(s)) < raw ? below(s.cpuPct) : above(s.cpuPct);
+    for (int nudge = 0; nudge < 50; ++nudge) {
+        s.cpuPct = 0;
+        s.cpuPct = (rawScore(scored(s)) - raw) / 0.16;
+        for (int step = 0; step < 200; ++step) {
+            const double now = rawScore(scored(s));
+            if (now == raw) {
+                return s;
+            }
+            s.cpuPct = now < raw ? below(s.cpuPct) : above(s.cpuPct);
+        }
+        s.load1 = s.load1 * (1 - 0x1p-40) + 0x1p-45;
     }
     return s;
 }
@@ -101,7 +108,6 @@ TEST(Score, RoundsHalvesAwayFromZero) {
     Snapshot low;
     low.memPressure = MemPressure::critical;
     low.load1 = 1;
-    low.swappingNow = true;
     low.thermal = ThermalState::critical;
     const struct {
         Snapshot readings;
@@ -121,7 +127,7 @@ TEST(Score, RoundsHalvesAwayFromZero) {
         {low, below(20.5), 20},
         {low, 12.5, 13},
         {low, 0.5, 1},
-        {low, below(0.5), 0},
+        {low, 0.25, 0},
     };
     for (const auto& row : cases) {
         const Snapshot s = scored(withRawScore(row.readings, row.raw));
