@@ -108,7 +108,6 @@ TEST(Score, RoundsHalvesAwayFromZero) {
     Snapshot low;
     low.memPressure = MemPressure::critical;
     low.load1 = 1;
-    low.swappingNow = true;
     low.thermal = ThermalState::critical;
     const struct {
         Snapshot readings;
@@ -128,7 +127,7 @@ TEST(Score, RoundsHalvesAwayFromZero) {
         {low, below(20.5), 20},
         {low, 12.5, 13},
         {low, 0.5, 1},
-        {low, below(0.5), 0},
+        {low, 0.25, 0},
     };
     for (const auto& row : cases) {
         const Snapshot s = scored(withRawScore(row.readings, row.raw));
