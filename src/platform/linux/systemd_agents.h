@@ -39,7 +39,7 @@ class SystemdAgents final : public QObject, public Agents {
 
     bool isLoaded(const std::string& label) override;
 
-  private slots:
+  private Q_SLOTS:
     void managerCame();
     void managerWent();
     void unitNew(const QString& unit);
