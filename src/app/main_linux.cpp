@@ -9,6 +9,7 @@
 #include "platform/linux/linux_machine.h"
 #include "platform/linux/linux_processes.h"
 #include "platform/linux/linux_swapped_memory.h"
+#include "platform/linux/own_memory.h"
 #include "platform/linux/systemd_agents.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
@@ -86,7 +87,7 @@ int main(int, char** argv) {
     platform::installedServices = &services;
 
     const auto delegate = std::make_shared<AppDelegate>(
-        services, [](ContentView& root) { return std::make_unique<PopoverWindow>(root); });
+        services, [](ContentView& root) { return std::make_unique<PopoverWindow>(root, platform::giveMemoryBack); });
     running = delegate.get();
     std::atexit(finish);
     signals.notify([&runLoop] { runLoop.terminate(); });

@@ -61,8 +61,7 @@ PANEL_CONFIG = """<?xml version="1.0" encoding="UTF-8"?>
 TINT2_CONFIG = """panel_items = S
 panel_size = 100% 30
 panel_position = top center horizontal
-panel_dock = 1
-wm_menu = 0
+strut_policy = follow_size
 systray_padding = 4 2 4
 systray_icon_size = 24
 rounded = 0
@@ -205,7 +204,7 @@ class Desktop:
         config = os.path.join(self.folder, "bus.conf")
         with open(config, "w", encoding="utf-8") as file:
             file.write(BUS_CONFIG.format(folder=self.runtime))
-        bus = self.spawn(["dbus-daemon", "--config-file", config, "--print-address", "--nofork"],
+        self.bus = bus = self.spawn(["dbus-daemon", "--config-file", config, "--print-address", "--nofork"],
                          stdout=subprocess.PIPE, text=True)
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
 
@@ -261,7 +260,7 @@ class Desktop:
 
     def call(self, name, path, method, *arguments):
         return self.run(["gdbus", "call", "--session", "-d", name, "-o", path, "-m", method,
-                         *arguments]).strip()
+                         "--", *arguments]).strip()
 
     def owner(self, name):
         return self.call("org.freedesktop.DBus", "/org/freedesktop/DBus",
@@ -295,10 +294,13 @@ class Desktop:
     # The screen and the hands.
 
     def screenshot(self):
-        data = subprocess.run(["xwd", "-root", "-silent"], env=self.environment,
-                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, timeout=10,
-                              check=True).stdout
-        return Image.from_xwd(data)
+        def grab():
+            # A window that goes away in the middle of it makes it fail.
+            return subprocess.run(["xwd", "-root", "-silent"], env=self.environment,
+                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, timeout=10,
+                                  check=False).stdout
+
+        return Image.from_xwd(wait_for("a picture of the screen", grab))
 
     def xdotool(self, *arguments):
         return self.run(["xdotool", *map(str, arguments)]).strip()
