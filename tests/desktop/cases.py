@@ -427,6 +427,7 @@ def without_a_session_bus_it_runs_once_too():
         third = Program(place)
         time.sleep(1)
         check(third.running(), "the lock outlives the program")
+        equal(place.others_on_display(("dbus-daemon", "dbus-launch")), [], "buses started")
 
 
 # The ends.

@@ -172,9 +172,6 @@ class Desktop:
             self.start_x()
             if self.with_bus:
                 self.start_bus()
-            else:
-                # An address that nobody answers, so that no bus is started on demand either.
-                self.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.folder}/none"
             self.spawn(["openbox", "--sm-disable"])
             wait_for("the window manager", lambda: "_NET_SUPPORTING_WM_CHECK(WINDOW)" in self.run(
                 ["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"]))
@@ -290,6 +287,21 @@ class Desktop:
         if not answer.startswith("(<["):
             return []
         return [name.split("/")[0] for name in ast.literal_eval(answer[2:answer.rindex(">")])]
+
+    def others_on_display(self, names):
+        """Which of the programs of these names run on this display."""
+        wanted = f"DISPLAY={self.environment['DISPLAY']}".encode()
+        found = []
+        for pid in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                with open(f"/proc/{pid}/comm", encoding="utf-8") as comm:
+                    name = comm.read().strip()
+                with open(f"/proc/{pid}/environ", "rb") as environment:
+                    if name in names and wanted in environment.read().split(b"\0"):
+                        found.append(name)
+            except OSError:
+                pass  # it has gone in the meantime
+        return found
 
     # The screen and the hands.
 
