@@ -14,6 +14,7 @@
 #include "platform/linux/systemd_agents.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
+#include "platform/qt/appearance.h"
 #include "platform/qt/run_loop.h"
 #include "platform/qt/single_instance.h"
 #include "platform/qt/status_bar.h"
@@ -92,14 +93,18 @@ int main(int, char** argv) {
     platform::LinuxProcesses processes;
     platform::LinuxSwappedMemory swappedMemory;
     platform::SystemdAgents agents;
+    const platform::Appearance appearance;
     platform::QtRunLoop runLoop;
     platform::QtStatusBar statusBar;
     const platform::Services services{machine, processes, swappedMemory, agents,
                                       clock,   runLoop,   files,         statusBar};
     platform::installedServices = &services;
 
-    const auto delegate = std::make_shared<AppDelegate>(
-        services, [](ContentView& root) { return std::make_unique<PopoverWindow>(root, platform::giveMemoryBack); });
+    const auto delegate = std::make_shared<AppDelegate>(services, [&appearance](ContentView& root) {
+        return std::make_unique<PopoverWindow>(
+            root,
+            PopoverDesktop{[&appearance] { return appearance.dark(); }, platform::giveMemoryBack});
+    });
     running = delegate.get();
     std::atexit(finish);
     terminationSignals.notify([&runLoop] { runLoop.terminate(); });

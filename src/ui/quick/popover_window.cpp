@@ -19,16 +19,15 @@
 #include "ui/quick/popover_bridge.h"
 
 // Made by the build from the QML module; a static library's module is registered by calling it.
-void qml_register_types_Korvel();
+void qml_register_types_Korvel(); // NOLINT(readability-identifier-naming)
 
 namespace korvel {
 
 namespace {
 
-constexpr int kGap = 4;               ///< points between the item and the popover
-using std::chrono_literals::operator""s;
-
-constexpr auto kKeptLoaded = 10s;     ///< after a close, for whoever looks again at once
+constexpr int kGap = 4; ///< points between the item and the popover
+constexpr auto kKeptLoaded =
+    std::chrono::seconds(10);         ///< after a close, for whoever looks again at once
 constexpr double kClosingClick = 0.4; ///< seconds within which the click that closed it arrives
 
 QRect toRect(const platform::Rectangle& r) {
@@ -50,8 +49,8 @@ QPoint placeAt(const QRect& anchor, QSize size, const QRect& free) {
 
 } // namespace
 
-PopoverWindow::PopoverWindow(ContentView& root, std::function<void()> released)
-    : root_(root), released_(std::move(released)) {
+PopoverWindow::PopoverWindow(ContentView& root, PopoverDesktop desktop)
+    : root_(root), desktop_(std::move(desktop)) {
     unloading_.setSingleShot(true);
     unloading_.setInterval(kKeptLoaded);
     connect(&unloading_, &QTimer::timeout, this, &PopoverWindow::unload);
@@ -128,8 +127,7 @@ void PopoverWindow::makeView() {
     // Drawn by the processor: a window this small needs no graphics driver, and its memory.
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     qml_register_types_Korvel();
-    const bool dark = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
-    bridge_ = std::make_unique<PopoverBridge>(dark);
+    bridge_ = std::make_unique<PopoverBridge>();
     view_ = std::make_unique<QQuickView>();
     view_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     view_->setTitle(QStringLiteral("Korvel"));
@@ -145,13 +143,13 @@ void PopoverWindow::makeView() {
 void PopoverWindow::unload() {
     view_.reset();
     bridge_.reset();
-    if (released_) {
+    if (desktop_.released) {
         // On a later turn, when what Qt itself deletes late is gone too.
         QMetaObject::invokeMethod(
             this,
             [this] {
                 if (!view_) {
-                    released_();
+                    desktop_.released();
                 }
             },
             Qt::QueuedConnection);
@@ -189,7 +187,9 @@ void PopoverWindow::contentWillChange() {
 }
 
 void PopoverWindow::render() {
-    bridge_->setContent(root_.content());
+    const std::optional<bool> wanted = desktop_.dark ? desktop_.dark() : std::nullopt;
+    const bool darkPalette = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
+    bridge_->setContent(root_.content(), wanted.value_or(darkPalette));
 }
 
 void PopoverWindow::activeChanged() {

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include <QObject>
 #include <QRect>
@@ -16,13 +17,19 @@ namespace korvel {
 class ContentView;
 class PopoverBridge;
 
+/// What the popover asks of the desktop that it opens on; each may be empty.
+struct PopoverDesktop {
+    std::function<std::optional<bool>()> dark; ///< whether dark is wanted; nullopt: nobody says
+    std::function<void()> released;            ///< runs each time the views have been let go
+};
+
 /// The popover as a frameless window at the status item. The views are loaded when it is opened,
-/// stay for a moment after it is closed, and are then let go: most of the time nobody looks. Nothing
-/// is drawn while it is closed.
+/// stay for a moment after it is closed, and are then let go: most of the time nobody looks.
+/// Nothing is drawn while it is closed.
 class PopoverWindow final : public QObject, public platform::Popover {
   public:
-    /// `root` outlives the popover. `released` runs each time the views have been let go.
-    explicit PopoverWindow(ContentView& root, std::function<void()> released = {});
+    /// `root` outlives the popover.
+    explicit PopoverWindow(ContentView& root, PopoverDesktop desktop = {});
     ~PopoverWindow() override;
 
     void show(platform::StatusItem& item) override;
@@ -42,7 +49,7 @@ class PopoverWindow final : public QObject, public platform::Popover {
     void activeChanged();
 
     ContentView& root_;
-    std::function<void()> released_;
+    PopoverDesktop desktop_;
     QTimer unloading_;
     platform::StatusItem* item_ = nullptr; ///< that it stands at; null while closed
     QRect anchor_;                         ///< on the screen; what it stands under
