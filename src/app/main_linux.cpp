@@ -3,15 +3,18 @@
 #include <utility>
 
 #include <QApplication>
+#include <QFileInfo>
 
 #include "app/app_delegate.h"
 #include "core/metrics.h"
 #include "platform/linux/linux_machine.h"
 #include "platform/linux/linux_processes.h"
+#include "platform/linux/own_memory.h"
 #include "platform/linux/process_status.h"
 #include "platform/linux/systemd_agents.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
+#include "platform/qt/appearance.h"
 #include "platform/qt/run_loop.h"
 #include "platform/qt/single_instance.h"
 #include "platform/qt/status_bar.h"
@@ -50,12 +53,22 @@ void keepThemePluginsOut() {
     }
 }
 
+/// A session without a bus stays one: left to itself, the D-Bus library would start a bus here.
+void startNoBus() {
+    const bool named = !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS");
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!named && (runtime.isEmpty() || !QFileInfo::exists(runtime + QStringLiteral("/bus")))) {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+    }
+}
+
 } // namespace
 
 int main(int, char** argv) {
     qInstallMessageHandler(keepQuiet);
-    platform::TerminationSignals signals;
+    platform::TerminationSignals terminationSignals;
 
+    startNoBus();
     keepThemePluginsOut();
     int argumentCount = 1; // the program has no command line, and Qt is not to find one either
     const QApplication application(argumentCount, argv);
@@ -73,25 +86,28 @@ int main(int, char** argv) {
         return EXIT_SUCCESS;
     }
 
+    platform::raiseDescriptorLimit();
     platform::PosixFiles files;
     platform::SystemClock clock;
     platform::LinuxMachine machine("/", files.homeDirectory());
     platform::LinuxProcesses processes;
     platform::LinuxSwappedMemory swappedMemory;
     platform::SystemdAgents agents;
+    const platform::Appearance appearance;
     platform::QtRunLoop runLoop;
     platform::QtStatusBar statusBar;
     const platform::Services services{machine, processes, swappedMemory, agents,
                                       clock,   runLoop,   files,         statusBar};
     platform::installedServices = &services;
 
-    const auto delegate =
-        std::make_shared<AppDelegate>(services, Metrics::shared(), [](ContentView& root) {
-            return std::make_unique<PopoverWindow>(root);
-        });
+    const auto delegate = std::make_shared<AppDelegate>(services, [&appearance](ContentView& root) {
+        return std::make_unique<PopoverWindow>(
+            root,
+            PopoverDesktop{[&appearance] { return appearance.dark(); }, platform::giveMemoryBack});
+    });
     running = delegate.get();
     std::atexit(finish);
-    signals.notify([&runLoop] { runLoop.terminate(); });
+    terminationSignals.notify([&runLoop] { runLoop.terminate(); });
     delegate->applicationDidFinishLaunching();
     QApplication::exec();
     finish();

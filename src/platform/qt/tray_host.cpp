@@ -19,10 +19,8 @@ namespace korvel::platform {
 
 namespace {
 
-using std::chrono_literals::operator""s;
-
 // A panel that speaks both takes its XEmbed selection first; it gets this long to say the rest.
-constexpr auto kGrace = 2s;
+constexpr auto kGrace = std::chrono::seconds(2);
 
 QString watcherService() {
     return QStringLiteral("org.kde.StatusNotifierWatcher");

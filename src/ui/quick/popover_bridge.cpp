@@ -55,9 +55,8 @@ QHash<int, QByteArray> FactorRows::roleNames() const {
     return {{nameRole, "name"}, {detailRole, "detail"}};
 }
 
-PopoverBridge::PopoverBridge(bool dark) : dark_(dark) {}
-
-void PopoverBridge::setContent(const PopoverContent& content) {
+void PopoverBridge::setContent(const PopoverContent& content, bool dark) {
+    dark_ = dark;
     score_ = QString::fromStdString(fmt::format("{}", content.header.score));
     verdict_ = QString::fromStdString(content.header.verdict);
     color_ = toQColor(rgb(content.header.color));

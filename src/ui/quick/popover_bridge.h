@@ -29,7 +29,7 @@ class FactorRows : public QAbstractListModel {
 };
 
 /// Hands the views what they show, all of it finished: they lay out and paint.
-class PopoverBridge final : public QObject {
+class PopoverBridge : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Made by the popover")
@@ -37,12 +37,10 @@ class PopoverBridge final : public QObject {
     Q_PROPERTY(QString verdict READ verdict NOTIFY contentChanged FINAL)
     Q_PROPERTY(QColor color READ color NOTIFY contentChanged FINAL)
     Q_PROPERTY(korvel::FactorRows* factors READ factors CONSTANT FINAL)
-    Q_PROPERTY(bool dark READ dark CONSTANT FINAL)
+    Q_PROPERTY(bool dark READ dark NOTIFY contentChanged FINAL)
 
   public:
-    explicit PopoverBridge(bool dark);
-
-    void setContent(const PopoverContent& content);
+    void setContent(const PopoverContent& content, bool dark);
 
     QString score() const { return score_; }
     QString verdict() const { return verdict_; }
@@ -58,7 +56,7 @@ class PopoverBridge final : public QObject {
     QString verdict_;
     QColor color_;
     FactorRows factors_;
-    bool dark_;
+    bool dark_ = false;
 };
 
 } // namespace korvel

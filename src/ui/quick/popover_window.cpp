@@ -1,7 +1,9 @@
 #include "ui/quick/popover_window.h"
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
+#include <utility>
 
 #include <QCursor>
 #include <QGuiApplication>
@@ -17,13 +19,15 @@
 #include "ui/quick/popover_bridge.h"
 
 // Made by the build from the QML module; a static library's module is registered by calling it.
-void qml_register_types_Korvel();
+void qml_register_types_Korvel(); // NOLINT(readability-identifier-naming)
 
 namespace korvel {
 
 namespace {
 
-constexpr int kGap = 4;               ///< points between the item and the popover
+constexpr int kGap = 4; ///< points between the item and the popover
+constexpr auto kKeptLoaded =
+    std::chrono::seconds(10);         ///< after a close, for whoever looks again at once
 constexpr double kClosingClick = 0.4; ///< seconds within which the click that closed it arrives
 
 QRect toRect(const platform::Rectangle& r) {
@@ -45,7 +49,11 @@ QPoint placeAt(const QRect& anchor, QSize size, const QRect& free) {
 
 } // namespace
 
-PopoverWindow::PopoverWindow(ContentView& root) : root_(root) {
+PopoverWindow::PopoverWindow(ContentView& root, PopoverDesktop desktop)
+    : root_(root), desktop_(std::move(desktop)) {
+    unloading_.setSingleShot(true);
+    unloading_.setInterval(kKeptLoaded);
+    connect(&unloading_, &QTimer::timeout, this, &PopoverWindow::unload);
     root_.model().observe([self = QPointer(this)] {
         if (self) {
             self->contentWillChange();
@@ -59,6 +67,7 @@ void PopoverWindow::show(platform::StatusItem& item) {
     if (shown()) {
         return;
     }
+    unloading_.stop();
     if (!view_) {
         makeView();
     }
@@ -77,6 +86,7 @@ void PopoverWindow::close() {
         item_ = nullptr;
         view_->hide();
         view_->releaseResources();
+        unloading_.start();
     }
 }
 
@@ -117,8 +127,7 @@ void PopoverWindow::makeView() {
     // Drawn by the processor: a window this small needs no graphics driver, and its memory.
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     qml_register_types_Korvel();
-    const bool dark = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
-    bridge_ = std::make_unique<PopoverBridge>(dark);
+    bridge_ = std::make_unique<PopoverBridge>();
     view_ = std::make_unique<QQuickView>();
     view_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     view_->setTitle(QStringLiteral("Korvel"));
@@ -129,6 +138,22 @@ void PopoverWindow::makeView() {
     view_->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverView.qml")));
     connect(view_.get(), &QWindow::activeChanged, this, &PopoverWindow::activeChanged);
     connect(view_.get(), &QWindow::heightChanged, this, &PopoverWindow::place);
+}
+
+void PopoverWindow::unload() {
+    view_.reset();
+    bridge_.reset();
+    if (desktop_.released) {
+        // On a later turn, when what Qt itself deletes late is gone too.
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                if (!view_) {
+                    desktop_.released();
+                }
+            },
+            Qt::QueuedConnection);
+    }
 }
 
 void PopoverWindow::place() {
@@ -162,7 +187,9 @@ void PopoverWindow::contentWillChange() {
 }
 
 void PopoverWindow::render() {
-    bridge_->setContent(root_.content());
+    const std::optional<bool> wanted = desktop_.dark ? desktop_.dark() : std::nullopt;
+    const bool darkPalette = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
+    bridge_->setContent(root_.content(), wanted.value_or(darkPalette));
 }
 
 void PopoverWindow::activeChanged() {

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 
 #include <QObject>
 #include <QRect>
+#include <QTimer>
 
 #include "platform/status_bar.h"
 
@@ -14,12 +17,19 @@ namespace korvel {
 class ContentView;
 class PopoverBridge;
 
-/// The popover as a frameless window at the status item. The views are loaded when it is first
-/// opened and it draws only while it is open.
+/// What the popover asks of the desktop that it opens on; each may be empty.
+struct PopoverDesktop {
+    std::function<std::optional<bool>()> dark; ///< whether dark is wanted; nullopt: nobody says
+    std::function<void()> released;            ///< runs each time the views have been let go
+};
+
+/// The popover as a frameless window at the status item. The views are loaded when it is opened,
+/// stay for a moment after it is closed, and are then let go: most of the time nobody looks.
+/// Nothing is drawn while it is closed.
 class PopoverWindow final : public QObject, public platform::Popover {
   public:
     /// `root` outlives the popover.
-    explicit PopoverWindow(ContentView& root);
+    explicit PopoverWindow(ContentView& root, PopoverDesktop desktop = {});
     ~PopoverWindow() override;
 
     void show(platform::StatusItem& item) override;
@@ -32,12 +42,15 @@ class PopoverWindow final : public QObject, public platform::Popover {
 
   private:
     void makeView();
+    void unload();
     void place();
     void contentWillChange();
     void render();
     void activeChanged();
 
     ContentView& root_;
+    PopoverDesktop desktop_;
+    QTimer unloading_;
     platform::StatusItem* item_ = nullptr; ///< that it stands at; null while closed
     QRect anchor_;                         ///< on the screen; what it stands under
     bool wasActive_ = false;
