@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include <fmt/compile.h>
-#include <fmt/format.h>
 #include <simdjson.h>
 
 #include "core/decimal.h"
@@ -59,7 +58,6 @@ std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& histor
     // Bytes: three doubles of up to 24, brackets, commas. Room for the worst case costs nothing
     // until it is written to, while growing would copy the whole text.
     constexpr std::size_t kLongestRow = 77;
-    std::array<char, kLongestRow> row;
     std::string text;
     text.reserve(history.size() * kLongestRow + 2);
     text += '[';
@@ -67,12 +65,12 @@ std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& histor
         if (!std::isfinite(point.t) || !std::isfinite(point.cpu) || !std::isfinite(point.mem)) {
             return std::nullopt;
         }
+        std::array<char, kLongestRow> row;
+        char* const end =
+            fmt::format_to(row.data(), FMT_COMPILE("[{},{},{}]"), point.t, point.cpu, point.mem);
         if (text.size() > 1) {
             text += ',';
         }
-        // By way of the stack, and with the format read by the compiler: half the time.
-        char* end =
-            fmt::format_to(row.data(), FMT_COMPILE("[{},{},{}]"), point.t, point.cpu, point.mem);
         text.append(row.data(), end);
     }
     text += ']';
