@@ -1,0 +1,62 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include <QObject>
+#include <QRect>
+#include <QTimer>
+
+#include "platform/status_bar.h"
+
+class QQuickView;
+
+namespace korvel {
+
+class ContentView;
+class PopoverBridge;
+
+/// What the popover asks of the desktop that it opens on; each may be empty.
+struct PopoverDesktop {
+    std::function<std::optional<bool>()> dark; ///< whether dark is wanted; nullopt: nobody says
+    std::function<void()> released;            ///< runs each time the views have been let go
+};
+
+/// The popover as a frameless window at the status item. The views are loaded when it is opened,
+/// stay for a moment after it is closed, and are then let go: most of the time nobody looks.
+/// Nothing is drawn while it is closed.
+class PopoverWindow final : public QObject, public platform::Popover {
+  public:
+    /// `root` outlives the popover.
+    explicit PopoverWindow(ContentView& root, PopoverDesktop desktop = {});
+    ~PopoverWindow() override;
+
+    void show(platform::StatusItem& item) override;
+    void close() override;
+    bool shown() const override;
+    void activate() override;
+    void makeKey() override;
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    void makeView();
+    void unload();
+    void place();
+    void contentWillChange();
+    void render();
+    void activeChanged();
+
+    ContentView& root_;
+    PopoverDesktop desktop_;
+    QTimer unloading_;
+    platform::StatusItem* item_ = nullptr; ///< that it stands at; null while closed
+    QRect anchor_;                         ///< on the screen; what it stands under
+    bool wasActive_ = false;
+    bool renderPending_ = false;
+    std::unique_ptr<PopoverBridge> bridge_;
+    std::unique_ptr<QQuickView> view_;
+};
+
+} // namespace korvel
