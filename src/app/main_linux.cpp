@@ -100,11 +100,12 @@ int main(int, char** argv) {
                                       clock,   runLoop,   files,         statusBar};
     platform::installedServices = &services;
 
-    const auto delegate = std::make_shared<AppDelegate>(services, [&appearance](ContentView& root) {
-        return std::make_unique<PopoverWindow>(
-            root,
-            PopoverDesktop{[&appearance] { return appearance.dark(); }, platform::giveMemoryBack});
-    });
+    const auto delegate = std::make_shared<AppDelegate>(
+        services, Metrics::shared(), [&appearance](ContentView& root) {
+            return std::make_unique<PopoverWindow>(
+                root, PopoverDesktop{[&appearance] { return appearance.dark(); },
+                                     platform::giveMemoryBack});
+        });
     running = delegate.get();
     std::atexit(finish);
     terminationSignals.notify([&runLoop] { runLoop.terminate(); });
