@@ -14,12 +14,12 @@
 #include "platform/linux/systemd_agents.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
-#include "platform/qt/appearance.h"
 #include "platform/qt/run_loop.h"
 #include "platform/qt/single_instance.h"
 #include "platform/qt/status_bar.h"
 #include "platform/qt/termination_signals.h"
 #include "platform/services.h"
+#include "ui/content/linux_words.h"
 #include "ui/quick/popover_window.h"
 
 namespace {
@@ -93,18 +93,16 @@ int main(int, char** argv) {
     platform::LinuxProcesses processes;
     platform::LinuxSwappedMemory swappedMemory;
     platform::SystemdAgents agents;
-    const platform::Appearance appearance;
     platform::QtRunLoop runLoop;
     platform::QtStatusBar statusBar;
     const platform::Services services{machine, processes, swappedMemory, agents,
                                       clock,   runLoop,   files,         statusBar};
     platform::installedServices = &services;
 
-    const auto delegate = std::make_shared<AppDelegate>(
-        services, Metrics::shared(), [&appearance](ContentView& root) {
+    const auto delegate =
+        std::make_shared<AppDelegate>(services, Metrics::shared(), [](ContentView& root) {
             return std::make_unique<PopoverWindow>(
-                root, PopoverDesktop{[&appearance] { return appearance.dark(); },
-                                     platform::giveMemoryBack});
+                root, PopoverDesktop{linuxWords, platform::giveMemoryBack});
         });
     running = delegate.get();
     std::atexit(finish);

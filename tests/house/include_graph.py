@@ -51,7 +51,7 @@ OUTSIDE = {
     "model": [FMT, JSON],
     "update": [FMT, JSON],
     "ui/content": [FMT],
-    "ui/quick": [QT, FMT],
+    "ui/quick": [QT],
     "app": [FMT],
 }
 

@@ -1,66 +1,157 @@
 #include "ui/quick/popover_bridge.h"
 
-#include <cmath>
 #include <string>
 #include <utility>
+
+#include "ui/content/content_view.h"
+#include "ui/content/paintable.h"
 
 namespace korvel {
 
 namespace {
 
-enum Role { nameRole = Qt::UserRole, detailRole };
+const QList<QByteArray> kFactorRoles{"name",      "lost",       "barFraction",
+                                     "barColour", "lostColour", "detail"};
+const QList<QByteArray> kStatusRoles{"symbol", "colour", "words", "textStyle"};
+const QList<QByteArray> kRowRoles{"label",    "percentText", "barFraction", "detail",   "colour",
+                                  "hasSpark", "sparkColour", "sparkValues", "holdsSwap"};
+const QList<QByteArray> kProcessRoles{"pid", "name", "size", "canQuit", "tip"};
 
-int channel(double value) {
-    return static_cast<int>(std::lround(value * 255));
+/// The row that the block of the swap holders belongs to.
+constexpr const char* kSwapLabel = "SWAP";
+
+/// A process's own name or the like: as it is, but for what cannot be painted.
+QString plain(const std::string& text) {
+    return QString::fromStdString(paintable(text));
 }
 
-QColor toQColor(const platform::Colour& colour) {
-    return {channel(colour.red), channel(colour.green), channel(colour.blue)};
+QString named(Ink ink) {
+    const std::string_view text = name(ink);
+    return QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+QString keyOf(const Uuid& id) {
+    return QString::fromStdString(std::to_string(id.words[0]) + "-" + std::to_string(id.words[1]));
+}
+
+QString keyOf(std::int64_t number) {
+    return QString::fromStdString(std::to_string(number));
 }
 
 } // namespace
 
-void FactorRows::setRows(std::vector<PopoverContent::Factor> rows) {
-    if (rows.size() != rows_.size()) {
-        beginResetModel();
-        rows_ = std::move(rows);
-        endResetModel();
-    } else if (!rows.empty()) {
-        rows_ = std::move(rows);
-        Q_EMIT dataChanged(index(0), index(static_cast<int>(rows_.size()) - 1));
+PopoverBridge::PopoverBridge(ContentView& root, Words words)
+    : root_(root), words_(std::move(words)),
+      // Every reading makes its factors anew.
+      breakdown_(kFactorRoles, KeyedListModel::Rows::reused, this),
+      status_(kStatusRoles, KeyedListModel::Rows::own, this),
+      rows_(kRowRoles, KeyedListModel::Rows::own, this),
+      swapHolders_(kProcessRoles, KeyedListModel::Rows::own, this),
+      heaviest_(kProcessRoles, KeyedListModel::Rows::own, this) {}
+
+void PopoverBridge::setContent(const PopoverContent& content) {
+    setHeader(content.header);
+    setBreakdown(content.breakdown.value_or(std::vector<PopoverContent::FactorLine>()));
+    setStatus(content.status);
+    setRows(content.rows);
+    set(scanningSwap_, content.swapHolders.scanning, &PopoverBridge::scanningSwapChanged);
+    set(swapButton_, text(content.swapHolders.button), &PopoverBridge::swapButtonChanged);
+    set(swapNote_, text(content.swapHolders.note), &PopoverBridge::swapNoteChanged);
+    setProcesses(swapHolders_, content.swapHolders.holders);
+    setProcesses(heaviest_, content.heaviest);
+}
+
+void PopoverBridge::toggleBreakdown() {
+    root_.toggleBreakdown();
+}
+
+void PopoverBridge::findSwapHolders() {
+    root_.findSwapHolders();
+}
+
+void PopoverBridge::quitProcess(int pid) {
+    root_.quitProcess(pid);
+}
+
+QString PopoverBridge::footnote() const {
+    return text(PopoverContent::kFootnote);
+}
+
+QString PopoverBridge::heaviestCaption() const {
+    return text(PopoverContent::kHeaviestCaption);
+}
+
+QString PopoverBridge::text(const std::string& finished) const {
+    return plain(words_(finished));
+}
+
+template <typename T>
+void PopoverBridge::set(T& member, T value, void (PopoverBridge::*changed)()) {
+    if (member != value) {
+        member = std::move(value);
+        Q_EMIT(this->*changed)();
     }
 }
 
-int FactorRows::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+void PopoverBridge::setHeader(const PopoverContent::Header& header) {
+    set(scoreColour_, named(header.colour), &PopoverBridge::scoreColourChanged);
+    scoreText_ = keyOf(header.score);
+    set(score_, static_cast<int>(header.score), &PopoverBridge::scoreChanged);
+    set(verdict_, text(header.verdict), &PopoverBridge::verdictChanged);
+    set(line_, text(header.line), &PopoverBridge::lineChanged);
+    set(toggle_, text(header.toggle), &PopoverBridge::toggleChanged);
+    set(breakdownShown_, header.breakdownShown, &PopoverBridge::breakdownShownChanged);
 }
 
-QVariant FactorRows::data(const QModelIndex& index, int role) const {
-    if (!index.isValid()) {
-        return {};
+void PopoverBridge::setBreakdown(const std::vector<PopoverContent::FactorLine>& lines) {
+    std::vector<KeyedListModel::Entry> entries;
+    entries.reserve(lines.size());
+    for (const PopoverContent::FactorLine& line : lines) {
+        entries.push_back({keyOf(line.id),
+                           {text(line.name), text(line.lost), line.barFraction,
+                            named(line.barColour), named(line.lostColour), text(line.detail)}});
     }
-    const PopoverContent::Factor& row = rows_.at(static_cast<std::size_t>(index.row()));
-    switch (role) {
-    case nameRole:
-        return QString::fromStdString(row.name);
-    case detailRole:
-        return QString::fromStdString(row.detail);
-    default:
-        return {};
+    breakdown_.setEntries(std::move(entries));
+}
+
+void PopoverBridge::setStatus(const std::vector<PopoverContent::StatusLine>& lines) {
+    std::vector<KeyedListModel::Entry> entries;
+    entries.reserve(lines.size());
+    for (const PopoverContent::StatusLine& line : lines) {
+        entries.push_back({keyOf(static_cast<std::int64_t>(entries.size())),
+                           {QString::fromStdString(line.symbol), named(line.colour),
+                            text(line.text), named(line.textStyle)}});
     }
+    status_.setEntries(std::move(entries));
 }
 
-QHash<int, QByteArray> FactorRows::roleNames() const {
-    return {{nameRole, "name"}, {detailRole, "detail"}};
+void PopoverBridge::setRows(const std::vector<Row>& rows) {
+    std::vector<KeyedListModel::Entry> entries;
+    entries.reserve(rows.size());
+    for (const Row& row : rows) {
+        QList<qreal> values;
+        if (row.spark) {
+            values = QList<qreal>(row.spark->values.begin(), row.spark->values.end());
+        }
+        entries.push_back({QString::fromStdString(row.label),
+                           {text(row.label), text(row.percentText()), row.barFraction(),
+                            text(row.detail), named(row.colour), row.spark.has_value(),
+                            row.spark ? named(row.spark->colour) : QString(),
+                            QVariant::fromValue(values), row.label == kSwapLabel}});
+    }
+    rows_.setEntries(std::move(entries));
 }
 
-void PopoverBridge::setContent(const PopoverContent& content, bool dark) {
-    dark_ = dark;
-    score_ = QString::fromStdString(std::to_string(content.header.score));
-    verdict_ = QString::fromStdString(content.header.verdict);
-    color_ = toQColor(rgb(content.header.color));
-    factors_.setRows(content.factors);
-    Q_EMIT contentChanged();
+void PopoverBridge::setProcesses(KeyedListModel& list,
+                                 const std::vector<PopoverContent::ProcessLine>& lines) {
+    std::vector<KeyedListModel::Entry> entries;
+    entries.reserve(lines.size());
+    for (const PopoverContent::ProcessLine& line : lines) {
+        entries.push_back({keyOf(line.id),
+                           {line.id, plain(line.name), text(line.size), line.quit.has_value(),
+                            text(line.quit.value_or(std::string()))}});
+    }
+    list.setEntries(std::move(entries));
 }
 
 } // namespace korvel

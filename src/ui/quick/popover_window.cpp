@@ -3,20 +3,21 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QPalette>
-#include <QPointer>
+#include <QQmlEngine>
+#include <QQuickItem>
 #include <QQuickView>
 #include <QSGRendererInterface>
 #include <QScreen>
 
-#include "model/model.h"
 #include "ui/content/content_view.h"
-#include "ui/quick/popover_bridge.h"
+#include "ui/content/popover_size.h"
+#include "ui/quick/inks.h"
 
 // Made by the build from the QML module; a static library's module is registered by calling it.
 void qml_register_types_Korvel(); // NOLINT(readability-identifier-naming)
@@ -26,8 +27,8 @@ namespace korvel {
 namespace {
 
 constexpr int kGap = 4; ///< points between the item and the popover
-constexpr auto kKeptLoaded =
-    std::chrono::seconds(10);         ///< after a close, for whoever looks again at once
+/// After a close the views stay, for whoever looks again at once.
+constexpr std::chrono::seconds kKeptLoaded(10);
 constexpr double kClosingClick = 0.4; ///< seconds within which the click that closed it arrives
 
 QRect toRect(const platform::Rectangle& r) {
@@ -50,15 +51,11 @@ QPoint placeAt(const QRect& anchor, QSize size, const QRect& free) {
 } // namespace
 
 PopoverWindow::PopoverWindow(ContentView& root, PopoverDesktop desktop)
-    : root_(root), desktop_(std::move(desktop)) {
+    : root_(root), desktop_(std::move(desktop)),
+      observation_(root.observe([this] { contentWillChange(); })) {
     unloading_.setSingleShot(true);
     unloading_.setInterval(kKeptLoaded);
     connect(&unloading_, &QTimer::timeout, this, &PopoverWindow::unload);
-    root_.model().observe([self = QPointer(this)] {
-        if (self) {
-            self->contentWillChange();
-        }
-    });
 }
 
 PopoverWindow::~PopoverWindow() = default;
@@ -76,7 +73,13 @@ void PopoverWindow::show(platform::StatusItem& item) {
     // A host that does not tell where the item is has just been clicked there.
     const std::optional<platform::Rectangle> frame = item.frame();
     anchor_ = frame ? toRect(*frame) : QRect(QCursor::pos(), QSize(1, 1));
+    // What has changed since it was last open is not to be seen to change.
+    view_->rootObject()->setProperty("animated", false);
     render();
+    QMetaObject::invokeMethod(view_->rootObject(), "layOut");
+    view_->rootObject()->setProperty("animated", true);
+    place();
+    view_->resize(view_->rootObject()->size().toSize()); // which the view by itself does later
     place();
     view_->show();
 }
@@ -127,8 +130,9 @@ void PopoverWindow::makeView() {
     // Drawn by the processor: a window this small needs no graphics driver, and its memory.
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     qml_register_types_Korvel();
-    bridge_ = std::make_unique<PopoverBridge>();
+    bridge_ = std::make_unique<PopoverBridge>(root_, desktop_.words);
     view_ = std::make_unique<QQuickView>();
+    view_->engine()->setProperty(Inks::kColourSchemeProperty, QVariant::fromValue(&colourScheme_));
     view_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     view_->setTitle(QStringLiteral("Korvel"));
     view_->setResizeMode(QQuickView::SizeViewToRootObject);
@@ -164,6 +168,10 @@ void PopoverWindow::place() {
     if (!screen) {
         screen = QGuiApplication::primaryScreen();
     }
+    view_->rootObject()->setProperty(
+        "maximumHeight",
+        popoverMaximumHeight(screen ? std::optional<double>(screen->availableGeometry().height())
+                                    : std::nullopt));
     if (screen) {
         view_->setScreen(screen);
         view_->setPosition(placeAt(anchor_, view_->size(), screen->availableGeometry()));
@@ -187,9 +195,7 @@ void PopoverWindow::contentWillChange() {
 }
 
 void PopoverWindow::render() {
-    const std::optional<bool> wanted = desktop_.dark ? desktop_.dark() : std::nullopt;
-    const bool darkPalette = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
-    bridge_->setContent(root_.content(), wanted.value_or(darkPalette));
+    bridge_->setContent(root_.content());
 }
 
 void PopoverWindow::activeChanged() {

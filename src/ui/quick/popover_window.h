@@ -2,25 +2,26 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 
 #include <QObject>
 #include <QRect>
 #include <QTimer>
 
+#include "model/observable.h"
 #include "platform/status_bar.h"
+#include "ui/quick/colour_scheme.h"
+#include "ui/quick/popover_bridge.h"
 
 class QQuickView;
 
 namespace korvel {
 
 class ContentView;
-class PopoverBridge;
 
-/// What the popover asks of the desktop that it opens on; each may be empty.
+/// What the popover asks of the desktop that it opens on.
 struct PopoverDesktop {
-    std::function<std::optional<bool>()> dark; ///< whether dark is wanted; nullopt: nobody says
-    std::function<void()> released;            ///< runs each time the views have been let go
+    Words words;                    ///< what the texts are said in
+    std::function<void()> released; ///< runs each time the views have been let go; may be empty
 };
 
 /// The popover as a frameless window at the status item. The views are loaded when it is opened,
@@ -29,7 +30,7 @@ struct PopoverDesktop {
 class PopoverWindow final : public QObject, public platform::Popover {
   public:
     /// `root` outlives the popover.
-    explicit PopoverWindow(ContentView& root, PopoverDesktop desktop = {});
+    PopoverWindow(ContentView& root, PopoverDesktop desktop);
     ~PopoverWindow() override;
 
     void show(platform::StatusItem& item) override;
@@ -50,6 +51,8 @@ class PopoverWindow final : public QObject, public platform::Popover {
 
     ContentView& root_;
     PopoverDesktop desktop_;
+    Observation observation_;
+    ColourScheme colourScheme_; ///< from the start, so that it is known at the first opening
     QTimer unloading_;
     platform::StatusItem* item_ = nullptr; ///< that it stands at; null while closed
     QRect anchor_;                         ///< on the screen; what it stands under

@@ -1,0 +1,8 @@
+import Korvel
+
+// A line across the popover.
+HairLine {
+    implicitWidth: Theme.popoverWidth
+    implicitHeight: 1
+    colour: Theme.track(Theme.dividerOpacity)
+}
