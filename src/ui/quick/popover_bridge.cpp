@@ -1,9 +1,8 @@
 #include "ui/quick/popover_bridge.h"
 
 #include <cmath>
+#include <string>
 #include <utility>
-
-#include <fmt/format.h>
 
 namespace korvel {
 
@@ -57,7 +56,7 @@ QHash<int, QByteArray> FactorRows::roleNames() const {
 
 void PopoverBridge::setContent(const PopoverContent& content, bool dark) {
     dark_ = dark;
-    score_ = QString::fromStdString(fmt::format("{}", content.header.score));
+    score_ = QString::fromStdString(std::to_string(content.header.score));
     verdict_ = QString::fromStdString(content.header.verdict);
     color_ = toQColor(rgb(content.header.color));
     factors_.setRows(content.factors);
