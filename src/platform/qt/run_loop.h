@@ -20,9 +20,6 @@ class QtRunLoop final : public RunLoop {
     void background(Work work) override;
     void terminate() override;
 
-    /// Whether work in the background is still under way, for whoever does not want to wait.
-    bool busy() const { return pool_.activeThreadCount() > 0; }
-
   private:
     QObject mainThread_; ///< lives in the thread that runs the work
     QThreadPool pool_;

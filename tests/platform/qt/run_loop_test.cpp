@@ -76,14 +76,5 @@ TEST_F(QtRunLoopTest, EveryRepeatsUntilItsTimerIsDestroyed) {
     EXPECT_EQ(runs, 3);
 }
 
-TEST_F(QtRunLoopTest, TheLoopIsBusyWhileBackgroundWorkRuns) {
-    EXPECT_FALSE(runLoop_.busy());
-    runLoop_.background([&] {
-        EXPECT_TRUE(runLoop_.busy());
-        runLoop_.terminate();
-    });
-    QCoreApplication::exec();
-}
-
 } // namespace
 } // namespace korvel::platform

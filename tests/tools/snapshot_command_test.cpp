@@ -1,0 +1,57 @@
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <simdjson.h>
+
+#include "platform/posix/child_processes.h"
+#include "tools/snapshot_arguments.h"
+
+// The korvel-snapshot program itself, on the readings of the machine that runs the test.
+namespace korvel {
+namespace {
+
+using platform::ChildResult;
+using platform::ChildStream;
+
+ChildResult run(const std::vector<std::string>& arguments) {
+    const auto result = platform::PosixChildProcesses().run(
+        KORVEL_SNAPSHOT, arguments, {ChildStream::capture, ChildStream::capture});
+    return result.value_or(ChildResult{"did not start", -1});
+}
+
+TEST(SnapshotCommand, WrongUsageIsOneLineAndStatusTwo) {
+    const std::vector<std::vector<std::string>> wrong = {
+        {"--help"}, {"--json", "--bar"}, {"--watch"}, {"--watch", "never"}, {"file"}};
+    for (const auto& arguments : wrong) {
+        const ChildResult result = run(arguments);
+        EXPECT_EQ(result.status, 2) << testing::PrintToString(arguments);
+        EXPECT_EQ(result.output, std::string(kSnapshotUsage) + "\n");
+    }
+}
+
+TEST(SnapshotCommand, JsonIsOneLineWithAWholeReading) {
+    const ChildResult result = run({"--json", "--once"});
+    ASSERT_EQ(result.status, 0);
+    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1);
+    simdjson::dom::parser parser;
+    const simdjson::dom::object reading = parser.parse(result.output);
+    EXPECT_GT(double(reading["memTotalGB"]), 0);
+    EXPECT_GE(std::int64_t(reading["cores"]), 1);
+    EXPECT_EQ(double(reading["cpuPct"]), 0) << "one sample alone knows no share of time";
+    EXPECT_EQ(simdjson::dom::array(reading["factors"]).size(), 6U);
+    EXPECT_GE(std::int64_t(reading["score"]), 0);
+    EXPECT_LE(std::int64_t(reading["score"]), 100);
+}
+
+TEST(SnapshotCommand, AReportOutsideATerminalIsPlain) {
+    const ChildResult result = run({"--once"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.output, testing::StartsWith("● "));
+    EXPECT_THAT(result.output, testing::Not(testing::HasSubstr("\x1b")));
+}
+
+} // namespace
+} // namespace korvel
