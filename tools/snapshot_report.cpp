@@ -9,17 +9,18 @@
 #include "core/snapshot.h"
 #include "core/snapshot_json.h"
 #include "ui/content/palette.h"
+#include "ui/content/score_sections.h"
 
 namespace korvel {
 
 namespace {
 
 /// One of the palette's colours as the terminal has them.
-std::string_view ansiCode(PaletteColor color) {
+std::string_view ansiCode(Ink color) {
     switch (color) {
-    case PaletteColor::good:
+    case Ink::good:
         return "\x1b[32m";
-    case PaletteColor::warn:
+    case Ink::warn:
         return "\x1b[33m";
     default:
         return "\x1b[31m";
@@ -58,12 +59,6 @@ std::string printable(std::string_view text) {
     return safe;
 }
 
-/// The points that a factor costs, as the popover writes them.
-std::string pointsLost(const ScoreFactor& factor) {
-    constexpr double kNothing = 0.5;
-    return factor.lost() < kNothing ? "—" : fmt::format("−{:.0f}", factor.lost());
-}
-
 std::string machineLine(const Snapshot& snapshot) {
     return fmt::format("{} cores · {:.0f} GB · up {}", snapshot.cores, snapshot.memTotalGB,
                        snapshot.uptime);
@@ -79,11 +74,11 @@ std::string snapshotReport(const Snapshot& snapshot, Colours colours) {
                     painter.bold(score), painter.dim(machineLine(snapshot)));
     auto out = std::back_inserter(report);
     for (const ScoreFactor& factor : snapshot.factorsBySeverity()) {
-        fmt::format_to(out, "{:<8} {:>4}  {}\n", factor.name, pointsLost(factor), factor.detail);
+        fmt::format_to(out, "{:<8} {:>4}  {}\n", factor.name, pointsLost(factor.lost()),
+                       factor.detail);
     }
     for (const std::string& alert : snapshot.alerts) {
-        fmt::format_to(out, "\n{} {}", painter.paint(ansiCode(PaletteColor::warn), "!"),
-                       printable(alert));
+        fmt::format_to(out, "\n{} {}", painter.paint(ansiCode(Ink::warn), "!"), printable(alert));
     }
     if (!snapshot.alerts.empty()) {
         report += '\n';

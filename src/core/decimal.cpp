@@ -50,7 +50,8 @@ double valueOf(std::string_view text) {
     std::istringstream stream{std::string(text)};
     stream.imbue(std::locale::classic());
     double value = 0;
-    return stream >> value ? value : HUGE_VAL;
+    // Some libraries fail for a number that is too small, too.
+    return stream >> value || std::abs(value) < 1 ? value : HUGE_VAL;
 #endif
 }
 

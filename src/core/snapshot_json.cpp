@@ -17,14 +17,6 @@ void writeFactor(JsonWriter& json, const ScoreFactor& factor) {
         .endObject();
 }
 
-void writeProcess(JsonWriter& json, const ProcInfo& process) {
-    json.beginObject()
-        .member("id", process.id)
-        .member("name", process.name)
-        .member("gb", process.gb)
-        .endObject();
-}
-
 template <typename Value>
 void writeOptional(JsonWriter& json, const std::optional<Value>& value,
                    void (*write)(JsonWriter&, const Value&)) {
@@ -36,6 +28,14 @@ void writeOptional(JsonWriter& json, const std::optional<Value>& value,
 }
 
 } // namespace
+
+void writeProcess(JsonWriter& json, const ProcInfo& process) {
+    json.beginObject()
+        .member("id", process.id)
+        .member("name", process.name)
+        .member("gb", process.gb)
+        .endObject();
+}
 
 void writeSnapshotMembers(JsonWriter& json, const Snapshot& snapshot) {
     json.key("factors").beginArray();

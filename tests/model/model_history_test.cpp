@@ -27,9 +27,7 @@ constexpr const char* kFile = "/home/someone/.korvel-history.json";
 struct Program : FakeSystem {
     Metrics metrics{machine, processes, agents, clock};
 
-    std::shared_ptr<Model> launch() {
-        return std::make_shared<Model>(metrics, runLoop, clock, files);
-    }
+    std::shared_ptr<Model> launch() { return std::make_shared<Model>(metrics, services()); }
 };
 
 TEST(History, IsReadOnceFromTheHomeDirectory) {
@@ -142,9 +140,7 @@ class HistoryOnDisk : public testing::Test {
         fs::remove_all(home_, gone);
     }
 
-    std::shared_ptr<Model> launch() {
-        return std::make_shared<Model>(metrics_, system_.runLoop, system_.clock, files_);
-    }
+    std::shared_ptr<Model> launch() { return std::make_shared<Model>(metrics_, services_); }
     void write(const std::string& text) const { std::ofstream(file_, std::ios::binary) << text; }
     std::string read() const {
         std::ostringstream text;
@@ -159,6 +155,10 @@ class HistoryOnDisk : public testing::Test {
     FakeSystem system_;
     Metrics metrics_{system_.machine, system_.processes, system_.agents, system_.clock};
     platform::PosixFiles files_;
+    /// The simulated set, but for the files.
+    platform::Services services_{system_.machine, system_.processes, system_.swappedMemory,
+                                 system_.agents,  system_.clock,     system_.runLoop,
+                                 files_,          system_.statusBar};
 };
 
 TEST_F(HistoryOnDisk, IsWrittenOverInPlaceWithTheSameInode) {

@@ -13,7 +13,7 @@ using test::FakeSystem;
 
 struct Program : FakeSystem {
     Metrics metrics{machine, processes, agents, clock};
-    std::shared_ptr<Model> model = std::make_shared<Model>(metrics, runLoop, clock, files);
+    std::shared_ptr<Model> model = std::make_shared<Model>(metrics, services());
 };
 
 TEST(Model, StartsWithTheEmptyReadingAndNothingUnderWay) {
@@ -44,7 +44,7 @@ TEST(Model, EveryPublishedPropertyAnnouncesItsChange) {
     Program program;
     Model& model = *program.model;
     int announced = 0;
-    model.observe([&] { ++announced; });
+    const Observation observation = model.observe([&] { ++announced; });
     model.snap = Snapshot();
     model.history = std::vector<HistoryPoint>();
     model.reclaiming = true;
@@ -79,7 +79,8 @@ TEST(Refresh, WritesTheReadingThenTheTrailThenTellsTheOwner) {
     const auto state = [&] {
         return model.snap->verdict + " " + std::to_string(model.history->size());
     };
-    model.observe([&] { seen.push_back("will change: " + state()); });
+    const Observation observation =
+        model.observe([&] { seen.push_back("will change: " + state()); });
     model.onUpdate = [&] { seen.push_back("updated: " + state()); };
     model.refresh();
     program.runLoop.turn();

@@ -22,7 +22,7 @@ TEST(Published, StartsWithItsInitialValue) {
 TEST(Published, AnnouncesEachWriteWhileTheOldValueStands) {
     Thing thing;
     std::vector<int> seen;
-    thing.observe([&] { seen.push_back(*thing.number); });
+    const Observation observation = thing.observe([&] { seen.push_back(*thing.number); });
     thing.number = 2;
     thing.number = 3;
     EXPECT_EQ(seen, (std::vector{1, 2}));
@@ -32,7 +32,7 @@ TEST(Published, AnnouncesEachWriteWhileTheOldValueStands) {
 TEST(Published, AnnouncesAWriteOfTheSameValueToo) {
     Thing thing;
     int announced = 0;
-    thing.observe([&] { ++announced; });
+    const Observation observation = thing.observe([&] { ++announced; });
     thing.number = 1;
     EXPECT_EQ(announced, 1);
 }
@@ -40,7 +40,7 @@ TEST(Published, AnnouncesAWriteOfTheSameValueToo) {
 TEST(Published, ChangeInPlaceIsAnnouncedOnceBeforeIt) {
     Thing thing;
     std::vector<std::string> seen;
-    thing.observe([&] { seen.push_back(*thing.text); });
+    const Observation observation = thing.observe([&] { seen.push_back(*thing.text); });
     thing.text.update([](std::string& text) {
         text += "a";
         text += "b";
@@ -52,11 +52,35 @@ TEST(Published, ChangeInPlaceIsAnnouncedOnceBeforeIt) {
 TEST(Published, EveryObserverHearsEveryPropertyInOrder) {
     Thing thing;
     std::string heard;
-    thing.observe([&] { heard += "1"; });
-    thing.observe([&] { heard += "2"; });
+    const Observation first = thing.observe([&] { heard += "1"; });
+    const Observation second = thing.observe([&] { heard += "2"; });
     thing.number = 5;
     thing.text = "x";
     EXPECT_EQ(heard, "1212");
+}
+
+TEST(Published, AnObserverHearsNothingOnceItsObservationIsGone) {
+    Thing thing;
+    int announced = 0;
+    Observation observation = thing.observe([&] { ++announced; });
+    thing.number = 2;
+    observation.reset();
+    thing.number = 3;
+    EXPECT_EQ(announced, 1);
+}
+
+TEST(Published, AnObserverMayDropItselfAndAddAnother) {
+    Thing thing;
+    std::string heard;
+    Observation later;
+    Observation once = thing.observe([&] {
+        heard += "once";
+        later = thing.observe([&] { heard += " later"; });
+        once.reset();
+    });
+    thing.number = 2;
+    thing.number = 3;
+    EXPECT_EQ(heard, "once later");
 }
 
 } // namespace

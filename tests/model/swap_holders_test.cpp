@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/support/simulated_model.h"
+#include "support/simulated_model.h"
 
 namespace korvel {
 namespace {

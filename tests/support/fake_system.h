@@ -17,6 +17,8 @@
 #include "platform/machine.h"
 #include "platform/processes.h"
 #include "platform/run_loop.h"
+#include "platform/services.h"
+#include "platform/simulated/status_bar.h"
 #include "platform/swapped_memory.h"
 
 /// A small machine for unit tests: every answer is a field, every call is remembered.
@@ -256,6 +258,12 @@ struct FakeSystem {
     FakeClock clock{log};
     FakeFiles files{log};
     FakeRunLoop runLoop{log};
+    FakeSwappedMemory swappedMemory;
+    platform::SimulatedStatusBar statusBar;
+
+    platform::Services services() {
+        return {machine, processes, swappedMemory, agents, clock, runLoop, files, statusBar};
+    }
 };
 
 } // namespace korvel::test

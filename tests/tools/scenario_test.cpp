@@ -192,8 +192,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     NotSupportedYet, BadScenario,
-    testing::Values(BadCase{"action", R"({"events": [{"at": 1, "do": "quitProcess", "pid": 7}]})",
-                            R"("events[0].do" is not supported yet: "quitProcess")"},
+    testing::Values(BadCase{"action",
+                            R"({"events": [{"at": 1, "do": "previewReclaim", "pid": 7}]})",
+                            R"("events[0].do" is not supported yet: "previewReclaim")"},
                     BadCase{"actionAfterItsKey",
                             R"({"events": [{"minutes": 5, "do": "enableAwake", "at": 1}]})",
                             R"("events[0].do" is not supported yet: "enableAwake")"},

@@ -66,6 +66,8 @@ void SimulatedProgram::watch() {
     children_.onRun = [this](const platform::SimulatedChildProcesses::Run& run) {
         trace_.spawn(run.executable, run.arguments);
     };
+    simulated_.processes.onTerminate = [this](std::int32_t pid) { trace_.signal(pid); };
+    simulated_.runLoop.onTurnEnd = [this] { traceChanges(); };
     simulated_.files.onWrite = [this](const std::string& path, std::string_view bytes) {
         const std::string home = simulated_.files.inHome("");
         std::string_view file = path;
@@ -77,8 +79,8 @@ void SimulatedProgram::watch() {
 }
 
 std::unique_ptr<platform::Popover> SimulatedProgram::makePopover(ContentView& root) {
-    model_ = &root.model();
-    root.model().observe([this] { traceNewReading(); });
+    view_ = &root;
+    observation_ = root.model().observe([this] { traceNewReading(); });
     auto popover =
         std::make_unique<SimulatedPopover>([this](bool shown) { trace_.popover(shown); });
     popover_ = popover.get();
@@ -88,10 +90,19 @@ std::unique_ptr<platform::Popover> SimulatedProgram::makePopover(ContentView& ro
 void SimulatedProgram::traceNewReading() {
     // A change is announced before it is written, so a new reading is seen at the announcement of
     // what is written next. That is the history, in the same breath.
-    const std::vector<ScoreFactor>& factors = model_->snap->factors;
+    const std::vector<ScoreFactor>& factors = view_->model().snap->factors;
     if (!factors.empty() && traced_ != factors.front().id) {
         traced_ = factors.front().id;
-        trace_.snapshot(*model_->snap);
+        trace_.snapshot(*view_->model().snap);
+    }
+}
+
+void SimulatedProgram::traceChanges() {
+    const Model& model = view_->model();
+    if (*model.scanningSwap != tracedScanning_ || *model.swapHolders != tracedHolders_) {
+        tracedScanning_ = *model.scanningSwap;
+        tracedHolders_ = *model.swapHolders;
+        trace_.swapHolders(tracedScanning_, tracedHolders_);
     }
 }
 
@@ -123,6 +134,22 @@ void SimulatedProgram::clickOutside() {
 
 void SimulatedProgram::terminate() {
     simulated_.runLoop.terminate();
+}
+
+void SimulatedProgram::toggleBreakdown() {
+    view_->toggleBreakdown();
+}
+
+void SimulatedProgram::quitProcess(std::int32_t pid) {
+    view_->quitProcess(pid);
+}
+
+void SimulatedProgram::findSwapHolders() {
+    view_->findSwapHolders();
+}
+
+void SimulatedProgram::describePopover() {
+    trace_.content(view_->content());
 }
 
 } // namespace korvel::simulation

@@ -5,9 +5,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/metrics.h"
 #include "core/system_tools.h"
+#include "model/observable.h"
 #include "platform/simulated/child_processes.h"
 #include "platform/simulated/services.h"
 #include "simulation/scenario.h"
@@ -16,7 +18,6 @@
 namespace korvel {
 class AppDelegate;
 class ContentView;
-class Model;
 } // namespace korvel
 
 namespace korvel::simulation {
@@ -41,6 +42,11 @@ class SimulatedProgram {
     void togglePopover();
     void clickOutside();
     void terminate();
+    void toggleBreakdown();
+    void quitProcess(std::int32_t pid);
+    void findSwapHolders();
+    /// Traces what the popover shows, or would show.
+    void describePopover();
     MachineState machine() { return {simulated_.machine.readings, simulated_.processes, agents_}; }
 
   private:
@@ -48,6 +54,7 @@ class SimulatedProgram {
     void watch();
     std::unique_ptr<platform::Popover> makePopover(ContentView& root);
     void traceNewReading();
+    void traceChanges();
 
     const Scenario& scenario_;
     Trace trace_;
@@ -59,9 +66,12 @@ class SimulatedProgram {
     platform::Services services_;
     Metrics metrics_;
     platform::SimulatedPopover* popover_ = nullptr; ///< the delegate's
-    const Model* model_ = nullptr;                  ///< the delegate's
+    ContentView* view_ = nullptr;                   ///< the delegate's
+    Observation observation_;
     std::optional<Uuid>
         traced_; ///< the published reading that was traced last, by its first factor
+    bool tracedScanning_ = false;
+    std::vector<ProcInfo> tracedHolders_;
     std::shared_ptr<AppDelegate> delegate_;
 };
 

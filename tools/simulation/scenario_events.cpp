@@ -9,19 +9,35 @@ namespace {
 
 constexpr std::string_view kNotYet = "is not supported yet";
 
-/// What a "do" may name. Without an action: known, and not supported yet.
+using Act = std::function<void(SimulatedProgram&)>;
+
+/// The reader of an action that takes nothing.
+template <void (SimulatedProgram::*Method)()>
+Act plain(const JsonValue& /*event*/) {
+    return [](SimulatedProgram& program) { (program.*Method)(); };
+}
+
+Act readQuitProcess(const JsonValue& event) {
+    std::int32_t pid = 0;
+    read(event.member("pid"), pid);
+    return [pid](SimulatedProgram& program) { program.quitProcess(pid); };
+}
+
+/// What a "do" may name. Without a reader: known, and not supported yet.
 struct Action {
     std::string_view name;
-    void (SimulatedProgram::*act)();
+    Act (*read)(const JsonValue& event);
+    std::string_view parameter = {}; ///< the key that the event has besides; empty: none
 };
 
 constexpr Action kActions[] = {
-    {"togglePopover", &SimulatedProgram::togglePopover},
-    {"clickOutside", &SimulatedProgram::clickOutside},
-    {"terminate", &SimulatedProgram::terminate},
-    {"toggleBreakdown", nullptr},
-    {"quitProcess", nullptr},
-    {"findSwapHolders", nullptr},
+    {"togglePopover", plain<&SimulatedProgram::togglePopover>},
+    {"clickOutside", plain<&SimulatedProgram::clickOutside>},
+    {"terminate", plain<&SimulatedProgram::terminate>},
+    {"toggleBreakdown", plain<&SimulatedProgram::toggleBreakdown>},
+    {"quitProcess", readQuitProcess, "pid"},
+    {"findSwapHolders", plain<&SimulatedProgram::findSwapHolders>},
+    {"describePopover", plain<&SimulatedProgram::describePopover>},
     {"previewReclaim", nullptr},
     {"runReclaim", nullptr},
     {"dismissPreview", nullptr},
@@ -31,26 +47,33 @@ constexpr Action kActions[] = {
     {"installPending", nullptr},
     {"relaunch", nullptr},
     {"dismissWhatsNew", nullptr},
-    {"describePopover", nullptr},
 };
 
-using Act = std::function<void(SimulatedProgram&)>;
-
-Act readAction(const JsonValue& value, const Document& /*document*/) {
+/// The action that the event's "do" names; none when it has no "do".
+const Action* actionOf(const JsonValue& event) {
+    if (!event.has("do")) {
+        return nullptr;
+    }
+    const JsonValue value = event.member("do");
     const std::string name = value.text();
     for (const Action& action : kActions) {
         if (action.name != name) {
             continue;
         }
-        if (action.act == nullptr) {
+        if (action.read == nullptr) {
             value.fail(kNotYet, name);
         }
-        return [act = action.act](SimulatedProgram& program) { (program.*act)(); };
+        return &action;
     }
     value.fail("is no known action", name);
 }
 
-Act readSet(const JsonValue& value, const Document& document) {
+Act readAction(const JsonValue& event, const Document& /*document*/) {
+    return actionOf(event)->read(event);
+}
+
+Act readSet(const JsonValue& event, const Document& document) {
+    const JsonValue value = event.member("set");
     return [change = readMachine(value, document)](SimulatedProgram& program) {
         MachineState machine = program.machine();
         change(machine);
@@ -60,7 +83,7 @@ Act readSet(const JsonValue& value, const Document& document) {
 /// The key that says what an event is. Without a reader: known, and not supported yet.
 struct Form {
     std::string_view key;
-    Act (*read)(const JsonValue& value, const Document& document);
+    Act (*read)(const JsonValue& event, const Document& document);
 };
 
 constexpr Form kForms[] = {
@@ -70,6 +93,7 @@ constexpr Form kForms[] = {
 
 ScenarioEvent readEvent(const JsonValue& value, const Document& document) {
     ScenarioEvent event;
+    const Action* action = actionOf(value);
     value.forEachMember([&](std::string_view key, const JsonValue& member) {
         if (key == "at") {
             event.at = readSeconds(member);
@@ -85,14 +109,12 @@ ScenarioEvent readEvent(const JsonValue& value, const Document& document) {
             if (event.act) {
                 member.fail("is a second form of one event");
             }
-            event.act = form.read(member, document);
+            event.act = form.read(value, document);
             return;
         }
-        // What an unsupported action takes is not the error to tell.
-        if (value.has("do")) {
-            readAction(value.member("do"), document);
+        if (action == nullptr || key != action->parameter) {
+            member.failAsUnknownKey();
         }
-        member.failAsUnknownKey();
     });
     value.member("at");
     if (!event.act) {

@@ -1,11 +1,15 @@
 #include "simulation/trace.h"
 
+#include <csignal>
 #include <utility>
 
 #include "core/json_writer.h"
+#include "core/snapshot.h"
 #include "core/snapshot_json.h"
 #include "platform/status_bar.h"
+#include "ui/content/content_json.h"
 #include "ui/content/palette.h"
+#include "ui/content/popover_content.h"
 
 namespace korvel::simulation {
 
@@ -35,8 +39,7 @@ void writeColour(JsonWriter& json, const platform::TitleRun& run) {
         return;
     }
     if (run.ink == platform::TitleInk::colour) {
-        for (const PaletteColor color : {PaletteColor::cyan, PaletteColor::pink, PaletteColor::good,
-                                         PaletteColor::warn, PaletteColor::bad}) {
+        for (const Ink color : {Ink::cyan, Ink::pink, Ink::good, Ink::warn, Ink::bad}) {
             if (rgb(color) == run.colour) {
                 json.value(name(color));
                 return;
@@ -91,6 +94,24 @@ void Trace::spawn(const std::string& executable, const std::vector<std::string>&
         json.member("executable", executable).key("arguments").beginArray();
         for (const std::string& argument : arguments) {
             json.value(std::string_view(argument));
+        }
+        json.endArray();
+    });
+}
+
+void Trace::signal(std::int32_t pid) {
+    line("signal", [&](JsonWriter& json) { json.member("pid", pid).member("signal", SIGTERM); });
+}
+
+void Trace::content(const PopoverContent& content) {
+    line("content", [&](JsonWriter& json) { writeContentMembers(json, content); });
+}
+
+void Trace::swapHolders(bool scanning, const std::vector<ProcInfo>& holders) {
+    line("swapHolders", [&](JsonWriter& json) {
+        json.member("scanning", scanning).key("holders").beginArray();
+        for (const ProcInfo& holder : holders) {
+            writeProcess(json, holder);
         }
         json.endArray();
     });

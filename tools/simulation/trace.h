@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -7,6 +8,8 @@
 
 namespace korvel {
 class JsonWriter;
+struct PopoverContent;
+struct ProcInfo;
 struct Snapshot;
 } // namespace korvel
 
@@ -29,6 +32,9 @@ class Trace {
     void wrote(std::string_view file, std::string_view bytes);
     void popover(bool shown);
     void spawn(const std::string& executable, const std::vector<std::string>& arguments);
+    void signal(std::int32_t pid); ///< the only one that is ever sent: SIGTERM
+    void content(const PopoverContent& content);
+    void swapHolders(bool scanning, const std::vector<ProcInfo>& holders);
     void exit(std::string_view reason);
 
   private:

@@ -43,6 +43,9 @@ std::string SimulatedProcesses::name(std::int32_t pid) {
 void SimulatedProcesses::terminate(std::int32_t pid) {
     note(fmt::format("terminate {}", pid));
     terminated.push_back(pid);
+    if (onTerminate) {
+        onTerminate(pid);
+    }
 }
 
 std::int32_t SimulatedProcesses::currentProcessIdentifier() {

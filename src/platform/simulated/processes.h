@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,7 +27,8 @@ class SimulatedProcesses final : public Processes, public Logging {
     std::vector<SimulatedProcess> table;
     bool listingFails = false;
     std::int32_t ownPid = 500;
-    std::vector<std::int32_t> terminated; ///< who was asked to end, in order
+    std::vector<std::int32_t> terminated;              ///< who was asked to end, in order
+    std::function<void(std::int32_t pid)> onTerminate; ///< called at each; may be empty
 
     /// The entry of `pid`, the first of several; null when there is none.
     const SimulatedProcess* find(std::int32_t pid) const;

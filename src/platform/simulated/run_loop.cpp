@@ -114,12 +114,14 @@ bool SimulatedRunLoop::turnAtThisInstant() {
         work = std::move(queue_.front());
         queue_.pop_front();
     } else if (!timers_.empty() && timers_.begin()->first.first <= now_) {
-        fire();
-        return true;
+        work = [this] { fire(); };
     } else {
         return false;
     }
     work();
+    if (onTurnEnd) {
+        onTurnEnd();
+    }
     return true;
 }
 

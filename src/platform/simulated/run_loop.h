@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <limits>
 #include <map>
 #include <memory>
@@ -25,6 +26,9 @@ class SimulatedRunLoop final : public RunLoop, public Logging {
     /// Runs `work` on the turn after this one, at the same instant.
     void background(Work work) override;
     void terminate() override;
+
+    /// Called at the end of each turn; may be empty.
+    std::function<void()> onTurnEnd;
 
     /// Lets `work` happen to the program from outside, `elapsed` seconds after the loop was made.
     void event(double elapsed, Work work);

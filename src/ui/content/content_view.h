@@ -25,6 +25,9 @@ class ContentView : public ObservableObject {
 
     PopoverContent content() const;
 
+    /// The model whose state the view shows.
+    Model& model() const { return *model_; }
+
     void toggleBreakdown();
     void findSwapHolders();
     /// Asks the process of that line to end; nothing when no line shows it any more.

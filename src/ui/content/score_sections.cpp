@@ -49,18 +49,22 @@ PopoverContent::Header headerOf(const Snapshot& snap, bool showBreakdown) {
     return header;
 }
 
+std::string pointsLost(double lost) {
+    constexpr double kNothing = 0.5;
+    return lost < kNothing ? "—" : fmt::format("−{:.0f}", lost);
+}
+
 std::vector<PopoverContent::FactorLine> breakdownOf(const Snapshot& snap) {
     constexpr double kFullBar = 26; // points; the largest weight
     constexpr double kBad = 8;
     constexpr double kWarn = 3;
-    constexpr double kNothing = 0.5;
     std::vector<PopoverContent::FactorLine> lines;
     for (const ScoreFactor& factor : snap.factorsBySeverity()) {
         const double lost = factor.lost();
         PopoverContent::FactorLine line;
         line.id = factor.id;
         line.name = factor.name;
-        line.lost = lost < kNothing ? "—" : fmt::format("−{:.0f}", lost);
+        line.lost = pointsLost(lost);
         line.barFraction = lost / kFullBar < 1 ? lost / kFullBar : 1;
         line.barColour = lost > kBad ? Ink::bad : lost > kWarn ? Ink::warn : Ink::good;
         line.lostColour = lost > kBad ? Ink::bad : Ink::secondary;

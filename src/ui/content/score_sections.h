@@ -10,6 +10,9 @@ struct Snapshot;
 
 PopoverContent::Header headerOf(const Snapshot& snap, bool showBreakdown);
 
+/// The points that a factor costs, as text: a dash for less than half a point.
+std::string pointsLost(double lost);
+
 std::vector<PopoverContent::FactorLine> breakdownOf(const Snapshot& snap);
 
 /// The alerts; without any, one line that says whether something needs attention.
