@@ -26,9 +26,9 @@ std::string fixture(const std::string& name) {
 }
 
 TEST(Statm, AnonymousMemoryIsResidentLessShared) {
-    EXPECT_EQ(parseStatm("40220 21112 3112 8 0 20220 0\n"), 18000U);
-    EXPECT_EQ(parseStatm("0 0 0 0 0 0 0\n"), 0U) << "a kernel thread or a zombie";
-    EXPECT_EQ(parseStatm("9 2 3\n"), 0U) << "the counters are not read at one instant";
+    EXPECT_EQ(parseStatm("40220 21112 3112 8 0 20220 0\n")->anonymous(), 18000U);
+    EXPECT_EQ(parseStatm("0 0 0 0 0 0 0\n"), Statm()) << "a kernel thread or a zombie";
+    EXPECT_EQ(parseStatm("9 2 3\n")->anonymous(), 0U) << "the counters are not read at one instant";
     for (const char* bad : {"", "\n", "1\n", "1 2\n", "1 2 3", "1 x 3 0 0 0 0\n", "1 2 -3 0\n",
                             "1 99999999999999999999 3\n"}) {
         EXPECT_FALSE(parseStatm(bad)) << '"' << bad << '"';
@@ -180,6 +180,56 @@ TEST_F(ProcessTree, StatusIsReadOnlyWhileSwapIsInUse) {
     processes_.listAllPids();
     processes_.physFootprint(5);
     EXPECT_EQ(calls_.paths.back(), "5/status");
+}
+
+TEST_F(ProcessTree, SwappedOutMemoryIsReadAgainWhenTheOtherFiguresChange) {
+    process(5, "p", 100, 40);
+    swap(1000, 10);
+    processes_.listAllPids();
+    EXPECT_EQ(processes_.physFootprint(5), 100 * kPage + 40 * kKiB);
+    process(5, "p", 90, 80);
+    processes_.listAllPids();
+    EXPECT_EQ(processes_.physFootprint(5), 90 * kPage + 80 * kKiB);
+}
+
+TEST_F(ProcessTree, SwappedOutMemoryIsReadAgainWithinTwelveListingsInAnyCase) {
+    constexpr int kListings = 12;
+    for (int pid = 1; pid <= kListings; ++pid) {
+        process(pid, "p", 100, 40);
+    }
+    swap(1000, 10);
+    for (const std::int32_t pid : processes_.listAllPids()) {
+        EXPECT_EQ(processes_.physFootprint(pid), 100 * kPage + 40 * kKiB);
+    }
+    for (int pid = 1; pid <= kListings; ++pid) {
+        process(pid, "p", 100, 80);
+    }
+    for (int listing = 1; listing <= kListings; ++listing) {
+        int renewed = 0;
+        for (const std::int32_t pid : processes_.listAllPids()) {
+            renewed += processes_.physFootprint(pid) == 100 * kPage + 80 * kKiB ? 1 : 0;
+        }
+        EXPECT_EQ(renewed, listing) << "one process in twelve at each";
+    }
+}
+
+TEST_F(ProcessTree, SwappedOutMemoryIsForgottenWithTheProcessAndWithTheSwap) {
+    process(5, "p", 100, 40);
+    swap(1000, 10);
+    processes_.listAllPids();
+    EXPECT_EQ(processes_.physFootprint(5), 100 * kPage + 40 * kKiB);
+    swap(1000, 1000);
+    processes_.listAllPids();
+    EXPECT_EQ(processes_.physFootprint(5), 100 * kPage);
+    process(5, "p", 100, 80);
+    swap(1000, 10);
+    processes_.listAllPids();
+    EXPECT_EQ(processes_.physFootprint(5), 100 * kPage + 80 * kKiB);
+    tree_.remove("proc/5");
+    processes_.listAllPids();
+    process(5, "q", 100, 7);
+    processes_.listAllPids();
+    EXPECT_EQ(processes_.physFootprint(5), 100 * kPage + 7 * kKiB);
 }
 
 TEST_F(ProcessTree, AProcessThatVanishesBetweenListingAndReadingHasNothing) {
