@@ -39,18 +39,18 @@ std::uint64_t bytesPerPage() {
 
 } // namespace
 
-std::optional<std::uint64_t> parseStatm(std::string_view text) {
+std::optional<Statm> parseStatm(std::string_view text) {
     std::optional<std::string_view> line = takeLine(text);
     if (!line) {
         return std::nullopt;
     }
-    const auto size = wholeNumber<std::uint64_t>(takeWord(*line)); // of the address space
+    const auto size = wholeNumber<std::uint64_t>(takeWord(*line));
     const auto resident = wholeNumber<std::uint64_t>(takeWord(*line));
     const auto shared = wholeNumber<std::uint64_t>(takeWord(*line));
     if (!size || !resident || !shared) {
         return std::nullopt;
     }
-    return *resident - std::min(*resident, *shared);
+    return Statm{*size, *resident, *shared};
 }
 
 void raiseDescriptorLimit() {
@@ -88,6 +88,7 @@ std::vector<std::int32_t> LinuxProcesses::listAllPids() {
     const std::optional<Meminfo> memory = text ? parseMeminfo(*text) : std::nullopt;
     const std::optional<SwapUsage> swap = memory ? swapUsage(*memory) : std::nullopt;
     swapInUse_ = swap && swap->xsu_used > 0;
+    ++listings_;
 
     // Both are in order: one pass carries the known processes over and drops those that are gone.
     std::vector<Process> present(pids.size());
@@ -102,9 +103,12 @@ std::vector<std::int32_t> LinuxProcesses::listAllPids() {
         } else {
             present[i].pid = pids[i];
         }
-        if (!swapInUse_ && present[i].status) {
-            present[i].status.reset();
-            --kept_;
+        if (!swapInUse_) {
+            present[i].seen = Statm();
+            if (present[i].status) {
+                present[i].status.reset();
+                --kept_;
+            }
         }
     }
     for (; known != processes_.end(); ++known) {
@@ -118,18 +122,29 @@ std::vector<std::int32_t> LinuxProcesses::listAllPids() {
 std::optional<std::uint64_t> LinuxProcesses::physFootprint(std::int32_t pid) {
     const std::lock_guard lock(mutex_);
     Process& process = find(pid);
-    const auto statm = read(process, &Process::statm, "statm");
-    const auto pages = statm ? parseStatm(*statm) : std::nullopt;
-    if (!pages) {
+    const auto text = read(process, &Process::statm, "statm");
+    const std::optional<Statm> statm = text ? parseStatm(*text) : std::nullopt;
+    if (!statm) {
         return std::nullopt;
     }
-    const std::uint64_t anonymous = *pages * bytesPerPage();
-    // Without an address space (a kernel thread, a zombie) nothing can be swapped out either.
-    if (!swapInUse_ || statm->substr(0, 2) == "0 ") {
-        return anonymous;
+    const std::uint64_t anonymous = statm->anonymous() * bytesPerPage();
+    return swapInUse_ ? anonymous + swappedOut(process, *statm) : anonymous;
+}
+
+std::uint64_t LinuxProcesses::swappedOut(Process& process, const Statm& statm) {
+    constexpr std::uint32_t kLongest = 12; // listings; spread over them by the pid
+    if (statm.size == 0) {
+        return 0; // without an address space nothing can be swapped out
     }
-    const auto status = read(process, &Process::status, "status");
-    return anonymous + (status ? parseVmSwap(*status).value_or(0) : 0);
+    const bool due = (listings_ + static_cast<std::uint32_t>(process.pid)) % kLongest == 0;
+    if (due || statm != process.seen) {
+        const auto status = read(process, &Process::status, "status");
+        const auto bytes = status ? parseVmSwap(*status) : std::nullopt;
+        // Not to be kept when it could not be read: a real process's figures are never all 0.
+        process.seen = bytes ? statm : Statm();
+        process.swapped = bytes.value_or(0);
+    }
+    return process.swapped;
 }
 
 std::string LinuxProcesses::name(std::int32_t pid) {
@@ -249,6 +264,7 @@ void LinuxProcesses::forget(Process& process) {
             --kept_;
         }
     }
+    process.seen = Statm();
     process.shortName.clear();
     process.longName.clear();
 }

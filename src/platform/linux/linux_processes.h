@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,9 +13,18 @@
 
 namespace korvel::platform {
 
-/// Anonymous memory by a process's statm: resident less shared, in pages. nullopt when the line is
-/// malformed; what follows the third number is passed over.
-std::optional<std::uint64_t> parseStatm(std::string_view text);
+/// The first figures of a process's statm, in pages. All 0 for a kernel thread and for a zombie.
+struct Statm {
+    std::uint64_t size = 0; ///< of the address space
+    std::uint64_t resident = 0;
+    std::uint64_t shared = 0; ///< of the resident ones, those that belong to files or are shared
+
+    std::uint64_t anonymous() const { return resident - (shared < resident ? shared : resident); }
+    bool operator==(const Statm&) const = default;
+};
+
+/// nullopt when the line is malformed; what follows the third number is passed over.
+std::optional<Statm> parseStatm(std::string_view text);
 
 /// Raises the number of files that the program may have open to the most that it is allowed, so
 /// that a descriptor can be kept for each process. To be called once, before the first sample.
@@ -30,7 +40,10 @@ void raiseDescriptorLimit();
 /// short, files are opened for each reading instead.
 ///
 /// The footprint is anonymous memory plus what of it is swapped out. Shared memory is in nobody's
-/// footprint, and what a fork shares with its parent is in both.
+/// footprint, and what a fork shares with its parent is in both. What is swapped out is in another
+/// file, which costs several times as much to read; while swap is in use, it is read when the
+/// process's other figures have changed, as they do when pages go out or come back, and at every
+/// twelfth listing in any case, for the few changes that they do not show.
 class LinuxProcesses final : public Processes {
   public:
     /// `root` is the folder that holds proc. At most `mostKept` descriptors are kept; 0 leaves it
@@ -53,11 +66,14 @@ class LinuxProcesses final : public Processes {
         FileDescriptor statm;
         FileDescriptor status;
         FileDescriptor comm;
-        std::string shortName; ///< the comm that `longName` was made for
+        Statm seen;                ///< when `swapped` was read
+        std::uint64_t swapped = 0; ///< bytes
+        std::string shortName;     ///< the comm that `longName` was made for
         std::string longName;
     };
 
     Process& find(std::int32_t pid);
+    std::uint64_t swappedOut(Process& process, const Statm& statm);
     std::optional<std::string_view> read(Process& process, FileDescriptor Process::*file,
                                          const char* name);
     std::optional<std::string_view> readSmall(int file);
@@ -73,6 +89,7 @@ class LinuxProcesses final : public Processes {
     std::size_t mostKept_;
     std::size_t kept_ = 0;
     bool swapInUse_ = false;
+    std::uint32_t listings_ = 0;
     std::vector<Process> processes_; ///< by pid
     std::size_t next_ = 0;           ///< in `processes_`: where the next question is expected
     std::string buffer_;
