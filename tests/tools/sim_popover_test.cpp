@@ -14,13 +14,11 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 /// Two processes of 2 and 1 GB that hold 300 MB and 1.5 GB in swap.
-constexpr const char* kMachine = R"("machine": {"processes": [
+constexpr const char* kMachine = R"json("machine": {"processes": [
     {"pid": 7, "name": "builder", "phys_footprint": 2147483648,
-     "vmmap": "Writable regions: Total=1G swapped_out=300M(1%)"
-},
+     "vmmap": "Writable regions: Total=1G swapped_out=300M(1%)"},
     {"pid": 500, "name": "korvel", "phys_footprint": 1073741824,
-     "vmmap": "Writable regions: swapped_out=1.5G"}]
-})";
+     "vmmap": "Writable regions: swapped_out=1.5G"}]})json";
 
 TraceLines runWith(std::string_view events, double until = 4) {
     return runScenario(
@@ -39,7 +37,7 @@ TEST(SimPopover, DescribesWhatItShowsInTheOrderOfThePopover) {
     EXPECT_EQ(content.json("/rows/1"),
               R"({"label":"MEMORY","pct":43.75,"percentText":"43%","barFraction":0.4375,)"
               R"("detail":"9.0 GB free to use · macOS is comfortable","colour":"good",)"
-              R"("spark":[[0.0,0.0],[44.0,0.0]]})");
+              R"("spark":[[0,0],[44,0]]})");
     EXPECT_EQ(content.json("/rows/2/spark"), "null");
     EXPECT_EQ(content.json("/swapHolders"), R"({"button":"what's holding it"})");
     EXPECT_EQ(content.json("/heaviest"),
