@@ -34,7 +34,8 @@ std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& histor
 
 /// The newest `kHistoryCap` points of a file. Empty when any of it is not an array of arrays of
 /// numbers; elements beyond a row's third are ignored. Fatal: a kept row with fewer than three.
-/// Takes the text itself, because the reader wants room behind it: a text that has it is not copied.
+/// Takes the text itself, because the reader wants room behind it: a text that has it is not
+/// copied.
 std::vector<HistoryPoint> decodeHistory(std::string text);
 
 } // namespace korvel

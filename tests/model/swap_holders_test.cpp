@@ -116,8 +116,8 @@ TEST_F(SwapHolders, TheListIsWrittenBeforeTheSearchIsOver) {
     addProcess(1, "one", 1, 1);
     model->findSwapHolders();
     std::vector<std::pair<std::size_t, bool>> seen; // listed, scanning, before each change
-    const Observation observation =
-        model->observe([&] { seen.emplace_back(model->swapHolders->size(), *model->scanningSwap); });
+    const Observation observation = model->observe(
+        [&] { seen.emplace_back(model->swapHolders->size(), *model->scanningSwap); });
     settle();
     EXPECT_THAT(seen, ElementsAre(std::pair(0U, true), std::pair(1U, true)));
     EXPECT_FALSE(*model->scanningSwap);

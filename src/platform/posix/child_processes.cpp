@@ -61,8 +61,12 @@ class SpawnSetup {
 #endif
     }
 
-    const posix_spawn_file_actions_t* actions() const { return &actions_; }
-    const posix_spawnattr_t* attributes() const { return &attributes_; }
+    const posix_spawn_file_actions_t* actions() const {
+        return &actions_;
+    }
+    const posix_spawnattr_t* attributes() const {
+        return &attributes_;
+    }
 
   private:
     posix_spawn_file_actions_t actions_{};
