@@ -1,0 +1,132 @@
+#!/usr/bin/python3
+"""Measures whole programs in one run: Korvel in the tray of a private desktop, and other monitors
+that refresh as often, each for the same time. Prints JSON.
+
+    whole_programs.py BUILD-FOLDER [SECONDS]
+"""
+
+import json
+import os
+import subprocess
+import sys
+import time
+
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+sys.path.insert(0, os.path.join(ROOT, "tests", "desktop"))
+
+from desktop import Desktop, wait_for  # noqa: E402
+
+TICK = os.sysconf("SC_CLK_TCK")
+CONKY = """conky.config = {out_to_x = false, out_to_console = true, update_interval = 5}
+conky.text = [[${cpu}% ${mem} ${swap} ${fs_free /} ${loadavg 1} ${uptime_short}
+${top_mem name 1} ${top_mem mem_res 1}
+${top_mem name 2} ${top_mem mem_res 2}
+${top_mem name 3} ${top_mem mem_res 3}
+${top_mem name 4} ${top_mem mem_res 4}
+${top_mem name 5} ${top_mem mem_res 5}]]
+"""
+
+
+def cpu_seconds(pid):
+    """Processor time, to the nanosecond: of all threads of the process."""
+    total = 0
+    for thread in os.listdir(f"/proc/{pid}/task"):
+        with open(f"/proc/{pid}/task/{thread}/schedstat", encoding="ascii") as file:
+            total += int(file.read().split()[0])
+    return total / 1e9
+
+
+def wake_ups(pid):
+    """How often its threads gave up the processor of themselves: each time to be woken again."""
+    total = 0
+    for thread in os.listdir(f"/proc/{pid}/task"):
+        with open(f"/proc/{pid}/task/{thread}/status", encoding="ascii") as file:
+            for line in file:
+                if line.startswith("voluntary_ctxt_switches"):
+                    total += int(line.split()[1])
+    return total
+
+
+def memory_mib(pid):
+    """Resident and private dirty memory."""
+    with open(f"/proc/{pid}/smaps_rollup", encoding="ascii") as file:
+        sizes = {line.split(":")[0]: int(line.split()[1]) for line in file if line.endswith("kB\n")}
+    return sizes["Rss"] / 1024, sizes["Private_Dirty"] / 1024
+
+
+def idle(pid, seconds):
+    before, woken = cpu_seconds(pid), wake_ups(pid)
+    time.sleep(seconds)
+    resident, dirty = memory_mib(pid)
+    return {"cpu_ms_per_refresh": (cpu_seconds(pid) - before) * 1000 / (seconds / 5),
+            "wake_ups_per_minute": (wake_ups(pid) - woken) * 60 / seconds,
+            "resident_mib": resident, "private_dirty_mib": dirty}
+
+
+def launch_ms(place, program):
+    """From start to the item with its first title on the bus; the median of five."""
+    times = []
+    for _ in range(5):
+        started = time.monotonic()
+        process = place.spawn([program])
+        while not place.items():
+            pass
+        times.append((time.monotonic() - started) * 1000)
+        place.end(process)
+        wait_for("the tray without it", lambda: not place.items())
+    # Asking the bus is itself a process that is started: half of what one question takes is added.
+    started = time.monotonic()
+    place.items()
+    question = (time.monotonic() - started) * 1000
+    return sorted(times)[2], question
+
+
+def main():
+    build = sys.argv[1]
+    seconds = int(sys.argv[2]) if len(sys.argv) > 2 else 60
+    program = os.path.join(build, "bin", "korvel")
+    result = {}
+    with Desktop() as place:
+        place.start_panel("xfce4-panel")
+        result["launch_ms"], result["question_ms"] = launch_ms(place, program)
+        process = place.spawn([program])
+        wait_for("the item", place.items)
+        config = os.path.join(place.folder, "conky.lua")
+        with open(config, "w", encoding="utf-8") as file:
+            file.write(CONKY)
+        others = {"top": place.spawn(["top", "-b", "-d", "5"]),
+                  "conky": place.spawn(["conky", "-c", config])}
+        time.sleep(12)
+        # All at the same time, so that all see the same machine.
+        before = {name: cpu_seconds(p.pid) for name, p in others.items()}
+        result["korvel"] = idle(process.pid, seconds)
+        for name, p in others.items():
+            resident, dirty = memory_mib(p.pid)
+            result[name] = {
+                "cpu_ms_per_refresh": (cpu_seconds(p.pid) - before[name]) * 1000 / (seconds / 5),
+                "resident_mib": resident, "private_dirty_mib": dirty}
+        for times in (1, 9):
+            for _ in range(times):
+                place.activate()
+                wait_for("the popover", place.popover)
+                time.sleep(0.5)
+                place.activate()
+                wait_for("it closed", lambda: not place.popover())
+                time.sleep(0.5)
+            time.sleep(12)  # the views' memory goes back a while after they close
+            result[f"after_{1 if times == 1 else 10}_openings"] = dict(
+                zip(("resident_mib", "private_dirty_mib"), memory_mib(process.pid)))
+    scenario = os.path.join(build, "day.json")
+    with open(scenario, "w", encoding="utf-8") as file:
+        json.dump({"until": 86400}, file)
+    started = time.monotonic()
+    with open(os.devnull, "w", encoding="ascii") as nothing:
+        subprocess.run([os.path.join(build, "bin", "korvel-sim"), scenario], stdout=nothing,
+                       check=True)
+    result["sim_day_s"] = time.monotonic() - started
+    result["processes"] = sum(name.isdigit() for name in os.listdir("/proc"))
+    json.dump(result, sys.stdout)
+
+
+if __name__ == "__main__":
+    main()
