@@ -312,9 +312,12 @@ def popover_shows_the_score():
         place.click(*middle(wait_for_icon(place)))
         window = opened(place)
         time.sleep(0.5)
-        picture = place.screenshot().crop(*geometry(place, window))
-        tile = picture.box(PALETTE)
-        check(tile and tile[2] == 56 and tile[3] == 56, f"the score's tile is {tile}")
+        x, y, width, _ = geometry(place, window)
+        equal(width, 340, "width")
+        # The dial: 56 wide, behind a padding of 16 at the left and of 14 at the top.
+        arc = place.screenshot().crop(x + 16, y + 14, 56, 56).box(PALETTE)
+        check(arc and arc[1] <= 1, f"the arc of the score is at {arc}: not from twelve o'clock")
+        check(arc[0] + arc[2] >= 54, f"the arc of the score is at {arc}: not clockwise")
 
 
 @case("xfce4-panel")
