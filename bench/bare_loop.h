@@ -4,8 +4,8 @@
 extern "C" {
 #endif
 
-/* One sample's reads and nothing else, in plain C: descriptors are kept, files are read by pread, the
-   process table is listed through a kept directory. What a sample cannot be faster than. */
+/* One sample's reads and nothing else, in plain C: descriptors are kept, files are read by pread,
+   the process table is listed through a kept directory. What a sample cannot be faster than. */
 
 /* Opens what stays open. 0 on failure. */
 int bare_loop_open(void);
