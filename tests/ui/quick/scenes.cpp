@@ -8,10 +8,10 @@ namespace korvel {
 namespace {
 
 std::vector<ProcInfo> usualProcesses() {
-    return {{4120, "firefox", 3.42},
-            {2210, "gnome-shell", 1.18},
-            {5033, "clangd", 0.97},
-            {6120, "thunderbird", 0.61},
+    return {{4120, "browser", 3.42},
+            {2210, "desktop-shell", 1.18},
+            {5033, "code-index", 0.97},
+            {6120, "mail", 0.61},
             {500, "korvel", 0.05}};
 }
 
@@ -84,9 +84,9 @@ Snapshot strainedReading() {
     s.diskFreeGB = 8.2;
     s.diskPct = 97;
     s.thermal = ThermalState::serious;
-    s.topProcs = {{4120, "firefox", 9.31},
-                  {5033, "clangd", 2.20},
-                  {2210, "gnome-shell", 1.18},
+    s.topProcs = {{4120, "browser", 9.31},
+                  {5033, "code-index", 2.20},
+                  {2210, "desktop-shell", 1.18},
                   {500, "korvel", 0.05}};
     return s;
 }
@@ -135,9 +135,9 @@ const std::vector<Scene>& scenes() {
         {"scan_done",
          [](Stage& stage) {
              stage.show(fairReading());
-             stage.model->swapHolders = {{4120, "firefox", 1.42},
-                                         {6120, "thunderbird", 0.61},
-                                         {2210, "gnome-shell", 0.3},
+             stage.model->swapHolders = {{4120, "browser", 1.42},
+                                         {6120, "mail", 0.61},
+                                         {2210, "desktop-shell", 0.3},
                                          {500, "korvel", 0.05}};
          }},
         {"hostile_names",
