@@ -1,0 +1,21 @@
+#pragma once
+
+#include "platform/status_bar.h"
+
+namespace korvel {
+
+/// The least contrast of text that is to be read, by the Web Content Accessibility Guidelines.
+inline constexpr double kReadableContrast = 4.5;
+
+/// The relative luminance of an sRGB colour: 0 black to 1 white.
+double relativeLuminance(const platform::Colour& colour);
+
+/// The contrast ratio of two colours, whichever is the lighter: 1 equal to 21 black on white.
+double contrastRatio(const platform::Colour& a, const platform::Colour& b);
+
+/// `colour` for text on `ground`: itself where it is readable there, else the same hue and
+/// saturation darkened just until it has `kReadableContrast`, in steps of a screen's 256 levels.
+/// Black where `ground` is too dark for any darker shade.
+platform::Colour readableOn(const platform::Colour& ground, const platform::Colour& colour);
+
+} // namespace korvel

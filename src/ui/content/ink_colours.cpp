@@ -1,0 +1,45 @@
+#include "ui/content/ink_colours.h"
+
+#include "ui/content/contrast.h"
+
+namespace korvel {
+
+namespace {
+
+platform::Colour fromLevels(int red, int green, int blue) {
+    constexpr double kLevels = 255;
+    return {red / kLevels, green / kLevels, blue / kLevels};
+}
+
+} // namespace
+
+platform::Colour groundColour(Appearance appearance) {
+    return appearance == Appearance::dark ? fromLevels(0x1f, 0x20, 0x23)
+                                          : fromLevels(0xf8, 0xf8, 0xfa);
+}
+
+platform::Colour fillColour(Ink ink, Appearance appearance) {
+    const bool dark = appearance == Appearance::dark;
+    switch (ink) {
+    case Ink::primary:
+        return dark ? fromLevels(0xf3, 0xf3, 0xf6) : fromLevels(0x1c, 0x1c, 0x20);
+    case Ink::secondary:
+        return dark ? fromLevels(0xad, 0xae, 0xb6) : fromLevels(0x5f, 0x60, 0x69);
+    case Ink::tertiary:
+        return dark ? fromLevels(0x85, 0x86, 0x90) : fromLevels(0x7e, 0x7f, 0x89);
+    case Ink::cyan:
+    case Ink::pink:
+    case Ink::good:
+    case Ink::warn:
+    case Ink::bad:
+        break;
+    }
+    return rgb(ink);
+}
+
+platform::Colour textColour(Ink ink, Appearance appearance) {
+    const platform::Colour colour = fillColour(ink, appearance);
+    return ink == Ink::tertiary ? colour : readableOn(groundColour(appearance), colour);
+}
+
+} // namespace korvel
