@@ -47,7 +47,7 @@ OUTSIDE = {
     "model": [re.compile(r"^fmt/"), re.compile(r"^simdjson\.h$")],
     "update": [re.compile(r"^fmt/"), re.compile(r"^simdjson\.h$")],
     "ui/content": [re.compile(r"^fmt/")],
-    "ui/quick": [QT],
+    "ui/quick": [QT, re.compile(r"^fmt/")],
     "app": [re.compile(r"^fmt/")],
 }
 

@@ -10,8 +10,9 @@ namespace korvel {
 /// The program's badge: a shield with one heartbeat in it, drawn on a grid of 48 units.
 struct ShieldMark {
     static constexpr double kGrid = 48;
-    static constexpr double kOutlineWidth = 3.4; ///< units; butt caps, round joins, miter limit 10
-    static constexpr double kTraceWidth = 3.8;   ///< units; round caps, round joins, miter limit 10
+    static constexpr double kOutlineWidth = 3.4; ///< units; butt caps, round joins
+    static constexpr double kTraceWidth = 3.8;   ///< units; round caps, round joins
+    static constexpr double kMiterLimit = 10;
 
     /// A cubic curve to `to`, or a straight line where both control points are its ends.
     struct Segment {

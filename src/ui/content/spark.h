@@ -14,10 +14,14 @@ struct Spark {
     static constexpr std::size_t kPoints = 60;
     static constexpr double kLowestTop = 20; ///< keeps a quiet series low in its box
     static constexpr Size kFrame{44, 14};
+    static constexpr double kLineWidth = 1.3; ///< logical pixels; butt caps, round joins
+    static constexpr double kMiterLimit = 10;
+    static constexpr double kOpacity = 0.85;
 
     Ink colour = Ink::cyan;
     std::vector<double> values; ///< oldest first, at most `kPoints`
 
+    Spark() = default;
     /// Takes the newest entries of `points` by count, whatever their times.
     Spark(const std::vector<HistoryPoint>& points, Ink strokeColour,
           const std::function<double(const HistoryPoint&)>& value);

@@ -1,0 +1,33 @@
+import QtQuick
+import Korvel
+
+// What each factor takes from the score.
+Section {
+    id: section
+
+    required property PopoverBridge content
+
+    bottomPadding: Theme.breakdownBottom
+    spacing: Theme.factorSpacing
+
+    Repeater {
+        model: section.content.breakdown
+
+        FactorLine {
+            width: section.innerWidth
+        }
+    }
+
+    Label {
+        objectName: "footnote"
+        width: section.innerWidth
+        leftPadding: Theme.detailIndent
+        topPadding: Theme.footnoteTop
+        color: Inks.texts.of("tertiary")
+        font: Theme.footnote
+        text: section.content.footnote
+        Accessible.ignored: false
+        Accessible.name: text
+        Accessible.role: Accessible.StaticText
+    }
+}

@@ -1,0 +1,149 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Templates as T
+import Korvel
+
+// The popover's content: its sections under one another, which scroll where they are taller than
+// the view.
+FocusScope {
+    id: root
+
+    required property PopoverBridge content
+
+    property alias animated: header.animated
+    readonly property real contentHeight: column.implicitHeight
+
+    implicitWidth: Theme.popoverWidth
+    implicitHeight: contentHeight
+
+    Keys.onDownPressed: flickable.scrollBy(40)
+    Keys.onUpPressed: flickable.scrollBy(-40)
+    Keys.onPressed: event => {
+        const page = flickable.height - 40;
+        if (event.key === Qt.Key_PageDown) {
+            flickable.scrollBy(page);
+        } else if (event.key === Qt.Key_PageUp) {
+            flickable.scrollBy(-page);
+        } else if (event.key === Qt.Key_Home) {
+            flickable.scrollBy(-flickable.contentHeight);
+        } else if (event.key === Qt.Key_End) {
+            flickable.scrollBy(flickable.contentHeight);
+        } else {
+            return;
+        }
+        event.accepted = true;
+    }
+
+    Flickable {
+        id: flickable
+
+        // Moves the content up by that many pixels, as far as there is content.
+        function scrollBy(distance: real) {
+            const furthest = Math.max(0, contentHeight - height);
+            contentY = Math.max(0, Math.min(furthest, contentY + distance));
+        }
+
+        // Brings a piece of the content that has got the keyboard into sight.
+        function reveal(item: Item) {
+            const margin = 12;
+            const top = item.mapToItem(contentItem, 0, 0).y;
+            if (top - margin < contentY) {
+                scrollBy(top - margin - contentY);
+            } else if (top + item.height + margin > contentY + height) {
+                scrollBy(top + item.height + margin - contentY - height);
+            }
+        }
+
+        objectName: "scroll"
+        anchors.fill: parent
+        boundsBehavior: Flickable.StopAtBounds
+        clip: interactive
+        contentHeight: column.implicitHeight
+        contentWidth: width
+        interactive: contentHeight > height
+        onContentHeightChanged: scrollBy(0)
+        onHeightChanged: scrollBy(0)
+
+        Connections {
+            target: root.Window.window
+
+            function onActiveFocusItemChanged() {
+                const item = root.Window.activeFocusItem;
+                for (let parent = item; parent; parent = parent.parent) {
+                    if (parent === column) {
+                        flickable.reveal(item);
+                        return;
+                    }
+                }
+            }
+        }
+
+        T.ScrollBar.vertical: T.ScrollBar {
+            id: scrollBar
+
+            padding: 2
+            implicitWidth: 8
+            minimumSize: 0.1
+            policy: flickable.interactive ? T.ScrollBar.AlwaysOn : T.ScrollBar.AlwaysOff
+            visible: flickable.interactive
+
+            contentItem: Rectangle {
+                antialiasing: true
+                color: Theme.track(scrollBar.hovered || scrollBar.pressed ? 0.45 : 0.22)
+                radius: width / 2
+            }
+        }
+
+        Column {
+            id: column
+
+            width: root.width
+
+            ScoreHeader {
+                id: header
+
+                content: root.content
+            }
+
+            Breakdown {
+                objectName: "breakdown"
+                content: root.content
+                visible: root.content.breakdownShown
+            }
+
+            Divider {}
+
+            Section {
+                id: status
+
+                objectName: "status"
+                bottomPadding: Theme.statusPadding
+                spacing: Theme.statusSpacing
+                topPadding: Theme.statusPadding
+
+                Repeater {
+                    model: root.content.status
+
+                    StatusLine {
+                        width: status.innerWidth
+                    }
+                }
+            }
+
+            Divider {}
+
+            MetricRows {
+                objectName: "rows"
+                content: root.content
+            }
+
+            Divider {}
+
+            HeaviestList {
+                objectName: "heaviest"
+                content: root.content
+            }
+        }
+    }
+}

@@ -1,0 +1,81 @@
+import QtQuick
+import Korvel
+
+// What one factor costs, and why.
+Column {
+    id: line
+
+    required property string name
+    required property string lost
+    required property real barFraction
+    required property string barColour
+    required property string lostColour
+    required property string detail
+
+    spacing: 2
+
+    Accessible.role: Accessible.StaticText
+    Accessible.name: name + " " + lost + ", " + detail
+
+    Item {
+        width: line.width
+        height: Math.max(nameLabel.height, points.height)
+
+        Label {
+            id: nameLabel
+
+            objectName: "name"
+            width: Theme.captionWidth
+            anchors.verticalCenter: parent.verticalCenter
+            color: Inks.texts.of("primary")
+            font: Theme.factorName
+            text: line.name
+        }
+
+        GaugeBar {
+            objectName: "bar"
+            anchors {
+                left: nameLabel.right
+                leftMargin: Theme.rowLineSpacing
+                right: pointsFrame.left
+                rightMargin: Theme.rowLineSpacing
+                verticalCenter: parent.verticalCenter
+            }
+            height: Theme.barHeight
+            colour: Inks.fills.of(line.barColour)
+            fraction: line.barFraction
+            shortest: Theme.shortestFactorBar
+            trackColour: Theme.track(Theme.factorTrackOpacity)
+        }
+
+        Item {
+            id: pointsFrame
+
+            objectName: "points"
+            width: Theme.pointsWidth
+            height: parent.height
+            anchors.right: parent.right
+
+            Digits {
+                id: points
+
+                anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
+                colour: Inks.texts.of(line.lostColour)
+                font: Theme.factorPoints
+                text: line.lost
+            }
+        }
+    }
+
+    Label {
+        objectName: "detail"
+        width: line.width
+        leftPadding: Theme.detailIndent
+        color: Inks.texts.of("tertiary")
+        font: Theme.factorDetail
+        maximumLineCount: 2
+        text: line.detail
+        wrapMode: Text.Wrap
+    }
+}

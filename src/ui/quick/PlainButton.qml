@@ -1,0 +1,44 @@
+import QtQuick
+import QtQuick.Templates as T
+import Korvel
+
+// A button without a frame. It shows that it has the keyboard, and while the pointer rests on it,
+// its tip.
+T.AbstractButton {
+    id: button
+
+    property string tip
+
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
+    leftInset: -Theme.focusReach
+    rightInset: -Theme.focusReach
+    topInset: -Theme.focusReach
+    bottomInset: -Theme.focusReach
+    focusPolicy: Qt.TabFocus
+    hoverEnabled: true
+
+    Accessible.role: Accessible.Button
+    Accessible.description: tip
+    // The press that the toolkit offers by itself says that it was done and does nothing.
+    Accessible.onPressAction: clicked()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
+
+    background: Rectangle {
+        border.color: Inks.texts.of("cyan")
+        border.width: Theme.focusRing
+        color: "transparent"
+        radius: Theme.focusRadius
+        visible: button.visualFocus
+    }
+
+    Loader {
+        active: button.tip !== "" && button.hovered
+
+        sourceComponent: Tip {
+            target: button
+            text: button.tip
+        }
+    }
+}

@@ -1,0 +1,84 @@
+import QtQuick
+import Korvel
+
+// A process, what it holds, and the button that ends it.
+Item {
+    id: line
+
+    required property int pid
+    required property string name
+    required property string size
+    required property bool canQuit
+    required property string tip
+
+    required property font nameFont
+    required property font sizeFont
+    property bool marked: false
+
+    signal quit(pid: int)
+
+    implicitHeight: Theme.processHeight
+
+    Accessible.role: Accessible.ListItem
+    Accessible.name: name + ", " + size
+
+    Item {
+        id: frame
+
+        objectName: "mark"
+        width: line.marked ? Theme.markFrame : 0
+        height: line.height
+
+        Rectangle {
+            width: Theme.markSize
+            height: Theme.markSize
+            anchors.verticalCenter: parent.verticalCenter
+            antialiasing: true
+            color: Inks.fills.of("cyan")
+            opacity: Theme.markOpacity
+            radius: Theme.markSize / 2
+            visible: line.marked
+        }
+    }
+
+    Label {
+        objectName: "name"
+        anchors {
+            left: frame.right
+            right: amount.left
+            rightMargin: Theme.rowLineSpacing
+            baseline: amount.baseline
+        }
+        clip: true // signs stacked on a letter would reach into the lines above and below
+        color: Inks.texts.of("primary")
+        font: line.nameFont
+        text: line.name
+    }
+
+    Digits {
+        id: amount
+
+        objectName: "size"
+        anchors {
+            right: parent.right
+            rightMargin: Theme.quitSize - Theme.quitReach + Theme.rowLineSpacing - Theme.quitReach
+            verticalCenter: parent.verticalCenter
+        }
+        colour: Inks.texts.of("secondary")
+        font: line.sizeFont
+        text: line.size
+    }
+
+    QuitButton {
+        objectName: "quit"
+        anchors {
+            right: parent.right
+            rightMargin: -Theme.quitReach
+            verticalCenter: parent.verticalCenter
+        }
+        processName: line.name
+        tip: line.tip
+        visible: line.canQuit
+        onClicked: line.quit(line.pid)
+    }
+}

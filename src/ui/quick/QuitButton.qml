@@ -1,0 +1,26 @@
+import QtQuick
+import Korvel
+
+// Ends the process of its line.
+PlainButton {
+    id: button
+
+    required property string processName
+
+    width: Theme.quitSize
+    height: Theme.quitSize
+    leftInset: 0
+    rightInset: 0
+    topInset: 0
+    bottomInset: 0
+    Accessible.name: "Quit " + processName
+
+    contentItem: Item {
+        Symbol {
+            anchors.centerIn: parent
+            colour: button.down || button.hovered ? Inks.fills.of("bad") : Inks.fills.of("tertiary")
+            name: "xmark.circle.fill"
+            size: Theme.quitSymbol
+        }
+    }
+}

@@ -1,0 +1,47 @@
+import QtQuick
+import Korvel
+
+// The score as a number within an arc. A change of the score is seen to happen.
+Item {
+    id: dial
+
+    required property int score
+    required property string scoreText
+    required property string inkName
+
+    // Not while the popover is being filled for its opening.
+    property bool animated: true
+
+    implicitWidth: Theme.dialSize
+    implicitHeight: Theme.dialSize
+
+    Accessible.role: Accessible.StaticText
+    Accessible.name: "Health score " + scoreText
+
+    Dial {
+        objectName: "arc"
+        anchors.fill: parent
+        colour: Inks.fills.of(dial.inkName)
+        fraction: dial.score / 100
+        lineWidth: Theme.dialLineWidth
+        trackColour: Theme.track(Theme.dialTrackOpacity)
+
+        Behavior on fraction {
+            enabled: dial.animated
+
+            NumberAnimation {
+                duration: Theme.scoreAnimation
+                easing.type: Easing.BezierSpline
+                easing.bezierCurve: Theme.easeOut
+            }
+        }
+    }
+
+    Digits {
+        objectName: "number"
+        anchors.centerIn: parent
+        colour: Inks.texts.of(dial.inkName)
+        font: Theme.dialNumber
+        text: dial.scoreText
+    }
+}

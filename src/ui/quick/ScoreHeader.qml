@@ -1,0 +1,71 @@
+import QtQuick
+import Korvel
+
+// The score, its verdict, and the machine that they are about.
+Item {
+    id: header
+
+    required property PopoverBridge content
+
+    property bool animated: true
+
+    implicitWidth: Theme.popoverWidth
+    implicitHeight: Theme.headerTop + Math.max(dial.height, column.height) + Theme.headerBottom
+
+    ScoreDial {
+        id: dial
+
+        x: Theme.sidePadding
+        y: Theme.headerTop + Math.round((column.height - height) / 2)
+        animated: header.animated
+        inkName: header.content.scoreColour
+        score: header.content.score
+        scoreText: header.content.scoreText
+    }
+
+    Column {
+        id: column
+
+        x: dial.x + dial.width + Theme.headerSpacing
+        y: Theme.headerTop + Math.max(0, Math.round((dial.height - height) / 2))
+        width: header.width - x - Theme.sidePadding
+        spacing: Theme.headerLineSpacing
+
+        Label {
+            objectName: "verdict"
+            width: column.width
+            color: Inks.texts.of(header.content.scoreColour)
+            font: Theme.verdict
+            text: header.content.verdict
+            Accessible.ignored: false
+            Accessible.name: text
+            Accessible.role: Accessible.StaticText
+        }
+
+        Label {
+            objectName: "machineLine"
+            width: column.width
+            color: Inks.texts.of("secondary")
+            font: Theme.machineLine
+            text: header.content.line
+            Accessible.ignored: false
+            Accessible.name: text
+            Accessible.role: Accessible.StaticText
+        }
+
+        Item {
+            width: column.width
+            height: Theme.toggleTop + toggle.height
+
+            BreakdownToggle {
+                id: toggle
+
+                objectName: "toggle"
+                y: Theme.toggleTop
+                open: header.content.breakdownShown
+                text: header.content.toggle
+                onClicked: header.content.toggleBreakdown()
+            }
+        }
+    }
+}

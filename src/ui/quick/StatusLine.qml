@@ -1,0 +1,49 @@
+import QtQuick
+import Korvel
+
+// One sentence about the machine's state, behind its symbol.
+Item {
+    id: line
+
+    required property string symbol
+    required property string colour
+    required property string words
+    required property string textStyle
+
+    implicitHeight: Math.max(mark.height, label.height)
+
+    Accessible.role: Accessible.StaticText
+    Accessible.name: words
+
+    FontMetrics {
+        id: metrics
+
+        font: Theme.status
+    }
+
+    Symbol {
+        id: mark
+
+        objectName: "symbol"
+        // Centred in a fixed place, so that the sentences begin on one line; beside the first line.
+        x: Math.round((frame - width) / 2)
+        y: Math.max(0, Math.round((metrics.height - height) / 2))
+        colour: Inks.fills.of(line.colour)
+        name: line.symbol
+        size: line.textStyle === "primary" ? Theme.alertSymbol : Theme.calmSymbol
+
+        readonly property real frame: 14
+    }
+
+    Label {
+        id: label
+
+        x: mark.frame + Theme.symbolSpacing
+        width: line.width - x
+        color: Inks.texts.of(line.textStyle)
+        font: Theme.status
+        maximumLineCount: 4
+        text: line.words
+        wrapMode: Text.Wrap
+    }
+}

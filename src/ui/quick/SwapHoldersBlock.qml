@@ -1,0 +1,73 @@
+import QtQuick
+import Korvel
+
+// What holds the swap: a button that looks for it, then the processes that were found.
+Column {
+    id: block
+
+    required property PopoverBridge content
+
+    readonly property real innerWidth: width - leftPadding - rightPadding
+
+    topPadding: Theme.holdersTop
+    bottomPadding: Theme.holdersBottom
+    leftPadding: Theme.holdersPadding
+    rightPadding: Theme.holdersPadding
+
+    PlainButton {
+        id: button
+
+        readonly property color ink: Inks.texts.of(hovered || down ? "primary" : "secondary")
+
+        objectName: "findSwapHolders"
+        text: block.content.swapButton
+        visible: text !== ""
+        Accessible.name: text
+        onClicked: block.content.findSwapHolders()
+
+        contentItem: Row {
+            spacing: Theme.chevronSpacing
+
+            Symbol {
+                anchors.verticalCenter: parent.verticalCenter
+                bold: true
+                colour: button.ink
+                name: "chevron.right"
+                size: Theme.holdersSymbol
+                visible: !block.content.scanningSwap
+            }
+
+            Label {
+                color: button.ink
+                font: Theme.holdersButton
+                text: button.text
+            }
+        }
+    }
+
+    Repeater {
+        model: block.content.swapHolders
+
+        ProcessLine {
+            width: block.innerWidth
+            nameFont: Theme.holderName
+            sizeFont: Theme.holderSize
+            onQuit: pid => block.content.quitProcess(pid)
+        }
+    }
+
+    Label {
+        objectName: "note"
+        width: block.innerWidth
+        color: Inks.texts.of("tertiary")
+        font: Theme.holdersNote
+        maximumLineCount: 2
+        text: block.content.swapNote
+        topPadding: 2
+        visible: text !== ""
+        wrapMode: Text.Wrap
+        Accessible.ignored: false
+        Accessible.name: text
+        Accessible.role: Accessible.StaticText
+    }
+}

@@ -1,0 +1,57 @@
+#include "ui/quick/dial_item.h"
+
+#include <algorithm>
+
+#include <QPainter>
+
+namespace korvel {
+
+void DialItem::setFraction(qreal fraction) {
+    if (fraction_ == fraction) {
+        return;
+    }
+    fraction_ = fraction;
+    update();
+    Q_EMIT fractionChanged();
+}
+
+void DialItem::setTrackColour(const QColor& colour) {
+    if (trackColour_ == colour) {
+        return;
+    }
+    trackColour_ = colour;
+    update();
+    Q_EMIT trackColourChanged();
+}
+
+void DialItem::setLineWidth(qreal width) {
+    if (lineWidth_ == width) {
+        return;
+    }
+    lineWidth_ = width;
+    update();
+    Q_EMIT lineWidthChanged();
+}
+
+void DialItem::paint(QPainter* painter) {
+    const qreal side = std::min(width(), height()) - lineWidth_;
+    const QRectF ring((width() - side) / 2, (height() - side) / 2, side, side);
+    painter->setBrush(Qt::NoBrush);
+    painter->setPen(QPen(trackColour_, lineWidth_));
+    painter->drawEllipse(ring);
+    if (!(fraction_ > 0)) {
+        return; // round caps would leave a dot
+    }
+    if (fraction_ >= 1) {
+        painter->setPen(QPen(colour(), lineWidth_));
+        painter->drawEllipse(ring);
+        return;
+    }
+    // In QPainter's sixteenths of a degree, from three o'clock, anticlockwise.
+    constexpr int kCircle = 360 * 16;
+    constexpr int kTwelveOClock = kCircle / 4;
+    painter->setPen(QPen(colour(), lineWidth_, Qt::SolidLine, Qt::RoundCap));
+    painter->drawArc(ring, kTwelveOClock, -qRound(fraction_ * kCircle));
+}
+
+} // namespace korvel

@@ -1,0 +1,73 @@
+#include "ui/quick/inks.h"
+
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QQmlEngine>
+#include <QScreen>
+
+#include "ui/quick/colour_scheme.h"
+
+namespace korvel {
+
+namespace {
+
+QColor toQColor(const platform::Colour& colour) {
+    return QColor::fromRgbF(static_cast<float>(colour.red), static_cast<float>(colour.green),
+                            static_cast<float>(colour.blue));
+}
+
+/// A font's own pixel size is whole: a fraction goes by way of points.
+QFont sized(QFont font, qreal size, int weight) {
+    constexpr qreal kPointsAnInch = 72;
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    const qreal dotsAnInch = screen ? screen->logicalDotsPerInchY() : kPointsAnInch;
+    font.setPointSizeF(size * kPointsAnInch / dotsAnInch);
+    font.setWeight(static_cast<QFont::Weight>(weight));
+    return font;
+}
+
+} // namespace
+
+QColor InkTable::of(const QString& name) const {
+    for (const Ink ink : {Ink::cyan, Ink::pink, Ink::good, Ink::warn, Ink::bad, Ink::secondary,
+                          Ink::tertiary}) {
+        const std::string_view known = korvel::name(ink);
+        if (name == QLatin1String(known.data(), static_cast<qsizetype>(known.size()))) {
+            return toQColor(colours_(ink, appearance_));
+        }
+    }
+    return toQColor(colours_(Ink::primary, appearance_));
+}
+
+Inks* Inks::create(QQmlEngine* engine, QJSEngine*) {
+    auto* inks = new Inks(nullptr); // the engine takes it
+    const auto* scheme = engine->property(kColourSchemeProperty).value<ColourScheme*>();
+    if (scheme) {
+        const auto follow = [inks, scheme] { inks->setDark(scheme->dark()); };
+        follow();
+        connect(scheme, &ColourScheme::darkChanged, inks, follow);
+    }
+    return inks;
+}
+
+void Inks::setDark(bool dark) {
+    if (this->dark() == dark) {
+        return;
+    }
+    appearance_ = dark ? Appearance::dark : Appearance::light;
+    Q_EMIT changed();
+}
+
+QColor Inks::ground() const {
+    return toQColor(groundColour(appearance_));
+}
+
+QFont Inks::font(qreal size, int weight) {
+    return sized(QGuiApplication::font(), size, weight);
+}
+
+QFont Inks::monospaced(qreal size, int weight) {
+    return sized(QFontDatabase::systemFont(QFontDatabase::FixedFont), size, weight);
+}
+
+} // namespace korvel

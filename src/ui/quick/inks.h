@@ -1,0 +1,74 @@
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QObject>
+#include <QtQmlIntegration>
+
+#include "ui/content/ink_colours.h"
+
+class QJSEngine;
+class QQmlEngine;
+
+namespace korvel {
+
+/// Colours by the names that a popover's content gives them.
+class InkTable {
+    Q_GADGET
+    QML_ANONYMOUS
+
+  public:
+    using Colours = platform::Colour (*)(Ink, Appearance);
+
+    InkTable() = default;
+    InkTable(Colours colours, Appearance appearance) : colours_(colours), appearance_(appearance) {}
+
+    /// Primary for a name that is none of the palette's.
+    Q_INVOKABLE QColor of(const QString& name) const;
+
+    bool operator==(const InkTable&) const = default;
+
+  private:
+    Colours colours_ = fillColour;
+    Appearance appearance_ = Appearance::light;
+};
+
+/// What the views paint with, in the desktop's appearance: one for each QML engine, following the
+/// `ColourScheme` that its host gave it.
+class Inks : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(bool dark READ dark WRITE setDark NOTIFY changed FINAL)
+    Q_PROPERTY(QColor ground READ ground NOTIFY changed FINAL)
+    /// For strokes, bars and symbols.
+    Q_PROPERTY(korvel::InkTable fills READ fills NOTIFY changed FINAL)
+    /// For text on the ground.
+    Q_PROPERTY(korvel::InkTable texts READ texts NOTIFY changed FINAL)
+
+  public:
+    explicit Inks(QObject* parent) : QObject(parent) {}
+
+    /// For the QML engine. Follows the engine's property of the name below, when it has one.
+    static Inks* create(QQmlEngine* engine, QJSEngine*);
+    static constexpr const char* kColourSchemeProperty = "korvelColourScheme";
+
+    bool dark() const { return appearance_ == Appearance::dark; }
+    void setDark(bool dark);
+    QColor ground() const;
+    InkTable fills() const { return {fillColour, appearance_}; }
+    InkTable texts() const { return {textColour, appearance_}; }
+
+    /// The interface font, or the desktop's font of equal widths, in a size of logical pixels,
+    /// which may be a fraction.
+    Q_INVOKABLE static QFont font(qreal size, int weight);
+    Q_INVOKABLE static QFont monospaced(qreal size, int weight);
+
+  Q_SIGNALS:
+    void changed();
+
+  private:
+    Appearance appearance_ = Appearance::light;
+};
+
+} // namespace korvel

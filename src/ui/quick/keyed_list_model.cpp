@@ -1,0 +1,108 @@
+#include "ui/quick/keyed_list_model.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace korvel {
+
+namespace {
+
+auto withKey(const QString& key) {
+    return [&key](const KeyedListModel::Entry& entry) { return entry.key == key; };
+}
+
+} // namespace
+
+KeyedListModel::KeyedListModel(QList<QByteArray> roles, Rows rows, QObject* parent)
+    : QAbstractListModel(parent), roles_(std::move(roles)), rows_(rows) {}
+
+int KeyedListModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(entries_.size());
+}
+
+QVariant KeyedListModel::data(const QModelIndex& index, int role) const {
+    const int value = role - Qt::UserRole;
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid) || value < 0 ||
+        value >= roles_.size()) {
+        return {};
+    }
+    return entries_[static_cast<std::size_t>(index.row())].values.at(value);
+}
+
+QHash<int, QByteArray> KeyedListModel::roleNames() const {
+    QHash<int, QByteArray> names;
+    for (int i = 0; i < roles_.size(); ++i) {
+        names.insert(Qt::UserRole + i, roles_[i]);
+    }
+    return names;
+}
+
+void KeyedListModel::setEntries(std::vector<Entry> entries) {
+    // A doubled key would make two rows one.
+    for (auto entry = entries.begin(); entry != entries.end();) {
+        const bool doubled = std::any_of(entries.begin(), entry, withKey(entry->key));
+        entry = doubled ? entries.erase(entry) : std::next(entry);
+    }
+    if (rows_ == Rows::own) {
+        removeMissing(entries);
+    }
+    for (int row = 0; row < static_cast<int>(entries.size()); ++row) {
+        place(row, entries[static_cast<std::size_t>(row)]);
+    }
+    if (entries_.size() > entries.size()) {
+        beginRemoveRows({}, static_cast<int>(entries.size()),
+                        static_cast<int>(entries_.size()) - 1);
+        entries_.resize(entries.size());
+        endRemoveRows();
+    }
+}
+
+void KeyedListModel::removeMissing(const std::vector<Entry>& entries) {
+    for (int row = static_cast<int>(entries_.size()) - 1; row >= 0; --row) {
+        const auto old = entries_.begin() + row;
+        if (std::none_of(entries.begin(), entries.end(), withKey(old->key))) {
+            beginRemoveRows({}, row, row);
+            entries_.erase(old);
+            endRemoveRows();
+        }
+    }
+}
+
+void KeyedListModel::place(int row, const Entry& entry) {
+    const auto here = entries_.begin() + row;
+    const auto old = std::find_if(here, entries_.end(), withKey(entry.key));
+    if (old == entries_.end()) {
+        if (rows_ == Rows::reused && here != entries_.end()) {
+            here->key = entry.key;
+            change(row, entry);
+            return;
+        }
+        beginInsertRows({}, row, row);
+        entries_.insert(here, entry);
+        endInsertRows();
+        return;
+    }
+    if (old != here) {
+        const int from = static_cast<int>(old - entries_.begin());
+        beginMoveRows({}, from, from, {}, row);
+        std::rotate(here, old, std::next(old));
+        endMoveRows();
+    }
+    change(row, entry);
+}
+
+void KeyedListModel::change(int row, const Entry& entry) {
+    Entry& shown = entries_[static_cast<std::size_t>(row)];
+    QList<int> changed;
+    for (int i = 0; i < roles_.size(); ++i) {
+        if (shown.values[i] != entry.values[i]) {
+            changed.append(Qt::UserRole + i);
+        }
+    }
+    if (!changed.isEmpty()) {
+        shown.values = entry.values;
+        Q_EMIT dataChanged(index(row), index(row), changed);
+    }
+}
+
+} // namespace korvel

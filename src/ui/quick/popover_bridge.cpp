@@ -1,0 +1,155 @@
+#include "ui/quick/popover_bridge.h"
+
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "ui/content/content_view.h"
+#include "ui/content/paintable.h"
+
+namespace korvel {
+
+namespace {
+
+const QList<QByteArray> kFactorRoles{"name",      "lost",       "barFraction",
+                                     "barColour", "lostColour", "detail"};
+const QList<QByteArray> kStatusRoles{"symbol", "colour", "words", "textStyle"};
+const QList<QByteArray> kRowRoles{"label",    "percentText", "barFraction", "detail",   "colour",
+                                  "hasSpark", "sparkColour", "sparkValues", "holdsSwap"};
+const QList<QByteArray> kProcessRoles{"pid", "name", "size", "canQuit", "tip"};
+
+/// The row that the block of the swap holders belongs to.
+constexpr const char* kSwapLabel = "SWAP";
+
+/// A process's own name or the like: as it is, but for what cannot be painted.
+QString plain(const std::string& text) {
+    return QString::fromStdString(paintable(text));
+}
+
+QString named(Ink ink) {
+    const std::string_view text = name(ink);
+    return QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+QString keyOf(const Uuid& id) {
+    return QString::fromStdString(fmt::format("{:016x}{:016x}", id.words[0], id.words[1]));
+}
+
+QString keyOf(std::int64_t number) {
+    return QString::fromStdString(fmt::format("{}", number));
+}
+
+} // namespace
+
+PopoverBridge::PopoverBridge(ContentView& root, Words words)
+    : root_(root), words_(std::move(words)),
+      // Every reading makes its factors anew.
+      breakdown_(kFactorRoles, KeyedListModel::Rows::reused, this),
+      status_(kStatusRoles, KeyedListModel::Rows::own, this),
+      rows_(kRowRoles, KeyedListModel::Rows::own, this),
+      swapHolders_(kProcessRoles, KeyedListModel::Rows::own, this),
+      heaviest_(kProcessRoles, KeyedListModel::Rows::own, this) {}
+
+void PopoverBridge::setContent(const PopoverContent& content) {
+    setHeader(content.header);
+    setBreakdown(content.breakdown.value_or(std::vector<PopoverContent::FactorLine>()));
+    setStatus(content.status);
+    setRows(content.rows);
+    set(scanningSwap_, content.swapHolders.scanning, &PopoverBridge::scanningSwapChanged);
+    set(swapButton_, text(content.swapHolders.button), &PopoverBridge::swapButtonChanged);
+    set(swapNote_, text(content.swapHolders.note), &PopoverBridge::swapNoteChanged);
+    setProcesses(swapHolders_, content.swapHolders.holders);
+    setProcesses(heaviest_, content.heaviest);
+}
+
+void PopoverBridge::toggleBreakdown() {
+    root_.toggleBreakdown();
+}
+
+void PopoverBridge::findSwapHolders() {
+    root_.findSwapHolders();
+}
+
+void PopoverBridge::quitProcess(int pid) {
+    root_.quitProcess(pid);
+}
+
+QString PopoverBridge::footnote() const {
+    return text(PopoverContent::kFootnote);
+}
+
+QString PopoverBridge::heaviestCaption() const {
+    return text(PopoverContent::kHeaviestCaption);
+}
+
+QString PopoverBridge::text(const std::string& finished) const {
+    return plain(words_(finished));
+}
+
+template <typename T>
+void PopoverBridge::set(T& member, T value, void (PopoverBridge::*changed)()) {
+    if (member != value) {
+        member = std::move(value);
+        Q_EMIT(this->*changed)();
+    }
+}
+
+void PopoverBridge::setHeader(const PopoverContent::Header& header) {
+    set(scoreColour_, named(header.colour), &PopoverBridge::scoreColourChanged);
+    scoreText_ = keyOf(header.score);
+    set(score_, static_cast<int>(header.score), &PopoverBridge::scoreChanged);
+    set(verdict_, text(header.verdict), &PopoverBridge::verdictChanged);
+    set(line_, text(header.line), &PopoverBridge::lineChanged);
+    set(toggle_, text(header.toggle), &PopoverBridge::toggleChanged);
+    set(breakdownShown_, header.breakdownShown, &PopoverBridge::breakdownShownChanged);
+}
+
+void PopoverBridge::setBreakdown(const std::vector<PopoverContent::FactorLine>& lines) {
+    std::vector<KeyedListModel::Entry> entries;
+    for (const PopoverContent::FactorLine& line : lines) {
+        entries.push_back({keyOf(line.id),
+                           {text(line.name), text(line.lost), line.barFraction,
+                            named(line.barColour), named(line.lostColour), text(line.detail)}});
+    }
+    breakdown_.setEntries(std::move(entries));
+}
+
+void PopoverBridge::setStatus(const std::vector<PopoverContent::StatusLine>& lines) {
+    std::vector<KeyedListModel::Entry> entries;
+    for (const PopoverContent::StatusLine& line : lines) {
+        entries.push_back({keyOf(static_cast<std::int64_t>(entries.size())),
+                           {QString::fromStdString(line.symbol), named(line.colour),
+                            text(line.text), named(line.textStyle)}});
+    }
+    status_.setEntries(std::move(entries));
+}
+
+void PopoverBridge::setRows(const std::vector<Row>& rows) {
+    std::vector<KeyedListModel::Entry> entries;
+    for (const Row& row : rows) {
+        QList<qreal> values;
+        if (row.spark) {
+            values = QList<qreal>(row.spark->values.begin(), row.spark->values.end());
+        }
+        entries.push_back(
+            {QString::fromStdString(row.label),
+             {text(row.label), text(row.percentText()), row.barFraction(), text(row.detail),
+              named(row.colour), row.spark.has_value(),
+              row.spark ? named(row.spark->colour) : QString(), QVariant::fromValue(values),
+              row.label == kSwapLabel}});
+    }
+    rows_.setEntries(std::move(entries));
+}
+
+void PopoverBridge::setProcesses(KeyedListModel& list,
+                                 const std::vector<PopoverContent::ProcessLine>& lines) {
+    std::vector<KeyedListModel::Entry> entries;
+    for (const PopoverContent::ProcessLine& line : lines) {
+        entries.push_back({keyOf(line.id),
+                           {line.id, plain(line.name), text(line.size), line.quit.has_value(),
+                            text(line.quit.value_or(std::string()))}});
+    }
+    list.setEntries(std::move(entries));
+}
+
+} // namespace korvel

@@ -1,0 +1,41 @@
+#include "ui/quick/spark_item.h"
+
+#include <QPainter>
+#include <QPainterPath>
+
+#include "ui/content/spark.h"
+
+namespace korvel {
+
+SparkItem::SparkItem(QQuickItem* parent) : TintedItem(parent) {
+    setImplicitSize(Spark::kFrame.width, Spark::kFrame.height);
+}
+
+void SparkItem::setValues(const QList<qreal>& values) {
+    if (values_ == values) {
+        return;
+    }
+    values_ = values;
+    update();
+    Q_EMIT valuesChanged();
+}
+
+void SparkItem::paint(QPainter* painter) {
+    Spark spark;
+    spark.values.assign(values_.begin(), values_.end());
+    const Polyline line = spark.path({width(), height()});
+    if (line.empty()) {
+        return;
+    }
+    QPainterPath path(QPointF(line.front().x, line.front().y));
+    for (const Point& point : line) {
+        path.lineTo(point.x, point.y);
+    }
+    QColor stroke = colour();
+    stroke.setAlphaF(static_cast<float>(Spark::kOpacity));
+    QPen pen(stroke, Spark::kLineWidth, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
+    pen.setMiterLimit(Spark::kMiterLimit);
+    painter->strokePath(path, pen);
+}
+
+} // namespace korvel
