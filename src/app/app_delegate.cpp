@@ -18,9 +18,10 @@ constexpr double kSecondRefreshDelay =
 
 } // namespace
 
-AppDelegate::AppDelegate(const platform::Services& services, PopoverFactory makePopover)
+AppDelegate::AppDelegate(const platform::Services& services, Metrics& metrics,
+                         PopoverFactory makePopover)
     : services_(services), makePopover_(std::move(makePopover)),
-      model_(std::make_shared<Model>(Metrics::shared(), services)) {}
+      model_(std::make_shared<Model>(metrics, services)) {}
 
 AppDelegate::~AppDelegate() = default;
 

@@ -10,6 +10,7 @@
 namespace korvel {
 
 class ContentView;
+class Metrics;
 class Model;
 
 /// Makes the popover that hosts the root view. The view outlives the popover.
@@ -19,8 +20,9 @@ using PopoverFactory = std::function<std::unique_ptr<platform::Popover>(ContentV
 /// is. Lives on the main thread, held by main; every callback that it hands out holds it weakly.
 class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   public:
-    /// Makes the model, and so loads the history. `services` outlives the delegate.
-    AppDelegate(const platform::Services& services, PopoverFactory makePopover);
+    /// Makes the model, and so loads the history. `services` and `metrics` (the program's own is
+    /// `Metrics::shared()`) outlive the delegate.
+    AppDelegate(const platform::Services& services, Metrics& metrics, PopoverFactory makePopover);
     ~AppDelegate();
 
     void applicationDidFinishLaunching();

@@ -1,0 +1,16 @@
+#include "platform/simulated/child_processes.h"
+
+namespace korvel::platform {
+
+std::optional<ChildResult> SimulatedChildProcesses::run(const std::string& executable,
+                                                        const Arguments& arguments,
+                                                        ChildStreams /*streams*/) {
+    runs.push_back({executable, arguments});
+    if (onRun) {
+        onRun(runs.back());
+    }
+    const auto answer = answers.find(executable);
+    return answer == answers.end() ? std::nullopt : answer->second(arguments);
+}
+
+} // namespace korvel::platform

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+#include "platform/machine.h"
+#include "platform/simulated/call_log.h"
+
+namespace korvel::platform {
+
+/// One reading of a simulated machine, and whether taking it fails. The value is kept while it
+/// fails, so that a reading which comes back goes on from where it was.
+template <typename T>
+struct Reading {
+    T value{};
+    bool fails = false;
+
+    T* operator->() { return &value; }
+    std::optional<T> take() const { return fails ? std::nullopt : std::optional<T>(value); }
+};
+
+/// Wall clock at the launch of a simulated program: seconds since 1970.
+inline constexpr double kSimulatedStart = 1700000000.0;
+/// How long before the launch a simulated machine was started: 3 days and 4 hours, in seconds.
+inline constexpr std::int64_t kSimulatedUptime = 273600;
+
+/// The counters of a simulated machine. As made, those of an idle, healthy one with 10 processors
+/// and 16 GiB of memory, which scores 100.
+struct MachineReadings {
+    std::uint64_t physicalMemory = std::uint64_t{16} << 30;
+    int processorCount = 10;
+    int thermalState = 0;
+    std::uint64_t pageSize = 16384;
+    /// 3 GiB free, 5 GiB in use, 6 GiB inactive, 2 GiB wired.
+    Reading<VmStatistics> vm{{.free_count = 196608,
+                              .active_count = 327680,
+                              .inactive_count = 393216,
+                              .wire_count = 131072,
+                              .speculative_count = 0,
+                              .purgeable_count = 0,
+                              .compressor_page_count = 0,
+                              .swapouts = 0}};
+    Reading<CpuTicks> cpuTicks{{.user = 1000, .system = 500, .idle = 100000, .nice = 0}};
+    Reading<std::int32_t> pressureLevel{1};
+    Reading<SwapUsage> swap;
+    /// 500 GiB, half of it free.
+    Reading<VolumeStatistics> volume{
+        {.f_bsize = 4096, .f_blocks = 131072000, .f_bfree = 65536000, .f_bavail = 65536000}};
+    Reading<std::array<double, 3>> load;
+    Reading<std::int64_t> bootTime{static_cast<std::int64_t>(kSimulatedStart) - kSimulatedUptime};
+};
+
+/// Answers from `readings`, which may change at any time.
+class SimulatedMachine final : public Machine, public Logging {
+  public:
+    MachineReadings readings;
+
+    std::uint64_t physicalMemory() override;
+    int processorCount() override;
+    int thermalState() override;
+    std::uint64_t pageSize() override;
+    std::optional<VmStatistics> vmStatistics() override;
+    std::optional<CpuTicks> cpuTicks() override;
+    std::optional<std::int32_t> memoryPressureLevel() override;
+    std::optional<SwapUsage> swapUsage() override;
+    std::optional<VolumeStatistics> dataVolume() override;
+    std::array<double, 3> loadAverages() override;
+    std::optional<std::int64_t> bootTime() override;
+};
+
+} // namespace korvel::platform

@@ -1,0 +1,52 @@
+#include "platform/simulated/processes.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+namespace korvel::platform {
+
+const SimulatedProcess* SimulatedProcesses::find(std::int32_t pid) const {
+    const auto found =
+        std::find_if(table.begin(), table.end(),
+                     [pid](const SimulatedProcess& process) { return process.pid == pid; });
+    return found == table.end() ? nullptr : &*found;
+}
+
+std::vector<std::int32_t> SimulatedProcesses::listAllPids() {
+    note("listAllPids");
+    std::vector<std::int32_t> pids;
+    if (!listingFails) {
+        pids.reserve(table.size());
+        for (const SimulatedProcess& process : table) {
+            pids.push_back(process.pid);
+        }
+    }
+    return pids;
+}
+
+std::optional<std::uint64_t> SimulatedProcesses::physFootprint(std::int32_t pid) {
+    note(fmt::format("physFootprint {}", pid));
+    const SimulatedProcess* process = find(pid);
+    return process == nullptr ? std::nullopt : process->physFootprint;
+}
+
+std::string SimulatedProcesses::name(std::int32_t pid) {
+    constexpr std::size_t kLongestName = 255; // bytes; the buffer's last one is its end
+    note(fmt::format("name {}", pid));
+    const SimulatedProcess* process = find(pid);
+    return process == nullptr
+               ? std::string()
+               : process->name.substr(0, process->name.find('\0')).substr(0, kLongestName);
+}
+
+void SimulatedProcesses::terminate(std::int32_t pid) {
+    note(fmt::format("terminate {}", pid));
+    terminated.push_back(pid);
+}
+
+std::int32_t SimulatedProcesses::currentProcessIdentifier() {
+    return ownPid;
+}
+
+} // namespace korvel::platform

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <limits>
+#include <map>
+#include <memory>
+#include <utility>
+
+#include "platform/run_loop.h"
+#include "platform/simulated/call_log.h"
+
+namespace korvel::platform {
+
+/// A main loop in virtual time, on one thread: the clock stands still while work runs and leaps to
+/// the next thing that is due. At one instant an event goes before background work, that before
+/// queued work, that before timers; of equal rank the one that was made first goes first. So the
+/// same work always runs in the same order.
+class SimulatedRunLoop final : public RunLoop, public Logging {
+  public:
+    void async(Work work) override;
+    void after(double seconds, Work work) override;
+    /// The nth time is exactly n intervals after the first call, without drift.
+    [[nodiscard]] std::unique_ptr<Timer> every(double seconds, Work work) override;
+    /// Runs `work` on the turn after this one, at the same instant.
+    void background(Work work) override;
+    void terminate() override;
+
+    /// Lets `work` happen to the program from outside, `elapsed` seconds after the loop was made.
+    void event(double elapsed, Work work);
+
+    /// Seconds since the loop was made.
+    double elapsed() const { return now_; }
+
+    /// Runs all that becomes due, until `terminate` or until nothing is left.
+    void run();
+
+    /// Runs what is due within the next `seconds`, including what is due at their end, and stands
+    /// there. advance(0) runs what is due now.
+    void advance(double seconds);
+
+    bool terminated() const { return terminated_; }
+
+  private:
+    struct Scheduled;
+    class OwnedTimer;
+
+    /// Runs the next piece of work unless it is due after `limit`. False: there was none.
+    bool turn(double limit = std::numeric_limits<double>::infinity());
+    bool turnAtThisInstant();
+    void fire();
+    std::shared_ptr<Scheduled> schedule(double seconds, bool repeats, Work work);
+
+    double now_ = 0;
+    bool terminated_ = false;
+    std::uint64_t made_ = 0; ///< scheduled so far; numbers them
+    std::multimap<double, Work> events_;
+    std::deque<Work> background_;
+    std::deque<Work> queue_;
+    /// By time, then by number.
+    std::map<std::pair<double, std::uint64_t>, std::shared_ptr<Scheduled>> timers_;
+};
+
+} // namespace korvel::platform

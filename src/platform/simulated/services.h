@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/services.h"
+#include "platform/simulated/agents.h"
+#include "platform/simulated/clock.h"
+#include "platform/simulated/files.h"
+#include "platform/simulated/machine.h"
+#include "platform/simulated/processes.h"
+#include "platform/simulated/run_loop.h"
+#include "platform/simulated/status_bar.h"
+#include "platform/simulated/swapped_memory.h"
+
+namespace korvel::platform {
+
+/// A whole simulated set: one of each service, on one run loop.
+struct SimulatedServices {
+    SimulatedRunLoop runLoop;
+    SimulatedClock clock{runLoop, kSimulatedStart};
+    SimulatedMachine machine;
+    SimulatedProcesses processes;
+    SimulatedSwappedMemory swappedMemory;
+    SimulatedAgents agents;
+    SimulatedFiles files;
+    SimulatedStatusBar statusBar;
+
+    SimulatedServices() = default;
+    SimulatedServices(const SimulatedServices&) = delete;
+    SimulatedServices& operator=(const SimulatedServices&) = delete;
+
+    /// The set as the program takes it; valid as long as this object.
+    Services services() {
+        return {machine, processes, swappedMemory, agents, clock, runLoop, files, statusBar};
+    }
+
+    /// Has every service write into one log.
+    void logTo(CallLog& log) {
+        for (Logging* service :
+             {static_cast<Logging*>(&runLoop), static_cast<Logging*>(&machine),
+              static_cast<Logging*>(&processes), static_cast<Logging*>(&swappedMemory),
+              static_cast<Logging*>(&agents), static_cast<Logging*>(&files),
+              static_cast<Logging*>(&statusBar)}) {
+            service->log = &log;
+        }
+    }
+};
+
+} // namespace korvel::platform

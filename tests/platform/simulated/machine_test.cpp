@@ -1,0 +1,122 @@
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/simulated/services.h"
+
+namespace korvel::platform {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(SimulatedMachine, EachReadingFailsOnItsOwn) {
+    SimulatedMachine machine;
+    machine.readings.vm.fails = true;
+    EXPECT_FALSE(machine.vmStatistics());
+    EXPECT_TRUE(machine.cpuTicks());
+    machine.readings.cpuTicks.fails = true;
+    EXPECT_FALSE(machine.cpuTicks());
+    EXPECT_TRUE(machine.memoryPressureLevel());
+    machine.readings.pressureLevel.fails = true;
+    EXPECT_FALSE(machine.memoryPressureLevel());
+    EXPECT_TRUE(machine.swapUsage());
+    machine.readings.swap.fails = true;
+    EXPECT_FALSE(machine.swapUsage());
+    EXPECT_TRUE(machine.dataVolume());
+    machine.readings.volume.fails = true;
+    EXPECT_FALSE(machine.dataVolume());
+    EXPECT_TRUE(machine.bootTime());
+    machine.readings.bootTime.fails = true;
+    EXPECT_FALSE(machine.bootTime());
+}
+
+TEST(SimulatedMachine, LoadAveragesThatCannotBeReadAreZeros) {
+    SimulatedMachine machine;
+    machine.readings.load.value = {1.5, 2, 3};
+    EXPECT_THAT(machine.loadAverages(), ElementsAre(1.5, 2, 3));
+    machine.readings.load.fails = true;
+    EXPECT_THAT(machine.loadAverages(), ElementsAre(0, 0, 0));
+}
+
+TEST(SimulatedMachine, AReadingThatComesBackGoesOnFromWhereItWas) {
+    SimulatedMachine machine;
+    machine.readings.swap.value = {100, 60, 40};
+    machine.readings.swap.fails = true;
+    machine.readings.swap.fails = false;
+    EXPECT_EQ(machine.swapUsage()->xsu_used, 40U);
+}
+
+TEST(SimulatedMachine, TheHealthyOneAccountsForAllOfItsMemory) {
+    SimulatedMachine machine;
+    const VmStatistics vm = *machine.vmStatistics();
+    EXPECT_EQ((std::uint64_t{vm.free_count} + vm.active_count + vm.inactive_count + vm.wire_count +
+               vm.compressor_page_count) *
+                  machine.pageSize(),
+              machine.physicalMemory());
+}
+
+TEST(SimulatedProcesses, ListsInTheOrderOfTheTable) {
+    SimulatedProcesses processes;
+    processes.table = {{30, "c", 1, {}}, {10, "a", 2, {}}, {0, "kernel", {}, {}}};
+    EXPECT_THAT(processes.listAllPids(), ElementsAre(30, 10, 0));
+    processes.listingFails = true;
+    EXPECT_THAT(processes.listAllPids(), IsEmpty());
+}
+
+TEST(SimulatedProcesses, WhatIsNotThereCannotBeRead) {
+    SimulatedProcesses processes;
+    processes.table = {{30, "c", std::nullopt, {}}};
+    EXPECT_EQ(processes.physFootprint(30), std::nullopt);
+    EXPECT_EQ(processes.physFootprint(31), std::nullopt);
+    EXPECT_EQ(processes.name(31), "");
+}
+
+TEST(SimulatedProcesses, ANameEndsAtItsFirstNulOrAfter255Bytes) {
+    SimulatedProcesses processes;
+    processes.table = {{1, std::string("ab\0cd", 5), 1, {}}, {2, std::string(300, 'x'), 1, {}}};
+    EXPECT_EQ(processes.name(1), "ab");
+    EXPECT_EQ(processes.name(2), std::string(255, 'x'));
+}
+
+TEST(SimulatedProcesses, ASignalledProcessStaysUntilTheTableChanges) {
+    SimulatedProcesses processes;
+    processes.table = {{30, "c", 7, {}}};
+    processes.terminate(30);
+    EXPECT_THAT(processes.terminated, ElementsAre(30));
+    EXPECT_THAT(processes.listAllPids(), ElementsAre(30));
+    EXPECT_EQ(processes.physFootprint(30), 7U);
+}
+
+TEST(SimulatedAgents, ALabelIsLoadedWhenItIsListedAsAWhole) {
+    SimulatedAgents agents;
+    agents.loaded = {"org.example.agent"};
+    EXPECT_TRUE(agents.isLoaded("org.example.agent"));
+    EXPECT_FALSE(agents.isLoaded("org.example"));
+}
+
+TEST(SimulatedSwappedMemory, CannotBeToldOfAProcessThatIsNotListed) {
+    SimulatedSwappedMemory memory;
+    memory.bytes[7] = 4096;
+    EXPECT_EQ(memory.swappedOut(7), 4096);
+    EXPECT_EQ(memory.swappedOut(8), std::nullopt);
+}
+
+TEST(SimulatedServices, WriteIntoOneLogInTheOrderOfTheCalls) {
+    SimulatedServices simulated;
+    CallLog log;
+    simulated.logTo(log);
+    const Services services = simulated.services();
+    services.machine.cpuTicks();
+    services.processes.terminate(12);
+    services.agents.isLoaded("label");
+    services.runLoop.after(1.5, [] {});
+    services.files.read("/a");
+    services.statusBar.setMainMenu({});
+    EXPECT_THAT(log, ElementsAre("cpuTicks", "terminate 12", "isLoaded label", "after 1.5",
+                                 "read /a", "setMainMenu"));
+}
+
+} // namespace
+} // namespace korvel::platform

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+
+#include "core/metrics.h"
+#include "model/model.h"
+#include "platform/simulated/services.h"
+
+namespace korvel::test {
+
+/// A model on a simulated machine.
+struct SimulatedModel {
+    platform::SimulatedServices system;
+    Metrics metrics{system.machine, system.processes, system.agents, system.clock};
+    std::shared_ptr<Model> model = std::make_shared<Model>(metrics, system.services());
+
+    /// Adds a process of so many GB, of which so many are swapped out.
+    void addProcess(std::int32_t pid, const std::string& name, double gb, double swappedGB = 0) {
+        system.processes.table.push_back(
+            {pid, name, static_cast<std::uint64_t>(gb * 0x1p30), std::nullopt});
+        system.swappedMemory.bytes[pid] = swappedGB * 0x1p30;
+    }
+
+    /// Runs what is queued, without letting time pass.
+    void settle() { system.runLoop.advance(0); }
+};
+
+} // namespace korvel::test
