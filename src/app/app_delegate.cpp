@@ -69,8 +69,17 @@ void AppDelegate::togglePopover() {
         popover_->close();
         return;
     }
-    model_->refresh();
-    popover_->show(*statusItem_);
+    openPopover();
+}
+
+void AppDelegate::openPopover() {
+    if (!statusItem_ || !popover_) {
+        return;
+    }
+    if (!popover_->shown()) {
+        model_->refresh();
+        popover_->show(*statusItem_);
+    }
     popover_->activate();
     popover_->makeKey();
 }

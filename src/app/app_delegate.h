@@ -33,6 +33,10 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
     /// Closes the popover, or takes a sample and opens it.
     void togglePopover();
 
+    /// Takes a sample and opens the popover, or brings the open one to the front: what starting a
+    /// program does that is running already.
+    void openPopover();
+
   private:
     void updateTitle();
     platform::MainMenu mainMenu();

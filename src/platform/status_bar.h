@@ -55,6 +55,14 @@ struct StatusTitle {
     bool operator==(const StatusTitle&) const = default;
 };
 
+/// A place on the screen: the origin is its top left corner, in points.
+struct Rectangle {
+    double x = 0;
+    double y = 0;
+    double width = 0;
+    double height = 0;
+};
+
 /// The program's item in the menu bar or tray. It is there for as long as the object lives, and
 /// comes back by itself when the bar does.
 class StatusItem {
@@ -68,6 +76,14 @@ class StatusItem {
 
     /// What a click on the item does.
     virtual void setAction(std::function<void()> action) = 0;
+
+    /// Where the item is; nullopt where the bar does not tell.
+    virtual std::optional<Rectangle> frame() const { return std::nullopt; }
+
+    /// Lets clicks of the next `seconds` go unheard: the click that took the focus from a popover,
+    /// and so closed it, must not open it again. A bar that hands its clicks to the popover itself
+    /// has no need of this.
+    virtual void ignoreClicks(double /*seconds*/) {}
 };
 
 /// The panel that opens at the status item.

@@ -60,7 +60,7 @@ Column {
                 id: points
 
                 anchors.right: parent.right
-                anchors.verticalCenter: parent.verticalCenter
+                y: nameLabel.y + nameLabel.baselineOffset - baselineOffset
                 colour: Inks.texts.of(line.lostColour)
                 font: Theme.factorPoints
                 text: line.lost

@@ -16,6 +16,8 @@ Column {
     required property list<real> sparkValues
     required property bool holdsSwap
 
+    spacing: Theme.rowSpacing
+
     MetricRow {
         width: entry.width
         barFraction: entry.barFraction

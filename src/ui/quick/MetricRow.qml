@@ -28,7 +28,7 @@ Column {
 
             objectName: "caption"
             width: Theme.captionWidth
-            anchors.verticalCenter: parent.verticalCenter
+            anchors.baseline: percent.baseline
             color: Inks.texts.of("secondary")
             font: Theme.rowCaption
             text: row.label
@@ -50,7 +50,7 @@ Column {
             trackColour: Theme.track(Theme.rowTrackOpacity)
         }
 
-        Spark {
+        Item {
             id: spark
 
             objectName: "spark"
@@ -61,9 +61,13 @@ Column {
             }
             width: Theme.sparkWidth
             height: Theme.sparkHeight
-            colour: Inks.fills.of(row.sparkColour)
-            values: row.sparkValues
             visible: row.hasSpark
+
+            Spark {
+                anchors.centerIn: parent
+                colour: Inks.fills.of(row.sparkColour)
+                values: row.sparkValues
+            }
         }
 
         Label {

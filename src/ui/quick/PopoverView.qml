@@ -1,16 +1,18 @@
 import QtQuick
 import Korvel
 
-// The popover's panel.
+// The popover's panel: as tall as its content, up to a limit.
 Rectangle {
     id: root
 
     required property PopoverBridge content
 
+    property alias animated: view.animated
     property real maximumHeight: 740
 
     width: Theme.popoverWidth
     height: Math.min(view.contentHeight, maximumHeight)
+    border.color: Theme.track(Theme.dividerOpacity)
     color: Inks.ground
 
     ContentView {

@@ -26,6 +26,7 @@ Column {
         onClicked: block.content.findSwapHolders()
 
         contentItem: Row {
+            leftPadding: block.content.scanningSwap ? 0 : -2 // the chevron does not fill its box
             spacing: Theme.chevronSpacing
 
             Symbol {

@@ -8,7 +8,7 @@
 namespace korvel {
 
 SparkItem::SparkItem(QQuickItem* parent) : TintedItem(parent) {
-    setImplicitSize(Spark::kFrame.width, Spark::kFrame.height);
+    setImplicitSize(Spark::kFrame.width + 2 * kOverscan, Spark::kFrame.height + 2 * kOverscan);
 }
 
 void SparkItem::setValues(const QList<qreal>& values) {
@@ -23,7 +23,7 @@ void SparkItem::setValues(const QList<qreal>& values) {
 void SparkItem::paint(QPainter* painter) {
     Spark spark;
     spark.values.assign(values_.begin(), values_.end());
-    const Polyline line = spark.path({width(), height()});
+    const Polyline line = spark.path({width() - 2 * kOverscan, height() - 2 * kOverscan});
     if (line.empty()) {
         return;
     }
@@ -35,6 +35,7 @@ void SparkItem::paint(QPainter* painter) {
     stroke.setAlphaF(static_cast<float>(Spark::kOpacity));
     QPen pen(stroke, Spark::kLineWidth, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
     pen.setMiterLimit(Spark::kMiterLimit);
+    painter->translate(kOverscan, kOverscan);
     painter->strokePath(path, pen);
 }
 

@@ -34,7 +34,7 @@ QPainterPath polyline(std::initializer_list<QPointF> points) {
 QPainterPath stroked(const QPainterPath& path, qreal width) {
     QPainterPathStroker stroker(QPen(Qt::black, width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     stroker.setCurveThreshold(0.05);
-    return stroker.createStroke(path);
+    return stroker.createStroke(path).simplified();
 }
 
 QPainterPath dot(QPointF centre, qreal radius) {
@@ -179,8 +179,7 @@ QPainterPath symbolPath(const QString& name, SymbolWeight weight) {
     if (const auto known = paths.constFind(key); known != paths.cend()) {
         return *known;
     }
-    QPainterPath path = drawn(name, linesOf(weight));
-    path.setFillRule(Qt::WindingFill);
+    const QPainterPath path = drawn(name, linesOf(weight));
     if (!path.isEmpty()) {
         paths.insert(key, path);
     }

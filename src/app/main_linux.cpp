@@ -1,0 +1,101 @@
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include <QApplication>
+
+#include "app/app_delegate.h"
+#include "core/metrics.h"
+#include "platform/linux/linux_machine.h"
+#include "platform/linux/linux_processes.h"
+#include "platform/linux/linux_swapped_memory.h"
+#include "platform/linux/systemd_agents.h"
+#include "platform/posix/files.h"
+#include "platform/posix/system_clock.h"
+#include "platform/qt/run_loop.h"
+#include "platform/qt/single_instance.h"
+#include "platform/qt/status_bar.h"
+#include "platform/qt/termination_signals.h"
+#include "platform/services.h"
+#include "ui/content/linux_words.h"
+#include "ui/quick/popover_window.h"
+
+namespace {
+
+using namespace korvel;
+
+/// Drops what Qt has to say. A message that Qt would abort after ends the program as a quit does:
+/// most often the display is not there, or has gone.
+void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString&) {
+    if (type == QtFatalMsg) {
+        std::exit(EXIT_FAILURE);
+    }
+}
+
+AppDelegate* running = nullptr;
+
+/// The one place where the program ends, whichever way: the menu, a signal, the end of the desktop
+/// session, or the loss of the display, at which Qt calls exit() from within its event loop.
+void finish() {
+    if (AppDelegate* ending = std::exchange(running, nullptr)) {
+        ending->applicationWillTerminate();
+    }
+}
+
+/// A desktop's own theme plugin would load its whole toolkit (tens of megabytes) for fonts and
+/// dialogs that this program has no use for.
+void keepThemePluginsOut() {
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORMTHEME")) {
+        qputenv("QT_QPA_PLATFORMTHEME", "generic");
+        QGuiApplication::setDesktopSettingsAware(false);
+    }
+}
+
+} // namespace
+
+int main(int, char** argv) {
+    qInstallMessageHandler(keepQuiet);
+    platform::TerminationSignals signals;
+
+    keepThemePluginsOut();
+    int argumentCount = 1; // the program has no command line, and Qt is not to find one either
+    const QApplication application(argumentCount, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setApplicationName(QStringLiteral("korvel"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Korvel"));
+    QApplication::setDesktopFileName(QStringLiteral("com.oxbrook.korvel"));
+
+    platform::SingleInstance instance([] {
+        if (running) {
+            running->openPopover();
+        }
+    });
+    if (!instance.acquire()) {
+        return EXIT_SUCCESS;
+    }
+
+    platform::PosixFiles files;
+    platform::SystemClock clock;
+    platform::LinuxMachine machine("/", files.homeDirectory());
+    platform::LinuxProcesses processes;
+    platform::LinuxSwappedMemory swappedMemory;
+    platform::SystemdAgents agents;
+    platform::QtRunLoop runLoop;
+    platform::QtStatusBar statusBar;
+    const platform::Services services{machine, processes, swappedMemory, agents,
+                                      clock,   runLoop,   files,         statusBar};
+    platform::installedServices = &services;
+
+    const auto delegate = std::make_shared<AppDelegate>(
+        services, [](ContentView& root) { return std::make_unique<PopoverWindow>(root, linuxWords); });
+    running = delegate.get();
+    std::atexit(finish);
+    signals.notify([&runLoop] { runLoop.terminate(); });
+    delegate->applicationDidFinishLaunching();
+    QApplication::exec();
+    finish();
+    if (runLoop.busy()) {
+        std::_Exit(EXIT_SUCCESS); // quitting does not wait for work in the background
+    }
+    return EXIT_SUCCESS;
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QPainterPath>
+#include <QRectF>
+#include <QString>
+
+namespace korvel::platform {
+
+/// Numerals drawn for a handful of pixels: every straight stroke lies on whole pixels, and a digit
+/// stands the same way in every desktop, whatever its fonts are.
+struct DigitMetrics {
+    int width = 0;  ///< of a digit, in pixels
+    int height = 0; ///< in pixels
+    int stroke = 0; ///< in pixels
+    int gap = 0;    ///< between digits, in pixels
+
+    bool operator==(const DigitMetrics&) const = default;
+};
+
+/// Pixels from the left edge of the first digit to the right edge of the last one. A leading 1 is
+/// narrow in a number of three digits, which is the only way that 100 fits into 16 pixels.
+int digitsWidth(const QString& digits, const DigitMetrics& metrics);
+
+/// The outline of the number, its top left corner at the origin; to be filled.
+QPainterPath digitsPath(const QString& digits, const DigitMetrics& metrics);
+
+} // namespace korvel::platform

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QObject>
+#include <QThreadPool>
+
+#include "platform/run_loop.h"
+
+namespace korvel::platform {
+
+/// The run loop of the Qt application, which exists before it and outlives it.
+class QtRunLoop final : public RunLoop {
+  public:
+    QtRunLoop();
+    /// Waits for the work in the background.
+    ~QtRunLoop() override;
+
+    void async(Work work) override;
+    void after(double seconds, Work work) override;
+    std::unique_ptr<Timer> every(double seconds, Work work) override;
+    void background(Work work) override;
+    void terminate() override;
+
+    /// Whether work in the background is still under way, for whoever does not want to wait.
+    bool busy() const { return pool_.activeThreadCount() > 0; }
+
+  private:
+    QObject mainThread_; ///< lives in the thread that runs the work
+    QThreadPool pool_;
+};
+
+} // namespace korvel::platform

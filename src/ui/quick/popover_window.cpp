@@ -1,0 +1,184 @@
+#include "ui/quick/popover_window.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QSGRendererInterface>
+#include <QScreen>
+
+#include "ui/content/content_view.h"
+#include "ui/content/popover_size.h"
+#include "ui/quick/inks.h"
+
+// Made by the build from the QML module; a static library's module is registered by calling it.
+void qml_register_types_Korvel();
+
+namespace korvel {
+
+namespace {
+
+constexpr int kGap = 4;               ///< points between the item and the popover
+constexpr double kClosingClick = 0.4; ///< seconds within which the click that closed it arrives
+
+QRect toRect(const platform::Rectangle& r) {
+    return QRectF(r.x, r.y, r.width, r.height).toRect();
+}
+
+/// Where a window of that size stands for an item at `anchor`: under it, or above where there is
+/// no room, and always inside the screen's free area.
+QPoint placeAt(const QRect& anchor, QSize size, const QRect& free) {
+    int x = anchor.center().x() - size.width() / 2;
+    int y = anchor.bottom() + 1 + kGap;
+    if (y + size.height() > free.bottom() + 1) {
+        y = anchor.top() - kGap - size.height();
+    }
+    x = std::max(free.left() + kGap, std::min(x, free.right() + 1 - kGap - size.width()));
+    y = std::max(free.top() + kGap, std::min(y, free.bottom() + 1 - kGap - size.height()));
+    return {x, y};
+}
+
+} // namespace
+
+PopoverWindow::PopoverWindow(ContentView& root, Words words)
+    : root_(root), words_(std::move(words)),
+      observation_(root.observe([this] { contentWillChange(); })) {}
+
+PopoverWindow::~PopoverWindow() = default;
+
+void PopoverWindow::show(platform::StatusItem& item) {
+    if (shown()) {
+        return;
+    }
+    if (!view_) {
+        makeView();
+    }
+    item_ = &item;
+    wasActive_ = false;
+    // A host that does not tell where the item is has just been clicked there.
+    const std::optional<platform::Rectangle> frame = item.frame();
+    anchor_ = frame ? toRect(*frame) : QRect(QCursor::pos(), QSize(1, 1));
+    // What has changed since it was last open is not to be seen to change.
+    view_->rootObject()->setProperty("animated", false);
+    render();
+    view_->rootObject()->setProperty("animated", true);
+    place();
+    view_->show();
+}
+
+void PopoverWindow::close() {
+    if (shown()) {
+        item_ = nullptr;
+        view_->hide();
+        view_->releaseResources();
+    }
+}
+
+bool PopoverWindow::shown() const {
+    return item_ != nullptr;
+}
+
+void PopoverWindow::activate() {
+    if (shown()) {
+        view_->raise();
+    }
+}
+
+void PopoverWindow::makeKey() {
+    if (shown()) {
+        view_->requestActivate();
+    }
+}
+
+bool PopoverWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != view_.get()) {
+        return false;
+    }
+    if (event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
+        close();
+        return true;
+    }
+    if (event->type() == QEvent::Close) { // by the window manager
+        event->ignore();
+        close();
+        return true;
+    }
+    return false;
+}
+
+void PopoverWindow::makeView() {
+    // Drawn by the processor: a window this small needs no graphics driver, and its memory.
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    qml_register_types_Korvel();
+    bridge_ = std::make_unique<PopoverBridge>(root_, words_);
+    view_ = std::make_unique<QQuickView>();
+    view_->engine()->setProperty(Inks::kColourSchemeProperty,
+                                 QVariant::fromValue(&colourScheme_));
+    view_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    view_->setTitle(QStringLiteral("Korvel"));
+    view_->setResizeMode(QQuickView::SizeViewToRootObject);
+    view_->setInitialProperties({{QStringLiteral("content"), QVariant::fromValue(bridge_.get())}});
+    view_->installEventFilter(this);
+    render();
+    view_->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverView.qml")));
+    connect(view_.get(), &QWindow::activeChanged, this, &PopoverWindow::activeChanged);
+    connect(view_.get(), &QWindow::heightChanged, this, &PopoverWindow::place);
+}
+
+void PopoverWindow::place() {
+    if (!shown()) {
+        return;
+    }
+    QScreen* screen = QGuiApplication::screenAt(anchor_.center());
+    if (!screen) {
+        screen = QGuiApplication::primaryScreen();
+    }
+    view_->rootObject()->setProperty(
+        "maximumHeight", popoverMaximumHeight(screen ? std::optional<double>(
+                                                           screen->availableGeometry().height())
+                                                     : std::nullopt));
+    if (screen) {
+        view_->setScreen(screen);
+        view_->setPosition(placeAt(anchor_, view_->size(), screen->availableGeometry()));
+    }
+}
+
+void PopoverWindow::contentWillChange() {
+    if (!shown() || renderPending_) {
+        return;
+    }
+    renderPending_ = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            renderPending_ = false;
+            if (shown()) {
+                render();
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+void PopoverWindow::render() {
+    bridge_->setContent(root_.content());
+}
+
+void PopoverWindow::activeChanged() {
+    if (view_->isActive()) {
+        wasActive_ = true;
+    } else if (wasActive_ && shown()) {
+        platform::StatusItem& item = *item_;
+        close();
+        item.ignoreClicks(kClosingClick);
+    }
+}
+
+} // namespace korvel

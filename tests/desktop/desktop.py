@@ -1,0 +1,307 @@
+"""A private desktop: X server, session bus, window manager, panel, home directory.
+
+Everything runs in a folder of its own under /tmp and ends with the Desktop object; nothing of the
+caller's session is touched. Needs xvfb, openbox, dbus, xdotool, x11-apps and the panels.
+"""
+
+import ast
+import os
+import shutil
+import signal
+import struct
+import subprocess
+import tempfile
+import time
+import zlib
+
+WATCHER = "org.kde.StatusNotifierWatcher"
+
+BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:dir={folder}</listen>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+"""
+
+PANEL_CONFIG = """<?xml version="1.0" encoding="UTF-8"?>
+<channel name="xfce4-panel" version="1.0">
+  <property name="configver" type="int" value="2"/>
+  <property name="panels" type="array">
+    <value type="int" value="1"/>
+    <property name="dark-mode" type="bool" value="{dark}"/>
+    <property name="panel-1" type="empty">
+      <property name="position" type="string" value="p=6;x=0;y=0"/>
+      <property name="length" type="uint" value="100"/>
+      <property name="position-locked" type="bool" value="true"/>
+      <property name="size" type="uint" value="28"/>
+      <property name="plugin-ids" type="array">
+        <value type="int" value="1"/>
+        <value type="int" value="2"/>
+      </property>
+    </property>
+  </property>
+  <property name="plugins" type="empty">
+    <property name="plugin-1" type="string" value="separator">
+      <property name="expand" type="bool" value="true"/>
+      <property name="style" type="uint" value="0"/>
+    </property>
+    <property name="plugin-2" type="string" value="systray">
+      <property name="square-icons" type="bool" value="true"/>
+    </property>
+  </property>
+</channel>
+"""
+
+TINT2_CONFIG = """panel_items = S
+panel_size = 100% 30
+panel_position = top center horizontal
+panel_dock = 1
+wm_menu = 0
+systray_padding = 4 2 4
+systray_icon_size = 24
+rounded = 0
+background_color = #f0f0f0 100
+border_width = 0
+panel_background_id = 1
+"""
+
+
+class Failure(AssertionError):
+    """A check that does not hold, with what was seen instead."""
+
+
+def missing_tools(names):
+    return [name for name in names if shutil.which(name) is None]
+
+
+def wait_for(what, condition, seconds=10.0, pause=0.05):
+    """Waits until the condition holds and returns its value."""
+    deadline = time.monotonic() + seconds
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > deadline:
+            raise Failure(f"{what}: not within {seconds:g} s")
+        time.sleep(pause)
+
+
+class Image:
+    """Pixels as rows of (r, g, b) bytes."""
+
+    def __init__(self, width, height, rgb):
+        self.width, self.height, self.rgb = width, height, rgb
+
+    @staticmethod
+    def from_xwd(data):
+        header = struct.unpack(">25I", data[:100])
+        size, width, height = header[0], header[4], header[5]
+        order, bits, line, colours = header[7], header[11], header[12], header[19]
+        if bits not in (24, 32):
+            raise Failure(f"the screen has {bits} bits a pixel")
+        start = size + colours * 12
+        pixel = bits // 8
+        r, g, b = (2, 1, 0) if order == 0 else (pixel - 3, pixel - 2, pixel - 1)
+        rgb = bytearray(width * height * 3)
+        for y in range(height):
+            row = data[start + y * line:start + y * line + width * pixel]
+            rgb[y * width * 3 + 0:(y + 1) * width * 3:3] = row[r::pixel]
+            rgb[y * width * 3 + 1:(y + 1) * width * 3:3] = row[g::pixel]
+            rgb[y * width * 3 + 2:(y + 1) * width * 3:3] = row[b::pixel]
+        return Image(width, height, bytes(rgb))
+
+    def crop(self, x, y, width, height):
+        rows = [self.rgb[(row * self.width + x) * 3:(row * self.width + x + width) * 3]
+                for row in range(y, y + height)]
+        return Image(width, height, b"".join(rows))
+
+    def count(self, colour):
+        """How many pixels have exactly this colour."""
+        wanted = bytes(colour)
+        return sum(self.rgb[i:i + 3] == wanted for i in range(0, len(self.rgb), 3))
+
+    def box(self, colours):
+        """The smallest (x, y, width, height) around the pixels of these colours, or None."""
+        wanted = {bytes(colour) for colour in colours}
+        found = [(i // 3 % self.width, i // 3 // self.width)
+                 for i in range(0, len(self.rgb), 3) if self.rgb[i:i + 3] in wanted]
+        if not found:
+            return None
+        left, right = min(x for x, _ in found), max(x for x, _ in found)
+        top, bottom = min(y for _, y in found), max(y for _, y in found)
+        return left, top, right - left + 1, bottom - top + 1
+
+    def save(self, path):
+        rows = b"".join(b"\0" + self.rgb[y * self.width * 3:(y + 1) * self.width * 3]
+                        for y in range(self.height))
+
+        def chunk(kind, content):
+            return (struct.pack(">I", len(content)) + kind + content +
+                    struct.pack(">I", zlib.crc32(kind + content)))
+
+        with open(path, "wb") as file:
+            file.write(b"\x89PNG\r\n\x1a\n" +
+                       chunk(b"IHDR", struct.pack(">2I5B", self.width, self.height, 8, 2, 0, 0, 0)) +
+                       chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
+
+
+class Desktop:
+    """Use as a context manager. What it starts is ended in the opposite order."""
+
+    def __init__(self, size="800x600", bus=True, dark=False):
+        self.size, self.with_bus, self.dark = size, bus, dark
+        self.folder = tempfile.mkdtemp(prefix="korvel-desktop-")
+        self.home = os.path.join(self.folder, "home")
+        self.runtime = os.path.join(self.folder, "runtime")
+        os.mkdir(self.home)
+        os.mkdir(self.runtime, 0o700)
+        self.started = []
+        keep = ("PATH", "LANG", "LD_LIBRARY_PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS",
+                "QT_SCALE_FACTOR")
+        self.environment = {name: os.environ[name] for name in keep if name in os.environ}
+        self.environment.update(HOME=self.home, XDG_RUNTIME_DIR=self.runtime, NO_AT_BRIDGE="1",
+                                XDG_CONFIG_HOME=os.path.join(self.home, ".config"))
+
+    def __enter__(self):
+        try:
+            self.start_x()
+            if self.with_bus:
+                self.start_bus()
+            else:
+                # An address that nobody answers, so that no bus is started on demand either.
+                self.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.folder}/none"
+            self.spawn(["openbox", "--sm-disable"])
+            wait_for("the window manager", lambda: "_NET_SUPPORTING_WM_CHECK(WINDOW)" in self.run(
+                ["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"]))
+            return self
+        except BaseException:
+            self.__exit__(None, None, None)
+            raise
+
+    def __exit__(self, *_):
+        for process in reversed(self.started):
+            self.end(process)
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def start_x(self):
+        reading, writing = os.pipe()
+        self.x = self.spawn(["Xvfb", "-displayfd", str(writing), "-screen", "0", self.size + "x24",
+                             "-nolisten", "tcp", "-noreset"], pass_fds=(writing,))
+        os.close(writing)
+        with os.fdopen(reading) as answer:
+            number = answer.readline().strip()
+        if not number:
+            raise Failure("the X server did not start")
+        self.environment["DISPLAY"] = ":" + number
+
+    def start_bus(self):
+        """A bus without service folders: only what a test starts is there."""
+        config = os.path.join(self.folder, "bus.conf")
+        with open(config, "w", encoding="utf-8") as file:
+            file.write(BUS_CONFIG.format(folder=self.runtime))
+        bus = self.spawn(["dbus-daemon", "--config-file", config, "--print-address", "--nofork"],
+                         stdout=subprocess.PIPE, text=True)
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
+
+    def spawn(self, command, **more):
+        more.setdefault("stdout", subprocess.DEVNULL)
+        process = subprocess.Popen(command, env=self.environment, stdin=subprocess.DEVNULL,
+                                   stderr=more.pop("stderr", subprocess.DEVNULL), **more)
+        self.started.append(process)
+        return process
+
+    def end(self, process, number=signal.SIGTERM):
+        """Ends one of the desktop's processes and waits for it."""
+        if process.poll() is None:
+            process.send_signal(number)
+            try:
+                process.wait(5)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+        return process.returncode
+
+    def run(self, command, seconds=10):
+        return subprocess.run(command, env=self.environment, stdin=subprocess.DEVNULL,
+                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
+                              timeout=seconds, check=False).stdout
+
+    # Panels.
+
+    def start_panel(self, kind):
+        if kind == "xfce4-panel":
+            folder = os.path.join(self.home, ".config/xfce4/xfconf/xfce-perchannel-xml")
+            os.makedirs(folder, exist_ok=True)
+            with open(os.path.join(folder, "xfce4-panel.xml"), "w", encoding="utf-8") as file:
+                file.write(PANEL_CONFIG.format(dark=str(self.dark).lower()))
+            if not getattr(self, "xfconf", None):
+                self.xfconf = self.spawn(["/usr/lib/x86_64-linux-gnu/xfce4/xfconf/xfconfd"])
+                wait_for("the panel's settings", lambda: self.owner("org.xfce.Xfconf"))
+            panel = self.spawn(["xfce4-panel", "--disable-wm-check", "--sm-client-disable"])
+            wait_for("the panel's tray", self.has_host)
+        elif kind == "tint2":
+            config = os.path.join(self.folder, "tint2rc")
+            with open(config, "w", encoding="utf-8") as file:
+                file.write(TINT2_CONFIG)
+            panel = self.spawn(["tint2", "-c", config])
+        elif kind == "trayer":
+            panel = self.spawn(["trayer", "--edge", "top", "--align", "right", "--height", "28",
+                                "--widthtype", "request", "--SetDockType", "true"])
+        else:
+            raise ValueError(kind)
+        return panel
+
+    # The session bus.
+
+    def call(self, name, path, method, *arguments):
+        return self.run(["gdbus", "call", "--session", "-d", name, "-o", path, "-m", method,
+                         *arguments]).strip()
+
+    def owner(self, name):
+        return self.call("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                         "org.freedesktop.DBus.NameHasOwner", name) == "(true,)"
+
+    def property(self, name, path, interface, key):
+        return self.call(name, path, "org.freedesktop.DBus.Properties.Get", interface, key)
+
+    def activate(self, x=0, y=0):
+        """A click on the program's item as a panel hands it on, without a mouse."""
+        for name in self.items():
+            self.call(name, "/StatusNotifierItem", "org.kde.StatusNotifierItem.Activate", str(x),
+                      str(y))
+
+    def popover(self):
+        """The window of the open popover: its id, or an empty string."""
+        return self.xdotool("search", "--onlyvisible", "--name", "^Korvel$")
+
+    def has_host(self):
+        return self.property(WATCHER, "/StatusNotifierWatcher", WATCHER,
+                             "IsStatusNotifierHostRegistered") == "(<true>,)"
+
+    def items(self):
+        """The bus names of the items in the tray."""
+        answer = self.property(WATCHER, "/StatusNotifierWatcher", WATCHER,
+                               "RegisteredStatusNotifierItems")
+        if not answer.startswith("(<["):
+            return []
+        return [name.split("/")[0] for name in ast.literal_eval(answer[2:answer.rindex(">")])]
+
+    # The screen and the hands.
+
+    def screenshot(self):
+        data = subprocess.run(["xwd", "-root", "-silent"], env=self.environment,
+                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, timeout=10,
+                              check=True).stdout
+        return Image.from_xwd(data)
+
+    def xdotool(self, *arguments):
+        return self.run(["xdotool", *map(str, arguments)]).strip()
+
+    def click(self, x, y, button=1):
+        self.xdotool("mousemove", x, y, "click", button)
