@@ -12,7 +12,7 @@ Rectangle {
 
     width: Theme.popoverWidth
     height: Math.min(view.contentHeight, maximumHeight)
-    border.color: Theme.track(Theme.dividerOpacity)
+    border.color: Qt.tint(Inks.ground, Theme.track(Theme.borderOpacity))
     color: Inks.ground
 
     ContentView {

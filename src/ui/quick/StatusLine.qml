@@ -42,7 +42,7 @@ Item {
         width: line.width - x
         color: Inks.texts.of(line.textStyle)
         font: Theme.status
-        maximumLineCount: 4
+        maximumLineCount: 8 // a sentence may name a process, at any length
         text: line.words
         wrapMode: Text.Wrap
     }

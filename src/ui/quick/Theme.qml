@@ -13,7 +13,7 @@ QtObject {
     readonly property real rowTrackOpacity: 0.08
     readonly property real factorTrackOpacity: 0.07
     readonly property real dividerOpacity: 0.1
-    readonly property real hoverOpacity: 0.07
+    readonly property real borderOpacity: 0.18
 
     readonly property real headerTop: 14
     readonly property real headerBottom: 12
