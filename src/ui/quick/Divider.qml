@@ -1,17 +1,8 @@
-import QtQuick
-import QtQuick.Window
 import Korvel
 
-// A line across the popover, as thin as the screen can draw it.
-Item {
-    id: divider
-
+// A line across the popover.
+HairLine {
     implicitWidth: Theme.popoverWidth
     implicitHeight: 1
-
-    Rectangle {
-        width: divider.width
-        height: 1 / Screen.devicePixelRatio
-        color: Theme.track(Theme.dividerOpacity)
-    }
+    colour: Theme.track(Theme.dividerOpacity)
 }

@@ -31,12 +31,12 @@ Column {
     }
 
     Loader {
-        active: entry.holdsSwap
-        visible: active
+        visible: entry.holdsSwap
         width: entry.width
-
-        sourceComponent: SwapHoldersBlock {
-            content: entry.content
+        Component.onCompleted: {
+            if (entry.holdsSwap) {
+                setSource("SwapHoldersBlock.qml", {"content": entry.content});
+            }
         }
     }
 }

@@ -35,10 +35,12 @@ T.AbstractButton {
 
     Loader {
         active: button.tip !== "" && button.hovered
-
-        sourceComponent: Tip {
-            target: button
-            text: button.tip
+        onLoaded: {
+            const tip = item as Tip;
+            tip.target = button;
+            tip.text = button.tip;
         }
+
+        sourceComponent: Tip {}
     }
 }

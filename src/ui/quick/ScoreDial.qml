@@ -32,7 +32,7 @@ Item {
             NumberAnimation {
                 duration: Theme.scoreAnimation
                 easing.type: Easing.BezierSpline
-                easing.bezierCurve: Theme.easeOut
+                easing.bezierCurve: [0, 0, 0.58, 1, 1, 1] // ease-out
             }
         }
     }

@@ -22,7 +22,6 @@ QtObject {
     readonly property real dialSize: 56
     readonly property real dialLineWidth: 5
     readonly property int scoreAnimation: 350 // milliseconds
-    readonly property list<real> easeOut: [0, 0, 0.58, 1, 1, 1]
 
     readonly property real toggleTop: 1
     readonly property real breakdownBottom: 12

@@ -6,20 +6,20 @@ import Korvel
 T.ToolTip {
     id: tip
 
-    required property Item target
+    property Item target
 
     readonly property real longest: Theme.popoverWidth - 2 * Theme.sidePadding
 
     parent: target
-    x: Math.round((target.width - width) / 2)
-    y: target.height + Theme.focusReach
+    x: target ? Math.round((target.width - width) / 2) : 0
+    y: target ? target.height + Theme.focusReach : 0
     implicitWidth: Math.min(longest, contentItem.implicitWidth + leftPadding + rightPadding)
     implicitHeight: contentItem.height + topPadding + bottomPadding
     margins: Theme.focusReach
     horizontalPadding: 8
     verticalPadding: 5
     delay: 600
-    visible: true
+    visible: target !== null
 
     contentItem: Label {
         width: tip.availableWidth

@@ -7,7 +7,7 @@
 namespace korvel {
 
 /// A ring, and over it an arc from twelve o'clock clockwise. The strokes lie inside the item.
-class DialItem : public TintedItem {
+class DialItem : public korvel::TintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(Dial)
     Q_PROPERTY(qreal fraction READ fraction WRITE setFraction NOTIFY fractionChanged FINAL)

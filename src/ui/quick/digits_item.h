@@ -10,7 +10,7 @@ namespace korvel {
 /// One line of text whose digits all take the same width, whatever the font: nothing moves when a
 /// number changes. (This Qt cannot ask a font for its tabular figures.) For short texts: it never
 /// wraps or elides.
-class DigitsItem : public TintedItem {
+class DigitsItem : public korvel::TintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(Digits)
     Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged FINAL)

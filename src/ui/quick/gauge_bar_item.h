@@ -7,7 +7,7 @@
 namespace korvel {
 
 /// A bar with round ends on a track of the same shape, filled from the left.
-class GaugeBarItem : public TintedItem {
+class GaugeBarItem : public korvel::TintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(GaugeBar)
     Q_PROPERTY(qreal fraction READ fraction WRITE setFraction NOTIFY fractionChanged FINAL)

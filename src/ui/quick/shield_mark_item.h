@@ -7,7 +7,7 @@
 namespace korvel {
 
 /// The program's badge.
-class ShieldMarkItem : public TintedItem {
+class ShieldMarkItem : public korvel::TintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(ShieldMark)
 

@@ -9,7 +9,7 @@ namespace korvel {
 
 /// The sparkline of a metric row. The item is larger than the line's box by `kOverscan` on each
 /// side, so that a line along the box's edge shows its whole width.
-class SparkItem : public TintedItem {
+class SparkItem : public korvel::TintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(Spark)
     Q_PROPERTY(QList<qreal> values READ values WRITE setValues NOTIFY valuesChanged FINAL)

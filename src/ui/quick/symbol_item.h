@@ -7,7 +7,7 @@
 namespace korvel {
 
 /// One of the program's symbols, sized like text: `size` is that of the letters it stands beside.
-class SymbolItem : public TintedItem {
+class SymbolItem : public korvel::TintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(Symbol)
     Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged FINAL)
