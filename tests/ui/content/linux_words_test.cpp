@@ -1,0 +1,124 @@
+#include "ui/content/linux_words.h"
+
+#include <regex>
+
+#include <gtest/gtest.h>
+
+#include "core/metrics.h"
+#include "platform/simulated/services.h"
+#include "ui/content/metric_rows.h"
+#include "ui/content/score_sections.h"
+
+namespace korvel {
+namespace {
+
+TEST(LinuxWords, SayTheSameOfLinux) {
+    const struct {
+        const char* mac;
+        const char* linux;
+    } rows[] = {
+        {"9.1 GB free to use · macOS is comfortable", "9.1 GB free to use · Linux is comfortable"},
+        {"0.0 GB free to use · macOS is under pressure",
+         "0.0 GB free to use · Linux is under pressure"},
+        {"0.6 GB free to use · macOS is out of room", "0.6 GB free to use · Linux is out of room"},
+        {"Memory is what's dragging this down (0.6 GB free to use · macOS is out of room)",
+         "Memory is what's dragging this down (0.6 GB free to use · Linux is out of room)"},
+        {"macOS thermal state: normal", "Linux thermal state: normal"},
+        {"macOS thermal state: unknown", "Linux thermal state: unknown"},
+        {"Running hot. macOS is throttling to cool down",
+         "Running hot. Linux is throttling to cool down"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(linuxWords(row.mac), row.linux);
+    }
+}
+
+TEST(LinuxWords, LeaveEveryOtherTextAlone) {
+    for (const char* text :
+         {"", ")", "All clear, nothing needs attention", "312 GB free", "macOS", "Finder",
+          // What a process may be called, where its name is part of a text.
+          "macOS is comfortable is holding 9.3GB",
+          "macOS thermal state: normal is holding 9.3GB",
+          "Running hot. macOS is throttling to cool down is holding 9.3GB",
+          "Quit macOS thermal state: warm. Sends SIGTERM so it closes cleanly",
+          "Quit 1 GB free to use · macOS is comfortable. Sends SIGTERM so it closes cleanly"}) {
+        EXPECT_EQ(linuxWords(text), text);
+    }
+}
+
+/// Every text of a popover on that reading, but for the names of processes.
+std::vector<std::string> textsOf(const Snapshot& snap, platform::Processes& processes) {
+    std::vector<std::string> texts{PopoverContent::kFootnote, PopoverContent::kHeaviestCaption};
+    for (const bool open : {false, true}) {
+        const auto header = headerOf(snap, open);
+        texts.insert(texts.end(), {header.verdict, header.line, header.toggle});
+    }
+    for (const auto& line : breakdownOf(snap)) {
+        texts.insert(texts.end(), {line.name, line.lost, line.detail});
+    }
+    for (const auto& line : statusOf(snap)) {
+        texts.push_back(line.text);
+    }
+    for (const Row& row : metricRows(snap, {})) {
+        texts.insert(texts.end(), {row.label, row.percentText(), row.detail});
+    }
+    const std::vector<std::vector<ProcInfo>> lists{{}, snap.topProcs};
+    for (const auto& holders : lists) {
+        for (const bool scanning : {false, true}) {
+            const auto block = swapHoldersOf(holders, scanning, processes);
+            texts.insert(texts.end(), {block.button, block.note});
+            for (const auto& line : block.holders) {
+                texts.insert(texts.end(), {line.size, line.quit.value_or("")});
+            }
+        }
+    }
+    for (const auto& line : heaviestOf(snap, processes)) {
+        texts.insert(texts.end(), {line.size, line.quit.value_or("")});
+    }
+    return texts;
+}
+
+TEST(LinuxWords, NoTextOfAnyReadingNamesTheMacAfterThem) {
+    platform::SimulatedServices system;
+    const std::regex mac("macOS|\\bMac\\b|Finder|OS X|Apple");
+    int changed = 0;
+    for (const MemPressure pressure :
+         {MemPressure::normal, MemPressure::warning, MemPressure::critical}) {
+        for (const int thermal : {-1, 0, 1, 2, 3, 4}) {
+            for (const double free : {0.0, 12.0, 40.0, 400.0}) {
+                for (const int variant : {0, 1, 2, 3}) {
+                    Snapshot snap;
+                    snap.memPressure = pressure;
+                    snap.thermal = static_cast<ThermalState>(thermal);
+                    snap.diskFreeGB = free;
+                    snap.memTotalGB = 16;
+                    snap.swappingNow = variant % 2 == 1;
+                    snap.cpuPct = variant >= 2 ? 100 : 0;
+                    snap.load1 = variant >= 2 ? 9 : 0;
+                    snap.topProcs = {{1, "firefox", variant == 3 ? 9.3 : 1}};
+                    Metrics::score(snap);
+                    for (const std::string& text : textsOf(snap, system.processes)) {
+                        const std::string words = linuxWords(text);
+                        changed += words == text ? 0 : 1;
+                        EXPECT_FALSE(std::regex_search(words, mac)) << words;
+                    }
+                    // The sentence about the worst factor, which alerts may have displaced.
+                    snap.alerts.clear();
+                    for (const ScoreFactor& factor : snap.factors) {
+                        for (const std::int64_t score : {40, 60}) {
+                            Snapshot alone = snap;
+                            alone.score = score;
+                            alone.factors = {factor};
+                            const std::string words = linuxWords(statusOf(alone)[0].text);
+                            EXPECT_FALSE(std::regex_search(words, mac)) << words;
+                        }
+                    }
+                }
+            }
+        }
+    }
+    EXPECT_GT(changed, 0);
+}
+
+} // namespace
+} // namespace korvel
