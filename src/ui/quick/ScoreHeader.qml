@@ -16,7 +16,7 @@ Item {
         id: dial
 
         x: Theme.sidePadding
-        y: Theme.headerTop + Math.round((column.height - height) / 2)
+        y: Theme.headerTop + Math.max(0, Math.round((column.height - height) / 2))
         animated: header.animated
         inkName: header.content.scoreColour
         score: header.content.score

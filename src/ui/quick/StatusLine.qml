@@ -38,6 +38,7 @@ Item {
     Label {
         id: label
 
+        objectName: "words"
         x: mark.frame + Theme.symbolSpacing
         width: line.width - x
         color: Inks.texts.of(line.textStyle)

@@ -1,0 +1,214 @@
+// What the drawings paint, seen in their pixels.
+
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include <QFontMetricsF>
+#include <QImage>
+#include <QPainter>
+
+#include "ui/quick/dial_item.h"
+#include "ui/quick/digits_item.h"
+#include "ui/quick/gauge_bar_item.h"
+#include "ui/quick/inks.h"
+#include "ui/quick/shield_mark_item.h"
+#include "ui/quick/spark_item.h"
+#include "ui/quick/symbols.h"
+
+namespace korvel {
+namespace {
+
+QImage painted(QQuickPaintedItem& item) {
+    QImage image(item.size().toSize(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    item.paint(&painter);
+    return image;
+}
+
+int paintedPixels(const QImage& image) {
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            count += qAlpha(image.pixel(x, y)) > 0 ? 1 : 0;
+        }
+    }
+    return count;
+}
+
+bool near(const QColor& a, const QColor& b) {
+    return std::abs(a.red() - b.red()) < 8 && std::abs(a.green() - b.green()) < 8 &&
+           std::abs(a.blue() - b.blue()) < 8;
+}
+
+class Dials : public testing::Test {
+  protected:
+    Dials() {
+        dial.setSize({56, 56});
+        dial.setLineWidth(5);
+        dial.setColour(Qt::red);
+        dial.setTrackColour(Qt::blue);
+    }
+    /// The colour on the ring at an angle in degrees, clockwise from twelve o'clock.
+    QColor ringAt(double degrees) {
+        const double radians = degrees / 180 * std::acos(-1.0);
+        return painted(dial).pixelColor(static_cast<int>(28 + 25.5 * std::sin(radians)),
+                                        static_cast<int>(28 - 25.5 * std::cos(radians)));
+    }
+
+    DialItem dial;
+};
+
+TEST_F(Dials, TheArcRunsClockwiseFromTwelveOClock) {
+    dial.setFraction(0.25);
+    EXPECT_TRUE(near(ringAt(10), Qt::red));
+    EXPECT_TRUE(near(ringAt(80), Qt::red));
+    EXPECT_TRUE(near(ringAt(110), Qt::blue));
+    EXPECT_TRUE(near(ringAt(340), Qt::blue));
+}
+
+TEST_F(Dials, AScoreOfNothingDrawsNoArcNotEvenADot) {
+    dial.setFraction(0);
+    const QImage image = painted(dial);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            EXPECT_EQ(image.pixelColor(x, y).red(), 0) << x << "," << y;
+        }
+    }
+}
+
+TEST_F(Dials, AFullScoreIsAFullCircle) {
+    dial.setFraction(1);
+    for (const double degrees : {1.0, 90.0, 180.0, 270.0, 359.0}) {
+        EXPECT_TRUE(near(ringAt(degrees), Qt::red)) << degrees;
+    }
+}
+
+TEST(GaugeBars, FillTheirShareButNeverLessThanTheStub) {
+    GaugeBarItem bar;
+    bar.setSize({164, 4});
+    bar.setShortest(3);
+    const struct {
+        double fraction;
+        double width;
+    } rows[] = {{0, 3}, {0.01, 3}, {0.5, 82}, {1, 164}, {-0.2, 3}};
+    for (const auto& row : rows) {
+        bar.setFraction(row.fraction);
+        EXPECT_DOUBLE_EQ(bar.fillWidth(), row.width) << row.fraction;
+    }
+}
+
+TEST(GaugeBars, HaveRoundEnds) {
+    GaugeBarItem bar;
+    bar.setSize({40, 4});
+    bar.setColour(Qt::red);
+    bar.setTrackColour(Qt::blue);
+    bar.setFraction(0.5);
+    const QImage image = painted(bar);
+    EXPECT_LT(image.pixelColor(0, 0).alpha(), 200);
+    EXPECT_LT(image.pixelColor(39, 3).alpha(), 200);
+    EXPECT_TRUE(near(image.pixelColor(10, 2), Qt::red));
+    EXPECT_TRUE(near(image.pixelColor(30, 2), Qt::blue));
+}
+
+TEST(Sparks, DrawNothingForFewerThanTwoValues) {
+    SparkItem spark;
+    spark.setSize({48, 18});
+    spark.setColour(Qt::red);
+    for (const QList<qreal>& values : {QList<qreal>(), QList<qreal>{50}}) {
+        spark.setValues(values);
+        EXPECT_EQ(paintedPixels(painted(spark)), 0);
+    }
+    spark.setValues({50, 50});
+    EXPECT_GT(paintedPixels(painted(spark)), 40);
+}
+
+TEST(Sparks, ALineAlongTheTopOfItsBoxShowsItsWholeWidth) {
+    SparkItem spark;
+    spark.setSize({48, 18});
+    spark.setColour(Qt::red);
+    spark.setValues({50, 50});
+    const QImage image = painted(spark);
+    int alpha = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        alpha += image.pixelColor(24, y).alpha();
+    }
+    EXPECT_NEAR(alpha / 255.0, 1.3 * 0.85, 0.03);
+}
+
+TEST(Sparks, AValueThatIsNoNumberDoesNoHarm) {
+    SparkItem spark;
+    spark.setSize({48, 18});
+    spark.setValues({50, std::nan(""), 50});
+    painted(spark);
+}
+
+TEST(ShieldMarks, AreCyanUnlessToldOtherwiseAndScaleByTheShorterSide) {
+    ShieldMarkItem shield;
+    EXPECT_EQ(shield.colour().name(), "#38e0ff");
+    shield.setSize({96, 48});
+    const QImage image = painted(shield);
+    EXPECT_TRUE(near(image.pixelColor(24 + 9, 17), shield.colour())) << "its left edge";
+    EXPECT_EQ(image.pixelColor(9, 17).alpha(), 0);
+}
+
+TEST(Symbols, EveryNamedOneIsThereInBothWeightsWithinTheGrid) {
+    for (const char* name :
+         {"chevron.down", "chevron.right", "checkmark.circle.fill", "info.circle.fill",
+          "exclamationmark.triangle.fill", "xmark.circle.fill", "cup.and.saucer.fill",
+          "arrow.down.circle.fill", "trash", "xmark", "power"}) {
+        for (const SymbolWeight weight : {SymbolWeight::regular, SymbolWeight::bold}) {
+            const QPainterPath path = symbolPath(name, weight);
+            EXPECT_FALSE(path.isEmpty()) << name;
+            EXPECT_TRUE(QRectF(0, 0, kSymbolGrid, kSymbolGrid).contains(path.boundingRect()))
+                << name;
+        }
+    }
+    EXPECT_TRUE(symbolPath("no.such.symbol", SymbolWeight::regular).isEmpty());
+}
+
+TEST(Symbols, AFilledOneShowsItsSignAsAHole) {
+    const struct {
+        const char* name;
+        QPointF inSign;
+        QPointF inFill;
+    } rows[] = {{"checkmark.circle.fill", {10.5, 16}, {5, 8}},
+                {"info.circle.fill", {12, 14}, {5, 12}},
+                {"exclamationmark.triangle.fill", {12, 11}, {7, 18}},
+                {"xmark.circle.fill", {12, 12}, {12, 4}},
+                {"arrow.down.circle.fill", {12, 10}, {4, 12}}};
+    for (const auto& row : rows) {
+        const QPainterPath path = symbolPath(row.name, SymbolWeight::regular);
+        EXPECT_FALSE(path.contains(row.inSign)) << row.name;
+        EXPECT_TRUE(path.contains(row.inFill)) << row.name;
+    }
+}
+
+TEST(Digits, NumbersOfAsManyDigitsAreEquallyWideInAnyFont) {
+    DigitsItem digits;
+    for (const char* family : {"Inter", "DejaVu Sans", "DejaVu Sans Mono"}) {
+        digits.setFont(QFont(family, 20));
+        digits.setText("111");
+        const qreal width = digits.implicitWidth();
+        EXPECT_GT(width, 0);
+        for (const char* text : {"000", "777", "918"}) {
+            digits.setText(text);
+            EXPECT_EQ(digits.implicitWidth(), width) << family << " " << text;
+        }
+    }
+}
+
+TEST(Fonts, HaveTheirSizeInPixelsFractionsIncluded) {
+    for (const qreal size : {8.5, 9.5, 10.0, 17.0}) {
+        QFont tenfold = Inks::font(size, QFont::Bold);
+        EXPECT_EQ(tenfold.weight(), QFont::Bold);
+        tenfold.setPointSizeF(tenfold.pointSizeF() * 100);
+        EXPECT_NEAR(QFontInfo(tenfold).pixelSize(), size * 100, 1) << size;
+        EXPECT_TRUE(QFontInfo(Inks::monospaced(size, QFont::Normal)).fixedPitch());
+    }
+}
+
+} // namespace
+} // namespace korvel

@@ -1,0 +1,153 @@
+#include "ui/quick/keyed_list_model.h"
+
+#include <algorithm>
+#include <random>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace korvel {
+namespace {
+
+using Entry = KeyedListModel::Entry;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// A view's idea of a list, kept by what the list tells, and a record of that.
+class Watcher : public QObject {
+  public:
+    explicit Watcher(KeyedListModel& list) : list_(list) {
+        connect(&list, &QAbstractItemModel::rowsInserted, this,
+                [this](const QModelIndex&, int first, int last) {
+                    for (int row = first; row <= last; ++row) {
+                        rows.insert(rows.begin() + row, made++);
+                        told.push_back("insert");
+                    }
+                });
+        connect(&list, &QAbstractItemModel::rowsRemoved, this,
+                [this](const QModelIndex&, int first, int last) {
+                    rows.erase(rows.begin() + first, rows.begin() + last + 1);
+                    told.push_back("remove");
+                });
+        connect(&list, &QAbstractItemModel::rowsMoved, this,
+                [this](const QModelIndex&, int first, int, const QModelIndex&, int to) {
+                    std::rotate(rows.begin() + to, rows.begin() + first, rows.begin() + first + 1);
+                    told.push_back("move");
+                });
+        connect(&list, &QAbstractItemModel::dataChanged, this,
+                [this](const QModelIndex&, const QModelIndex&, const QList<int>& roles) {
+                    for (const int role : roles) {
+                        told.push_back("change " + list_.roleNames()[role].toStdString());
+                    }
+                });
+        connect(&list, &QAbstractItemModel::modelReset, this, [this] { told.push_back("reset"); });
+    }
+
+    std::vector<int> rows; ///< one number for each piece of the view, in the order of making
+    std::vector<std::string> told;
+
+  private:
+    KeyedListModel& list_;
+    int made = 0;
+};
+
+std::vector<Entry> entries(const std::string& keys) {
+    std::vector<Entry> list;
+    for (const char key : keys) {
+        list.push_back({QString(QLatin1Char(key)), {QString(QLatin1Char(key)), 1}});
+    }
+    return list;
+}
+
+std::string keysOf(const KeyedListModel& list) {
+    std::string keys;
+    for (int row = 0; row < list.rowCount(); ++row) {
+        keys += list.data(list.index(row), Qt::UserRole).toString().toStdString();
+    }
+    return keys;
+}
+
+class KeyedList : public testing::Test {
+  protected:
+    KeyedListModel list{{"name", "size"}, KeyedListModel::Rows::own, nullptr};
+    Watcher watcher{list};
+};
+
+TEST_F(KeyedList, TellsNothingOfAnEqualState) {
+    list.setEntries(entries("abc"));
+    watcher.told.clear();
+    list.setEntries(entries("abc"));
+    EXPECT_THAT(watcher.told, IsEmpty());
+}
+
+TEST_F(KeyedList, TellsOnlyTheRolesThatChanged) {
+    list.setEntries(entries("abc"));
+    watcher.told.clear();
+    auto changed = entries("abc");
+    changed[1].values[1] = 2;
+    list.setEntries(changed);
+    EXPECT_THAT(watcher.told, ElementsAre("change size"));
+    EXPECT_EQ(list.data(list.index(1), Qt::UserRole + 1), 2);
+}
+
+TEST_F(KeyedList, ARowKeepsItsPieceWhereverItMoves) {
+    list.setEntries(entries("abcd"));
+    watcher.told.clear();
+    list.setEntries(entries("dabc"));
+    EXPECT_THAT(watcher.told, ElementsAre("move"));
+    EXPECT_THAT(watcher.rows, ElementsAre(3, 0, 1, 2));
+}
+
+TEST_F(KeyedList, ARowThatIsGoneTakesItsPieceAlong) {
+    list.setEntries(entries("abc"));
+    watcher.told.clear();
+    list.setEntries(entries("axc"));
+    EXPECT_THAT(watcher.rows, ElementsAre(0, 3, 2)) << "b's button must not become x's";
+    EXPECT_THAT(watcher.told, ElementsAre("remove", "insert"));
+}
+
+TEST_F(KeyedList, OfDoubledKeysTheFirstCounts) {
+    list.setEntries(entries("aba"));
+    EXPECT_EQ(keysOf(list), "ab");
+}
+
+TEST_F(KeyedList, AnyStateFollowsAnyOther) {
+    std::mt19937 random(7);
+    std::string keys = "abcdefgh";
+    for (int round = 0; round < 2000; ++round) {
+        std::shuffle(keys.begin(), keys.end(), random);
+        const std::string shown = keys.substr(0, random() % (keys.size() + 1));
+        list.setEntries(entries(shown));
+        ASSERT_EQ(keysOf(list), shown);
+        ASSERT_EQ(watcher.rows.size(), shown.size());
+    }
+}
+
+TEST(KeyedListWithReusedRows, HandsARowOnToTheEntryThatComesInItsPlace) {
+    KeyedListModel list({"name", "size"}, KeyedListModel::Rows::reused, nullptr);
+    Watcher watcher(list);
+    list.setEntries(entries("abc"));
+    watcher.told.clear();
+    // The same values under new identities: nothing to be seen.
+    auto anew = entries("abc");
+    for (Entry& entry : anew) {
+        entry.key += QLatin1String("'");
+    }
+    list.setEntries(anew);
+    EXPECT_THAT(watcher.told, IsEmpty());
+    EXPECT_THAT(watcher.rows, ElementsAre(0, 1, 2));
+    list.setEntries(entries("xy"));
+    EXPECT_EQ(keysOf(list), "xy");
+    EXPECT_THAT(watcher.rows, ElementsAre(0, 1));
+}
+
+TEST_F(KeyedList, HasNothingOutsideItsRows) {
+    list.setEntries(entries("a"));
+    EXPECT_FALSE(list.data(list.index(1), Qt::UserRole).isValid());
+    EXPECT_FALSE(list.data(list.index(0), Qt::UserRole + 2).isValid());
+    EXPECT_FALSE(list.data(list.index(0), Qt::DisplayRole).isValid());
+    EXPECT_EQ(list.rowCount(list.index(0)), 0);
+}
+
+} // namespace
+} // namespace korvel

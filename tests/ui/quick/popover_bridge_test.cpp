@@ -1,0 +1,172 @@
+#include "ui/quick/popover_bridge.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QMetaMethod>
+
+#include "ui/content/linux_words.h"
+#include "ui/quick/scenes.h"
+
+namespace korvel {
+namespace {
+
+std::string unchanged(std::string text) {
+    return text;
+}
+
+QVariant at(KeyedListModel* list, int row, const char* role) {
+    return list->data(list->index(row), list->roleNames().key(role));
+}
+
+/// Counts every signal of an object.
+class Signals : public QObject {
+    Q_OBJECT
+
+  public:
+    explicit Signals(const QObject& object) {
+        const QMetaMethod slot =
+            staticMetaObject.method(staticMetaObject.indexOfSlot("heard()"));
+        const QMetaObject* type = object.metaObject();
+        for (int i = QObject::staticMetaObject.methodCount(); i < type->methodCount(); ++i) {
+            if (type->method(i).methodType() == QMetaMethod::Signal) {
+                connect(&object, type->method(i), this, slot);
+            }
+        }
+    }
+
+    int count = 0;
+
+  public Q_SLOTS:
+    void heard() { ++count; }
+};
+
+class Bridge : public testing::Test {
+  protected:
+    void render() { bridge.setContent(stage.root.content()); }
+
+    Stage stage;
+    PopoverBridge bridge{stage.root, unchanged};
+};
+
+TEST_F(Bridge, HandsOverWhatTheContentSays) {
+    stage.show(fairReading());
+    stage.root.toggleBreakdown();
+    render();
+    EXPECT_EQ(bridge.score(), stage.model->snap->score);
+    EXPECT_EQ(bridge.scoreText(), "65");
+    EXPECT_EQ(bridge.scoreColour(), "warn");
+    EXPECT_EQ(bridge.verdict(), "Fair");
+    EXPECT_EQ(bridge.line(), "8 cores · 16 GB · up 3d 4h");
+    EXPECT_EQ(bridge.toggle(), "hide breakdown");
+    EXPECT_TRUE(bridge.breakdownShown());
+    ASSERT_EQ(bridge.breakdown()->rowCount(), 6);
+    EXPECT_EQ(at(bridge.breakdown(), 0, "name"), "Memory");
+    EXPECT_EQ(at(bridge.breakdown(), 0, "lost"), "−14");
+    EXPECT_EQ(at(bridge.breakdown(), 0, "barColour"), "bad");
+    EXPECT_EQ(bridge.footnote(), "points lost, out of 100");
+    ASSERT_EQ(bridge.status()->rowCount(), 1);
+    EXPECT_EQ(at(bridge.status(), 0, "symbol"), "info.circle.fill");
+    ASSERT_EQ(bridge.rows()->rowCount(), 5);
+    EXPECT_EQ(at(bridge.rows(), 0, "label"), "CPU");
+    EXPECT_EQ(at(bridge.rows(), 0, "percentText"), "46%");
+    EXPECT_EQ(at(bridge.rows(), 0, "hasSpark"), true);
+    EXPECT_EQ(at(bridge.rows(), 0, "sparkColour"), "cyan");
+    EXPECT_EQ(at(bridge.rows(), 0, "sparkValues").value<QList<qreal>>().size(), 60);
+    EXPECT_EQ(at(bridge.rows(), 2, "hasSpark"), false);
+    EXPECT_EQ(bridge.swapButton(), "what's holding it");
+    EXPECT_EQ(bridge.heaviestCaption(), "HEAVIEST");
+    ASSERT_EQ(bridge.heaviest()->rowCount(), 5);
+    EXPECT_EQ(at(bridge.heaviest(), 0, "size"), "3.42 GB");
+    EXPECT_EQ(at(bridge.heaviest(), 0, "canQuit"), true);
+    EXPECT_EQ(at(bridge.heaviest(), 0, "tip"),
+              "Quit firefox. Sends SIGTERM so it closes cleanly");
+}
+
+TEST_F(Bridge, OnlyTheSwapRowHoldsTheBlockOfTheHolders) {
+    render();
+    for (int row = 0; row < 5; ++row) {
+        EXPECT_EQ(at(bridge.rows(), row, "holdsSwap"), row == 2) << row;
+    }
+}
+
+TEST_F(Bridge, AnEqualReadingIsNotAnnounced) {
+    stage.show(strainedReading());
+    stage.root.toggleBreakdown();
+    stage.model->swapHolders = std::vector<ProcInfo>{{7, "firefox", 1}};
+    render();
+    Signals own(bridge);
+    Signals breakdown(*bridge.breakdown());
+    Signals status(*bridge.status());
+    Signals rows(*bridge.rows());
+    Signals holders(*bridge.swapHolders());
+    Signals heaviest(*bridge.heaviest());
+    stage.show(strainedReading()); // its factors have new identities
+    render();
+    EXPECT_EQ(own.count + breakdown.count + status.count + rows.count + holders.count +
+                  heaviest.count,
+              0);
+    Snapshot busier = strainedReading();
+    busier.uptime = "3d 5h";
+    stage.show(busier);
+    render();
+    EXPECT_EQ(own.count, 1);
+}
+
+TEST_F(Bridge, AProcessKeepsItsRowThroughANewOrder) {
+    Snapshot snap;
+    snap.topProcs = {{1, "a", 3}, {2, "b", 2}, {3, "c", 1}};
+    stage.show(snap);
+    render();
+    const QPersistentModelIndex c = bridge.heaviest()->index(2);
+    std::swap(snap.topProcs[0], snap.topProcs[2]);
+    stage.show(snap);
+    render();
+    EXPECT_EQ(c.row(), 0);
+    EXPECT_EQ(at(bridge.heaviest(), 0, "pid"), 3);
+}
+
+TEST_F(Bridge, HandsActionsToTheRoot) {
+    stage.simulated.addProcess(7, "firefox", 2, 1.5);
+    Snapshot snap;
+    snap.topProcs = {{7, "firefox", 2}};
+    stage.show(snap);
+    bridge.toggleBreakdown();
+    EXPECT_TRUE(stage.root.content().breakdown);
+    bridge.findSwapHolders();
+    stage.simulated.settle();
+    EXPECT_EQ(stage.model->swapHolders->size(), 1u);
+    bridge.quitProcess(7);
+    bridge.quitProcess(12345);
+    EXPECT_THAT(stage.simulated.system.processes.terminated, testing::ElementsAre(7));
+}
+
+TEST_F(Bridge, SaysItsOwnTextsInTheDesktopsWordsAndNamesAsTheyAre) {
+    PopoverBridge linuxBridge(stage.root, linuxWords);
+    Snapshot snap = strainedReading();
+    snap.topProcs = {{7, "macOS thermal state: warm", 9}};
+    stage.show(snap);
+    linuxBridge.setContent(stage.root.content());
+    EXPECT_EQ(at(linuxBridge.rows(), 1, "detail"), "0.6 GB free to use · Linux is out of room");
+    EXPECT_EQ(at(linuxBridge.rows(), 3, "detail"), "Linux thermal state: hot, throttling");
+    EXPECT_EQ(at(linuxBridge.status(), 0, "words"), "macOS thermal state: warm is holding 9.0GB");
+    EXPECT_EQ(at(linuxBridge.heaviest(), 0, "name"), "macOS thermal state: warm");
+}
+
+TEST_F(Bridge, TakesWhatCannotBePaintedOutOfNamesTipsAndAlerts) {
+    Snapshot snap;
+    snap.topProcs = {{7, "a\nb", 9}};
+    stage.show(snap);
+    stage.model->swapHolders = snap.topProcs;
+    render();
+    EXPECT_EQ(at(bridge.heaviest(), 0, "name"), "a\uFFFDb");
+    EXPECT_EQ(at(bridge.heaviest(), 0, "tip"),
+              "Quit a\uFFFDb. Sends SIGTERM so it closes cleanly");
+    EXPECT_EQ(at(bridge.swapHolders(), 0, "name"), "a\uFFFDb");
+    EXPECT_EQ(at(bridge.status(), 0, "words"), "a\uFFFDb is holding 9.0GB");
+}
+
+} // namespace
+} // namespace korvel
+
+#include "popover_bridge_test.moc"

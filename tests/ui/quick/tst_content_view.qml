@@ -1,0 +1,282 @@
+import QtQuick
+import QtTest
+import Korvel
+
+Item {
+    id: root
+
+    width: 400
+    height: 900
+
+    PopoverView {
+        id: view
+
+        content: theatre.bridge
+    }
+
+    TestCase {
+        id: test
+
+        function all(item, objectName, found = []) {
+            if (item.objectName === objectName) {
+                found.push(item);
+            }
+            for (let i = 0; i < item.children.length; ++i) {
+                all(item.children[i], objectName, found);
+            }
+            return found;
+        }
+
+        function one(item, objectName) {
+            const found = all(item, objectName);
+            verify(found.length > 0, "there is no " + objectName);
+            return found[0];
+        }
+
+        function topOf(item) {
+            return item.mapToItem(view, 0, 0).y;
+        }
+
+        function leftOf(item) {
+            return item.mapToItem(view, 0, 0).x;
+        }
+
+        function play(scene) {
+            view.maximumHeight = 2000;
+            theatre.play(scene);
+            one(view, "scroll").contentY = 0;
+            settle();
+        }
+
+        // Lets the pieces find their places.
+        function settle() {
+            waitForRendering(view, 200);
+        }
+
+        function holders() {
+            return one(view, "rows");
+        }
+
+        function test_isAsWideAsItIsMeantToBe() {
+            for (const scene of ["healthy", "hostile_names", "empty"]) {
+                play(scene);
+                compare(view.width, 340);
+                compare(one(view, "scroll").contentWidth, 340);
+            }
+        }
+
+        function test_sectionsStandInTheirOrderAndPadding() {
+            play("breakdown");
+            const breakdown = one(view, "breakdown");
+            const status = one(view, "status");
+            const rows = one(view, "rows");
+            const heaviest = one(view, "heaviest");
+            verify(topOf(breakdown) < topOf(status));
+            // A divider of one pixel stands between the sections.
+            compare(topOf(status), topOf(breakdown) + breakdown.height + 1);
+            compare(topOf(rows), topOf(status) + status.height + 1);
+            compare(topOf(heaviest), topOf(rows) + rows.height + 1);
+            compare(view.height, topOf(heaviest) + heaviest.height);
+            for (const section of [breakdown, status, rows, heaviest]) {
+                compare(section.leftPadding, 16);
+                compare(section.rightPadding, 16);
+            }
+            compare(breakdown.bottomPadding, 12);
+            compare(status.topPadding, 12);
+            compare(status.bottomPadding, 12);
+            compare(rows.topPadding, 11);
+            compare(rows.bottomPadding, 11);
+            compare(heaviest.topPadding, 11);
+            compare(heaviest.bottomPadding, 11);
+        }
+
+        function test_headerPadding() {
+            play("healthy");
+            const dial = one(view, "number").parent;
+            compare(leftOf(dial), 16);
+            compare(topOf(dial), 14);
+            const status = one(view, "status");
+            compare(one(view, "toggle").parent.height - one(view, "toggle").height, 1);
+            compare(topOf(status), 14 + 56 + 12 + 1);
+        }
+
+        function test_theBreakdownOpensAndClosesByItsButton() {
+            play("healthy");
+            const breakdown = one(view, "breakdown");
+            verify(!breakdown.visible);
+            const closed = view.height;
+            mouseClick(one(view, "toggle"));
+            theatre.render();
+            verify(breakdown.visible);
+            tryVerify(() => view.height > closed);
+            compare(one(view, "toggle").text, "hide breakdown");
+            mouseClick(one(view, "toggle"));
+            theatre.render();
+            settle();
+            verify(!breakdown.visible);
+            tryCompare(view, "height", closed);
+        }
+
+        function test_theFootnoteIsIndentedLikeTheDetails() {
+            play("breakdown");
+            const footnote = one(view, "footnote");
+            compare(leftOf(footnote), 16);
+            compare(footnote.leftPadding, 60);
+            compare(footnote.topPadding, 1);
+            compare(footnote.text, "points lost, out of 100");
+        }
+
+        function test_onlyTheSwapRowHasTheBlockOfHolders() {
+            play("healthy");
+            const buttons = all(view, "findSwapHolders");
+            compare(buttons.length, 1);
+            compare(leftOf(buttons[0]), 32);
+            mouseClick(buttons[0]);
+            verify(theatre.scanning());
+            theatre.render();
+            compare(buttons[0].text, "checking\u2026");
+            verify(buttons[0].visible);
+        }
+
+        function test_listedHoldersTakeThePlaceOfTheButton() {
+            play("scan_done");
+            verify(!one(view, "findSwapHolders").visible);
+            compare(all(holders(), "size").length, 4);
+            compare(all(holders(), "quit").filter(button => button.visible).length, 3);
+            verify(one(view, "note").visible);
+            mouseClick(all(holders(), "quit")[1]);
+            compare(theatre.terminated(), [6120]);
+        }
+
+        function test_aQuitButtonEndsItsOwnProcess() {
+            play("healthy");
+            const list = one(view, "heaviest");
+            mouseClick(all(list, "quit")[2]);
+            compare(theatre.terminated(), [5033]);
+            compare(all(list, "quit").map(button => button.visible),
+                    [true, true, true, true, false]);
+        }
+
+        function test_theKeyboardStaysOnItsProcessThroughANewOrder() {
+            play("healthy");
+            const list = one(view, "heaviest");
+            const button = all(list, "quit")[0];
+            button.forceActiveFocus(Qt.TabFocusReason);
+            verify(button.visualFocus);
+            theatre.reverseHeaviest();
+            settle();
+            verify(button.activeFocus);
+            compare(button.processName, "firefox");
+            keyClick(Qt.Key_Space);
+            keyClick(Qt.Key_Return);
+            compare(theatre.terminated(), [4120, 4120]);
+        }
+
+        function test_tabGoesFromTopToBottom() {
+            play("scan_done");
+            view.forceActiveFocus();
+            one(view, "toggle").forceActiveFocus(Qt.TabFocusReason);
+            let last = topOf(one(view, "toggle"));
+            for (let i = 0; i < 3 + 4; ++i) {
+                keyClick(Qt.Key_Tab);
+                const item = view.Window.activeFocusItem;
+                compare(item.objectName, "quit");
+                verify(topOf(item) > last, "stop " + i);
+                last = topOf(item);
+            }
+        }
+
+        function test_growsToItsLimitAndScrollsBeyond() {
+            play("short_screen");
+            const whole = view.height;
+            verify(whole > 420);
+            view.maximumHeight = 420;
+            compare(view.height, 420);
+            const scroll = one(view, "scroll");
+            verify(scroll.interactive);
+            mouseWheel(view, 100, 200, 0, -5000);
+            tryCompare(scroll, "contentY", whole - 420);
+            keyClick(Qt.Key_Home);
+            compare(scroll.contentY, 0);
+        }
+
+        function test_whatGetsTheKeyboardIsScrolledIntoSight() {
+            play("short_screen");
+            view.maximumHeight = 420;
+            const button = all(one(view, "heaviest"), "quit")[2];
+            button.forceActiveFocus(Qt.TabFocusReason);
+            verify(topOf(button) >= 0);
+            verify(topOf(button) + button.height <= 420);
+            one(view, "toggle").forceActiveFocus(Qt.BacktabFocusReason);
+            verify(topOf(one(view, "toggle")) >= 0);
+        }
+
+        function test_theScrollPositionOutlivesARefresh() {
+            play("short_screen");
+            view.maximumHeight = 420;
+            const scroll = one(view, "scroll");
+            scroll.contentY = 100;
+            theatre.reverseHeaviest();
+            settle();
+            compare(scroll.contentY, 100);
+        }
+
+        function test_aChangedScoreMovesTheArcGently() {
+            play("healthy");
+            const arc = one(view, "arc");
+            theatre.setScore(100);
+            tryCompare(arc, "fraction", 1);
+            theatre.setScore(0);
+            verify(arc.fraction > 0.9);
+            wait(150);
+            verify(arc.fraction < 0.9 && arc.fraction > 0, arc.fraction);
+            tryCompare(arc, "fraction", 0);
+            compare(one(view, "number").text, "0");
+        }
+
+        function test_aScoreThatCameWhileClosedIsShownAtOnce() {
+            play("healthy");
+            theatre.setScore(100);
+            view.animated = false;
+            theatre.setScore(10);
+            view.animated = true;
+            compare(one(view, "arc").fraction, 0.1);
+        }
+
+        function test_emptyListsLeaveTheirCaption() {
+            play("empty");
+            const heaviest = one(view, "heaviest");
+            compare(all(heaviest, "quit").length, 0);
+            verify(one(heaviest, "caption").visible);
+            compare(one(view, "number").text, "0");
+        }
+
+        function test_namesAreShownAsTyped() {
+            play("hostile_names");
+            const names = all(one(view, "heaviest"), "name");
+            compare(names[3].text, "<b>x</b> &amp; <img src=x>");
+            for (const name of names) {
+                compare(name.textFormat, Text.PlainText);
+                verify(leftOf(name) + name.width <= 340 - 16);
+                compare(name.lineCount <= 1, true);
+            }
+            verify(names[0].truncated);
+        }
+
+        function test_everyButtonHasANameAndARole() {
+            play("scan_done");
+            const buttons = all(view, "quit").concat(all(view, "toggle"));
+            for (const button of buttons) {
+                compare(button.Accessible.role, Accessible.Button);
+            }
+            compare(all(one(view, "heaviest"), "quit")[0].Accessible.name, "Quit firefox");
+            compare(one(view, "toggle").Accessible.name, "what's affecting this");
+            const row = one(view, "percent").parent.parent;
+            compare(row.Accessible.name, "CPU 46%, load 6.20 across 8 cores");
+            compare(one(view, "number").parent.Accessible.name, "Health score 65");
+        }
+
+        name: "ContentView"
+        when: windowShown
+    }
+}
