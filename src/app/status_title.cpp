@@ -10,7 +10,6 @@ namespace korvel {
 using platform::StatusTitle;
 using platform::TitleFont;
 using platform::TitleInk;
-using platform::TitleRun;
 
 StatusTitle statusTitle(std::int64_t score, bool awake) {
     StatusTitle title;

@@ -1,5 +1,6 @@
 #include "core/json_writer.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iterator>
 
@@ -8,6 +9,14 @@
 #include "core/utf8.h"
 
 namespace korvel {
+
+namespace {
+
+bool mustBeEscaped(char c) {
+    return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20;
+}
+
+} // namespace
 
 void JsonWriter::separate() {
     if (!first_) {
@@ -52,33 +61,41 @@ JsonWriter& JsonWriter::key(std::string_view name) {
 JsonWriter& JsonWriter::value(std::string_view string) {
     separate();
     text_ += '"';
-    for (const char c : decodeUtf8Lossy(string)) {
-        switch (c) {
-        case '"':
-            text_ += "\\\"";
-            break;
-        case '\\':
-            text_ += "\\\\";
-            break;
-        case '\n':
-            text_ += "\\n";
-            break;
-        case '\r':
-            text_ += "\\r";
-            break;
-        case '\t':
-            text_ += "\\t";
-            break;
-        default:
-            if (const auto code = static_cast<unsigned char>(c); code < 0x20) {
-                fmt::format_to(std::back_inserter(text_), "\\u{:04x}", code);
-            } else {
-                text_ += c;
-            }
+    const std::string decoded = decodeUtf8Lossy(string);
+    std::string_view rest = decoded;
+    while (!rest.empty()) {
+        const auto special = std::find_if(rest.begin(), rest.end(), mustBeEscaped);
+        text_.append(rest.begin(), special);
+        rest.remove_prefix(static_cast<std::size_t>(special - rest.begin()));
+        if (!rest.empty()) {
+            escape(rest.front());
+            rest.remove_prefix(1);
         }
     }
     text_ += '"';
     return *this;
+}
+
+void JsonWriter::escape(char c) {
+    switch (c) {
+    case '"':
+        text_ += "\\\"";
+        break;
+    case '\\':
+        text_ += "\\\\";
+        break;
+    case '\n':
+        text_ += "\\n";
+        break;
+    case '\r':
+        text_ += "\\r";
+        break;
+    case '\t':
+        text_ += "\\t";
+        break;
+    default:
+        fmt::format_to(std::back_inserter(text_), "\\u{:04x}", static_cast<unsigned char>(c));
+    }
 }
 
 JsonWriter& JsonWriter::value(double number) {
@@ -91,6 +108,12 @@ JsonWriter& JsonWriter::value(double number) {
 }
 
 JsonWriter& JsonWriter::integer(std::int64_t number) {
+    separate();
+    fmt::format_to(std::back_inserter(text_), "{}", number);
+    return *this;
+}
+
+JsonWriter& JsonWriter::natural(std::uint64_t number) {
     separate();
     fmt::format_to(std::back_inserter(text_), "{}", number);
     return *this;

@@ -25,7 +25,11 @@ class JsonWriter {
     JsonWriter& value(std::nullptr_t);
     template <std::integral Integer>
     requires(!std::same_as<Integer, bool>) JsonWriter& value(Integer number) {
-        return integer(static_cast<std::int64_t>(number));
+        if constexpr (std::unsigned_integral<Integer>) {
+            return natural(number);
+        } else {
+            return integer(number);
+        }
     }
 
     /// One member of an object.
@@ -38,7 +42,9 @@ class JsonWriter {
 
   private:
     JsonWriter& integer(std::int64_t number);
+    JsonWriter& natural(std::uint64_t number);
     void separate();
+    void escape(char c);
 
     std::string text_;
     bool first_ = true;

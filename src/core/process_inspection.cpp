@@ -29,7 +29,8 @@ std::vector<ProcInfo> Metrics::topProcesses(int limit) const {
             continue;
         }
         // Asked only now: a name costs more than a footprint.
-        std::string name = decodeUtf8Lossy(processes_.name(pid));
+        const std::string bytes = processes_.name(pid);
+        std::string name = decodeUtf8Lossy(bytes.substr(0, bytes.find('\0')));
         if (!name.empty()) {
             found.push_back({pid, std::move(name), gb});
         }

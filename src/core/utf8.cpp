@@ -1,5 +1,6 @@
 #include "core/utf8.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace korvel {
@@ -62,6 +63,15 @@ std::string decodeUtf8Lossy(std::string_view bytes) {
     std::string text;
     text.reserve(bytes.size());
     while (!bytes.empty()) {
+        // Nearly all text is ASCII; a run of it is copied at once.
+        const auto plain = std::find_if(bytes.begin(), bytes.end(), [](char c) {
+            return static_cast<std::uint8_t>(c) >= 0x80;
+        });
+        text.append(bytes.begin(), plain);
+        bytes.remove_prefix(static_cast<std::size_t>(plain - bytes.begin()));
+        if (bytes.empty()) {
+            break;
+        }
         const Sequence sequence = firstSequence(bytes);
         text += sequence.wellFormed ? bytes.substr(0, sequence.length) : "\xef\xbf\xbd";
         bytes.remove_prefix(sequence.length);

@@ -5,10 +5,12 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <string_view>
 
 #include <fmt/format.h>
 #include <simdjson.h>
 
+#include "core/decimal.h"
 #include "core/fatal.h"
 
 namespace korvel {
@@ -19,17 +21,33 @@ constexpr std::size_t kColumns = 3;
 // JSON has no NaN, so it can mark a column that a row does not have.
 constexpr double kMissing = std::numeric_limits<double>::quiet_NaN();
 
+/// The value of one element of a row; none when it is no number.
+std::optional<double> readNumber(simdjson::ondemand::value element) {
+    // Some releases of the reader misread a number of more digits than 64 bits hold. The program
+    // writes few that are so long, so reading them twice as slowly costs nothing.
+    constexpr std::size_t kMostDigits = 19;
+    if (std::string_view token = element.raw_json_token(); token.size() > kMostDigits) {
+        token = token.substr(0, token.find_last_not_of(" \t\r\n") + 1);
+        return parseJsonNumber(token);
+    }
+    double number = 0;
+    if (element.get_double().get(number) != simdjson::SUCCESS) {
+        return std::nullopt;
+    }
+    return number;
+}
+
 /// Reads one row into its first three columns. False: not an array of numbers.
 bool readRow(simdjson::ondemand::array row, std::array<double, kColumns>& columns) {
     columns.fill(kMissing);
     std::size_t column = 0;
-    for (auto element : row) {
-        double number = 0;
-        if (element.get_double().get(number) != simdjson::SUCCESS) {
+    for (const simdjson::ondemand::value element : row) {
+        const std::optional<double> number = readNumber(element);
+        if (!number) {
             return false;
         }
         if (column < kColumns) {
-            columns[column++] = number;
+            columns[column++] = *number;
         }
     }
     return true;
@@ -38,9 +56,11 @@ bool readRow(simdjson::ondemand::array row, std::array<double, kColumns>& column
 } // namespace
 
 std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& history) {
-    constexpr std::size_t kTypicalRow = 56; // bytes; three full doubles, brackets, commas
+    // Bytes: three doubles of up to 24, brackets, commas. Room for the worst case costs nothing
+    // until it is written to, while growing would copy the whole text.
+    constexpr std::size_t kLongestRow = 77;
     std::string text;
-    text.reserve(history.size() * kTypicalRow + 2);
+    text.reserve(history.size() * kLongestRow + 2);
     text += '[';
     for (const HistoryPoint& point : history) {
         if (!std::isfinite(point.t) || !std::isfinite(point.cpu) || !std::isfinite(point.mem)) {
@@ -53,15 +73,18 @@ std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& histor
     return text;
 }
 
-std::vector<HistoryPoint> decodeHistory(std::string_view text) {
+std::vector<HistoryPoint> decodeHistory(std::string text) {
     // Every row is decoded, because one bad element anywhere makes the whole file unreadable; only
     // the newest are kept, in a ring, so that a longer file costs no more memory.
     std::vector<HistoryPoint> ring;
     std::size_t rows = 0;
+    // One more than the cap, for the point that is appended before the oldest goes.
+    constexpr std::size_t kShortestRow = 8; // bytes, with its comma
+    ring.reserve(std::min(kHistoryCap, text.size() / kShortestRow) + 1);
+    text.reserve(text.size() + simdjson::SIMDJSON_PADDING);
     try {
-        const simdjson::padded_string json(text);
         simdjson::ondemand::parser parser;
-        simdjson::ondemand::document document = parser.iterate(json);
+        simdjson::ondemand::document document = parser.iterate(text);
         for (simdjson::ondemand::array row : document.get_array()) {
             std::array<double, kColumns> columns;
             if (!readRow(row, columns)) {

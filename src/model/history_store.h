@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "core/uuid.h"
@@ -35,6 +34,7 @@ std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& histor
 
 /// The newest `kHistoryCap` points of a file. Empty when any of it is not an array of arrays of
 /// numbers; elements beyond a row's third are ignored. Fatal: a kept row with fewer than three.
-std::vector<HistoryPoint> decodeHistory(std::string_view text);
+/// Takes the text itself, because the reader wants room behind it: a text that has it is not copied.
+std::vector<HistoryPoint> decodeHistory(std::string text);
 
 } // namespace korvel

@@ -42,8 +42,8 @@ void Model::saveHistory() const {
 }
 
 void Model::loadHistory() {
-    if (const std::optional<std::string> text = files_.read(historyFile_)) {
-        history = decodeHistory(*text);
+    if (std::optional<std::string> text = files_.read(historyFile_)) {
+        history = decodeHistory(std::move(*text));
     }
 }
 

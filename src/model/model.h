@@ -30,6 +30,12 @@ class Model : public ObservableObject, public std::enable_shared_from_this<Model
 
     Published<Snapshot> snap{*this};
     Published<std::vector<HistoryPoint>> history{*this}; ///< oldest first
+    Published<bool> reclaiming{*this};                   ///< a disk reclaim is running
+    /// One line on how the last reclaim went.
+    Published<std::optional<std::string>> reclaimResult{*this};
+    /// One line on what a reclaim would free.
+    Published<std::optional<std::string>> reclaimPreview{*this};
+    Published<bool> scanning{*this}; ///< a reclaim preview is being computed
 
     /// Processes found holding swap, most first; `gb` is what they hold there.
     Published<std::vector<ProcInfo>> swapHolders{*this};
@@ -37,6 +43,9 @@ class Model : public ObservableObject, public std::enable_shared_from_this<Model
 
     /// Called after every published refresh; may be empty.
     std::function<void()> onUpdate;
+
+    Published<std::vector<ProcInfo>> swapHolders{*this}; ///< processes found holding swap
+    Published<bool> scanningSwap{*this};                 ///< a scan for swap holders is running
 
     /// Takes one sample now, and publishes it on a later turn of the run loop, however the caller
     /// goes on. Never fails.

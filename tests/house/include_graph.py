@@ -33,22 +33,24 @@ STANDARD = re.compile(r"^[a-z_]+$")  # a header of the C++ standard library
 POSIX = re.compile(r"^[a-z_]+\.h$|^(sys|net|arpa|netinet)/[a-z_]+\.h$")
 LINUX = re.compile(r"^(linux|sys)/[a-z_]+\.h$")
 QT = re.compile(r"^Q[A-Za-z0-9]+$|^Q[A-Za-z]+/[A-Za-z0-9/_.]+$")
+FMT = re.compile(r"^fmt/")
+JSON = re.compile(r"^simdjson\.h$")
 APPLE = re.compile(r"^(mach|os|libkern|IOKit|AppKit|Foundation|UserNotifications|CoreFoundation)/")
 
 # room -> outside headers that it may know, besides the standard library's.
 OUTSIDE = {
     "platform": [],
     "platform/posix": [POSIX],
-    "platform/linux": [POSIX, LINUX, QT],
-    "platform/macos": [POSIX, APPLE],
-    "platform/qt": [POSIX, QT],
-    "platform/simulated": [re.compile(r"^simdjson\.h$"), re.compile(r"^fmt/")],
-    "core": [re.compile(r"^fmt/")],
-    "model": [re.compile(r"^fmt/"), re.compile(r"^simdjson\.h$")],
-    "update": [re.compile(r"^fmt/"), re.compile(r"^simdjson\.h$")],
-    "ui/content": [re.compile(r"^fmt/")],
-    "ui/quick": [QT, re.compile(r"^fmt/")],
-    "app": [re.compile(r"^fmt/")],
+    "platform/linux": [POSIX, LINUX, QT, FMT],
+    "platform/macos": [POSIX, APPLE, FMT],
+    "platform/qt": [POSIX, QT, FMT],
+    "platform/simulated": [FMT],
+    "core": [FMT],
+    "model": [FMT, JSON],
+    "update": [FMT, JSON],
+    "ui/content": [FMT],
+    "ui/quick": [QT, FMT],
+    "app": [FMT],
 }
 
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*([<"])([^>"]+)[>"]', re.MULTILINE)

@@ -10,8 +10,9 @@
 
 #include "platform/posix/file_descriptor.h"
 
-extern char**
-    environ; // NOLINT(readability-redundant-declaration): not every system's headers have it
+// Not every system's headers declare it.
+// NOLINTNEXTLINE(readability-redundant-declaration)
+extern char** environ;
 
 namespace korvel::platform {
 
@@ -30,7 +31,11 @@ class SpawnSetup {
         sigemptyset(&none);
         posix_spawnattr_setsigdefault(&attributes_, &all);
         posix_spawnattr_setsigmask(&attributes_, &none);
-        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+        short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+#ifdef __APPLE__
+        flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
+#endif
+        posix_spawnattr_setflags(&attributes_, flags);
         posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     }
     SpawnSetup(const SpawnSetup&) = delete;
@@ -46,6 +51,14 @@ class SpawnSetup {
         } else {
             posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_WRONLY, 0);
         }
+    }
+
+    /// Called last: closes all but the standard streams, whatever the libraries in this program
+    /// have left open for children.
+    void closeTheRest() {
+#ifdef __GLIBC__
+        posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+#endif
     }
 
     const posix_spawn_file_actions_t* actions() const { return &actions_; }
@@ -69,16 +82,31 @@ std::string readToEnd(const FileDescriptor& source) {
     }
 }
 
+/// The descriptor itself, or a duplicate above the standard streams when it is one of them: a
+/// program that was started without these gets their numbers for its own pipes.
+FileDescriptor aboveStandardStreams(FileDescriptor descriptor) {
+    if (descriptor.get() > STDERR_FILENO) {
+        return descriptor;
+    }
+    return FileDescriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+/// False: no descriptors left.
 bool makePipe(FileDescriptor& readEnd, FileDescriptor& writeEnd) {
     std::array<int, 2> ends{-1, -1};
+#ifdef __APPLE__
     if (::pipe(ends.data()) != 0) {
         return false;
     }
-    readEnd = FileDescriptor(ends[0]);
-    writeEnd = FileDescriptor(ends[1]);
-    ::fcntl(ends[0], F_SETFD, FD_CLOEXEC);
-    ::fcntl(ends[1], F_SETFD, FD_CLOEXEC);
-    return true;
+#else
+    // Close-on-exec from the first: another thread may be starting a child of its own.
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return false;
+    }
+#endif
+    readEnd = aboveStandardStreams(FileDescriptor(ends[0]));
+    writeEnd = aboveStandardStreams(FileDescriptor(ends[1]));
+    return readEnd && writeEnd;
 }
 
 } // namespace
@@ -94,6 +122,7 @@ std::optional<ChildResult> PosixChildProcesses::run(const std::string& executabl
     SpawnSetup setup;
     setup.direct(STDOUT_FILENO, streams.standardOutput, writeEnd.get());
     setup.direct(STDERR_FILENO, streams.standardError, writeEnd.get());
+    setup.closeTheRest();
 
     std::vector<std::string> words{executable};
     words.insert(words.end(), arguments.begin(), arguments.end());

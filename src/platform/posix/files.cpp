@@ -28,14 +28,17 @@ std::optional<std::string> PosixFiles::read(const std::string& path) {
     // Not to hang on a pipe that lies where a file should.
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_size > kLargestFile) {
         return std::nullopt;
     }
     constexpr std::size_t kChunk = 65536;
+    // More than the size, so that the end is met without another allocation, and so that a parser
+    // that wants room behind the text need not copy it.
+    constexpr std::size_t kSpare = 128;
     std::string content;
     std::size_t used = 0;
-    // One byte more than the size, so that the end is met without another allocation.
-    content.resize(static_cast<std::size_t>(status.st_size) + 1);
+    content.resize(static_cast<std::size_t>(status.st_size) + kSpare);
     for (;;) {
         const ssize_t got = ::read(file.get(), content.data() + used, content.size() - used);
         if (got < 0 && errno == EINTR) {
@@ -48,6 +51,9 @@ std::optional<std::string> PosixFiles::read(const std::string& path) {
             break;
         }
         used += static_cast<std::size_t>(got);
+        if (used > std::size_t{kLargestFile}) {
+            return std::nullopt;
+        }
         if (used == content.size()) {
             content.resize(content.size() + kChunk);
         }

@@ -1,0 +1,246 @@
+#include "core/metrics.h"
+
+#include <csignal>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "platform/services.h"
+#include "platform/status_bar.h"
+#include "support/fake_system.h"
+
+// The order of the readings, and those that stand by themselves: disk, swap space, load, uptime,
+// processes, the watchdog, the thermal state. Memory and processors have files of their own.
+namespace korvel {
+namespace {
+
+using platform::SwapUsage;
+using platform::VolumeStatistics;
+using test::CallLog;
+using test::FakeSystem;
+
+struct Sampler : FakeSystem {
+    Metrics metrics{machine, processes, agents, clock};
+};
+
+TEST(Snapshotting, TakesTheReadingsInTheirOrder) {
+    Sampler sampler;
+    sampler.processes.add(77, "builder", 2);
+    sampler.metrics.snapshot();
+    EXPECT_EQ(sampler.log,
+              (CallLog{"physicalMemory", "processorCount", "vmStatistics", "pageSize",
+                       "memoryPressureLevel", "now", "cpuTicks", "swapUsage", "dataVolume",
+                       "loadAverages", "bootTime", "now", "listAllPids", "physFootprint 77",
+                       "name 77", "isLoaded com.oxbrook.warden.agent", "thermalState"}));
+}
+
+TEST(Snapshotting, TakesEveryReadingEveryTime) {
+    Sampler sampler;
+    sampler.metrics.snapshot();
+    const CallLog first = std::exchange(sampler.log, {});
+    sampler.clock.time += 5;
+    sampler.metrics.snapshot();
+    EXPECT_EQ(sampler.log, first);
+}
+
+TEST(Snapshotting, HealthyMachineScoresOneHundredAtFirst) {
+    Sampler sampler;
+    sampler.machine.load = {0, 0, 0};
+    const Snapshot s = sampler.metrics.snapshot();
+    EXPECT_EQ(s.score, 100);
+    EXPECT_EQ(s.verdict, "Excellent");
+    EXPECT_EQ(s.cpuPct, 0);
+    EXPECT_FALSE(s.swappingNow);
+}
+
+TEST(Snapshotting, MachineThatAnswersNothingStillScores) {
+    Sampler sampler;
+    sampler.machine.memory = 0;
+    sampler.machine.vm.reset();
+    sampler.machine.ticks.reset();
+    sampler.machine.pressure.reset();
+    sampler.machine.swap.reset();
+    sampler.machine.volume.reset();
+    sampler.machine.load = {0, 0, 0};
+    sampler.machine.boot.reset();
+    sampler.machine.processors = 1;
+    const Snapshot s = sampler.metrics.snapshot();
+    EXPECT_EQ(s.score, 76);
+    EXPECT_EQ(s.alerts, std::vector<std::string>{"Disk critical: only 0GB left"});
+    EXPECT_EQ(s.uptime, "");
+    EXPECT_EQ(s.memPressure, MemPressure::normal);
+}
+
+TEST(Disk, FreeSpaceIsWhatIsAvailableToTheUser) {
+    Sampler sampler;
+    // 100 GiB, 40 free, of which 30 for users: 60 used of 90 that users can see.
+    sampler.machine.volume = VolumeStatistics{4096, 26214400, 10485760, 7864320};
+    const Snapshot s = sampler.metrics.snapshot();
+    EXPECT_EQ(s.diskFreeGB, 30);
+    EXPECT_EQ(s.diskPct, 60.0 / 90.0 * 100);
+}
+
+TEST(Disk, FailureLeavesBothZero) {
+    Sampler sampler;
+    sampler.machine.volume.reset();
+    const Snapshot s = sampler.metrics.snapshot();
+    EXPECT_EQ(s.diskFreeGB, 0);
+    EXPECT_EQ(s.diskPct, 0);
+}
+
+TEST(Disk, VolumeWithoutBlocksHasNoShare) {
+    Sampler sampler;
+    sampler.machine.volume = VolumeStatistics{4096, 0, 0, 0};
+    EXPECT_EQ(sampler.metrics.snapshot().diskPct, 0);
+}
+
+TEST(Disk, FullVolumeIsAtOneHundredPercent) {
+    Sampler sampler;
+    sampler.machine.volume = VolumeStatistics{4096, 1000, 50, 0};
+    const Snapshot s = sampler.metrics.snapshot();
+    EXPECT_EQ(s.diskPct, 100);
+    EXPECT_EQ(s.diskFreeGB, 0);
+}
+
+TEST(Disk, LargeVolumesDoNotOverflow) {
+    Sampler sampler;
+    sampler.machine.volume = VolumeStatistics{1 << 20, std::uint64_t{1} << 45,
+                                              std::uint64_t{1} << 44, std::uint64_t{1} << 44};
+    const Snapshot s = sampler.metrics.snapshot();
+    EXPECT_EQ(s.diskFreeGB, 0x1p34);
+    EXPECT_EQ(s.diskPct, 50);
+}
+
+TEST(SwapSpace, IsReportedUnclamped) {
+    const struct {
+        const char* name;
+        std::optional<SwapUsage> usage;
+        double used;
+        double total;
+        double pct;
+    } cases[] = {
+        {"half", SwapUsage{std::uint64_t{4} << 30, std::uint64_t{2} << 30, std::uint64_t{2} << 30},
+         2, 4, 50},
+        {"more than all", SwapUsage{std::uint64_t{1} << 30, 0, std::uint64_t{3} << 30}, 3, 1, 300},
+        {"no swap file", SwapUsage{0, 0, 0}, 0, 0, 0},
+        {"used without a total", SwapUsage{0, 0, std::uint64_t{1} << 30}, 1, 0, 0},
+        {"failure", std::nullopt, 0, 0, 0},
+    };
+    for (const auto& row : cases) {
+        Sampler sampler;
+        sampler.machine.swap = row.usage;
+        const Snapshot s = sampler.metrics.snapshot();
+        EXPECT_EQ(s.swapUsedGB, row.used) << row.name;
+        EXPECT_EQ(s.swapTotalGB, row.total) << row.name;
+        EXPECT_EQ(s.swapPct, row.pct) << row.name;
+    }
+}
+
+TEST(Load, IsTheOneMinuteAverage) {
+    Sampler sampler;
+    sampler.machine.load = {3.5, 7, 9};
+    EXPECT_EQ(sampler.metrics.snapshot().load1, 3.5);
+}
+
+std::string uptimeAfter(std::int64_t seconds) {
+    Sampler sampler;
+    sampler.clock.time = 1700000000;
+    sampler.machine.boot = 1700000000 - seconds;
+    return sampler.metrics.snapshot().uptime;
+}
+
+TEST(Uptime, ReadsInItsTwoLargestUnits) {
+    const struct {
+        std::int64_t seconds;
+        const char* text;
+    } cases[] = {
+        {0, "0m"},          {59, "0m"},
+        {60, "1m"},         {2520, "42m"},
+        {3599, "59m"},      {3600, "1h 0m"},
+        {18720, "5h 12m"},  {86399, "23h 59m"},
+        {86400, "1d 0h"},   {89999, "1d 0h"},
+        {90000, "1d 1h"},   {273600, "3d 4h"},
+        {172799, "1d 23h"}, {31536000, "365d 0h"},
+        {-1, "0m"},         {-61, "-1m"},
+    };
+    for (const auto& row : cases) {
+        EXPECT_EQ(uptimeAfter(row.seconds), row.text) << row.seconds;
+    }
+}
+
+TEST(Uptime, FractionsOfASecondAreCutOff) {
+    Sampler sampler;
+    sampler.machine.boot = 1700000000 - 3599;
+    sampler.clock.time = 1700000000.999;
+    EXPECT_EQ(sampler.metrics.snapshot().uptime, "59m");
+}
+
+TEST(Uptime, UnknownBootTimeGivesNoText) {
+    Sampler sampler;
+    sampler.machine.boot.reset();
+    EXPECT_EQ(sampler.metrics.snapshot().uptime, "");
+}
+
+TEST(UptimeDeathTest, SecondsThatOverflowAreFatal) {
+    Sampler sampler;
+    sampler.machine.boot = std::numeric_limits<std::int64_t>::min();
+    EXPECT_EXIT(sampler.metrics.snapshot(), testing::KilledBySignal(SIGABRT), "^$");
+    sampler.machine.boot = 0;
+    sampler.clock.time = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EXIT(sampler.metrics.snapshot(), testing::KilledBySignal(SIGABRT), "^$");
+}
+
+TEST(TopProcs, AreTheFiveHeaviest) {
+    Sampler sampler;
+    for (std::int32_t pid = 1; pid <= 8; ++pid) {
+        sampler.processes.add(pid, "p", pid);
+    }
+    std::vector<std::int32_t> pids;
+    for (const ProcInfo& process : sampler.metrics.snapshot().topProcs) {
+        pids.push_back(process.id);
+    }
+    EXPECT_EQ(pids, (std::vector<std::int32_t>{8, 7, 6, 5, 4}));
+}
+
+TEST(WardenOn, IsWhetherTheAgentIsLoaded) {
+    Sampler sampler;
+    EXPECT_FALSE(sampler.metrics.snapshot().wardenOn);
+    sampler.agents.loaded.insert("com.oxbrook.warden.agent");
+    EXPECT_TRUE(sampler.metrics.snapshot().wardenOn);
+}
+
+TEST(Thermal, AnyNumberIsHandedOn) {
+    for (const int raw : {-1, 0, 1, 2, 3, 4, 7}) {
+        Sampler sampler;
+        sampler.machine.thermal = raw;
+        EXPECT_EQ(static_cast<int>(sampler.metrics.snapshot().thermal), raw);
+    }
+}
+
+TEST(SharedMetricsDeathTest, NeedsTheServicesToBeInstalled) {
+    EXPECT_EXIT(Metrics::shared(), testing::KilledBySignal(SIGABRT), "^$");
+}
+
+TEST(SharedMetrics, IsOneInstanceOnTheInstalledServices) {
+    struct NoStatusBar : platform::StatusBar {
+        std::unique_ptr<platform::StatusItem> makeStatusItem() override { return nullptr; }
+        void setMainMenu(platform::MainMenu) override {}
+    };
+    // For as long as the instance, which lives until the process ends.
+    static FakeSystem system;
+    static test::FakeSwappedMemory swappedMemory;
+    static NoStatusBar statusBar;
+    static const platform::Services services{system.machine, system.processes, swappedMemory,
+                                             system.agents,  system.clock,     system.runLoop,
+                                             system.files,   statusBar};
+    platform::installedServices = &services;
+    Metrics& shared = Metrics::shared();
+    EXPECT_TRUE(system.log.empty()) << "nothing is read before it is asked for";
+    platform::installedServices = nullptr;
+    EXPECT_EQ(&Metrics::shared(), &shared);
+    EXPECT_EQ(shared.snapshot().cores, 10);
+    EXPECT_FALSE(system.log.empty());
+}
+
+} // namespace
+} // namespace korvel

@@ -1,0 +1,148 @@
+#include "model/history_store.h"
+
+#include <cstring>
+#include <limits>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "support/generator.h"
+#include "support/strict_history.h"
+
+// What is written, and that it comes back. Files that someone else wrote are in
+// history_decode_test.cpp.
+namespace korvel {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+std::uint64_t pattern(double value) {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+void expectSame(const std::vector<HistoryPoint>& points,
+                const std::vector<HistoryPoint>& expected) {
+    ASSERT_EQ(points.size(), expected.size());
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        ASSERT_EQ(pattern(points[i].t), pattern(expected[i].t)) << i;
+        ASSERT_EQ(pattern(points[i].cpu), pattern(expected[i].cpu)) << i;
+        ASSERT_EQ(pattern(points[i].mem), pattern(expected[i].mem)) << i;
+    }
+}
+
+TEST(HistoryPoint, TakesTimeCpuAndMemoryAndMakesAFreshIdentity) {
+    std::set<Uuid> ids;
+    for (int i = 0; i < 100; ++i) {
+        const HistoryPoint point(1.5, 2.5, 3.5);
+        EXPECT_EQ(point.t, 1.5);
+        EXPECT_EQ(point.cpu, 2.5);
+        EXPECT_EQ(point.mem, 3.5);
+        ids.insert(point.id);
+    }
+    EXPECT_EQ(ids.size(), 100U);
+}
+
+TEST(EncodeHistory, NoPointsAreAnEmptyArray) {
+    EXPECT_EQ(encodeHistory({}), "[]");
+}
+
+TEST(EncodeHistory, IsCompactRowsOldestFirst) {
+    EXPECT_EQ(encodeHistory({{1700000000.25, 12.5, 40}, {1700000005, 0, 100}}),
+              "[[1700000000.25,12.5,40],[1700000005,0,100]]");
+}
+
+TEST(EncodeHistory, NumbersStandInShortestForm) {
+    const struct {
+        double number;
+        const char* text;
+    } cases[] = {
+        {0.1, "0.1"}, {0.1 + 0.2, "0.30000000000000004"},       {5, "5"},
+        {-0.0, "-0"}, {1700000000.123456, "1700000000.123456"}, {100.0 / 3, "33.333333333333336"}};
+    for (const auto& row : cases) {
+        EXPECT_EQ(encodeHistory({{row.number, 0, 0}}), "[[" + std::string(row.text) + ",0,0]]");
+    }
+}
+
+TEST(EncodeHistory, NumberThatJsonCannotHoldRefusesTheWhole) {
+    for (const double bad : {kNaN, -kNaN, kInfinity, -kInfinity}) {
+        EXPECT_EQ(encodeHistory({{1, 2, 3}, {bad, 2, 3}}), std::nullopt);
+        EXPECT_EQ(encodeHistory({{1, bad, 3}, {1, 2, 3}}), std::nullopt);
+        EXPECT_EQ(encodeHistory({{1, 2, bad}}), std::nullopt);
+    }
+}
+
+TEST(History, AnyNumbersComeBackBitForBit) {
+    test::Generator random(31);
+    std::vector<HistoryPoint> points;
+    for (int i = 0; i < 20000; ++i) {
+        points.emplace_back(random.anyFinite(), random.anyFinite(), random.anyFinite());
+    }
+    expectSame(decodeHistory(encodeHistory(points).value()), points);
+}
+
+TEST(History, NumbersOfARealTrailComeBackBitForBit) {
+    test::Generator random(32);
+    std::vector<HistoryPoint> points;
+    for (std::size_t i = 0; i < kHistoryCap; ++i) {
+        points.emplace_back(1700000000 + 5 * static_cast<double>(i) + random.between(0, 0.01),
+                            random.between(0, 100), random.between(0, 100));
+    }
+    expectSame(decodeHistory(encodeHistory(points).value()), points);
+}
+
+TEST(History, NumbersAtTheEdgesComeBackBitForBit) {
+    using Limits = std::numeric_limits<double>;
+    const std::vector<HistoryPoint> points{
+        {0.0, -0.0, 1},
+        {Limits::max(), Limits::lowest(), Limits::min()},
+        {Limits::denorm_min(), -Limits::denorm_min(), Limits::epsilon()},
+        {0x1p53, 0x1p53 + 2, 9007199254740993.0},
+        {9223372036854775807.0, 18446744073709551615.0, 1e22},
+        {1e23, 1e15, 1e16},
+        {2.2250738585072011e-308, 5e-324, 0.1 + 0.2}};
+    expectSame(decodeHistory(encodeHistory(points).value()), points);
+}
+
+TEST(History, LoadedPointsHaveIdentitiesOfTheirOwn) {
+    const std::vector<HistoryPoint> points = decodeHistory("[[1,2,3],[1,2,3]]");
+    ASSERT_EQ(points.size(), 2U);
+    EXPECT_NE(points[0].id, points[1].id);
+    EXPECT_EQ(encodeHistory(points)->find('"'), std::string::npos) << "none is stored";
+}
+
+TEST(History, EncodedTextIsStrictJson) {
+    test::Generator random(33);
+    std::vector<HistoryPoint> points;
+    for (int i = 0; i < 2000; ++i) {
+        points.emplace_back(random.anyFinite(), random.anyFinite(), random.anyFinite());
+    }
+    const auto rows = test::StrictHistory::read(encodeHistory(points).value());
+    ASSERT_TRUE(rows);
+    ASSERT_EQ(rows->size(), points.size());
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        ASSERT_EQ((*rows)[i], (std::vector{points[i].t, points[i].cpu, points[i].mem}));
+    }
+}
+
+TEST(History, FileCutAtAnyLengthGivesItsPointsOrNone) {
+    const std::string text =
+        encodeHistory({{1700000000.25, 12.5, 40.125}, {1700000005.5, 0, 1e-7}}).value();
+    for (std::size_t length = 0; length < text.size(); ++length) {
+        EXPECT_TRUE(decodeHistory(text.substr(0, length)).empty()) << text.substr(0, length);
+    }
+    EXPECT_EQ(decodeHistory(text).size(), 2U);
+    EXPECT_EQ(decodeHistory(text + "\n").size(), 2U);
+}
+
+TEST(History, RoomForTheNextPointIsThereFromTheStart) {
+    std::vector<HistoryPoint> points(kHistoryCap, HistoryPoint(1700000000.5, 12.5, 40));
+    const std::vector<HistoryPoint> loaded = decodeHistory(encodeHistory(points).value());
+    EXPECT_GT(loaded.capacity(), kHistoryCap);
+    EXPECT_LT((loaded.capacity() - kHistoryCap) * sizeof(HistoryPoint), 524288U / 4);
+}
+
+} // namespace
+} // namespace korvel

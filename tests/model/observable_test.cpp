@@ -1,0 +1,63 @@
+#include "model/observable.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace korvel {
+namespace {
+
+struct Thing : ObservableObject {
+    Published<int> number{*this, 1};
+    Published<std::string> text{*this};
+};
+
+TEST(Published, StartsWithItsInitialValue) {
+    const Thing thing;
+    EXPECT_EQ(*thing.number, 1);
+    EXPECT_EQ(thing.number.get(), 1);
+    EXPECT_TRUE(thing.text->empty());
+}
+
+TEST(Published, AnnouncesEachWriteWhileTheOldValueStands) {
+    Thing thing;
+    std::vector<int> seen;
+    thing.observe([&] { seen.push_back(*thing.number); });
+    thing.number = 2;
+    thing.number = 3;
+    EXPECT_EQ(seen, (std::vector{1, 2}));
+    EXPECT_EQ(*thing.number, 3);
+}
+
+TEST(Published, AnnouncesAWriteOfTheSameValueToo) {
+    Thing thing;
+    int announced = 0;
+    thing.observe([&] { ++announced; });
+    thing.number = 1;
+    EXPECT_EQ(announced, 1);
+}
+
+TEST(Published, ChangeInPlaceIsAnnouncedOnceBeforeIt) {
+    Thing thing;
+    std::vector<std::string> seen;
+    thing.observe([&] { seen.push_back(*thing.text); });
+    thing.text.update([](std::string& text) {
+        text += "a";
+        text += "b";
+    });
+    EXPECT_EQ(seen, std::vector{std::string()});
+    EXPECT_EQ(*thing.text, "ab");
+}
+
+TEST(Published, EveryObserverHearsEveryPropertyInOrder) {
+    Thing thing;
+    std::string heard;
+    thing.observe([&] { heard += "1"; });
+    thing.observe([&] { heard += "2"; });
+    thing.number = 5;
+    thing.text = "x";
+    EXPECT_EQ(heard, "1212");
+}
+
+} // namespace
+} // namespace korvel

@@ -1,0 +1,87 @@
+#include "tools/snapshot_report.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <simdjson.h>
+
+#include "core/metrics.h"
+#include "core/snapshot.h"
+
+namespace korvel {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+Snapshot strained() {
+    Snapshot s;
+    s.memTotalGB = 16;
+    s.memAvailableGB = 5.25;
+    s.diskFreeGB = 18.9;
+    s.cores = 10;
+    s.load1 = 3.41;
+    s.uptime = "3d 4h";
+    s.topProcs = {{42, "builder", 9.34}, {7, "shell", 0.5}};
+    Metrics::score(s);
+    return s;
+}
+
+TEST(SnapshotReport, SaysTheScoreTheMachineTheFactorsTheAlertsAndTheHeaviest) {
+    EXPECT_EQ(snapshotReport(strained(), Colours::plain),
+              "● 45 Strained\n"
+              "10 cores · 16 GB · up 3d 4h\n"
+              "\n"
+              "Disk      −18  18 GB free\n"
+              "Load       −5  3.41 across 10 cores\n"
+              "Memory      —  5.2 GB free to use · macOS is comfortable\n"
+              "CPU         —  0% busy\n"
+              "Swap        —  not paging\n"
+              "Thermal     —  normal\n"
+              "\n! builder is holding 9.3GB"
+              "\n! Disk getting tight: 18GB free\n"
+              "\n"
+              "   9.34 GB  builder (42)\n"
+              "   0.50 GB  shell (7)\n");
+}
+
+TEST(SnapshotReport, OfAnEmptyReadingIsTwoLines) {
+    EXPECT_EQ(snapshotReport(Snapshot(), Colours::plain), "● 0 \n1 cores · 0 GB · up \n\n");
+}
+
+TEST(SnapshotReport, HasColoursOnlyWhenAsked) {
+    EXPECT_THAT(snapshotReport(strained(), Colours::plain), Not(HasSubstr("\x1b")));
+    EXPECT_THAT(snapshotReport(strained(), Colours::ansi), HasSubstr("\x1b[31m●\x1b[0m"));
+}
+
+TEST(SnapshotReport, LetsNoProcessNameDriveTheTerminal) {
+    Snapshot s;
+    s.topProcs = {{1,
+                   "a\x1b[2Jb\nc\x7f\xc2\x9b"
+                   "d·é",
+                   8.5}};
+    Metrics::score(s);
+    const std::string report = snapshotReport(s, Colours::plain);
+    EXPECT_THAT(report, HasSubstr("a?[2Jb?c??d·é (1)"));
+    EXPECT_THAT(report, HasSubstr("! a?[2Jb?c??d·é is holding 8.5GB"));
+}
+
+TEST(SnapshotBarLine, IsOneObjectThatABarReads) {
+    const std::string line = snapshotBarLine(strained());
+    EXPECT_EQ(line, R"({"text":"● 45","tooltip":"Strained\n10 cores · 16 GB · up 3d 4h\n)"
+                    R"(builder is holding 9.3GB\nDisk getting tight: 18GB free",)"
+                    R"("class":"strained","percentage":45})");
+}
+
+TEST(SnapshotJson, IsOneObjectWithTheFieldsOfTheReading) {
+    const std::string text = snapshotJson(strained());
+    EXPECT_THAT(text, Not(HasSubstr("\n")));
+    simdjson::dom::parser parser;
+    const simdjson::dom::object object = parser.parse(text);
+    EXPECT_EQ(std::int64_t(object["score"]), 45);
+    EXPECT_EQ(std::int64_t(object["memPressure"]), 1);
+    EXPECT_EQ(std::int64_t(object["runaway"]["id"]), 42);
+    EXPECT_EQ(std::string_view(object["worstFactor"]["name"]), "Disk");
+}
+
+} // namespace
+} // namespace korvel

@@ -1,0 +1,88 @@
+// Prints one scored reading of this machine.
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <QCoreApplication>
+
+#include <unistd.h>
+
+#include "core/metrics.h"
+#include "platform/linux/linux_machine.h"
+#include "platform/linux/linux_processes.h"
+#include "platform/linux/systemd_agents.h"
+#include "platform/posix/files.h"
+#include "platform/posix/system_clock.h"
+#include "tools/snapshot_arguments.h"
+#include "tools/snapshot_report.h"
+
+namespace {
+
+using namespace korvel;
+
+constexpr int kWrongUsage = 2;
+
+std::string formatted(const Snapshot& snapshot, SnapshotArguments::Format format, Colours colours) {
+    switch (format) {
+    case SnapshotArguments::Format::json:
+        return snapshotJson(snapshot) + "\n";
+    case SnapshotArguments::Format::bar:
+        return snapshotBarLine(snapshot) + "\n";
+    case SnapshotArguments::Format::report:
+        break;
+    }
+    return snapshotReport(snapshot, colours);
+}
+
+/// Writes at once, so that a bar sees each line as it comes. False: nobody reads any more.
+bool print(const std::string& text) {
+    return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
+           std::fflush(stdout) == 0;
+}
+
+void sleepSeconds(double seconds) {
+    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
+Colours coloursOfOutput() {
+    const char* noColor = std::getenv("NO_COLOR");
+    const bool refused = noColor != nullptr && *noColor != '\0';
+    return ::isatty(STDOUT_FILENO) == 1 && !refused ? Colours::ansi : Colours::plain;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const auto arguments = parseSnapshotArguments(std::vector<std::string>(argv + 1, argv + argc));
+    if (!arguments) {
+        std::fprintf(stderr, "%s\n", kSnapshotUsage);
+        return kWrongUsage;
+    }
+    const QCoreApplication application(argc, argv); // the bus needs one; its loop never runs
+
+    platform::raiseDescriptorLimit();
+    platform::PosixFiles files;
+    platform::SystemClock clock;
+    platform::LinuxMachine machine("/", files.homeDirectory());
+    platform::LinuxProcesses processes;
+    platform::SystemdAgents agents;
+    Metrics metrics(machine, processes, agents, clock);
+
+    Snapshot snapshot = metrics.snapshot();
+    if (!arguments->once) {
+        // Processor time is a difference of two readings.
+        sleepSeconds(1);
+        snapshot = metrics.snapshot();
+    }
+    const Colours colours = coloursOfOutput();
+    while (print(formatted(snapshot, arguments->format, colours)) && arguments->watchInterval) {
+        sleepSeconds(*arguments->watchInterval);
+        QCoreApplication::processEvents(); // what the bus said meanwhile
+        snapshot = metrics.snapshot();
+    }
+    return 0;
+}

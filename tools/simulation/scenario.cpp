@@ -1,0 +1,97 @@
+#include "simulation/scenario.h"
+
+#include <fmt/format.h>
+
+#include "simulation/scenario_parts.h"
+
+namespace korvel::simulation {
+
+namespace {
+
+/// What the keys below are read into.
+struct Reader {
+    Document document;
+    Scenario scenario;
+};
+
+void readHome(const JsonValue& value, Reader& reader) {
+    value.forEachMember([&](std::string_view name, const JsonValue& text) {
+        reader.scenario.home[std::string(name)] = text.text();
+    });
+}
+
+// What the keys below describe is not simulated yet: they are checked, and nothing asks for them.
+
+void checkDefaults(const JsonValue& value, Reader& /*reader*/) {
+    value.forEachMember([](std::string_view, const JsonValue& stored) {
+        const simdjson::dom::element element = stored.element();
+        if (!element.is_number() && !element.is_bool() && !element.is_string()) {
+            stored.fail("must be a number, a string, true or false");
+        }
+    });
+}
+
+void checkBundle(const JsonValue& value, Reader& reader) {
+    static constexpr Key<Reader> kKeys[] = {
+        {"version", checkType<std::string>},
+        {"build", checkType<std::string>},
+        {"path", checkType<std::string>},
+        {"writable", checkType<bool>},
+    };
+    readMembers(value, kKeys, reader);
+}
+
+void checkScreen(const JsonValue& value, Reader& reader) {
+    static constexpr Key<Reader> kKeys[] = {{"visibleHeight", checkType<double>}};
+    if (!value.isNull()) {
+        readMembers(value, kKeys, reader);
+    }
+}
+
+void checkFeed(const JsonValue& value, Reader& reader) {
+    static constexpr Key<Reader> kKeys[] = {
+        {"status", checkType<int>},
+        {"body", checkType<std::string>},
+        {"delay", [](const JsonValue& delay, Reader&) { readSeconds(delay); }},
+        {"error", checkType<bool>},
+    };
+    readMembers(value, kKeys, reader);
+}
+
+constexpr Key<Reader> kKeys[] = {
+    {"start", [](const JsonValue& value, Reader& r) { r.scenario.start = value.number(); }},
+    {"until", [](const JsonValue& value, Reader& r) { r.scenario.until = readSeconds(value); }},
+    {"home", readHome},
+    {"defaults", checkDefaults},
+    {"bundle", checkBundle},
+    {"machine", [](const JsonValue& value,
+                   Reader& r) { r.scenario.machine = readMachine(value, r.document); }},
+    {"screen", checkScreen},
+    {"feed", checkFeed},
+    {"events",
+     [](const JsonValue& value, Reader& r) { r.scenario.events = readEvents(value, r.document); }},
+};
+
+} // namespace
+
+double readSeconds(const JsonValue& value) {
+    const double seconds = value.number();
+    if (seconds < 0) {
+        value.fail("must not be negative");
+    }
+    return seconds;
+}
+
+Scenario readScenario(std::string_view json) {
+    Reader reader{std::make_shared<simdjson::dom::parser>(), {}};
+    simdjson::dom::element root;
+    // The copy is padded as the parser wants it.
+    const auto error = reader.document->parse(simdjson::padded_string(json)).get(root);
+    if (error != simdjson::SUCCESS) {
+        throw ScenarioError(fmt::format("no valid JSON: {}", simdjson::error_message(error)));
+    }
+    readMembers(JsonValue(root), kKeys, reader);
+    return std::move(reader.scenario);
+}
+
+} // namespace korvel::simulation

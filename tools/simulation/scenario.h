@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/simulated/machine.h"
+#include "platform/simulated/processes.h"
+
+/// korvel-sim's input, described in docs/simulation.md.
+namespace korvel::simulation {
+
+class SimulatedProgram;
+
+/// The parts of a simulated set that a scenario's machine keys describe.
+struct MachineState {
+    platform::MachineReadings& readings;
+    platform::SimulatedProcesses& processes;
+    platform::Reading<std::string>& agents; ///< the text of the service listing
+};
+
+/// Puts a scenario's readings into a machine. What they do not name stays as it is.
+using MachineChange = std::function<void(MachineState& machine)>;
+
+/// Something that happens to the program.
+struct ScenarioEvent {
+    double at = 0; ///< seconds after launch
+    std::function<void(SimulatedProgram& program)> act;
+};
+
+struct Scenario {
+    double start = platform::kSimulatedStart; ///< wall clock at launch
+    double until = 10;                        ///< seconds after launch
+    std::map<std::string, std::string> home;  ///< texts of the files in the home directory, by name
+    MachineChange machine;                    ///< the readings at launch; may be empty
+    std::vector<ScenarioEvent> events;        ///< in the order in which they happen
+};
+
+/// Reads a scenario from its JSON text. Throws a ScenarioError, in json_value.h, at the first thing
+/// that is wrong with it, so that a scenario either runs as a whole or not at all.
+Scenario readScenario(std::string_view json);
+
+} // namespace korvel::simulation

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "simulation/json_value.h"
+#include "simulation/scenario.h"
+
+/// The readers of a scenario's parts. Each throws a ScenarioError at what is wrong.
+namespace korvel::simulation {
+
+/// The document that a scenario was read from; what is done later still refers to it.
+using Document = std::shared_ptr<simdjson::dom::parser>;
+
+/// Checks the machine keys of `object` and makes the change that they stand for.
+MachineChange readMachine(const JsonValue& object, const Document& document);
+
+/// The list of events. Throws also when they are not in time order.
+std::vector<ScenarioEvent> readEvents(const JsonValue& array, const Document& document);
+
+/// A number of seconds from 0 up.
+double readSeconds(const JsonValue& value);
+
+} // namespace korvel::simulation

@@ -1,0 +1,128 @@
+#include "tools/snapshot_report.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include <fmt/format.h>
+
+#include "core/json_writer.h"
+#include "core/snapshot.h"
+#include "core/snapshot_json.h"
+#include "ui/content/palette.h"
+
+namespace korvel {
+
+namespace {
+
+/// One of the palette's colours as the terminal has them.
+std::string_view ansiCode(PaletteColor color) {
+    switch (color) {
+    case PaletteColor::good:
+        return "\x1b[32m";
+    case PaletteColor::warn:
+        return "\x1b[33m";
+    default:
+        return "\x1b[31m";
+    }
+}
+
+class Painter {
+  public:
+    explicit Painter(Colours colours) : ansi_(colours == Colours::ansi) {}
+
+    std::string paint(std::string_view code, std::string_view text) const {
+        return ansi_ ? fmt::format("{}{}\x1b[0m", code, text) : std::string(text);
+    }
+    std::string bold(std::string_view text) const { return paint("\x1b[1m", text); }
+    std::string dim(std::string_view text) const { return paint("\x1b[2m", text); }
+
+  private:
+    bool ansi_;
+};
+
+/// `text` (UTF-8) without characters that a terminal acts on: C0, DEL, and C1 (U+0080 to U+009F).
+std::string printable(std::string_view text) {
+    std::string safe;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if (byte < 0x20 || byte == 0x7f) {
+            safe += '?';
+        } else if (byte == 0xc2 && i + 1 < text.size() &&
+                   static_cast<unsigned char>(text[i + 1]) < 0xa0) {
+            safe += '?';
+            ++i;
+        } else {
+            safe += text[i];
+        }
+    }
+    return safe;
+}
+
+/// The points that a factor costs, as the popover writes them.
+std::string pointsLost(const ScoreFactor& factor) {
+    constexpr double kNothing = 0.5;
+    return factor.lost() < kNothing ? "—" : fmt::format("−{:.0f}", factor.lost());
+}
+
+std::string machineLine(const Snapshot& snapshot) {
+    return fmt::format("{} cores · {:.0f} GB · up {}", snapshot.cores, snapshot.memTotalGB,
+                       snapshot.uptime);
+}
+
+} // namespace
+
+std::string snapshotReport(const Snapshot& snapshot, Colours colours) {
+    const Painter painter(colours);
+    const std::string score = fmt::format("{} {}", snapshot.score, snapshot.verdict);
+    std::string report =
+        fmt::format("{} {}\n{}\n\n", painter.paint(ansiCode(scoreColor(snapshot.score)), "●"),
+                    painter.bold(score), painter.dim(machineLine(snapshot)));
+    auto out = std::back_inserter(report);
+    for (const ScoreFactor& factor : snapshot.factorsBySeverity()) {
+        fmt::format_to(out, "{:<8} {:>4}  {}\n", factor.name, pointsLost(factor), factor.detail);
+    }
+    for (const std::string& alert : snapshot.alerts) {
+        fmt::format_to(out, "\n{} {}", painter.paint(ansiCode(PaletteColor::warn), "!"),
+                       printable(alert));
+    }
+    if (!snapshot.alerts.empty()) {
+        report += '\n';
+    }
+    if (!snapshot.topProcs.empty()) {
+        report += '\n';
+    }
+    for (const ProcInfo& process : snapshot.topProcs) {
+        fmt::format_to(out, "{:>7.2f} GB  {} {}\n", process.gb, printable(process.name),
+                       painter.dim(fmt::format("({})", process.id)));
+    }
+    return report;
+}
+
+std::string snapshotBarLine(const Snapshot& snapshot) {
+    std::string tooltip = snapshot.verdict + "\n" + machineLine(snapshot);
+    for (const std::string& alert : snapshot.alerts) {
+        tooltip += '\n' + alert;
+    }
+    std::string styleClass = snapshot.verdict;
+    std::transform(styleClass.begin(), styleClass.end(), styleClass.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    JsonWriter json;
+    json.beginObject()
+        .member("text", fmt::format("● {}", snapshot.score))
+        .member("tooltip", tooltip)
+        .member("class", styleClass)
+        .member("percentage", snapshot.score)
+        .endObject();
+    return json.text();
+}
+
+std::string snapshotJson(const Snapshot& snapshot) {
+    JsonWriter json;
+    json.beginObject();
+    writeSnapshotMembers(json, snapshot);
+    json.endObject();
+    return json.text();
+}
+
+} // namespace korvel
