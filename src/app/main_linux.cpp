@@ -3,12 +3,14 @@
 #include <utility>
 
 #include <QApplication>
+#include <QFileInfo>
 
 #include "app/app_delegate.h"
 #include "core/metrics.h"
 #include "platform/linux/linux_machine.h"
 #include "platform/linux/linux_processes.h"
-#include "platform/linux/linux_swapped_memory.h"
+#include "platform/linux/own_memory.h"
+#include "platform/linux/process_status.h"
 #include "platform/linux/systemd_agents.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
@@ -51,12 +53,22 @@ void keepThemePluginsOut() {
     }
 }
 
+/// A session without a bus stays one: left to itself, the D-Bus library would start a bus here.
+void startNoBus() {
+    const bool named = !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS");
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!named && (runtime.isEmpty() || !QFileInfo::exists(runtime + QStringLiteral("/bus")))) {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+    }
+}
+
 } // namespace
 
 int main(int, char** argv) {
     qInstallMessageHandler(keepQuiet);
-    platform::TerminationSignals signals;
+    platform::TerminationSignals terminationSignals;
 
+    startNoBus();
     keepThemePluginsOut();
     int argumentCount = 1; // the program has no command line, and Qt is not to find one either
     const QApplication application(argumentCount, argv);
@@ -74,6 +86,7 @@ int main(int, char** argv) {
         return EXIT_SUCCESS;
     }
 
+    platform::raiseDescriptorLimit();
     platform::PosixFiles files;
     platform::SystemClock clock;
     platform::LinuxMachine machine("/", files.homeDirectory());
@@ -87,10 +100,12 @@ int main(int, char** argv) {
     platform::installedServices = &services;
 
     const auto delegate = std::make_shared<AppDelegate>(
-        services, [](ContentView& root) { return std::make_unique<PopoverWindow>(root, linuxWords); });
+        services, [](ContentView& root) {
+            return std::make_unique<PopoverWindow>(root, linuxWords, platform::giveMemoryBack);
+        });
     running = delegate.get();
     std::atexit(finish);
-    signals.notify([&runLoop] { runLoop.terminate(); });
+    terminationSignals.notify([&runLoop] { runLoop.terminate(); });
     delegate->applicationDidFinishLaunching();
     QApplication::exec();
     finish();

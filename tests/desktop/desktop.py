@@ -61,8 +61,7 @@ PANEL_CONFIG = """<?xml version="1.0" encoding="UTF-8"?>
 TINT2_CONFIG = """panel_items = S
 panel_size = 100% 30
 panel_position = top center horizontal
-panel_dock = 1
-wm_menu = 0
+strut_policy = follow_size
 systray_padding = 4 2 4
 systray_icon_size = 24
 rounded = 0
@@ -173,9 +172,6 @@ class Desktop:
             self.start_x()
             if self.with_bus:
                 self.start_bus()
-            else:
-                # An address that nobody answers, so that no bus is started on demand either.
-                self.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.folder}/none"
             self.spawn(["openbox", "--sm-disable"])
             wait_for("the window manager", lambda: "_NET_SUPPORTING_WM_CHECK(WINDOW)" in self.run(
                 ["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"]))
@@ -205,7 +201,7 @@ class Desktop:
         config = os.path.join(self.folder, "bus.conf")
         with open(config, "w", encoding="utf-8") as file:
             file.write(BUS_CONFIG.format(folder=self.runtime))
-        bus = self.spawn(["dbus-daemon", "--config-file", config, "--print-address", "--nofork"],
+        self.bus = bus = self.spawn(["dbus-daemon", "--config-file", config, "--print-address", "--nofork"],
                          stdout=subprocess.PIPE, text=True)
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
 
@@ -261,7 +257,7 @@ class Desktop:
 
     def call(self, name, path, method, *arguments):
         return self.run(["gdbus", "call", "--session", "-d", name, "-o", path, "-m", method,
-                         *arguments]).strip()
+                         "--", *arguments]).strip()
 
     def owner(self, name):
         return self.call("org.freedesktop.DBus", "/org/freedesktop/DBus",
@@ -292,13 +288,31 @@ class Desktop:
             return []
         return [name.split("/")[0] for name in ast.literal_eval(answer[2:answer.rindex(">")])]
 
+    def others_on_display(self, names):
+        """Which of the programs of these names run on this display."""
+        wanted = f"DISPLAY={self.environment['DISPLAY']}".encode()
+        found = []
+        for pid in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                with open(f"/proc/{pid}/comm", encoding="utf-8") as comm:
+                    name = comm.read().strip()
+                with open(f"/proc/{pid}/environ", "rb") as environment:
+                    if name in names and wanted in environment.read().split(b"\0"):
+                        found.append(name)
+            except OSError:
+                pass  # it has gone in the meantime
+        return found
+
     # The screen and the hands.
 
     def screenshot(self):
-        data = subprocess.run(["xwd", "-root", "-silent"], env=self.environment,
-                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, timeout=10,
-                              check=True).stdout
-        return Image.from_xwd(data)
+        def grab():
+            # A window that goes away in the middle of it makes it fail.
+            return subprocess.run(["xwd", "-root", "-silent"], env=self.environment,
+                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, timeout=10,
+                                  check=False).stdout
+
+        return Image.from_xwd(wait_for("a picture of the screen", grab))
 
     def xdotool(self, *arguments):
         return self.run(["xdotool", *map(str, arguments)]).strip()

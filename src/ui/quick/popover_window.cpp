@@ -1,6 +1,7 @@
 #include "ui/quick/popover_window.h"
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -26,6 +27,9 @@ namespace korvel {
 namespace {
 
 constexpr int kGap = 4;               ///< points between the item and the popover
+using std::chrono_literals::operator""s;
+
+constexpr auto kKeptLoaded = 10s;     ///< after a close, for whoever looks again at once
 constexpr double kClosingClick = 0.4; ///< seconds within which the click that closed it arrives
 
 QRect toRect(const platform::Rectangle& r) {
@@ -47,9 +51,13 @@ QPoint placeAt(const QRect& anchor, QSize size, const QRect& free) {
 
 } // namespace
 
-PopoverWindow::PopoverWindow(ContentView& root, Words words)
+PopoverWindow::PopoverWindow(ContentView& root, Words words, std::function<void()> released)
     : root_(root), words_(std::move(words)),
-      observation_(root.observe([this] { contentWillChange(); })) {}
+      observation_(root.observe([this] { contentWillChange(); })), released_(std::move(released)) {
+    unloading_.setSingleShot(true);
+    unloading_.setInterval(kKeptLoaded);
+    connect(&unloading_, &QTimer::timeout, this, &PopoverWindow::unload);
+}
 
 PopoverWindow::~PopoverWindow() = default;
 
@@ -57,6 +65,7 @@ void PopoverWindow::show(platform::StatusItem& item) {
     if (shown()) {
         return;
     }
+    unloading_.stop();
     if (!view_) {
         makeView();
     }
@@ -78,6 +87,7 @@ void PopoverWindow::close() {
         item_ = nullptr;
         view_->hide();
         view_->releaseResources();
+        unloading_.start();
     }
 }
 
@@ -131,6 +141,22 @@ void PopoverWindow::makeView() {
     view_->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverView.qml")));
     connect(view_.get(), &QWindow::activeChanged, this, &PopoverWindow::activeChanged);
     connect(view_.get(), &QWindow::heightChanged, this, &PopoverWindow::place);
+}
+
+void PopoverWindow::unload() {
+    view_.reset();
+    bridge_.reset();
+    if (released_) {
+        // On a later turn, when what Qt itself deletes late is gone too.
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                if (!view_) {
+                    released_();
+                }
+            },
+            Qt::QueuedConnection);
+    }
 }
 
 void PopoverWindow::place() {

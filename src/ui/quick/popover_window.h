@@ -1,9 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include <QObject>
 #include <QRect>
+#include <QTimer>
 
 #include "model/observable.h"
 #include "platform/status_bar.h"
@@ -16,12 +18,14 @@ namespace korvel {
 
 class ContentView;
 
-/// The popover as a frameless window at the status item. The views are loaded when it is first
-/// opened and it draws only while it is open.
+/// The popover as a frameless window at the status item. The views are loaded when it is opened,
+/// stay for a moment after it is closed, and are then let go: most of the time nobody looks. Nothing
+/// is drawn while it is closed.
 class PopoverWindow final : public QObject, public platform::Popover {
   public:
-    /// `root` outlives the popover; its texts are shown in `words`.
-    PopoverWindow(ContentView& root, Words words);
+    /// `root` outlives the popover; its texts are shown in `words`. `released` runs each time the
+    /// views have been let go.
+    PopoverWindow(ContentView& root, Words words, std::function<void()> released = {});
     ~PopoverWindow() override;
 
     void show(platform::StatusItem& item) override;
@@ -34,6 +38,7 @@ class PopoverWindow final : public QObject, public platform::Popover {
 
   private:
     void makeView();
+    void unload();
     void place();
     void contentWillChange();
     void render();
@@ -43,6 +48,8 @@ class PopoverWindow final : public QObject, public platform::Popover {
     Words words_;
     Observation observation_;
     ColourScheme colourScheme_; ///< from the start, so that it is known at the first opening
+    std::function<void()> released_;
+    QTimer unloading_;
     platform::StatusItem* item_ = nullptr; ///< that it stands at; null while closed
     QRect anchor_;                         ///< on the screen; what it stands under
     bool wasActive_ = false;

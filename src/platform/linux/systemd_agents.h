@@ -1,0 +1,80 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include <QDBusConnection>
+#include <QDBusServiceWatcher>
+#include <QObject>
+#include <QTimer>
+
+#include "platform/agents.h"
+
+namespace korvel::platform {
+
+/// The session bus, where its address is known or it stands at its usual place; else a connection
+/// that is not connected. (Left to itself, the library would start a bus of its own.)
+QDBusConnection userBus();
+
+/// Agents as units of the user's systemd: "<label>.service", loaded when the manager says so of its
+/// name.
+///
+/// The manager is asked when a label first comes up, for at most a quarter of a second; from then
+/// on the answer is kept and put right by the manager's signals, which the bus sends only for that
+/// unit or for changes of all units, so that a sample costs nothing and nothing wakes the program
+/// while nothing changes. In a program without a running event loop the manager is asked each time.
+/// Nothing is ever started by asking. Lives on the thread that made it; `isLoaded` may be called on
+/// any, and on another one tells what is known.
+class SystemdAgents final : public QObject, public Agents {
+    Q_OBJECT
+
+  public:
+    /// `settle`: how long the manager has to be quiet after signals before it is asked again; those
+    /// of one change come close together.
+    explicit SystemdAgents(const QDBusConnection& bus = userBus(),
+                           std::chrono::milliseconds settle = std::chrono::milliseconds(500));
+
+    bool isLoaded(const std::string& label) override;
+
+  private slots:
+    void managerCame();
+    void managerWent();
+    void unitNew(const QString& unit);
+    void unitRemoved(const QString& unit);
+    void reloading(bool active);
+    void unitFilesChanged();
+    void askAgain();
+
+  private:
+    struct Unit {
+        bool loaded = false;
+        bool watched = false; ///< its signals are asked for
+        // What the signals since the last answer told: whether the unit was in memory before them,
+        // and whether it is now.
+        bool signalled = false;
+        bool wasInMemory = false;
+        bool isInMemory = false;
+    };
+
+    bool managerIsThere();
+    std::optional<bool> askNow(const std::string& label); ///< none: no answer in time
+    void ask(const std::string& label);
+    void keep(const std::string& label, bool loaded);
+    void watch(const std::string& label);
+    void noteUnit(const QString& unit, bool inMemory);
+    void askSoon(bool all);
+
+    QDBusConnection bus_;
+    QDBusServiceWatcher watcher_;
+    QTimer settle_;
+    bool started_ = false;
+    bool askAll_ = false;
+
+    std::mutex mutex_; ///< guards the map below, not the work on the bus
+    std::map<std::string, Unit> units_;
+};
+
+} // namespace korvel::platform

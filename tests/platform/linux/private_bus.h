@@ -1,0 +1,55 @@
+#pragma once
+
+#include <string>
+
+#include <QDBusConnection>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+namespace korvel {
+
+/// A message bus of the test's own, which starts no services.
+class PrivateBus {
+  public:
+    PrivateBus() {
+        QFile config(folder_.filePath(QStringLiteral("bus.conf")));
+        if (!config.open(QIODevice::WriteOnly)) {
+            return;
+        }
+        config.write("<busconfig><type>session</type><listen>unix:dir=" + folder_.path().toUtf8() +
+                     "</listen><auth>EXTERNAL</auth><policy context=\"default\">"
+                     "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
+                     "<allow own=\"*\"/></policy></busconfig>");
+        config.close();
+        daemon_.start(QStringLiteral("dbus-daemon"),
+                      {QStringLiteral("--config-file=") + config.fileName(),
+                       QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
+        if (daemon_.waitForReadyRead(10000)) {
+            address_ = QString::fromUtf8(daemon_.readLine()).trimmed();
+        }
+    }
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+    ~PrivateBus() { stop(); }
+
+    void stop() {
+        daemon_.kill();
+        daemon_.waitForFinished();
+    }
+
+    /// Empty when the daemon could not be started.
+    const QString& address() const { return address_; }
+    qint64 processId() const { return daemon_.processId(); }
+
+    QDBusConnection connect(const QString& name) const {
+        return QDBusConnection::connectToBus(address_, name);
+    }
+
+  private:
+    QTemporaryDir folder_;
+    QProcess daemon_;
+    QString address_;
+};
+
+} // namespace korvel
