@@ -44,9 +44,6 @@ class Model : public ObservableObject, public std::enable_shared_from_this<Model
     /// Called after every published refresh; may be empty.
     std::function<void()> onUpdate;
 
-    Published<std::vector<ProcInfo>> swapHolders{*this}; ///< processes found holding swap
-    Published<bool> scanningSwap{*this};                 ///< a scan for swap holders is running
-
     /// Takes one sample now, and publishes it on a later turn of the run loop, however the caller
     /// goes on. Never fails.
     void refresh();

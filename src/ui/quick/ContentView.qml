@@ -14,6 +14,18 @@ FocusScope {
     property alias animated: header.animated
     readonly property real contentHeight: column.implicitHeight
 
+    // Brings every section into its place now, and not when the next picture is drawn: the popover
+    // opens at its final height.
+    function layOut() {
+        for (let i = 0; i < column.children.length; ++i) {
+            const section = column.children[i] as Section;
+            if (section) {
+                section.forceLayout();
+            }
+        }
+        column.forceLayout();
+    }
+
     implicitWidth: Theme.popoverWidth
     implicitHeight: contentHeight
 

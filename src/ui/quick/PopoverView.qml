@@ -10,6 +10,11 @@ Rectangle {
     property alias animated: view.animated
     property real maximumHeight: 740
 
+    // To be called before the popover opens.
+    function layOut() {
+        view.layOut();
+    }
+
     width: Theme.popoverWidth
     height: Math.min(view.contentHeight, maximumHeight)
     border.color: Qt.tint(Inks.ground, Theme.track(Theme.borderOpacity))

@@ -77,6 +77,7 @@ void PopoverWindow::show(platform::StatusItem& item) {
     // What has changed since it was last open is not to be seen to change.
     view_->rootObject()->setProperty("animated", false);
     render();
+    QMetaObject::invokeMethod(view_->rootObject(), "layOut");
     view_->rootObject()->setProperty("animated", true);
     place();
     view_->show();

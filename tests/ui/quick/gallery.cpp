@@ -10,6 +10,7 @@
 #include <QImage>
 #include <QQmlEngine>
 #include <QtQml>
+#include <QQuickItem>
 #include <QQuickView>
 #include <QSGRendererInterface>
 
@@ -35,6 +36,7 @@ bool draw(const Scene& scene, bool dark, const QString& file) {
                                {"maximumHeight", scene.maximumHeight}});
     view.setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverView.qml")));
     view.engine()->singletonInstance<Inks*>(qmlTypeId("Korvel", 1, 0, "Inks"))->setDark(dark);
+    QMetaObject::invokeMethod(view.rootObject(), "layOut");
     view.show();
     QCoreApplication::processEvents();
     return view.grabWindow().save(file);

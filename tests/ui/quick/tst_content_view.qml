@@ -65,6 +65,15 @@ Item {
             }
         }
 
+        function test_isAsTallAsItsContentBeforeItIsDrawn() {
+            play("strained");
+            const height = view.height;
+            play("healthy");
+            theatre.play("strained");
+            view.layOut();
+            compare(view.height, height);
+        }
+
         function test_sectionsStandInTheirOrderAndPadding() {
             play("breakdown");
             const breakdown = one(view, "breakdown");
