@@ -100,7 +100,7 @@ int main(int, char** argv) {
     platform::installedServices = &services;
 
     const auto delegate = std::make_shared<AppDelegate>(
-        services, [](ContentView& root) {
+        services, Metrics::shared(), [](ContentView& root) {
             return std::make_unique<PopoverWindow>(root, linuxWords, platform::giveMemoryBack);
         });
     running = delegate.get();

@@ -80,6 +80,8 @@ void PopoverWindow::show(platform::StatusItem& item) {
     QMetaObject::invokeMethod(view_->rootObject(), "layOut");
     view_->rootObject()->setProperty("animated", true);
     place();
+    view_->resize(view_->rootObject()->size().toSize()); // which the view by itself does later
+    place();
     view_->show();
 }
 

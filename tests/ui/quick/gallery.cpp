@@ -37,6 +37,7 @@ bool draw(const Scene& scene, bool dark, const QString& file) {
     view.setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverView.qml")));
     view.engine()->singletonInstance<Inks*>(qmlTypeId("Korvel", 1, 0, "Inks"))->setDark(dark);
     QMetaObject::invokeMethod(view.rootObject(), "layOut");
+    view.resize(view.rootObject()->size().toSize());
     view.show();
     QCoreApplication::processEvents();
     return view.grabWindow().save(file);
