@@ -14,16 +14,20 @@ FocusScope {
     property alias animated: header.animated
     readonly property real contentHeight: column.implicitHeight
 
-    // Brings every section into its place now, and not when the next picture is drawn: the popover
+    // Brings every piece into its place now, and not when the next picture is drawn: the popover
     // opens at its final height.
     function layOut() {
-        for (let i = 0; i < column.children.length; ++i) {
-            const section = column.children[i] as Section;
-            if (section) {
-                section.forceLayout();
-            }
+        layOutColumns(column);
+    }
+
+    // The inner columns first: the outer ones stack their heights.
+    function layOutColumns(item: Item) {
+        for (let i = 0; i < item.children.length; ++i) {
+            layOutColumns(item.children[i]);
         }
-        column.forceLayout();
+        if (item instanceof Column) {
+            (item as Column).forceLayout();
+        }
     }
 
     implicitWidth: Theme.popoverWidth
