@@ -99,8 +99,8 @@ int main(int, char** argv) {
                                       clock,   runLoop,   files,         statusBar};
     platform::installedServices = &services;
 
-    const auto delegate = std::make_shared<AppDelegate>(
-        services, Metrics::shared(), [](ContentView& root) {
+    const auto delegate =
+        std::make_shared<AppDelegate>(services, Metrics::shared(), [](ContentView& root) {
             return std::make_unique<PopoverWindow>(root, linuxWords, platform::giveMemoryBack);
         });
     running = delegate.get();

@@ -19,7 +19,8 @@ struct Phrase {
 };
 
 constexpr Phrase kPhrases[] = {
-    {Place::tail, " GB free to use · macOS is comfortable", " GB free to use · Linux is comfortable"},
+    {Place::tail, " GB free to use · macOS is comfortable",
+     " GB free to use · Linux is comfortable"},
     {Place::tail, " GB free to use · macOS is under pressure",
      " GB free to use · Linux is under pressure"},
     {Place::tail, " GB free to use · macOS is out of room",

@@ -13,25 +13,30 @@ T.ToolTip {
     parent: target
     x: target ? Math.round((target.width - width) / 2) : 0
     y: target ? target.height + Theme.focusReach : 0
-    implicitWidth: Math.min(longest, contentItem.implicitWidth + leftPadding + rightPadding)
-    implicitHeight: contentItem.height + topPadding + bottomPadding
+    implicitWidth: Math.min(longest, implicitContentWidth + leftPadding + rightPadding)
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
     margins: Theme.focusReach
     horizontalPadding: 8
     verticalPadding: 5
     delay: 600
     visible: target !== null
 
-    contentItem: Label {
-        width: tip.availableWidth
+    // Its size is the tip's to set: a binding of its own height would be cut while it runs, which
+    // this toolkit does not survive.
+    contentItem: Text {
+        objectName: "tip"
         color: Inks.texts.of("primary")
+        elide: Text.ElideRight
         font: Theme.tip
-        maximumLineCount: 6
+        horizontalAlignment: Text.AlignLeft
+        maximumLineCount: 8
         text: tip.text
+        textFormat: Text.PlainText
         wrapMode: Text.Wrap
     }
 
     background: Rectangle {
-        border.color: Theme.track(Theme.dividerOpacity)
+        border.color: Qt.tint(Inks.ground, Theme.track(Theme.borderOpacity))
         color: Inks.dark ? Qt.lighter(Inks.ground, 1.5) : "white"
         radius: Theme.focusRadius
     }

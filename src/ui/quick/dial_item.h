@@ -11,7 +11,8 @@ class DialItem : public korvel::TintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(Dial)
     Q_PROPERTY(qreal fraction READ fraction WRITE setFraction NOTIFY fractionChanged FINAL)
-    Q_PROPERTY(QColor trackColour READ trackColour WRITE setTrackColour NOTIFY trackColourChanged FINAL)
+    Q_PROPERTY(
+        QColor trackColour READ trackColour WRITE setTrackColour NOTIFY trackColourChanged FINAL)
     Q_PROPERTY(qreal lineWidth READ lineWidth WRITE setLineWidth NOTIFY lineWidthChanged FINAL)
 
   public:

@@ -12,7 +12,8 @@ class GaugeBarItem : public korvel::TintedItem {
     QML_NAMED_ELEMENT(GaugeBar)
     Q_PROPERTY(qreal fraction READ fraction WRITE setFraction NOTIFY fractionChanged FINAL)
     Q_PROPERTY(qreal shortest READ shortest WRITE setShortest NOTIFY shortestChanged FINAL)
-    Q_PROPERTY(QColor trackColour READ trackColour WRITE setTrackColour NOTIFY trackColourChanged FINAL)
+    Q_PROPERTY(
+        QColor trackColour READ trackColour WRITE setTrackColour NOTIFY trackColourChanged FINAL)
     Q_PROPERTY(qreal fillWidth READ fillWidth NOTIFY fillWidthChanged FINAL)
 
   public:

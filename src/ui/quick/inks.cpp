@@ -29,8 +29,8 @@ QFont sized(QFont font, qreal size, int weight) {
 } // namespace
 
 QColor InkTable::of(const QString& name) const {
-    for (const Ink ink : {Ink::cyan, Ink::pink, Ink::good, Ink::warn, Ink::bad, Ink::secondary,
-                          Ink::tertiary}) {
+    for (const Ink ink :
+         {Ink::cyan, Ink::pink, Ink::good, Ink::warn, Ink::bad, Ink::secondary, Ink::tertiary}) {
         const std::string_view known = korvel::name(ink);
         if (name == QLatin1String(known.data(), static_cast<qsizetype>(known.size()))) {
             return toQColor(colours_(ink, appearance_));

@@ -22,8 +22,7 @@ int KeyedListModel::rowCount(const QModelIndex& parent) const {
 
 QVariant KeyedListModel::data(const QModelIndex& index, int role) const {
     const int value = role - Qt::UserRole;
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid) || value < 0 ||
-        value >= roles_.size()) {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid) || value < 0 || value >= roles_.size()) {
         return {};
     }
     return entries_[static_cast<std::size_t>(index.row())].values.at(value);

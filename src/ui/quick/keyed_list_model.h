@@ -19,7 +19,7 @@ class KeyedListModel : public QAbstractListModel {
 
   public:
     struct Entry {
-        QString key; ///< the identity; of equal ones the first counts
+        QString key;            ///< the identity; of equal ones the first counts
         QList<QVariant> values; ///< in the order of the roles
 
         bool operator==(const Entry&) const = default;

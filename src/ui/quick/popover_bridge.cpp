@@ -131,12 +131,11 @@ void PopoverBridge::setRows(const std::vector<Row>& rows) {
         if (row.spark) {
             values = QList<qreal>(row.spark->values.begin(), row.spark->values.end());
         }
-        entries.push_back(
-            {QString::fromStdString(row.label),
-             {text(row.label), text(row.percentText()), row.barFraction(), text(row.detail),
-              named(row.colour), row.spark.has_value(),
-              row.spark ? named(row.spark->colour) : QString(), QVariant::fromValue(values),
-              row.label == kSwapLabel}});
+        entries.push_back({QString::fromStdString(row.label),
+                           {text(row.label), text(row.percentText()), row.barFraction(),
+                            text(row.detail), named(row.colour), row.spark.has_value(),
+                            row.spark ? named(row.spark->colour) : QString(),
+                            QVariant::fromValue(values), row.label == kSwapLabel}});
     }
     rows_.setEntries(std::move(entries));
 }

@@ -26,7 +26,7 @@ namespace korvel {
 
 namespace {
 
-constexpr int kGap = 4;               ///< points between the item and the popover
+constexpr int kGap = 4; ///< points between the item and the popover
 using std::chrono_literals::operator""s;
 
 constexpr auto kKeptLoaded = 10s;     ///< after a close, for whoever looks again at once
@@ -133,8 +133,7 @@ void PopoverWindow::makeView() {
     qml_register_types_Korvel();
     bridge_ = std::make_unique<PopoverBridge>(root_, words_);
     view_ = std::make_unique<QQuickView>();
-    view_->engine()->setProperty(Inks::kColourSchemeProperty,
-                                 QVariant::fromValue(&colourScheme_));
+    view_->engine()->setProperty(Inks::kColourSchemeProperty, QVariant::fromValue(&colourScheme_));
     view_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     view_->setTitle(QStringLiteral("Korvel"));
     view_->setResizeMode(QQuickView::SizeViewToRootObject);
@@ -171,9 +170,9 @@ void PopoverWindow::place() {
         screen = QGuiApplication::primaryScreen();
     }
     view_->rootObject()->setProperty(
-        "maximumHeight", popoverMaximumHeight(screen ? std::optional<double>(
-                                                           screen->availableGeometry().height())
-                                                     : std::nullopt));
+        "maximumHeight",
+        popoverMaximumHeight(screen ? std::optional<double>(screen->availableGeometry().height())
+                                    : std::nullopt));
     if (screen) {
         view_->setScreen(screen);
         view_->setPosition(placeAt(anchor_, view_->size(), screen->availableGeometry()));

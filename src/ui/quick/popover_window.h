@@ -19,8 +19,8 @@ namespace korvel {
 class ContentView;
 
 /// The popover as a frameless window at the status item. The views are loaded when it is opened,
-/// stay for a moment after it is closed, and are then let go: most of the time nobody looks. Nothing
-/// is drawn while it is closed.
+/// stay for a moment after it is closed, and are then let go: most of the time nobody looks.
+/// Nothing is drawn while it is closed.
 class PopoverWindow final : public QObject, public platform::Popover {
   public:
     /// `root` outlives the popover; its texts are shown in `words`. `released` runs each time the

@@ -62,7 +62,8 @@ QPainterPath cross(qreal from, qreal to, qreal width) {
 }
 
 QPainterPath checkmarkCircle(const Lines& lines) {
-    return disc().subtracted(stroked(polyline({{7.1, 12.6}, {10.5, 16}, {16.9, 8.4}}), lines.cutOut));
+    return disc().subtracted(
+        stroked(polyline({{7.1, 12.6}, {10.5, 16}, {16.9, 8.4}}), lines.cutOut));
 }
 
 QPainterPath infoCircle(const Lines& lines) {

@@ -78,8 +78,8 @@ TEST(Contrast, BlackIsTheLastResort) {
 TEST(InkColours, TextIsReadableInBothAppearances) {
     for (const Appearance appearance : {Appearance::light, Appearance::dark}) {
         const Colour ground = groundColour(appearance);
-        for (const Ink ink : {Ink::cyan, Ink::pink, Ink::good, Ink::warn, Ink::bad, Ink::primary,
-                              Ink::secondary}) {
+        for (const Ink ink :
+             {Ink::cyan, Ink::pink, Ink::good, Ink::warn, Ink::bad, Ink::primary, Ink::secondary}) {
             EXPECT_GE(contrastRatio(ground, textColour(ink, appearance)), 4.5) << name(ink);
         }
         EXPECT_GE(contrastRatio(ground, textColour(Ink::tertiary, appearance)), 3);

@@ -37,8 +37,7 @@ TEST(LinuxWords, LeaveEveryOtherTextAlone) {
     for (const char* text :
          {"", ")", "All clear, nothing needs attention", "312 GB free", "macOS", "Finder",
           // What a process may be called, where its name is part of a text.
-          "macOS is comfortable is holding 9.3GB",
-          "macOS thermal state: normal is holding 9.3GB",
+          "macOS is comfortable is holding 9.3GB", "macOS thermal state: normal is holding 9.3GB",
           "Running hot. macOS is throttling to cool down is holding 9.3GB",
           "Quit macOS thermal state: warm. Sends SIGTERM so it closes cleanly",
           "Quit 1 GB free to use · macOS is comfortable. Sends SIGTERM so it closes cleanly"}) {

@@ -30,8 +30,8 @@ TEST(MetricRows, CpuIsWarnFromSeventyAndBadFromNinety) {
     const struct {
         double pct;
         Ink colour;
-    } rows[] = {{0, Ink::good},   {69.9, Ink::good}, {70, Ink::warn}, {70.1, Ink::warn},
-                {89.9, Ink::warn}, {90, Ink::bad},   {90.1, Ink::bad}, {140, Ink::bad}};
+    } rows[] = {{0, Ink::good},    {69.9, Ink::good}, {70, Ink::warn},  {70.1, Ink::warn},
+                {89.9, Ink::warn}, {90, Ink::bad},    {90.1, Ink::bad}, {140, Ink::bad}};
     for (const auto& row : rows) {
         Snapshot snap;
         snap.cpuPct = row.pct;
@@ -109,7 +109,8 @@ TEST(MetricRows, DiskIsWarnFrom85AndBadFrom93) {
     const struct {
         double pct;
         Ink colour;
-    } rows[] = {{84.9, Ink::good}, {85, Ink::warn}, {92.9, Ink::warn}, {93, Ink::bad}, {100, Ink::bad}};
+    } rows[] = {
+        {84.9, Ink::good}, {85, Ink::warn}, {92.9, Ink::warn}, {93, Ink::bad}, {100, Ink::bad}};
     for (const auto& row : rows) {
         Snapshot snap;
         snap.diskPct = row.pct;

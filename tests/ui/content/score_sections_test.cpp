@@ -63,18 +63,12 @@ TEST(Breakdown, TextAndColoursOfAFactorChangeAtTheirThresholds) {
         Ink bar;
         Ink number;
     } rows[] = {
-        {0, "—", Ink::good, Ink::secondary},
-        {0.3, "—", Ink::good, Ink::secondary},
-        {0.4999, "—", Ink::good, Ink::secondary},
-        {0.5, "−0", Ink::good, Ink::secondary},
-        {0.51, "−1", Ink::good, Ink::secondary},
-        {1.5, "−2", Ink::good, Ink::secondary},
-        {2.5, "−2", Ink::good, Ink::secondary},
-        {3, "−3", Ink::good, Ink::secondary},
-        {3.25, "−3", Ink::warn, Ink::secondary},
-        {8, "−8", Ink::warn, Ink::secondary},
-        {8.125, "−8", Ink::bad, Ink::bad},
-        {26, "−26", Ink::bad, Ink::bad},
+        {0, "—", Ink::good, Ink::secondary},      {0.3, "—", Ink::good, Ink::secondary},
+        {0.4999, "—", Ink::good, Ink::secondary}, {0.5, "−0", Ink::good, Ink::secondary},
+        {0.51, "−1", Ink::good, Ink::secondary},  {1.5, "−2", Ink::good, Ink::secondary},
+        {2.5, "−2", Ink::good, Ink::secondary},   {3, "−3", Ink::good, Ink::secondary},
+        {3.25, "−3", Ink::warn, Ink::secondary},  {8, "−8", Ink::warn, Ink::secondary},
+        {8.125, "−8", Ink::bad, Ink::bad},        {26, "−26", Ink::bad, Ink::bad},
         {100, "−100", Ink::bad, Ink::bad},
     };
     for (const auto& row : rows) {

@@ -178,9 +178,9 @@ TEST(Row, TruncatesItsPercentageTowardZero) {
     const struct {
         double pct;
         const char* text;
-    } rows[] = {{0, "0%"},     {0.99, "0%"}, {-0.5, "0%"},   {-1.5, "-1%"}, {49.9, "49%"},
-                {49, "49%"},   {50, "50%"},  {99.999, "99%"}, {100, "100%"}, {150, "150%"},
-                {150.9, "150%"}};
+    } rows[] = {{0, "0%"},     {0.99, "0%"},  {-0.5, "0%"},   {-1.5, "-1%"},
+                {49.9, "49%"}, {49, "49%"},   {50, "50%"},    {99.999, "99%"},
+                {100, "100%"}, {150, "150%"}, {150.9, "150%"}};
     for (const auto& row : rows) {
         EXPECT_EQ((Row{"X", row.pct, "", Ink::good, {}}).percentText(), row.text) << row.pct;
     }
@@ -208,7 +208,7 @@ TEST(PopoverSize, IsTheVisibleHeightLessSixtyButNeverUnder420) {
     const struct {
         std::optional<double> visible;
         double maximum;
-    } rows[] = {{900, 840}, {481, 421}, {480, 420}, {479, 420},
+    } rows[] = {{900, 840}, {481, 421}, {480, 420},         {479, 420},
                 {400, 420}, {0, 420},   {std::nullopt, 740}};
     for (const auto& row : rows) {
         EXPECT_EQ(popoverMaximumHeight(row.visible), row.maximum) << row.visible.value_or(-1);

@@ -51,9 +51,8 @@ class Scheme : public testing::Test {
         if (!portal.isConnected()) {
             GTEST_SKIP() << "there is no session bus; run under dbus-run-session";
         }
-        ASSERT_TRUE(portal.registerObject(kPath, &settings,
-                                          QDBusConnection::ExportAllSlots |
-                                              QDBusConnection::ExportAllSignals));
+        ASSERT_TRUE(portal.registerObject(
+            kPath, &settings, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals));
         ASSERT_TRUE(portal.registerService(kService));
     }
     void TearDown() override {
@@ -71,8 +70,8 @@ class Scheme : public testing::Test {
     /// A round trip to the portal and back: what was sent before has arrived.
     void settle() {
         bool answered = false;
-        QDBusMessage ping = QDBusMessage::createMethodCall(
-            kService, kPath, "org.freedesktop.DBus.Peer", "Ping");
+        QDBusMessage ping =
+            QDBusMessage::createMethodCall(kService, kPath, "org.freedesktop.DBus.Peer", "Ping");
         QDBusPendingCallWatcher watcher(program.asyncCall(ping));
         QObject::connect(&watcher, &QDBusPendingCallWatcher::finished, &watcher,
                          [&] { answered = true; });

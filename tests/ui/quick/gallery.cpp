@@ -9,10 +9,10 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QQmlEngine>
-#include <QtQml>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QSGRendererInterface>
+#include <QtQml>
 
 #include "ui/content/linux_words.h"
 #include "ui/quick/inks.h"
@@ -32,8 +32,8 @@ bool draw(const Scene& scene, bool dark, const QString& file) {
     bridge.setContent(stage.root.content());
     QQuickView view;
     view.setColor(Qt::transparent);
-    view.setInitialProperties({{"content", QVariant::fromValue(&bridge)},
-                               {"maximumHeight", scene.maximumHeight}});
+    view.setInitialProperties(
+        {{"content", QVariant::fromValue(&bridge)}, {"maximumHeight", scene.maximumHeight}});
     view.setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverView.qml")));
     view.engine()->singletonInstance<Inks*>(qmlTypeId("Korvel", 1, 0, "Inks"))->setDark(dark);
     QMetaObject::invokeMethod(view.rootObject(), "layOut");
@@ -64,8 +64,8 @@ int main(int argc, char** argv) {
             continue;
         }
         for (const bool dark : {false, true}) {
-            const QString file = QDir(arguments[1])
-                                     .filePath(name + (dark ? "-dark.png" : "-light.png"));
+            const QString file =
+                QDir(arguments[1]).filePath(name + (dark ? "-dark.png" : "-light.png"));
             if (!draw(scene, dark, file)) {
                 std::fprintf(stderr, "cannot write %s\n", qPrintable(file));
                 return 1;

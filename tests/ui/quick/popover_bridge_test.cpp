@@ -25,8 +25,7 @@ class Signals : public QObject {
 
   public:
     explicit Signals(const QObject& object) {
-        const QMetaMethod slot =
-            staticMetaObject.method(staticMetaObject.indexOfSlot("heard()"));
+        const QMetaMethod slot = staticMetaObject.method(staticMetaObject.indexOfSlot("heard()"));
         const QMetaObject* type = object.metaObject();
         for (int i = QObject::staticMetaObject.methodCount(); i < type->methodCount(); ++i) {
             if (type->method(i).methodType() == QMetaMethod::Signal) {
@@ -79,8 +78,7 @@ TEST_F(Bridge, HandsOverWhatTheContentSays) {
     ASSERT_EQ(bridge.heaviest()->rowCount(), 5);
     EXPECT_EQ(at(bridge.heaviest(), 0, "size"), "3.42 GB");
     EXPECT_EQ(at(bridge.heaviest(), 0, "canQuit"), true);
-    EXPECT_EQ(at(bridge.heaviest(), 0, "tip"),
-              "Quit firefox. Sends SIGTERM so it closes cleanly");
+    EXPECT_EQ(at(bridge.heaviest(), 0, "tip"), "Quit firefox. Sends SIGTERM so it closes cleanly");
 }
 
 TEST_F(Bridge, OnlyTheSwapRowHoldsTheBlockOfTheHolders) {
@@ -160,8 +158,7 @@ TEST_F(Bridge, TakesWhatCannotBePaintedOutOfNamesTipsAndAlerts) {
     stage.model->swapHolders = snap.topProcs;
     render();
     EXPECT_EQ(at(bridge.heaviest(), 0, "name"), "a\uFFFDb");
-    EXPECT_EQ(at(bridge.heaviest(), 0, "tip"),
-              "Quit a\uFFFDb. Sends SIGTERM so it closes cleanly");
+    EXPECT_EQ(at(bridge.heaviest(), 0, "tip"), "Quit a\uFFFDb. Sends SIGTERM so it closes cleanly");
     EXPECT_EQ(at(bridge.swapHolders(), 0, "name"), "a\uFFFDb");
     EXPECT_EQ(at(bridge.status(), 0, "words"), "a\uFFFDb is holding 9.0GB");
 }

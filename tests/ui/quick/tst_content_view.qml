@@ -166,6 +166,23 @@ Item {
                     [true, true, true, true, false]);
         }
 
+        function test_aTipIsShownWhileThePointerRestsOnAButton() {
+            for (const scene of ["healthy", "hostile_names", "scan_done"]) {
+                play(scene);
+                const buttons = all(view, "quit").filter(button => button.visible);
+                for (const button of [buttons[0], buttons[buttons.length - 1]]) {
+                    mouseMove(button, 10, 10);
+                    tryVerify(() => all(root.Window.contentItem, "tip").length === 1);
+                    const tip = all(root.Window.contentItem, "tip")[0];
+                    compare(tip.text, button.tip);
+                    compare(tip.textFormat, Text.PlainText);
+                    verify(tip.width <= 308);
+                    mouseMove(view, 5, 5);
+                    tryVerify(() => all(root.Window.contentItem, "tip").length === 0);
+                }
+            }
+        }
+
         function test_theKeyboardStaysOnItsProcessThroughANewOrder() {
             play("healthy");
             const list = one(view, "heaviest");
