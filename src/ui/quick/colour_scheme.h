@@ -28,9 +28,6 @@ class ColourScheme : public QObject {
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
-  private Q_SLOTS:
-    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
-
   private:
     void answered(QDBusPendingCallWatcher* call);
     void prefer(const QVariant& portalValue);
@@ -38,6 +35,9 @@ class ColourScheme : public QObject {
 
     std::optional<bool> preference_;
     bool dark_ = false;
+
+  private Q_SLOTS:
+    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
 };
 
 } // namespace korvel

@@ -106,6 +106,7 @@ void PopoverBridge::setHeader(const PopoverContent::Header& header) {
 
 void PopoverBridge::setBreakdown(const std::vector<PopoverContent::FactorLine>& lines) {
     std::vector<KeyedListModel::Entry> entries;
+    entries.reserve(lines.size());
     for (const PopoverContent::FactorLine& line : lines) {
         entries.push_back({keyOf(line.id),
                            {text(line.name), text(line.lost), line.barFraction,
@@ -116,6 +117,7 @@ void PopoverBridge::setBreakdown(const std::vector<PopoverContent::FactorLine>& 
 
 void PopoverBridge::setStatus(const std::vector<PopoverContent::StatusLine>& lines) {
     std::vector<KeyedListModel::Entry> entries;
+    entries.reserve(lines.size());
     for (const PopoverContent::StatusLine& line : lines) {
         entries.push_back({keyOf(static_cast<std::int64_t>(entries.size())),
                            {QString::fromStdString(line.symbol), named(line.colour),
@@ -126,6 +128,7 @@ void PopoverBridge::setStatus(const std::vector<PopoverContent::StatusLine>& lin
 
 void PopoverBridge::setRows(const std::vector<Row>& rows) {
     std::vector<KeyedListModel::Entry> entries;
+    entries.reserve(rows.size());
     for (const Row& row : rows) {
         QList<qreal> values;
         if (row.spark) {
@@ -143,6 +146,7 @@ void PopoverBridge::setRows(const std::vector<Row>& rows) {
 void PopoverBridge::setProcesses(KeyedListModel& list,
                                  const std::vector<PopoverContent::ProcessLine>& lines) {
     std::vector<KeyedListModel::Entry> entries;
+    entries.reserve(lines.size());
     for (const PopoverContent::ProcessLine& line : lines) {
         entries.push_back({keyOf(line.id),
                            {line.id, plain(line.name), text(line.size), line.quit.has_value(),
