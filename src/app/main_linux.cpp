@@ -101,7 +101,8 @@ int main(int, char** argv) {
 
     const auto delegate =
         std::make_shared<AppDelegate>(services, Metrics::shared(), [](ContentView& root) {
-            return std::make_unique<PopoverWindow>(root, linuxWords, platform::giveMemoryBack);
+            return std::make_unique<PopoverWindow>(
+                root, PopoverDesktop{linuxWords, platform::giveMemoryBack});
         });
     running = delegate.get();
     std::atexit(finish);

@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <iterator>
 #include <limits>
 #include <string_view>
 
-#include <fmt/format.h>
+#include <fmt/compile.h>
 #include <simdjson.h>
 
 #include "core/decimal.h"
@@ -66,8 +65,13 @@ std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& histor
         if (!std::isfinite(point.t) || !std::isfinite(point.cpu) || !std::isfinite(point.mem)) {
             return std::nullopt;
         }
-        fmt::format_to(std::back_inserter(text), "{}[{},{},{}]", text.size() > 1 ? "," : "",
-                       point.t, point.cpu, point.mem);
+        std::array<char, kLongestRow> row;
+        char* const end =
+            fmt::format_to(row.data(), FMT_COMPILE("[{},{},{}]"), point.t, point.cpu, point.mem);
+        if (text.size() > 1) {
+            text += ',';
+        }
+        text.append(row.data(), end);
     }
     text += ']';
     return text;

@@ -33,6 +33,7 @@ STANDARD = re.compile(r"^[a-z_]+$")  # a header of the C++ standard library
 POSIX = re.compile(r"^[a-z_]+\.h$|^(sys|net|arpa|netinet)/[a-z_]+\.h$")
 LINUX = re.compile(r"^(linux|sys)/[a-z_]+\.h$")
 QT = re.compile(r"^Q[A-Za-z0-9]+$|^Q[A-Za-z]+/[A-Za-z0-9/_.]+$")
+XCB = re.compile(r"^xcb/")
 FMT = re.compile(r"^fmt/")
 JSON = re.compile(r"^simdjson\.h$")
 APPLE = re.compile(r"^(mach|os|libkern|IOKit|AppKit|Foundation|UserNotifications|CoreFoundation)/")
@@ -43,7 +44,7 @@ OUTSIDE = {
     "platform/posix": [POSIX],
     "platform/linux": [POSIX, LINUX, QT, FMT],
     "platform/macos": [POSIX, APPLE, FMT],
-    "platform/qt": [POSIX, QT, FMT],
+    "platform/qt": [POSIX, QT, FMT, XCB],
     "platform/simulated": [FMT],
     "core": [FMT],
     "model": [FMT, JSON],

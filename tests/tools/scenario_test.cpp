@@ -75,8 +75,8 @@ struct BadCase {
     const char* complaint;
 };
 
-void PrintTo(const BadCase& row, std::ostream* stream) {
-    *stream << row.name;
+std::ostream& operator<<(std::ostream& stream, const BadCase& row) {
+    return stream << row.name;
 }
 
 class BadScenario : public testing::TestWithParam<BadCase> {};

@@ -27,7 +27,7 @@ class SimCommand : public testing::Test {
     ~SimCommand() override { std::filesystem::remove_all(folder_); }
 
     std::string scenario(const std::string& json) {
-        const std::string path = folder_ / "scenario.json";
+        std::string path = folder_ / "scenario.json";
         EXPECT_TRUE(platform::PosixFiles().write(path, json));
         return path;
     }

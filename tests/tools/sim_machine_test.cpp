@@ -39,8 +39,8 @@ struct KeyCase {
     const char* json;    ///< what it then is
 };
 
-void PrintTo(const KeyCase& row, std::ostream* stream) {
-    *stream << row.name;
+std::ostream& operator<<(std::ostream& stream, const KeyCase& row) {
+    return stream << row.name;
 }
 
 class SimMachineKeys : public testing::TestWithParam<KeyCase> {};

@@ -125,7 +125,7 @@ TEST(SimRun, AClickOutsideClosesAnOpenPopoverOnly) {
 
 TEST(SimRun, ARunTakesUpTheHistoryThatTheLastOneWrote) {
     const TraceLines first = runScenario(R"({"start": 1700000000.25, "until": 6})");
-    const TraceLine saved = first[first.size() - 2];
+    const TraceLine& saved = first[first.size() - 2];
     EXPECT_EQ(saved.string("/text"),
               "[[1700000000.25,0,43.75],[1700000001.25,0,43.75],[1700000005.25,0,43.75]]");
     const TraceLines second = runScenario(fmt::format(

@@ -39,15 +39,6 @@ class SystemdAgents final : public QObject, public Agents {
 
     bool isLoaded(const std::string& label) override;
 
-  private slots:
-    void managerCame();
-    void managerWent();
-    void unitNew(const QString& unit);
-    void unitRemoved(const QString& unit);
-    void reloading(bool active);
-    void unitFilesChanged();
-    void askAgain();
-
   private:
     struct Unit {
         bool loaded = false;
@@ -58,6 +49,14 @@ class SystemdAgents final : public QObject, public Agents {
         bool wasInMemory = false;
         bool isInMemory = false;
     };
+
+    Q_SLOT void managerCame();
+    Q_SLOT void managerWent();
+    Q_SLOT void unitNew(const QString& unit);
+    Q_SLOT void unitRemoved(const QString& unit);
+    Q_SLOT void reloading(bool active);
+    Q_SLOT void unitFilesChanged();
+    Q_SLOT void askAgain();
 
     bool managerIsThere();
     std::optional<bool> askNow(const std::string& label); ///< none: no answer in time

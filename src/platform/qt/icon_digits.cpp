@@ -8,6 +8,11 @@ namespace korvel::platform {
 
 namespace {
 
+/// Half of it in whole pixels.
+int halfDown(int pixels) {
+    return pixels / 2;
+}
+
 /// The lines along which the middle of a stroke runs within one digit.
 struct Skeleton {
     double left = 0;
@@ -19,7 +24,7 @@ struct Skeleton {
 
     explicit Skeleton(const DigitMetrics& m)
         : left(m.stroke / 2.0), right(m.width - left), top(left), bottom(m.height - left),
-          middle((m.height - m.stroke) / 2 + left),
+          middle(halfDown(m.height - m.stroke) + left),
           radius(std::min({(right - left) / 2, (bottom - top) / 4, m.stroke * 1.5})) {}
 
     QRectF corner(double x, double y) const { return {x, y, 2 * radius, 2 * radius}; }
@@ -36,8 +41,9 @@ struct Skeleton {
 };
 
 QPainterPath one(const DigitMetrics& m, bool narrow) {
-    const double stem = narrow ? m.width - m.stroke / 2.0
-                               : (m.width + m.stroke) / 2 - m.stroke / 2.0 + (m.width >= 6 ? 1 : 0);
+    const int left =
+        narrow ? m.width - m.stroke : halfDown(m.width - m.stroke) + (m.width >= 6 ? 1 : 0);
+    const double stem = left + m.stroke / 2.0;
     const double flag = narrow ? stem : std::max(1.0, stem - m.width * 0.45);
     QPainterPath path(QPointF(stem, m.height));
     path.lineTo(stem, m.stroke / 2.0);
@@ -77,8 +83,9 @@ QPainterPath skeletonOf(char16_t digit, const DigitMetrics& m) {
         path.lineTo(0, s.bottom);
         return path;
     case u'4': {
-        const double bar = s.middle + (m.height - m.stroke) / 5;
-        const double stem = s.right - (m.width >= 7 ? m.stroke / 2 : 0);
+        const int drop = (m.height - m.stroke) / 5;
+        const double bar = s.middle + drop;
+        const double stem = s.right - (m.width >= 7 ? halfDown(m.stroke) : 0);
         path.moveTo(stem, m.height);
         path.lineTo(stem, 0);
         path.moveTo(stem, -s.top);

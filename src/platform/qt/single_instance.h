@@ -25,9 +25,9 @@ class SingleInstance final : public QObject {
     /// the front, as far as it can be reached.
     bool acquire();
 
-  public Q_SLOTS:
     /// The D-Bus method: the program has been started once more.
-    Q_SCRIPTABLE void Activate(const QVariantMap& platformData); // NOLINT: the interface's name
+    Q_SLOT Q_SCRIPTABLE void
+    Activate(const QVariantMap& platformData); // NOLINT: the interface's name
 
   private:
     bool acquireLock();

@@ -13,7 +13,7 @@ namespace korvel::platform {
 
 namespace {
 
-constexpr int kInk = 0xff101418; // near black: at least 6.5:1 on each colour of the score
+constexpr QRgb kInk = 0xff101418; // near black: at least 6.5:1 on each colour of the score
 
 /// Where things stand in a square of a given size, in whole pixels.
 struct Layout {
@@ -73,7 +73,8 @@ Layout layoutFor(const QString& digits, bool mark, int pixels) {
 /// A cup from the side, with its handle at the right.
 void drawMark(QPainter& painter, int pixels, int top, int height, const QColor& ink) {
     const int width = rounded(height * 1.5);
-    const double left = (pixels - width) / 2 - (height > 5 ? 1 : 0);
+    const int leftPixel = (pixels - width) / 2 - (height > 5 ? 1 : 0);
+    const double left = leftPixel;
     QPainterPath bowl;
     bowl.moveTo(left, top);
     bowl.lineTo(left + width, top);
@@ -122,7 +123,7 @@ QImage drawStatusPicture(const StatusPicture& picture, int pixels) {
         return image;
     }
     const Layout layout = layoutFor(picture.digits, picture.mark, pixels);
-    const QColor ink = QColor::fromRgba(static_cast<QRgb>(kInk));
+    const QColor ink = QColor::fromRgba(kInk);
 
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
@@ -137,7 +138,8 @@ QImage drawStatusPicture(const StatusPicture& picture, int pixels) {
     painter.fillPath(face, picture.tile);
 
     const int width = digitsWidth(picture.digits, layout.digits);
-    painter.translate((pixels - width) / 2, layout.digitsTop);
+    const int left = (pixels - width) / 2;
+    painter.translate(left, layout.digitsTop);
     painter.fillPath(digitsPath(picture.digits, layout.digits), ink);
     painter.resetTransform();
     if (picture.mark) {

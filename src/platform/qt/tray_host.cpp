@@ -19,10 +19,8 @@ namespace korvel::platform {
 
 namespace {
 
-using std::chrono_literals::operator""s;
-
 // A panel that speaks both takes its XEmbed selection first; it gets this long to say the rest.
-constexpr auto kGrace = 2s;
+constexpr auto kGrace = std::chrono::seconds(2);
 
 QString watcherService() {
     return QStringLiteral("org.kde.StatusNotifierWatcher");
@@ -92,10 +90,10 @@ void TrayHost::foundOnce() {
 
 bool TrayHost::xembedTray() const {
     auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (!x11) {
+    xcb_connection_t* connection = x11 ? x11->connection() : nullptr;
+    if (!connection) {
         return false;
     }
-    xcb_connection_t* connection = x11->connection();
     // The tray of the first screen: a server with several of them is one Qt cannot show there.
     const std::string name = "_NET_SYSTEM_TRAY_S0";
     const std::unique_ptr<xcb_intern_atom_reply_t, Free> atom(xcb_intern_atom_reply(

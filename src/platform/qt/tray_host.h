@@ -27,10 +27,8 @@ class TrayHost final : public QObject {
     /// owner calls this at its own slow pace.
     void lookAgain();
 
-  private Q_SLOTS:
-    void hostRegistered();
-
   private:
+    Q_SLOT void hostRegistered();
     void askForHost();
     void foundOnce();
     bool xembedTray() const;

@@ -27,19 +27,26 @@ QVariant unwrapped(QVariant value) {
 
 } // namespace
 
-ColourScheme::ColourScheme(const QDBusConnection& bus, QObject* parent) : QObject(parent) {
-    QDBusConnection connection = bus;
-    if (connection.isConnected()) {
-        connection.connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), this,
-                           SLOT(settingChanged(QString, QString, QDBusVariant)));
-        QDBusMessage read =
-            QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Read"));
-        read << kGroup << kKey;
-        auto* call = new QDBusPendingCallWatcher(connection.asyncCall(read), this);
-        QObject::connect(call, &QDBusPendingCallWatcher::finished, this, &ColourScheme::answered);
+ColourScheme::ColourScheme(const QDBusConnection& bus, QObject* parent)
+    : QObject(parent), bus_(bus),
+      watcher_(kService, bus, QDBusServiceWatcher::WatchForRegistration) {
+    if (bus_.isConnected()) {
+        connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &ColourScheme::ask);
+        bus_.connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), this,
+                     SLOT(settingChanged(QString, QString, QDBusVariant)));
+        ask();
     }
     qApp->installEventFilter(this);
     update();
+}
+
+void ColourScheme::ask() {
+    QDBusMessage read =
+        QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Read"));
+    read << kGroup << kKey;
+    read.setAutoStartService(false);
+    auto* call = new QDBusPendingCallWatcher(bus_.asyncCall(read), this); // ends with its answer
+    connect(call, &QDBusPendingCallWatcher::finished, this, &ColourScheme::answered);
 }
 
 bool ColourScheme::eventFilter(QObject* watched, QEvent* event) {

@@ -20,16 +20,15 @@
 #include "ui/quick/inks.h"
 
 // Made by the build from the QML module; a static library's module is registered by calling it.
-void qml_register_types_Korvel();
+void qml_register_types_Korvel(); // NOLINT(readability-identifier-naming)
 
 namespace korvel {
 
 namespace {
 
 constexpr int kGap = 4; ///< points between the item and the popover
-using std::chrono_literals::operator""s;
-
-constexpr auto kKeptLoaded = 10s;     ///< after a close, for whoever looks again at once
+/// After a close the views stay, for whoever looks again at once.
+constexpr std::chrono::seconds kKeptLoaded(10);
 constexpr double kClosingClick = 0.4; ///< seconds within which the click that closed it arrives
 
 QRect toRect(const platform::Rectangle& r) {
@@ -51,9 +50,9 @@ QPoint placeAt(const QRect& anchor, QSize size, const QRect& free) {
 
 } // namespace
 
-PopoverWindow::PopoverWindow(ContentView& root, Words words, std::function<void()> released)
-    : root_(root), words_(std::move(words)),
-      observation_(root.observe([this] { contentWillChange(); })), released_(std::move(released)) {
+PopoverWindow::PopoverWindow(ContentView& root, PopoverDesktop desktop)
+    : root_(root), desktop_(std::move(desktop)),
+      observation_(root.observe([this] { contentWillChange(); })) {
     unloading_.setSingleShot(true);
     unloading_.setInterval(kKeptLoaded);
     connect(&unloading_, &QTimer::timeout, this, &PopoverWindow::unload);
@@ -131,7 +130,7 @@ void PopoverWindow::makeView() {
     // Drawn by the processor: a window this small needs no graphics driver, and its memory.
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     qml_register_types_Korvel();
-    bridge_ = std::make_unique<PopoverBridge>(root_, words_);
+    bridge_ = std::make_unique<PopoverBridge>(root_, desktop_.words);
     view_ = std::make_unique<QQuickView>();
     view_->engine()->setProperty(Inks::kColourSchemeProperty, QVariant::fromValue(&colourScheme_));
     view_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
@@ -148,13 +147,13 @@ void PopoverWindow::makeView() {
 void PopoverWindow::unload() {
     view_.reset();
     bridge_.reset();
-    if (released_) {
+    if (desktop_.released) {
         // On a later turn, when what Qt itself deletes late is gone too.
         QMetaObject::invokeMethod(
             this,
             [this] {
                 if (!view_) {
-                    released_();
+                    desktop_.released();
                 }
             },
             Qt::QueuedConnection);

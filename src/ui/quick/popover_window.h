@@ -18,14 +18,19 @@ namespace korvel {
 
 class ContentView;
 
+/// What the popover asks of the desktop that it opens on.
+struct PopoverDesktop {
+    Words words;                    ///< what the texts are said in
+    std::function<void()> released; ///< runs each time the views have been let go; may be empty
+};
+
 /// The popover as a frameless window at the status item. The views are loaded when it is opened,
 /// stay for a moment after it is closed, and are then let go: most of the time nobody looks.
 /// Nothing is drawn while it is closed.
 class PopoverWindow final : public QObject, public platform::Popover {
   public:
-    /// `root` outlives the popover; its texts are shown in `words`. `released` runs each time the
-    /// views have been let go.
-    PopoverWindow(ContentView& root, Words words, std::function<void()> released = {});
+    /// `root` outlives the popover.
+    PopoverWindow(ContentView& root, PopoverDesktop desktop);
     ~PopoverWindow() override;
 
     void show(platform::StatusItem& item) override;
@@ -45,10 +50,9 @@ class PopoverWindow final : public QObject, public platform::Popover {
     void activeChanged();
 
     ContentView& root_;
-    Words words_;
+    PopoverDesktop desktop_;
     Observation observation_;
     ColourScheme colourScheme_; ///< from the start, so that it is known at the first opening
-    std::function<void()> released_;
     QTimer unloading_;
     platform::StatusItem* item_ = nullptr; ///< that it stands at; null while closed
     QRect anchor_;                         ///< on the screen; what it stands under

@@ -24,7 +24,9 @@ class CountingCalls final : public FileCalls {
             errno = error;
             return -1;
         }
-        return FileCalls::openAt(directory, path, flags);
+        const int file = FileCalls::openAt(directory, path, flags);
+        opened += file >= 0 ? 1 : 0;
+        return file;
     }
 
     ssize_t readAt(int file, char* buffer, std::size_t size, off_t offset) override {
@@ -36,7 +38,8 @@ class CountingCalls final : public FileCalls {
         return FileCalls::readAt(file, buffer, size, offset);
     }
 
-    std::atomic<int> opens{0};
+    std::atomic<int> opens{0};  ///< tried
+    std::atomic<int> opened{0}; ///< with success
     std::atomic<int> reads{0};
     std::vector<std::string> paths;                       ///< opened so far
     std::function<int(const std::string& path)> failOpen; ///< an errno, or 0 to go on

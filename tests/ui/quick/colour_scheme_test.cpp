@@ -101,6 +101,15 @@ TEST_F(Scheme, FollowsThePortalWhileItRuns) {
     EXPECT_TRUE(eventually([&] { return !scheme.dark(); }));
 }
 
+TEST_F(Scheme, AsksAPortalThatComesLater) {
+    settings.scheme = 1;
+    ASSERT_TRUE(portal.unregisterService(kService));
+    const ColourScheme scheme(program);
+    EXPECT_FALSE(scheme.dark());
+    ASSERT_TRUE(portal.registerService(kService));
+    EXPECT_TRUE(eventually([&] { return scheme.dark(); }));
+}
+
 TEST_F(Scheme, OtherSettingsAreNoneOfItsBusiness) {
     const ColourScheme scheme(program);
     settle();

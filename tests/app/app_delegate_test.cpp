@@ -1,0 +1,269 @@
+#include "app/app_delegate.h"
+
+#include <algorithm>
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "core/metrics.h"
+#include "model/model.h"
+#include "platform/simulated/services.h"
+#include "ui/content/content_view.h"
+
+namespace korvel {
+namespace {
+
+using platform::CallLog;
+using platform::Colour;
+using platform::SimulatedPopover;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// The first call of every sample.
+const std::string kSample = "physicalMemory";
+
+class AppDelegateTest : public testing::Test {
+  protected:
+    AppDelegateTest() { simulated.logTo(log); }
+
+    void make() {
+        delegate =
+            std::make_shared<AppDelegate>(simulated.services(), metrics, [this](ContentView& root) {
+                model = root.model().shared_from_this();
+                auto made = std::make_unique<SimulatedPopover>(nullptr, &log);
+                popover = made.get();
+                return made;
+            });
+    }
+
+    void launch() {
+        make();
+        delegate->applicationDidFinishLaunching();
+    }
+
+    /// What was called since the last look, without the readings of a sample after its first.
+    CallLog calls() {
+        static const CallLog kRestOfASample = {"processorCount",      "vmStatistics", "pageSize",
+                                               "memoryPressureLevel", "cpuTicks",     "swapUsage",
+                                               "dataVolume",          "loadAverages", "bootTime",
+                                               "listAllPids",         "thermalState"};
+        CallLog seen = std::exchange(log, {});
+        seen.erase(std::remove_if(seen.begin(), seen.end(),
+                                  [](const std::string& call) {
+                                      return call.starts_with("isLoaded ") ||
+                                             std::count(kRestOfASample.begin(),
+                                                        kRestOfASample.end(), call) != 0;
+                                  }),
+                   seen.end());
+        return seen;
+    }
+
+    std::string lastTitle() const { return simulated.statusBar.titles.back().text(); }
+    std::string historyFile() const { return simulated.files.inHome(".korvel-history.json"); }
+
+    CallLog log;
+    platform::SimulatedServices simulated;
+    Metrics metrics{simulated.machine, simulated.processes, simulated.agents, simulated.clock};
+    std::shared_ptr<Model> model;
+    SimulatedPopover* popover = nullptr;
+    std::shared_ptr<AppDelegate> delegate;
+};
+
+TEST_F(AppDelegateTest, LoadsTheHistoryBeforeTheLaunch) {
+    make();
+    EXPECT_THAT(calls(), ElementsAre("read " + historyFile()));
+}
+
+TEST_F(AppDelegateTest, LaunchesInItsOrder) {
+    launch();
+    EXPECT_THAT(calls(),
+                ElementsAre("read " + historyFile(), "makeStatusItem", "makePopover", kSample,
+                            "after 1", "every 5", "every 120", "setTitle \u25cf 0", "setMainMenu"));
+}
+
+TEST_F(AppDelegateTest, PublishesTheLaunchSampleOnlyAfterTheLaunch) {
+    launch();
+    EXPECT_EQ(model->snap->score, 0);
+    EXPECT_THAT(*model->history, IsEmpty());
+    simulated.runLoop.advance(0);
+    EXPECT_EQ(model->snap->score, 100);
+    EXPECT_EQ(model->history->size(), 1U);
+    EXPECT_EQ(lastTitle(), "\u25cf 100");
+}
+
+TEST_F(AppDelegateTest, SamplesAfterOneSecondAndThenEveryFive) {
+    launch();
+    simulated.runLoop.advance(0.9);
+    calls();
+    simulated.runLoop.advance(0.1);
+    EXPECT_THAT(calls(), ElementsAre(kSample, "setTitle \u25cf 100"));
+    simulated.runLoop.advance(3.9);
+    EXPECT_THAT(calls(), IsEmpty());
+    simulated.runLoop.advance(0.1);
+    EXPECT_THAT(calls(), ElementsAre(kSample, "setTitle \u25cf 100"));
+    simulated.runLoop.advance(5);
+    EXPECT_THAT(calls(), ElementsAre(kSample, "setTitle \u25cf 100"));
+}
+
+TEST_F(AppDelegateTest, SavesTheHistoryFirstAfterTwoMinutesThenEveryTwo) {
+    launch();
+    simulated.runLoop.advance(119.9);
+    EXPECT_THAT(simulated.files.writes, IsEmpty());
+    simulated.runLoop.advance(0.1);
+    EXPECT_EQ(simulated.files.writes.size(), 1U);
+    simulated.runLoop.advance(240);
+    EXPECT_EQ(simulated.files.writes.size(), 3U);
+    EXPECT_EQ(simulated.files.writes.back().path, historyFile());
+}
+
+TEST_F(AppDelegateTest, RebuildsTheTitleAfterEachPublicationAndNeverElse) {
+    launch();
+    simulated.runLoop.advance(125);
+    // Once at launch; readings at 0, 1 and 5 to 125. The save at 120 brings none.
+    EXPECT_EQ(simulated.statusBar.titles.size(), 1U + 2U + 25U);
+    EXPECT_EQ(simulated.statusBar.toolTip, "\u25cf 100 · Excellent");
+}
+
+TEST_F(AppDelegateTest, OpeningThePopoverSamplesShowsActivatesAndTakesTheKeyboard) {
+    launch();
+    simulated.runLoop.advance(2);
+    calls();
+    simulated.statusBar.click();
+    EXPECT_THAT(calls(), ElementsAre(kSample, "show", "activate", "makeKey"));
+    EXPECT_TRUE(popover->shown());
+    simulated.runLoop.advance(0);
+    EXPECT_THAT(calls(), ElementsAre("setTitle \u25cf 100"));
+}
+
+TEST_F(AppDelegateTest, ClickingWhileThePopoverIsOpenClosesItWithoutASample) {
+    launch();
+    simulated.statusBar.click();
+    simulated.runLoop.advance(2);
+    calls();
+    simulated.statusBar.click();
+    EXPECT_THAT(calls(), ElementsAre("close"));
+    EXPECT_FALSE(popover->shown());
+}
+
+TEST_F(AppDelegateTest, AfterAClickOutsideTheNextClickOpensAgain) {
+    launch();
+    simulated.statusBar.click();
+    popover->clickOutside();
+    calls();
+    simulated.statusBar.click();
+    EXPECT_THAT(calls(), ElementsAre(kSample, "show", "activate", "makeKey"));
+}
+
+TEST_F(AppDelegateTest, BeforeTheLaunchThereIsNothingToToggle) {
+    make();
+    calls();
+    delegate->togglePopover();
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(AppDelegateTest, QuitKorvelEndsTheProgram) {
+    launch();
+    EXPECT_FALSE(simulated.runLoop.terminated());
+    EXPECT_TRUE(simulated.statusBar.choose("Quit Korvel"));
+    EXPECT_TRUE(simulated.runLoop.terminated());
+}
+
+TEST_F(AppDelegateTest, TerminationSavesTheNewestHistory) {
+    launch();
+    simulated.runLoop.advance(6);
+    delegate->applicationWillTerminate();
+    EXPECT_EQ(simulated.files.contents[historyFile()],
+              "[[1700000000,0,43.75],[1700000001,0,43.75],[1700000005,0,43.75]]");
+}
+
+TEST_F(AppDelegateTest, AHomeThatCannotBeWrittenIsTriedAgainAndNeverStopsIt) {
+    simulated.files.unwritable.insert(historyFile());
+    launch();
+    simulated.runLoop.advance(130);
+    EXPECT_THAT(simulated.files.writes, IsEmpty());
+    EXPECT_EQ(lastTitle(), "\u25cf 100");
+    simulated.files.unwritable.clear();
+    simulated.runLoop.advance(110);
+    EXPECT_EQ(simulated.files.writes.size(), 1U);
+}
+
+TEST_F(AppDelegateTest, ItsDelayedAndRepeatedWorkDoesNothingOnceItIsGone) {
+    launch();
+    simulated.runLoop.advance(0.5);
+    calls();
+    delegate.reset();
+    simulated.runLoop.advance(600);
+    EXPECT_THAT(calls(), IsEmpty());
+    EXPECT_EQ(simulated.statusBar.items, 0);
+}
+
+TEST_F(AppDelegateTest, AModelThatOutlivesItPublishesWithoutATitle) {
+    launch();
+    delegate.reset();
+    simulated.runLoop.advance(0);
+    EXPECT_EQ(model->snap->score, 100);
+    EXPECT_EQ(simulated.statusBar.titles.size(), 1U);
+}
+
+TEST_F(AppDelegateTest, NothingItHandsOutKeepsItAlive) {
+    launch();
+    simulated.statusBar.click();
+    simulated.runLoop.advance(10);
+    EXPECT_EQ(delegate.use_count(), 1);
+}
+
+TEST_F(AppDelegateTest, TwoProgramsInOneProcessHaveTheirOwnSamplers) {
+    launch();
+    simulated.machine.readings.cpuTicks.value.user += 100;
+    platform::SimulatedServices other;
+    Metrics otherMetrics(other.machine, other.processes, other.agents, other.clock);
+    std::shared_ptr<Model> otherModel;
+    const auto second =
+        std::make_shared<AppDelegate>(other.services(), otherMetrics, [&](ContentView& root) {
+            otherModel = root.model().shared_from_this();
+            return std::make_unique<SimulatedPopover>();
+        });
+    second->applicationDidFinishLaunching();
+    simulated.runLoop.advance(1);
+    other.runLoop.advance(1);
+    EXPECT_EQ(model->snap->cpuPct, 100);
+    EXPECT_EQ(otherModel->snap->cpuPct, 0);
+}
+
+struct ScoreCase {
+    const char* name;
+    std::int32_t pressureLevel;
+    double load;
+    std::string title;
+    Colour colour;
+};
+
+std::ostream& operator<<(std::ostream& stream, const ScoreCase& row) {
+    return stream << row.name;
+}
+
+class AppDelegateTitle : public AppDelegateTest, public testing::WithParamInterface<ScoreCase> {};
+
+TEST_P(AppDelegateTitle, FollowsTheScore) {
+    simulated.machine.readings.volume->f_bavail = 0; // costs 20.4 points
+    simulated.machine.readings.pressureLevel.value = GetParam().pressureLevel;
+    simulated.machine.readings.load.value[0] = GetParam().load;
+    launch();
+    simulated.runLoop.advance(0);
+    EXPECT_EQ(lastTitle(), GetParam().title);
+    EXPECT_EQ(simulated.statusBar.titles.back().runs.front().colour, GetParam().colour);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, AppDelegateTitle,
+    testing::Values(ScoreCase{"greenAt72", 1, 5.43, "\u25cf 72", {0.31, 0.85, 0.51}},
+                    ScoreCase{"amberAt71", 1, 6.14, "\u25cf 71", {1.0, 0.72, 0.30}},
+                    ScoreCase{"amberAt55", 4, 0.86, "\u25cf 55", {1.0, 0.72, 0.30}},
+                    ScoreCase{"redAt54", 4, 1.57, "\u25cf 54", {1.0, 0.36, 0.36}}),
+    [](const testing::TestParamInfo<ScoreCase>& row) { return row.param.name; });
+
+} // namespace
+} // namespace korvel

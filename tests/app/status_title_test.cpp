@@ -1,0 +1,61 @@
+#include "app/status_title.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "core/snapshot.h"
+
+namespace korvel {
+namespace {
+
+using platform::Colour;
+using platform::TitleFont;
+using platform::TitleInk;
+using platform::TitleRun;
+using testing::ElementsAre;
+
+constexpr Colour kGreen{0.31, 0.85, 0.51};
+constexpr Colour kAmber{1.0, 0.72, 0.30};
+constexpr Colour kRed{1.0, 0.36, 0.36};
+
+TEST(StatusTitle, IsADotInTheScoresColourAndTheScoreInNone) {
+    EXPECT_THAT(
+        statusTitle(87, false).runs,
+        ElementsAre(TitleRun{"\u25cf", 9, TitleFont::system, TitleInk::colour, kGreen},
+                    TitleRun{" 87", 12, TitleFont::monospacedDigitMedium, TitleInk::label, {}}));
+}
+
+TEST(StatusTitle, HasACupBetweenThemWhileTheMachineIsKeptAwake) {
+    const platform::StatusTitle title = statusTitle(87, true);
+    ASSERT_EQ(title.runs.size(), 3U);
+    EXPECT_EQ(title.runs[1],
+              (TitleRun{" \u2615", 10, TitleFont::system, TitleInk::secondaryLabel, {}}));
+    EXPECT_EQ(title.text(), "\u25cf \u2615 87");
+}
+
+TEST(StatusTitle, ReadsWithoutPaddingOrPercentSign) {
+    EXPECT_EQ(statusTitle(0, false).text(), "\u25cf 0");
+    EXPECT_EQ(statusTitle(7, false).text(), "\u25cf 7");
+    EXPECT_EQ(statusTitle(100, false).text(), "\u25cf 100");
+}
+
+TEST(StatusTitle, TheColourChangesAt72AndAt55) {
+    const auto colour = [](int score) { return statusTitle(score, false).runs.front().colour; };
+    EXPECT_EQ(colour(100), kGreen);
+    EXPECT_EQ(colour(72), kGreen);
+    EXPECT_EQ(colour(71), kAmber);
+    EXPECT_EQ(colour(55), kAmber);
+    EXPECT_EQ(colour(54), kRed);
+    EXPECT_EQ(colour(0), kRed);
+}
+
+TEST(StatusToolTip, IsTheTitleAndTheVerdict) {
+    Snapshot snap;
+    EXPECT_EQ(statusToolTip(snap, false), "\u25cf 0");
+    snap.score = 87;
+    snap.verdict = "Healthy";
+    EXPECT_EQ(statusToolTip(snap, true), "\u25cf \u2615 87 · Healthy");
+}
+
+} // namespace
+} // namespace korvel
