@@ -35,6 +35,7 @@ LINUX = re.compile(r"^(linux|sys)/[a-z_]+\.h$")
 QT = re.compile(r"^Q[A-Za-z0-9]+$|^Q[A-Za-z]+/[A-Za-z0-9/_.]+$")
 XCB = re.compile(r"^xcb/")
 FMT = re.compile(r"^fmt/")
+XCB = re.compile(r"^xcb/")
 JSON = re.compile(r"^simdjson\.h$")
 APPLE = re.compile(r"^(mach|os|libkern|IOKit|AppKit|Foundation|UserNotifications|CoreFoundation)/")
 
@@ -50,7 +51,7 @@ OUTSIDE = {
     "model": [FMT, JSON],
     "update": [FMT, JSON],
     "ui/content": [FMT],
-    "ui/quick": [QT, FMT],
+    "ui/quick": [QT],
     "app": [FMT],
 }
 

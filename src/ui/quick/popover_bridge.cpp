@@ -1,8 +1,7 @@
 #include "ui/quick/popover_bridge.h"
 
+#include <string>
 #include <utility>
-
-#include <fmt/format.h>
 
 #include "ui/content/content_view.h"
 #include "ui/content/paintable.h"
@@ -32,11 +31,11 @@ QString named(Ink ink) {
 }
 
 QString keyOf(const Uuid& id) {
-    return QString::fromStdString(fmt::format("{:016x}{:016x}", id.words[0], id.words[1]));
+    return QString::fromStdString(std::to_string(id.words[0]) + "-" + std::to_string(id.words[1]));
 }
 
 QString keyOf(std::int64_t number) {
-    return QString::fromStdString(fmt::format("{}", number));
+    return QString::fromStdString(std::to_string(number));
 }
 
 } // namespace
