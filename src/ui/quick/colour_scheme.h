@@ -41,8 +41,7 @@ class ColourScheme : public QObject {
     std::optional<bool> preference_;
     bool dark_ = false;
 
-  private Q_SLOTS:
-    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+    Q_SLOT void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
 };
 
 } // namespace korvel
