@@ -31,6 +31,8 @@ ColourScheme::ColourScheme(const QDBusConnection& bus, QObject* parent)
     : QObject(parent), bus_(bus),
       watcher_(kService, bus, QDBusServiceWatcher::WatchForRegistration) {
     if (bus_.isConnected()) {
+        // By its name in the slot's signature; without it Qt does not make the connection.
+        qRegisterMetaType<QDBusVariant>();
         connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &ColourScheme::ask);
         bus_.connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), this,
                      SLOT(settingChanged(QString, QString, QDBusVariant)));
