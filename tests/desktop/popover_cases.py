@@ -32,6 +32,7 @@ METRICS = {
     "THERMAL": r"THERMAL \d+%, Linux thermal state: .+",
     "DISK": r"DISK \d+%, -?\d+ GB free",
 }
+VERDICTS = [(88, "Excellent"), (72, "Healthy"), (55, "Fair"), (35, "Strained"), (0, "Critical")]
 FACTOR = r"(Memory|Disk|CPU|Thermal|Swap|Load|Uptime|[A-Z]\w*) (—|−\d+), .+"
 
 
@@ -91,7 +92,7 @@ def picture(place):
 def screen_reader_reads_the_score_the_verdict_and_every_row():
     with screen_reader() as (_, tree):
         score = int(tree.match(r"Health score \d+").name.split()[-1])
-        verdict = "Healthy" if score >= 72 else "Fair" if score > 54 else "Strained"
+        verdict = next(verdict for least, verdict in VERDICTS if score >= least)
         names = [node.name for node in tree.nodes()]
         # Both may have been read on two sides of a refresh.
         check(verdict in names or f"Health score {score}" not in names,

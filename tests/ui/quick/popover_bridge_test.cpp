@@ -78,7 +78,7 @@ TEST_F(Bridge, HandsOverWhatTheContentSays) {
     ASSERT_EQ(bridge.heaviest()->rowCount(), 5);
     EXPECT_EQ(at(bridge.heaviest(), 0, "size"), "3.42 GB");
     EXPECT_EQ(at(bridge.heaviest(), 0, "canQuit"), true);
-    EXPECT_EQ(at(bridge.heaviest(), 0, "tip"), "Quit firefox. Sends SIGTERM so it closes cleanly");
+    EXPECT_EQ(at(bridge.heaviest(), 0, "tip"), "Quit browser. Sends SIGTERM so it closes cleanly");
 }
 
 TEST_F(Bridge, OnlyTheSwapRowHoldsTheBlockOfTheHolders) {

@@ -192,7 +192,7 @@ Item {
             theatre.reverseHeaviest();
             settle();
             verify(button.activeFocus);
-            compare(button.processName, "firefox");
+            compare(button.processName, "browser");
             keyClick(Qt.Key_Space);
             keyClick(Qt.Key_Return);
             compare(theatre.terminated(), [4120, 4120]);
@@ -298,7 +298,7 @@ Item {
             for (const button of buttons) {
                 compare(button.Accessible.role, Accessible.Button);
             }
-            compare(all(one(view, "heaviest"), "quit")[0].Accessible.name, "Quit firefox");
+            compare(all(one(view, "heaviest"), "quit")[0].Accessible.name, "Quit browser");
             compare(one(view, "toggle").Accessible.name, "what's affecting this");
             const row = one(view, "percent").parent.parent;
             compare(row.Accessible.name, "CPU 46%, load 6.20 across 8 cores");
