@@ -10,7 +10,7 @@ from desktop import Failure, wait_for
 LAUNCHER = "/usr/libexec/at-spi-bus-launcher"
 ACCESSIBLE = "org.a11y.atspi.Accessible"
 ROOT = "/org/a11y/atspi/accessible/root"
-FOCUSED, SHOWING, VISIBLE = 12, 25, 30  # bits of the states
+FOCUSED = 12  # a bit of the states
 
 
 def start(place):
@@ -73,13 +73,14 @@ class Tree:
         return [(str(name), str(path)) for name, path in
                 self.call(reference, ACCESSIBLE, "GetChildren")]
 
-    def shown(self, kept=lambda node: True):
-        """The nodes of the program in the tree's order, but for what is hidden."""
+    def read(self, kept, hidden):
+        """The nodes of the program in the tree's order. What is hidden has no box; what is scrolled
+        out of sight has one."""
         found = []
 
         def walk(reference):
             node = Node(self, reference)
-            if node.has(VISIBLE) and kept(node):
+            if kept(node) and (hidden or any(node.box())):
                 found.append(node)
             for child in self.children(reference):
                 walk(child)
@@ -90,12 +91,12 @@ class Tree:
                     walk(window)
         return found
 
-    def nodes(self, kept=lambda node: True):
-        """As `shown`; again when a line went away while it was read."""
+    def nodes(self, kept=lambda node: True, hidden=False):
+        """What is shown, and if asked for what is hidden. Read again when a line went meanwhile."""
 
         def read():
             try:
-                return [self.shown(kept)]
+                return [self.read(kept, hidden)]
             except dbus.DBusException:
                 return None
 

@@ -8,7 +8,7 @@ import subprocess
 import sys
 import time
 
-from cases import Program, Skip, case, check, closed, equal, geometry, opened, wait_for_item
+from cases import PALETTE, Load, Program, Skip, case, check, closed, equal, geometry, opened, wait_for_item
 from desktop import Desktop, Failure, wait_for
 
 try:
@@ -37,11 +37,13 @@ FACTOR = r"(Memory|Disk|CPU|Thermal|Swap|Load|Uptime|[A-Z]\w*) (—|−\d+), .+"
 
 
 @contextlib.contextmanager
-def screen_reader(environment=None, **options):
+def screen_reader(portal=None, environment=None, **options):
     """A desktop with the popover open, and the tree of what a screen reader sees of it."""
     if accessible is None:
         raise Skip(absent)
     with Desktop(**options) as place:
+        if portal is not None:
+            start_portal(place, portal)
         place.environment.update(environment or {})
         tree = accessible.start(place)
         Program(place)
@@ -61,6 +63,13 @@ def open_popover(place):
     return window
 
 
+def start_portal(place, scheme):
+    """Starts the desktop's settings; 1 is dark, 2 is light."""
+    place.spawn([os.path.join(os.path.dirname(os.path.abspath(__file__)), "fake_portal"),
+                 str(scheme)])
+    wait_for("the portal", lambda: place.owner("org.freedesktop.portal.Desktop"))
+
+
 def heaviest(tree):
     """The sizes of the listed processes, in GB."""
     sizes = [re.fullmatch(r"(?s).*, (\d+\.\d\d) GB", node.name)
@@ -77,12 +86,29 @@ def start_heavy(place, tree, name):
     return process
 
 
+def wakings_of(program):
+    """How often the program has gone to sleep and woken so far."""
+    with open(f"/proc/{program.process.pid}/status", encoding="ascii") as status:
+        return int(re.search(r"\nvoluntary_ctxt_switches:\s+(\d+)", status.read()).group(1))
+
+
 def visual_order(nodes):
     return sorted(nodes, key=lambda node: (node.box()[1], node.box()[0]))
 
 
 def picture(place):
     return place.screenshot().crop(*geometry(place, opened(place)))
+
+
+def arc_begins(place):
+    """Whether the score's arc is seen at twelve o'clock of its place in the header."""
+    return picture(place).crop(40, 15, 8, 3).box(PALETTE)
+
+
+def beside_the_dial(place):
+    """The part of the picture that nothing moves in: it changes with a refresh alone."""
+    shown = picture(place)
+    return shown.crop(76, 0, shown.width - 76, shown.height).rgb
 
 
 # For a screen reader.
@@ -102,6 +128,35 @@ def screen_reader_reads_the_score_the_verdict_and_every_row():
         equal([row.role for row in rows], ["label"] * len(rows), "roles of the rows")
         caption = tree.find("HEAVIEST")
         check(caption.box()[1] > rows[-1].box()[1], "the list is not under the rows")
+
+
+@case(LAUNCHER)
+def every_button_has_a_name_and_a_quit_button_says_what_it_does():
+    with screen_reader() as (place, tree):
+        start_heavy(place, tree, "korvel-ballast")
+        tree.find("Quit korvel-ballast", 20)
+        buttons = tree.buttons()
+        check(len(buttons) >= 3, f"only {buttons}")
+        equal([button for button in buttons if not button.name], [], "buttons without a name")
+        for button in buttons:
+            if button.name.startswith("Quit "):
+                equal(button.description(), button.name + ". Sends SIGTERM so it closes cleanly",
+                      "what it does")
+
+
+@case(LAUNCHER)
+def nothing_is_without_a_name_for_a_screen_reader():
+    with screen_reader(size="800x480") as (place, tree):  # where there is a scroll bar
+        start_heavy(place, tree, "korvel-ballast")
+        tree.find("Quit korvel-ballast", 20)
+        for toggle, other in (("what's affecting this", "hide breakdown"),
+                              ("hide breakdown", "what's affecting this")):
+            tree.find(toggle).press()
+            tree.find(other)
+            found = tree.nodes(hidden=True)
+            check(len(found) > 10, f"only {found}")
+            equal([node for node in found if not node.name], [], "things without a name")
+            equal([node for node in found if node.role == "scroll bar"], [], "scroll bars")
 
 
 @case(LAUNCHER)
@@ -213,6 +268,40 @@ def tab_reaches_the_buttons_from_the_top_and_space_and_return_press():
 
 
 @case(LAUNCHER)
+def popover_is_as_tall_as_allowed_and_scrolls_to_its_end():
+    for visible in (480, 520):
+        with screen_reader(size=f"800x{visible}") as (place, tree):
+            start_heavy(place, tree, "korvel-ballast")
+            tree.find("Quit korvel-ballast", 20)
+            tree.find("what's affecting this").press()
+            tree.find("hide breakdown")
+            window = place.popover()
+            allowed = max(visible - 60, 420)
+            wait_for(f"the tallest popover of {visible} pixels",
+                     lambda: geometry(place, window)[2:] == (340, allowed))
+            x, y, width, height = wait_for("the popover inside the screen", lambda: (
+                box := geometry(place, window)) and box[1] >= 0 and
+                box[1] + box[3] <= visible and box)
+
+            def last():
+                """Where the content ends; None while there is no list."""
+                lines = tree.nodes(lambda node: node.role == "list item")
+                return max((line.box()[1] + line.box()[3] for line in lines), default=None)
+
+            bottom = wait_for("a process in the list", last)
+            check(bottom > y + height, f"nothing to scroll: the end is at {bottom}")
+            check(arc_begins(place), "no arc in the picture")
+            place.xdotool("mousemove", x + width // 2, y + height // 2)
+            place.xdotool("click", "--repeat", 40, "--delay", 20, 5)
+            wait_for("the end of the content", lambda: (end := last()) and end <= y + height)
+            score = tree.match(r"Health score \d+")
+            check(score.box()[1] < y, "the header is still in its place")
+            wait_for("the arc out of the picture", lambda: not arc_begins(place))
+            place.xdotool("click", "--repeat", 40, "--delay", 20, 4)
+            wait_for("the beginning again", lambda: tree.match(r"Health score \d+").box()[1] > y)
+
+
+@case(LAUNCHER)
 def popover_at_twice_the_scale_is_inside_the_screen():
     with screen_reader(size="1600x1300", environment={"QT_SCALE_FACTOR": "2"}) as (place, _):
         x, y, width, height = geometry(place, place.popover())
@@ -225,3 +314,53 @@ def popover_at_twice_the_scale_is_inside_the_screen():
                 for i in range(shown.height)]
         equal_pairs = sum(rows[i] == rows[i + 1] for i in range(0, shown.height - 1, 2))
         check(equal_pairs < 0.9 * (shown.height // 2), "the picture is an enlarged one")
+
+
+@case(LAUNCHER)
+def dark_switched_to_light_while_open_is_followed():
+    with screen_reader(portal=1) as (place, _):
+        window = place.popover()
+
+        def ground():
+            return sum(picture(place).crop(170, 5, 1, 1).rgb) / 3
+
+        def prefer(scheme):
+            place.call("org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
+                       "com.oxbrook.korvel.test.Prefer", str(scheme))
+
+        wait_for("a dark ground", lambda: ground() < 64)
+        prefer(2)
+        wait_for("a light ground", lambda: ground() > 192)
+        prefer(1)
+        wait_for("a dark ground again", lambda: ground() < 64)
+        equal(place.popover(), window, "the window")
+
+
+@case("unshare")
+def nothing_is_painted_between_two_refreshes():
+    with Desktop() as place:
+        load = Load(place)
+        program = Program(place, load=load)
+        wait_for("the program's name", lambda: place.owner("com.oxbrook.korvel"))
+        open_popover(place)
+        place.xdotool("mousemove", 2, 300)
+        time.sleep(2)  # past the second sample of the launch
+        for attempt in range(4):
+            before = beside_the_dial(place)
+            load.set(attempt + 1.11)  # the next refresh is seen by it
+            asked = earliest = time.monotonic()
+            while beside_the_dial(place) == before:
+                check(time.monotonic() - asked < 15, "no refresh is seen")
+                earliest = time.monotonic()
+            time.sleep(1)  # the score moves for 0.35 s
+            wakings = wakings_of(program)
+            shown = picture(place).rgb
+            time.sleep(max(0, earliest + 4 - time.monotonic()))
+            again = picture(place).rgb
+            wakings = wakings_of(program) - wakings
+            if time.monotonic() < earliest + 4.8:  # the next refresh is 5 s after that one
+                check(shown == again, "the picture changed between two refreshes")
+                # An animation wakes it 60 times a second.
+                check(wakings < 20, f"{wakings} wakings between two refreshes")
+                return
+        raise Failure("the machine is too slow for two pictures between two refreshes")

@@ -28,7 +28,7 @@ Section {
         color: Inks.texts.of("tertiary")
         font: Theme.footnote
         text: section.content.footnote
-        Accessible.ignored: false
+        Accessible.ignored: !visible
         Accessible.name: text
         Accessible.role: Accessible.StaticText
     }

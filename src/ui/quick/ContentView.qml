@@ -103,6 +103,7 @@ FocusScope {
             minimumSize: 0.1
             policy: flickable.interactive ? T.ScrollBar.AlwaysOn : T.ScrollBar.AlwaysOff
             visible: flickable.interactive
+            Accessible.ignored: true // what has the keyboard comes into sight by itself
 
             contentItem: Rectangle {
                 antialiasing: true

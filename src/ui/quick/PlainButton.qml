@@ -18,6 +18,7 @@ T.AbstractButton {
     focusPolicy: Qt.TabFocus
     hoverEnabled: true
 
+    Accessible.ignored: !visible
     Accessible.role: Accessible.Button
     Accessible.description: tip
     // The press that the toolkit offers by itself says that it was done and does nothing.

@@ -69,7 +69,7 @@ Column {
         topPadding: 2
         visible: text !== ""
         wrapMode: Text.Wrap
-        Accessible.ignored: false
+        Accessible.ignored: !visible
         Accessible.name: text
         Accessible.role: Accessible.StaticText
     }

@@ -1,0 +1,97 @@
+"""The program on a Wayland compositor without a screen."""
+
+import glob
+import json
+import os
+import shutil
+import signal
+
+from cases import Program, Skip, case, check, equal, history
+from desktop import Desktop, wait_for
+
+SWAY_CONFIG = """output HEADLESS-1 resolution 800x600
+xwayland disable
+floating_modifier none
+for_window [app_id="com.oxbrook.korvel"] floating enable
+"""
+
+
+def qt_has_wayland():
+    return bool(glob.glob("/usr/lib/*/qt6/plugins/platforms/libqwayland-generic.so") +
+                glob.glob("/usr/lib/qt6/plugins/platforms/libqwayland-generic.so"))
+
+
+class WaylandDesktop(Desktop):
+    """A session bus and sway, with neither X nor a panel."""
+
+    def __enter__(self):
+        try:
+            self.start_bus()
+            self.start_sway()
+            return self
+        except BaseException:
+            self.__exit__(None, None, None)
+            raise
+
+    def start_sway(self):
+        folder = os.path.join(self.folder, "sway")
+        os.mkdir(folder, 0o700)
+        config = os.path.join(folder, "config")
+        with open(config, "w", encoding="utf-8") as file:
+            file.write(SWAY_CONFIG)
+        command = ["sway", "-c", config]
+        if os.getuid() == 0:  # sway refuses to run as root
+            os.chmod(self.folder, 0o711)
+            for path in (folder, config):
+                shutil.chown(path, "nobody")
+            command = ["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups", *command]
+        own = dict(self.environment)
+        self.environment.update(XDG_RUNTIME_DIR=folder, HOME=folder, WLR_BACKENDS="headless",
+                                WLR_RENDERER="pixman", WLR_LIBINPUT_NO_DEVICES="1")
+        self.spawn(command)
+        self.environment = own
+        self.environment["SWAYSOCK"] = wait_for(
+            "the compositor", lambda: glob.glob(folder + "/sway-ipc*.sock"))[0]
+        self.environment["WAYLAND_DISPLAY"] = wait_for(
+            "its display", lambda: [path for path in glob.glob(folder + "/wayland-*")
+                                    if not path.endswith(".lock")])[0]
+        self.environment["XDG_SESSION_TYPE"] = "wayland"
+        wait_for("its output", lambda: "HEADLESS-1" in self.run(["swaymsg", "-t", "get_outputs"]))
+
+    def windows(self):
+        """The program's windows as the compositor knows them."""
+        found, rest = [], [json.loads(self.run(["swaymsg", "-r", "-t", "get_tree"]))]
+        while rest:
+            node = rest.pop()
+            rest += node["nodes"] + node["floating_nodes"]
+            if node.get("app_id") == "com.oxbrook.korvel":
+                found.append(node)
+        return found
+
+
+@case("sway", "swaymsg", "setpriv")
+def on_wayland_a_second_start_opens_the_popover_and_a_signal_saves():
+    if not qt_has_wayland():
+        raise Skip("not installed: qt6-wayland")
+    with WaylandDesktop() as place:
+        program = Program(place)
+        wait_for("the program's name", lambda: place.owner("com.oxbrook.korvel"))
+        equal(place.windows(), [], "windows before it is opened")
+        equal(Program(place).exit_status(), 0, "exit status of the second")
+        window = wait_for("the popover", place.windows)[0]
+        equal(window["name"], "Korvel", "its title")
+        equal(window["geometry"]["width"], 340, "its width")
+        check(300 < window["geometry"]["height"] <= 540,
+              f"its height is {window['geometry']['height']}")
+        equal(Program(place).exit_status(), 0, "exit status of the third")
+        equal([again["id"] for again in place.windows()], [window["id"]],
+              "the window after a further start")
+        place.run(["swaymsg", '[app_id="com.oxbrook.korvel"] kill'])  # as a user closes a window
+        wait_for("the closed popover", lambda: not place.windows())
+        check(program.running(), "the program ended with its window")
+        equal(Program(place).exit_status(), 0, "exit status of the fourth")
+        wait_for("the popover again", place.windows)
+        equal(program.send(signal.SIGTERM), 0, "exit status")
+        check(len(history(place)) >= 2, "the history is short")
+        with open(os.path.join(place.folder, "printed"), "rb") as printed:
+            equal(printed.read(), b"", "printed by the program")
