@@ -18,6 +18,7 @@
 #include "platform/qt/single_instance.h"
 #include "platform/qt/status_bar.h"
 #include "platform/qt/termination_signals.h"
+#include "platform/qt/window_effects.h"
 #include "platform/services.h"
 #include "ui/content/linux_words.h"
 #include "ui/quick/popover_window.h"
@@ -101,8 +102,12 @@ int main(int, char** argv) {
 
     const auto delegate =
         std::make_shared<AppDelegate>(services, Metrics::shared(), [](ContentView& root) {
-            return std::make_unique<PopoverWindow>(
-                root, PopoverDesktop{linuxWords, platform::giveMemoryBack});
+            PopoverDesktop desktop{linuxWords, platform::giveMemoryBack,
+                                   platform::desktopBlendsWindows, nullptr};
+            if (platform::desktopKnowsShadows()) {
+                desktop.declareShadow = platform::declareShadow;
+            }
+            return std::make_unique<PopoverWindow>(root, std::move(desktop));
         });
     running = delegate.get();
     std::atexit(finish);

@@ -14,7 +14,7 @@ from desktop import Desktop, Failure, missing_tools, wait_for
 
 GREEN, AMBER, RED = (79, 217, 130), (255, 184, 77), (255, 92, 92)
 PALETTE = [GREEN, AMBER, RED]
-TOOLS = ["Xvfb", "openbox", "dbus-daemon", "dbus-monitor", "gdbus", "xdotool", "xwd", "xprop", "xclock"]
+TOOLS = ["Xvfb", "openbox", "dbus-daemon", "dbus-monitor", "gdbus", "xdotool", "xprop", "xclock"]
 CASES = []
 
 

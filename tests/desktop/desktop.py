@@ -5,6 +5,7 @@ caller's session is touched. Needs xvfb, openbox, dbus, xdotool, x11-apps and th
 """
 
 import ast
+import ctypes
 import os
 import shutil
 import signal
@@ -120,6 +121,10 @@ class Image:
                 for row in range(y, y + height)]
         return Image(width, height, b"".join(rows))
 
+    def pixel(self, x, y):
+        start = (y * self.width + x) * 3
+        return tuple(self.rgb[start:start + 3])
+
     def count(self, colour):
         """How many pixels have exactly this colour."""
         wanted = bytes(colour)
@@ -188,7 +193,7 @@ class Desktop:
     def start_x(self):
         reading, writing = os.pipe()
         self.x = self.spawn(["Xvfb", "-displayfd", str(writing), "-screen", "0", self.size + "x24",
-                             "-nolisten", "tcp", "-noreset"], pass_fds=(writing,))
+                             "-nolisten", "tcp", "-noreset", "-nocursor", "-fbdir", self.folder], pass_fds=(writing,))
         os.close(writing)
         with os.fdopen(reading) as answer:
             number = answer.readline().strip()
@@ -206,9 +211,9 @@ class Desktop:
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
 
     def spawn(self, command, **more):
-        more.setdefault("stdout", subprocess.DEVNULL)
-        process = subprocess.Popen(command, env=self.environment, stdin=subprocess.DEVNULL,
-                                   stderr=more.pop("stderr", subprocess.DEVNULL), **more)
+        for stream in ("stdin", "stdout", "stderr"):
+            more.setdefault(stream, subprocess.DEVNULL)
+        process = subprocess.Popen(command, env=self.environment, **more)
         self.started.append(process)
         return process
 
@@ -276,6 +281,17 @@ class Desktop:
         """The window of the open popover: its id, or an empty string."""
         return self.xdotool("search", "--onlyvisible", "--name", "^Korvel$")
 
+    def composited(self):
+        """Whether a compositor blends the windows, as it says itself."""
+        x = ctypes.CDLL("libX11.so.6")
+        x.XOpenDisplay.restype = ctypes.c_void_p
+        x.XInternAtom.restype = x.XGetSelectionOwner.restype = ctypes.c_ulong
+        display = ctypes.c_void_p(x.XOpenDisplay(self.environment["DISPLAY"].encode()))
+        atom = ctypes.c_ulong(x.XInternAtom(display, b"_NET_WM_CM_S0", 0))
+        owner = x.XGetSelectionOwner(display, atom)
+        x.XCloseDisplay(display)
+        return owner != 0
+
     def has_host(self):
         return self.property(WATCHER, "/StatusNotifierWatcher", WATCHER,
                              "IsStatusNotifierHostRegistered") == "(<true>,)"
@@ -306,13 +322,9 @@ class Desktop:
     # The screen and the hands.
 
     def screenshot(self):
-        def grab():
-            # A window that goes away in the middle of it makes it fail.
-            return subprocess.run(["xwd", "-root", "-silent"], env=self.environment,
-                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, timeout=10,
-                                  check=False).stdout
-
-        return Image.from_xwd(wait_for("a picture of the screen", grab))
+        """What is on the screen, whoever has painted it: the X server's own memory of it."""
+        with open(os.path.join(self.folder, "Xvfb_screen0"), "rb") as memory:
+            return Image.from_xwd(memory.read())
 
     def xdotool(self, *arguments):
         return self.run(["xdotool", *map(str, arguments)]).strip()

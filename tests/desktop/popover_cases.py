@@ -37,14 +37,18 @@ FACTOR = r"(Memory|Disk|CPU|Thermal|Swap|Load|Uptime|[A-Z]\w*) (—|−\d+), .+"
 
 
 @contextlib.contextmanager
-def screen_reader(portal=None, environment=None, **options):
-    """A desktop with the popover open, and the tree of what a screen reader sees of it."""
+def screen_reader(portal=None, environment=None, before=None, **options):
+    """A desktop with the popover open, and the tree of what a screen reader sees of it. `before`
+    is called with the desktop before the program starts.
+    """
     if accessible is None:
         raise Skip(absent)
     with Desktop(**options) as place:
         if portal is not None:
             start_portal(place, portal)
         place.environment.update(environment or {})
+        if before is not None:
+            before(place)
         tree = accessible.start(place)
         Program(place)
         wait_for("the program's name", lambda: place.owner("com.oxbrook.korvel"))

@@ -1,9 +1,6 @@
 #include "platform/qt/tray_host.h"
 
 #include <chrono>
-#include <cstdlib>
-#include <memory>
-#include <string>
 #include <utility>
 
 #include <QDBusConnection>
@@ -13,7 +10,7 @@
 #include <QDBusVariant>
 #include <QGuiApplication>
 
-#include <xcb/xcb.h>
+#include "platform/qt/x11.h"
 
 namespace korvel::platform {
 
@@ -29,10 +26,6 @@ QString watcherService() {
 QString watcherPath() {
     return QStringLiteral("/StatusNotifierWatcher");
 }
-
-struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-};
 
 } // namespace
 
@@ -89,24 +82,8 @@ void TrayHost::foundOnce() {
 }
 
 bool TrayHost::xembedTray() const {
-    auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    xcb_connection_t* connection = x11 ? x11->connection() : nullptr;
-    if (!connection) {
-        return false;
-    }
     // The tray of the first screen: a server with several of them is one Qt cannot show there.
-    const std::string name = "_NET_SYSTEM_TRAY_S0";
-    const std::unique_ptr<xcb_intern_atom_reply_t, Free> atom(xcb_intern_atom_reply(
-        connection,
-        xcb_intern_atom(connection, 1, static_cast<std::uint16_t>(name.size()), name.data()),
-        nullptr));
-    if (!atom || atom->atom == XCB_ATOM_NONE) {
-        return false;
-    }
-    const std::unique_ptr<xcb_get_selection_owner_reply_t, Free> owner(
-        xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, atom->atom),
-                                      nullptr));
-    return owner && owner->owner != XCB_WINDOW_NONE;
+    return x11SelectionIsHeld("_NET_SYSTEM_TRAY_S0");
 }
 
 } // namespace korvel::platform

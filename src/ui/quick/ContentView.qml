@@ -98,8 +98,10 @@ FocusScope {
         T.ScrollBar.vertical: T.ScrollBar {
             id: scrollBar
 
-            padding: 2
-            implicitWidth: 8
+            padding: 3
+            topPadding: 6
+            bottomPadding: 6
+            implicitWidth: 10
             minimumSize: 0.1
             policy: flickable.interactive ? T.ScrollBar.AlwaysOn : T.ScrollBar.AlwaysOff
             visible: flickable.interactive

@@ -9,6 +9,10 @@ Rectangle {
 
     property alias animated: view.animated
     property real maximumHeight: 740
+    property bool rounded: false
+
+    // Keeps what scrolls by out of the round corners.
+    readonly property real inset: rounded && view.contentHeight > maximumHeight ? Theme.cornerInset : 0
 
     // To be called before the popover opens.
     function layOut() {
@@ -19,12 +23,20 @@ Rectangle {
     height: Math.min(view.contentHeight, maximumHeight)
     border.color: Qt.tint(Inks.ground, Theme.track(Theme.borderOpacity))
     color: Inks.ground
+    radius: rounded ? Theme.popoverRadius : 0
 
-    ContentView {
-        id: view
-
+    Item {
         anchors.fill: parent
-        content: root.content
-        focus: true
+        anchors.margins: root.inset
+        clip: root.inset > 0
+
+        ContentView {
+            id: view
+
+            anchors.fill: parent
+            anchors.margins: -root.inset
+            content: root.content
+            focus: true
+        }
     }
 }

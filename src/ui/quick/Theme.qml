@@ -7,6 +7,10 @@ import Korvel
 QtObject {
     readonly property real popoverWidth: 340
     readonly property real sidePadding: 16
+    readonly property real popoverRadius: 10
+    readonly property real cornerInset: 3 // where the corner's arc has left the edge by no more
+    readonly property real shadowOpacity: 0.32
+    readonly property real shadowOpacityDark: 0.6
 
     // How faint a track or a line is beside the primary colour.
     readonly property real dialTrackOpacity: 0.1

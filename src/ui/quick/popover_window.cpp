@@ -18,6 +18,7 @@
 #include "ui/content/content_view.h"
 #include "ui/content/popover_size.h"
 #include "ui/quick/inks.h"
+#include "ui/quick/shadow_item.h"
 
 // Made by the build from the QML module; a static library's module is registered by calling it.
 void qml_register_types_Korvel(); // NOLINT(readability-identifier-naming)
@@ -76,6 +77,7 @@ void PopoverWindow::show(platform::StatusItem& item) {
     // What has changed since it was last open is not to be seen to change.
     view_->rootObject()->setProperty("animated", false);
     render();
+    dress();
     QMetaObject::invokeMethod(view_->rootObject(), "layOut");
     view_->rootObject()->setProperty("animated", true);
     place();
@@ -134,14 +136,17 @@ void PopoverWindow::makeView() {
     view_ = std::make_unique<QQuickView>();
     view_->engine()->setProperty(Inks::kColourSchemeProperty, QVariant::fromValue(&colourScheme_));
     view_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    view_->setColor(Qt::transparent); // behind the panel's round corners
     view_->setTitle(QStringLiteral("Korvel"));
     view_->setResizeMode(QQuickView::SizeViewToRootObject);
     view_->setInitialProperties({{QStringLiteral("content"), QVariant::fromValue(bridge_.get())}});
     view_->installEventFilter(this);
     render();
-    view_->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverView.qml")));
+    view_->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverFrame.qml")));
     connect(view_.get(), &QWindow::activeChanged, this, &PopoverWindow::activeChanged);
+    connect(view_.get(), &QWindow::widthChanged, this, &PopoverWindow::place);
     connect(view_.get(), &QWindow::heightChanged, this, &PopoverWindow::place);
+    view_->create();
 }
 
 void PopoverWindow::unload() {
@@ -160,6 +165,13 @@ void PopoverWindow::unload() {
     }
 }
 
+void PopoverWindow::dress() {
+    const bool blends = desktop_.blendsWindows && desktop_.blendsWindows();
+    shadowed_ = blends && desktop_.declareShadow;
+    view_->rootObject()->setProperty("rounded", blends);
+    view_->rootObject()->setProperty("shadowed", shadowed_);
+}
+
 void PopoverWindow::place() {
     if (!shown()) {
         return;
@@ -172,9 +184,15 @@ void PopoverWindow::place() {
         "maximumHeight",
         popoverMaximumHeight(screen ? std::optional<double>(screen->availableGeometry().height())
                                     : std::nullopt));
+    const QMargins margins = shadowed_ ? ShadowItem::kMargins : QMargins();
     if (screen) {
         view_->setScreen(screen);
-        view_->setPosition(placeAt(anchor_, view_->size(), screen->availableGeometry()));
+        const QSize panel = view_->size().shrunkBy(margins);
+        view_->setPosition(placeAt(anchor_, panel, screen->availableGeometry()) -
+                           QPoint(margins.left(), margins.top()));
+    }
+    if (desktop_.declareShadow) {
+        desktop_.declareShadow(*view_, margins);
     }
 }
 
@@ -189,6 +207,7 @@ void PopoverWindow::contentWillChange() {
             renderPending_ = false;
             if (shown()) {
                 render();
+                dress(); // a compositor may have come or gone
             }
         },
         Qt::QueuedConnection);

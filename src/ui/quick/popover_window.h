@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 
+#include <QMargins>
 #include <QObject>
 #include <QRect>
 #include <QTimer>
@@ -13,6 +14,7 @@
 #include "ui/quick/popover_bridge.h"
 
 class QQuickView;
+class QWindow;
 
 namespace korvel {
 
@@ -22,6 +24,10 @@ class ContentView;
 struct PopoverDesktop {
     Words words;                    ///< what the texts are said in
     std::function<void()> released; ///< runs each time the views have been let go; may be empty
+    /// Whether what a window leaves transparent shows what is behind it; empty: it does not.
+    std::function<bool()> blendsWindows;
+    /// Tells it which margins of the window are shadow; empty where it cannot be told.
+    std::function<void(QWindow&, const QMargins&)> declareShadow;
 };
 
 /// The popover as a frameless window at the status item. The views are loaded when it is opened,
@@ -44,6 +50,7 @@ class PopoverWindow final : public QObject, public platform::Popover {
   private:
     void makeView();
     void unload();
+    void dress();
     void place();
     void contentWillChange();
     void render();
@@ -58,6 +65,7 @@ class PopoverWindow final : public QObject, public platform::Popover {
     QRect anchor_;                         ///< on the screen; what it stands under
     bool wasActive_ = false;
     bool renderPending_ = false;
+    bool shadowed_ = false;
     std::unique_ptr<PopoverBridge> bridge_;
     std::unique_ptr<QQuickView> view_;
 };

@@ -12,6 +12,7 @@
 #include "ui/quick/digits_item.h"
 #include "ui/quick/gauge_bar_item.h"
 #include "ui/quick/inks.h"
+#include "ui/quick/shadow_item.h"
 #include "ui/quick/shield_mark_item.h"
 #include "ui/quick/spark_item.h"
 #include "ui/quick/symbols.h"
@@ -207,6 +208,65 @@ TEST(Fonts, HaveTheirSizeInPixelsFractionsIncluded) {
         tenfold.setPointSizeF(tenfold.pointSizeF() * 100);
         EXPECT_NEAR(QFontInfo(tenfold).pixelSize(), size * 100, 1) << size;
         EXPECT_TRUE(QFontInfo(Inks::monospaced(size, QFont::Normal)).fixedPitch());
+    }
+}
+
+class Shadows : public testing::Test {
+  protected:
+    Shadows() {
+        shadow.setSize({240, 300});
+        shadow.setRadius(10);
+        shadow.setColour(QColor(0, 0, 0, 128));
+        image = painted(shadow);
+    }
+    int alphaAt(int x, int y) const { return qAlpha(image.pixel(x, y)); }
+
+    ShadowItem shadow;
+    QImage image;
+};
+
+TEST_F(Shadows, FadeToNothingAtTheEdgesOfTheItem) {
+    for (int x = 0; x < image.width(); ++x) {
+        EXPECT_LE(alphaAt(x, 0), 1) << x;
+        EXPECT_LE(alphaAt(x, image.height() - 1), 1) << x;
+    }
+    for (int y = 0; y < image.height(); ++y) {
+        EXPECT_LE(alphaAt(0, y), 1) << y;
+        EXPECT_LE(alphaAt(image.width() - 1, y), 1) << y;
+    }
+}
+
+TEST_F(Shadows, GrowDarkerTowardsThePanelAndAreDarkestUnderIt) {
+    const int middle = image.width() / 2;
+    const int panelBottom = image.height() - ShadowItem::kMargins.bottom();
+    for (int y = panelBottom; y + 1 < image.height(); ++y) {
+        EXPECT_GE(alphaAt(middle, y), alphaAt(middle, y + 1)) << y;
+    }
+    EXPECT_GT(alphaAt(middle, panelBottom), 2 * alphaAt(middle, ShadowItem::kMargins.top() - 1));
+    EXPECT_LE(alphaAt(middle, panelBottom), 128);
+}
+
+TEST_F(Shadows, AreTheSameAtBothSidesAndGoOnEvenlyAroundTheCorners) {
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width() / 2; ++x) {
+            ASSERT_EQ(alphaAt(x, y), alphaAt(image.width() - 1 - x, y)) << x << "," << y;
+        }
+    }
+    // At one distance from the edge: beside a corner's arc and on its diagonal.
+    const double centre = ShadowItem::kReach + 10;
+    for (const int distance : {2, 6, 10, 14}) {
+        const auto onDiagonal = static_cast<int>(centre - (10 + distance) / std::sqrt(2.0));
+        const int straight = alphaAt(ShadowItem::kReach - distance, image.height() / 2);
+        EXPECT_NEAR(alphaAt(onDiagonal, image.height() - 1 - onDiagonal), straight, 5) << distance;
+    }
+}
+
+TEST_F(Shadows, LeaveNoGapBeforeThePanel) {
+    // The panel's round corner at the bottom left, which stands higher than the shadow's own.
+    const QRect panel = image.rect().marginsRemoved(ShadowItem::kMargins);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_GT(alphaAt(panel.left() + i, panel.bottom() - i), 20) << i;
+        EXPECT_GT(alphaAt(panel.left() + i, panel.top() + i), 2) << i;
     }
 }
 
