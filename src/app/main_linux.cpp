@@ -1,9 +1,12 @@
+#include <chrono>
 #include <cstdlib>
 #include <memory>
+#include <thread>
 #include <utility>
 
 #include <QApplication>
 #include <QFileInfo>
+#include <QThread>
 
 #include "app/app_delegate.h"
 #include "core/metrics.h"
@@ -27,14 +30,6 @@ namespace {
 
 using namespace korvel;
 
-/// Drops what Qt has to say. A message that Qt would abort after ends the program as a quit does:
-/// most often the display is not there, or has gone.
-void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString&) {
-    if (type == QtFatalMsg) {
-        std::exit(EXIT_FAILURE);
-    }
-}
-
 AppDelegate* running = nullptr;
 
 /// The one place where the program ends, whichever way: the menu, a signal, the end of the desktop
@@ -42,6 +37,31 @@ AppDelegate* running = nullptr;
 void finish() {
     if (AppDelegate* ending = std::exchange(running, nullptr)) {
         ending->applicationWillTerminate();
+    }
+}
+
+/// The end when there is no display any more. The process is not taken down in order: other threads
+/// may be about to end it too.
+[[noreturn]] void finishWithoutDisplay() {
+    finish();
+    std::_Exit(EXIT_FAILURE);
+}
+
+/// Drops what Qt has to say. A message that Qt would abort after ends the program as a quit does:
+/// most often the display is not there, or has gone. When a Wayland compositor goes, Qt warns, on
+/// the main thread or on the one that listens to the compositor, and then ends the process past all
+/// that is to be done at an exit.
+void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    constexpr std::chrono::seconds kLongestFinish(5);
+    if (type == QtFatalMsg) {
+        std::exit(EXIT_FAILURE);
+    }
+    if (message.startsWith(QLatin1String("The Wayland connection "))) {
+        if (QThread::currentThread() == qApp->thread()) {
+            finishWithoutDisplay();
+        }
+        QMetaObject::invokeMethod(qApp, finishWithoutDisplay, Qt::QueuedConnection);
+        std::this_thread::sleep_for(kLongestFinish);
     }
 }
 

@@ -1,18 +1,22 @@
 """The program on a Wayland compositor without a screen."""
 
+import contextlib
 import glob
 import json
 import os
 import shutil
 import signal
+import subprocess
+import time
 
 from cases import Program, Skip, case, check, equal, history
-from desktop import Desktop, wait_for
+from desktop import Desktop, Image, wait_for
 
 SWAY_CONFIG = """output HEADLESS-1 resolution 800x600
 xwayland disable
 floating_modifier none
-for_window [app_id="com.oxbrook.korvel"] floating enable
+for_window [app_id="com.oxbrook.korvel"] floating enable, border none
+output * background #808080 solid_color
 """
 
 
@@ -48,7 +52,7 @@ class WaylandDesktop(Desktop):
         own = dict(self.environment)
         self.environment.update(XDG_RUNTIME_DIR=folder, HOME=folder, WLR_BACKENDS="headless",
                                 WLR_RENDERER="pixman", WLR_LIBINPUT_NO_DEVICES="1")
-        self.spawn(command)
+        self.sway = self.spawn(command)
         self.environment = own
         self.environment["SWAYSOCK"] = wait_for(
             "the compositor", lambda: glob.glob(folder + "/sway-ipc*.sock"))[0]
@@ -57,6 +61,14 @@ class WaylandDesktop(Desktop):
                                     if not path.endswith(".lock")])[0]
         self.environment["XDG_SESSION_TYPE"] = "wayland"
         wait_for("its output", lambda: "HEADLESS-1" in self.run(["swaymsg", "-t", "get_outputs"]))
+
+    def screenshot(self):
+        """What the compositor shows, without its pointer."""
+        data = subprocess.run(["grim", "-t", "ppm", "-"], env=self.environment, check=True,
+                              stdout=subprocess.PIPE, timeout=10).stdout
+        kind, size, depth, rgb = data.split(b"\n", 3)
+        equal((kind, depth), (b"P6", b"255"), "format of the picture")
+        return Image(*map(int, size.split()), rgb)
 
     def windows(self):
         """The program's windows as the compositor knows them."""
@@ -69,29 +81,70 @@ class WaylandDesktop(Desktop):
         return found
 
 
-@case("sway", "swaymsg", "setpriv")
-def on_wayland_a_second_start_opens_the_popover_and_a_signal_saves():
+@contextlib.contextmanager
+def wayland():
+    """A desktop with the program running on it."""
     if not qt_has_wayland():
         raise Skip("not installed: qt6-wayland")
     with WaylandDesktop() as place:
         program = Program(place)
         wait_for("the program's name", lambda: place.owner("com.oxbrook.korvel"))
+        yield place, program
+        with open(os.path.join(place.folder, "printed"), "rb") as printed:
+            equal(printed.read(), b"", "printed by the program")
+
+
+def open_popover(place):
+    equal(Program(place).exit_status(), 0, "exit status of a further start")
+    return wait_for("the popover", place.windows)[0]
+
+
+@case("sway", "swaymsg", "setpriv")
+def on_wayland_a_second_start_opens_the_popover_and_a_signal_saves():
+    with wayland() as (place, program):
         equal(place.windows(), [], "windows before it is opened")
-        equal(Program(place).exit_status(), 0, "exit status of the second")
-        window = wait_for("the popover", place.windows)[0]
+        window = open_popover(place)
         equal(window["name"], "Korvel", "its title")
         equal(window["geometry"]["width"], 340, "its width")
         check(300 < window["geometry"]["height"] <= 540,
               f"its height is {window['geometry']['height']}")
-        equal(Program(place).exit_status(), 0, "exit status of the third")
-        equal([again["id"] for again in place.windows()], [window["id"]],
-              "the window after a further start")
+        equal(open_popover(place)["id"], window["id"], "the window after a further start")
         place.run(["swaymsg", '[app_id="com.oxbrook.korvel"] kill'])  # as a user closes a window
         wait_for("the closed popover", lambda: not place.windows())
         check(program.running(), "the program ended with its window")
-        equal(Program(place).exit_status(), 0, "exit status of the fourth")
-        wait_for("the popover again", place.windows)
+        open_popover(place)
         equal(program.send(signal.SIGTERM), 0, "exit status")
         check(len(history(place)) >= 2, "the history is short")
-        with open(os.path.join(place.folder, "printed"), "rb") as printed:
-            equal(printed.read(), b"", "printed by the program")
+
+
+@case("sway", "swaymsg", "setpriv", "grim")
+def on_wayland_the_corners_are_round():
+    with wayland() as (place, _):
+        open_popover(place)
+
+        def round_corners():
+            found = place.windows()
+            if not found:
+                return False
+            box = found[0]["rect"]
+            left, top = box["x"], box["y"]
+            right, bottom = left + box["width"] - 1, top + box["height"] - 1
+            screen = place.screenshot()
+            around, edge = screen.pixel(2, 2), screen.pixel(left + box["width"] // 2, top)
+            return edge != around and all(screen.pixel(x, y) == around for x in (left, right)
+                                          for y in (top, bottom))
+
+        wait_for("corners that show what is around them", round_corners)
+
+
+@case("sway", "swaymsg", "setpriv")
+def loss_of_the_wayland_compositor_leaves_the_history():
+    for number in (signal.SIGTERM, signal.SIGKILL):
+        for look in (False, True):
+            with wayland() as (place, program):
+                time.sleep(1.5)  # past the two samples of the launch
+                if look:
+                    open_popover(place)
+                place.end(place.sway, number)
+                check(program.exit_status() >= 0, f"the program crashed after {number.name}")
+                equal(len(history(place)), 2 + look, "rows")
