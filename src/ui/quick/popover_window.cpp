@@ -184,15 +184,23 @@ void PopoverWindow::place() {
         "maximumHeight",
         popoverMaximumHeight(screen ? std::optional<double>(screen->availableGeometry().height())
                                     : std::nullopt));
-    const QMargins margins = shadowed_ ? ShadowItem::kMargins : QMargins();
     if (screen) {
+        const QMargins margins = shadowMargins();
         view_->setScreen(screen);
         const QSize panel = view_->size().shrunkBy(margins);
         view_->setPosition(placeAt(anchor_, panel, screen->availableGeometry()) -
                            QPoint(margins.left(), margins.top()));
     }
+    declareShadow();
+}
+
+QMargins PopoverWindow::shadowMargins() const {
+    return shadowed_ ? ShadowItem::kMargins : QMargins();
+}
+
+void PopoverWindow::declareShadow() {
     if (desktop_.declareShadow) {
-        desktop_.declareShadow(*view_, margins);
+        desktop_.declareShadow(*view_, shadowMargins());
     }
 }
 
@@ -220,6 +228,8 @@ void PopoverWindow::render() {
 void PopoverWindow::activeChanged() {
     if (view_->isActive()) {
         wasActive_ = true;
+        // Some window managers hear of it only once they look after the window.
+        declareShadow();
     } else if (wasActive_ && shown()) {
         platform::StatusItem& item = *item_;
         close();

@@ -51,6 +51,8 @@ class PopoverWindow final : public QObject, public platform::Popover {
     void makeView();
     void unload();
     void dress();
+    QMargins shadowMargins() const;
+    void declareShadow();
     void place();
     void contentWillChange();
     void render();
