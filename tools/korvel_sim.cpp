@@ -1,19 +1,16 @@
 // korvel-sim SCENARIO.json: runs the program on a simulated machine and prints what the world saw.
 
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <optional>
 #include <string>
 #include <string_view>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
 
-#include "platform/posix/file_descriptor.h"
+#include "simulation/command_line.h"
 #include "simulation/json_value.h"
 #include "simulation/program.h"
 #include "simulation/scenario.h"
@@ -21,23 +18,7 @@
 namespace {
 
 using korvel::simulation::SimulatedProgram;
-
-constexpr int kWrongUsage = 2;
-
-/// False: it could not all be written.
-bool writeAll(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t put = ::write(descriptor, bytes.data(), bytes.size());
-        if (put < 0 && errno == EINTR) {
-            continue;
-        }
-        if (put <= 0) {
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(put));
-    }
-    return true;
-}
+using korvel::simulation::writeAll;
 
 /// The trace on its way to standard output.
 class Output {
@@ -78,25 +59,8 @@ void tellOfAbort(int /*signal*/) {
     writeAll(STDOUT_FILENO, {line.data(), end.size});
 }
 
-std::optional<std::string> readFile(const char* path) {
-    const korvel::platform::FileDescriptor file(::open(path, O_RDONLY | O_CLOEXEC));
-    std::string content;
-    std::array<char, 65536> buffer{};
-    for (;;) {
-        const ssize_t got = ::read(file.get(), buffer.data(), buffer.size());
-        if (got > 0) {
-            content.append(buffer.data(), static_cast<std::size_t>(got));
-        } else if (got == 0) {
-            return content;
-        } else if (errno != EINTR) {
-            return std::nullopt;
-        }
-    }
-}
-
-int complain(const std::string& text) {
-    writeAll(STDERR_FILENO, text + '\n');
-    return kWrongUsage;
+int complain(std::string_view text) {
+    return korvel::simulation::complain("korvel-sim", text);
 }
 
 int run(const korvel::simulation::Scenario& scenario) {
@@ -109,7 +73,7 @@ int run(const korvel::simulation::Scenario& scenario) {
     std::signal(SIGABRT, SIG_DFL);
     output.flush();
     if (output.failed()) {
-        complain("korvel-sim: cannot write to standard output");
+        complain("cannot write to standard output");
         return EXIT_FAILURE;
     }
     return EXIT_SUCCESS;
@@ -119,18 +83,13 @@ int run(const korvel::simulation::Scenario& scenario) {
 
 int main(int argc, char** argv) {
     if (argc != 2 || *argv[1] == '-' || *argv[1] == '\0') {
-        return complain("usage: korvel-sim SCENARIO.json");
-    }
-    const char* path = argv[1];
-    const std::optional<std::string> text = readFile(path);
-    if (!text) {
-        return complain(fmt::format("korvel-sim: cannot read {}", path));
+        return korvel::simulation::showUsage("korvel-sim SCENARIO.json");
     }
     korvel::simulation::Scenario scenario;
     try {
-        scenario = korvel::simulation::readScenario(*text);
+        scenario = korvel::simulation::loadScenario(argv[1]);
     } catch (const korvel::simulation::ScenarioError& error) {
-        return complain(fmt::format("korvel-sim: {}: {}", path, error.what()));
+        return complain(error.what());
     }
     return run(scenario);
 }

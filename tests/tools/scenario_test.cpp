@@ -27,7 +27,8 @@ std::string complaint(const std::string& json) {
 TEST(Scenario, AnEmptyOneHasTheDefaults) {
     const Scenario scenario = readScenario("{}");
     EXPECT_EQ(scenario.start, 1700000000.0);
-    EXPECT_EQ(scenario.until, 10);
+    EXPECT_EQ(scenario.until, std::nullopt);
+    EXPECT_EQ(scenario.visibleHeight, 900);
     EXPECT_TRUE(scenario.home.empty());
     EXPECT_TRUE(scenario.events.empty());
 }
@@ -40,6 +41,12 @@ TEST(Scenario, KeysMayStandInAnyOrder) {
     EXPECT_EQ(scenario.home.at("a"), "b");
     EXPECT_EQ(scenario.home.at("c/d"), "");
     EXPECT_EQ(scenario.events.size(), 2U);
+}
+
+TEST(Scenario, TheScreenHasAHeightOrIsNotThere) {
+    EXPECT_EQ(readScenario(R"({"screen": {"visibleHeight": 400.5}})").visibleHeight, 400.5);
+    EXPECT_EQ(readScenario(R"({"screen": {}})").visibleHeight, 900);
+    EXPECT_EQ(readScenario(R"({"screen": null})").visibleHeight, std::nullopt);
 }
 
 TEST(Scenario, EveryKeyThatIsDescribedIsAccepted) {

@@ -1,75 +1,29 @@
 #include "simulation/program.h"
 
-#include <cmath>
+#include <utility>
 
-#include <fmt/format.h>
-
-#include "app/app_delegate.h"
 #include "model/model.h"
 #include "ui/content/content_view.h"
 
 namespace korvel::simulation {
 
-using platform::ChildResult;
-using platform::SimulatedPopover;
-using Arguments = platform::SimulatedChildProcesses::Arguments;
-
 SimulatedProgram::SimulatedProgram(const Scenario& scenario,
                                    std::function<void(std::string_view)> print)
-    : scenario_(scenario), trace_([this] { return elapsed(); }, std::move(print)),
-      services_{simulated_.machine, simulated_.processes, vmmapMemory_,     launchctlAgents_,
-                simulated_.clock,   simulated_.runLoop,   simulated_.files, simulated_.statusBar},
-      metrics_(services_.machine, services_.processes, services_.agents, services_.clock) {
-    simulated_.clock.set(scenario.start);
-    if (std::abs(scenario.start) < 0x1p53) {
-        simulated_.machine.readings.bootTime.value =
-            static_cast<std::int64_t>(scenario.start) - platform::kSimulatedUptime;
-    }
-    if (scenario.machine) {
-        MachineState atLaunch = machine();
-        scenario.machine(atLaunch);
-    }
-    for (const auto& [name, text] : scenario.home) {
-        simulated_.files.contents[simulated_.files.inHome(name)] = text;
-    }
-    answerTools();
+    : ScriptedProgram(scenario), trace_([this] { return elapsed(); }, std::move(print)) {
     watch();
 }
 
-SimulatedProgram::~SimulatedProgram() = default;
-
-void SimulatedProgram::answerTools() {
-    children_.answers["/bin/launchctl"] = [this](const Arguments& arguments) {
-        std::optional<ChildResult> result;
-        if (const auto listing = agents_.take()) {
-            result = arguments == Arguments{"list"} ? ChildResult{*listing, 0} : ChildResult{"", 1};
-        }
-        return result;
-    };
-    children_.answers["/usr/bin/vmmap"] = [this](const Arguments& arguments) {
-        std::optional<ChildResult> result;
-        for (const platform::SimulatedProcess& process : simulated_.processes.table) {
-            if (process.vmmap &&
-                arguments == Arguments{"--summary", fmt::format("{}", process.pid)}) {
-                result = ChildResult{*process.vmmap, 0};
-                break;
-            }
-        }
-        return result;
-    };
-}
-
 void SimulatedProgram::watch() {
-    simulated_.statusBar.onTitle = [this](const platform::StatusTitle& title) {
+    simulated().statusBar.onTitle = [this](const platform::StatusTitle& title) {
         trace_.title(title);
     };
-    children_.onRun = [this](const platform::SimulatedChildProcesses::Run& run) {
+    childProcesses().onRun = [this](const platform::SimulatedChildProcesses::Run& run) {
         trace_.spawn(run.executable, run.arguments);
     };
-    simulated_.processes.onTerminate = [this](std::int32_t pid) { trace_.signal(pid); };
-    simulated_.runLoop.onTurnEnd = [this] { traceChanges(); };
-    simulated_.files.onWrite = [this](const std::string& path, std::string_view bytes) {
-        const std::string home = simulated_.files.inHome("");
+    simulated().processes.onTerminate = [this](std::int32_t pid) { trace_.signal(pid); };
+    simulated().runLoop.onTurnEnd = [this] { traceChanges(); };
+    simulated().files.onWrite = [this](const std::string& path, std::string_view bytes) {
+        const std::string home = simulated().files.inHome("");
         std::string_view file = path;
         if (file.starts_with(home)) {
             file.remove_prefix(home.size());
@@ -79,10 +33,9 @@ void SimulatedProgram::watch() {
 }
 
 std::unique_ptr<platform::Popover> SimulatedProgram::makePopover(ContentView& root) {
-    view_ = &root;
     observation_ = root.model().observe([this] { traceNewReading(); });
     auto popover =
-        std::make_unique<SimulatedPopover>([this](bool shown) { trace_.popover(shown); });
+        std::make_unique<platform::SimulatedPopover>([this](bool shown) { trace_.popover(shown); });
     popover_ = popover.get();
     return popover;
 }
@@ -90,15 +43,15 @@ std::unique_ptr<platform::Popover> SimulatedProgram::makePopover(ContentView& ro
 void SimulatedProgram::traceNewReading() {
     // A change is announced before it is written, so a new reading is seen at the announcement of
     // what is written next. That is the history, in the same breath.
-    const std::vector<ScoreFactor>& factors = view_->model().snap->factors;
+    const std::vector<ScoreFactor>& factors = view().model().snap->factors;
     if (!factors.empty() && traced_ != factors.front().id) {
         traced_ = factors.front().id;
-        trace_.snapshot(*view_->model().snap);
+        trace_.snapshot(*view().model().snap);
     }
 }
 
 void SimulatedProgram::traceChanges() {
-    const Model& model = view_->model();
+    const Model& model = view().model();
     if (*model.scanningSwap != tracedScanning_ || *model.swapHolders != tracedHolders_) {
         tracedScanning_ = *model.scanningSwap;
         tracedHolders_ = *model.swapHolders;
@@ -107,25 +60,26 @@ void SimulatedProgram::traceChanges() {
 }
 
 void SimulatedProgram::run() {
-    platform::SimulatedRunLoop& runLoop = simulated_.runLoop;
-    delegate_ = std::make_shared<AppDelegate>(
-        services_, metrics_, [this](ContentView& root) { return makePopover(root); });
-    delegate_->applicationDidFinishLaunching();
+    platform::SimulatedRunLoop& runLoop = simulated().runLoop;
+    launch([this](ContentView& root) { return makePopover(root); });
     std::string_view reason = "terminate";
-    for (const ScenarioEvent& event : scenario_.events) {
+    for (const ScenarioEvent& event : scenario().events) {
         runLoop.event(event.at, [this, &event] { event.act(*this); });
     }
-    runLoop.event(scenario_.until, [&] {
+    runLoop.event(scenario().until.value_or(Scenario::kUntil), [&] {
         reason = "until";
         runLoop.terminate();
     });
     runLoop.run();
-    delegate_->applicationWillTerminate();
+    if (atTheEnd) {
+        atTheEnd(view());
+    }
+    end();
     trace_.exit(reason);
 }
 
 void SimulatedProgram::togglePopover() {
-    simulated_.statusBar.click();
+    simulated().statusBar.click();
 }
 
 void SimulatedProgram::clickOutside() {
@@ -133,23 +87,11 @@ void SimulatedProgram::clickOutside() {
 }
 
 void SimulatedProgram::terminate() {
-    simulated_.runLoop.terminate();
-}
-
-void SimulatedProgram::toggleBreakdown() {
-    view_->toggleBreakdown();
-}
-
-void SimulatedProgram::quitProcess(std::int32_t pid) {
-    view_->quitProcess(pid);
-}
-
-void SimulatedProgram::findSwapHolders() {
-    view_->findSwapHolders();
+    simulated().runLoop.terminate();
 }
 
 void SimulatedProgram::describePopover() {
-    trace_.content(view_->content());
+    trace_.content(view().content());
 }
 
 } // namespace korvel::simulation

@@ -7,72 +7,48 @@
 #include <string_view>
 #include <vector>
 
-#include "core/metrics.h"
-#include "core/system_tools.h"
+#include "core/snapshot.h"
 #include "model/observable.h"
-#include "platform/simulated/child_processes.h"
-#include "platform/simulated/services.h"
-#include "simulation/scenario.h"
+#include "simulation/scripted_program.h"
 #include "simulation/trace.h"
-
-namespace korvel {
-class AppDelegate;
-class ContentView;
-} // namespace korvel
 
 namespace korvel::simulation {
 
-/// The whole program on a simulated machine, from its launch to its end, as one scenario has it.
-/// Several may live in one process.
-class SimulatedProgram {
+/// The whole program on a simulated machine in virtual time, from its launch to its end, as one
+/// scenario has it. Several may live in one process.
+class SimulatedProgram final : public ScriptedProgram {
   public:
     /// Makes the machine; `print` takes each line of the trace. The scenario outlives the program.
     SimulatedProgram(const Scenario& scenario, std::function<void(std::string_view line)> print);
-    SimulatedProgram(const SimulatedProgram&) = delete;
-    SimulatedProgram& operator=(const SimulatedProgram&) = delete;
-    ~SimulatedProgram();
 
     /// Launches the program, lets the scenario happen to it and ends it. Called once.
     void run();
 
-    /// Seconds since the launch. Callable at any time, also from a signal handler.
-    double elapsed() const { return simulated_.runLoop.elapsed(); }
+    /// Called when the scenario is over and the program about to end; may be empty.
+    std::function<void(ContentView& root)> atTheEnd;
 
-    // What a user or the system may do.
-    void togglePopover();
-    void clickOutside();
-    void terminate();
-    void toggleBreakdown();
-    void quitProcess(std::int32_t pid);
-    void findSwapHolders();
-    /// Traces what the popover shows, or would show.
-    void describePopover();
-    MachineState machine() { return {simulated_.machine.readings, simulated_.processes, agents_}; }
+    /// Seconds since the launch. Callable at any time, also from a signal handler.
+    double elapsed() const { return simulated().runLoop.elapsed(); }
+
+    void togglePopover() override;
+    void clickOutside() override;
+    void terminate() override;
+    /// Traces it.
+    void describePopover() override;
 
   private:
-    void answerTools();
     void watch();
     std::unique_ptr<platform::Popover> makePopover(ContentView& root);
     void traceNewReading();
     void traceChanges();
 
-    const Scenario& scenario_;
     Trace trace_;
-    platform::SimulatedServices simulated_;
-    platform::SimulatedChildProcesses children_;
-    platform::Reading<std::string> agents_;
-    LaunchctlAgents launchctlAgents_{children_};
-    VmmapSwappedMemory vmmapMemory_{children_};
-    platform::Services services_;
-    Metrics metrics_;
     platform::SimulatedPopover* popover_ = nullptr; ///< the delegate's
-    ContentView* view_ = nullptr;                   ///< the delegate's
     Observation observation_;
     std::optional<Uuid>
         traced_; ///< the published reading that was traced last, by its first factor
     bool tracedScanning_ = false;
     std::vector<ProcInfo> tracedHolders_;
-    std::shared_ptr<AppDelegate> delegate_;
 };
 
 } // namespace korvel::simulation

@@ -20,6 +20,18 @@ void readHome(const JsonValue& value, Reader& reader) {
     });
 }
 
+void readScreen(const JsonValue& value, Reader& reader) {
+    static constexpr Key<Reader> kKeys[] = {
+        {"visibleHeight",
+         [](const JsonValue& height, Reader& r) { r.scenario.visibleHeight = height.number(); }},
+    };
+    if (value.isNull()) {
+        reader.scenario.visibleHeight.reset();
+    } else {
+        readMembers(value, kKeys, reader);
+    }
+}
+
 // What the keys below describe is not simulated yet: they are checked, and nothing asks for them.
 
 void checkDefaults(const JsonValue& value, Reader& /*reader*/) {
@@ -41,13 +53,6 @@ void checkBundle(const JsonValue& value, Reader& reader) {
     readMembers(value, kKeys, reader);
 }
 
-void checkScreen(const JsonValue& value, Reader& reader) {
-    static constexpr Key<Reader> kKeys[] = {{"visibleHeight", checkType<double>}};
-    if (!value.isNull()) {
-        readMembers(value, kKeys, reader);
-    }
-}
-
 void checkFeed(const JsonValue& value, Reader& reader) {
     static constexpr Key<Reader> kKeys[] = {
         {"status", checkType<int>},
@@ -66,7 +71,7 @@ constexpr Key<Reader> kKeys[] = {
     {"bundle", checkBundle},
     {"machine", [](const JsonValue& value,
                    Reader& r) { r.scenario.machine = readMachine(value, r.document); }},
-    {"screen", checkScreen},
+    {"screen", readScreen},
     {"feed", checkFeed},
     {"events",
      [](const JsonValue& value, Reader& r) { r.scenario.events = readEvents(value, r.document); }},

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,10 +11,10 @@
 #include "platform/simulated/machine.h"
 #include "platform/simulated/processes.h"
 
-/// korvel-sim's input, described in docs/simulation.md.
+/// What korvel-sim and korvel-demo run, described in docs/simulation.md.
 namespace korvel::simulation {
 
-class SimulatedProgram;
+class ScriptedProgram;
 
 /// The parts of a simulated set that a scenario's machine keys describe.
 struct MachineState {
@@ -28,15 +29,18 @@ using MachineChange = std::function<void(MachineState& machine)>;
 /// Something that happens to the program.
 struct ScenarioEvent {
     double at = 0; ///< seconds after launch
-    std::function<void(SimulatedProgram& program)> act;
+    std::function<void(ScriptedProgram& program)> act;
 };
 
 struct Scenario {
+    static constexpr double kUntil = 10; ///< seconds; in virtual time, when `until` says nothing
+
     double start = platform::kSimulatedStart; ///< wall clock at launch
-    double until = 10;                        ///< seconds after launch
+    std::optional<double> until;              ///< seconds after launch
     std::map<std::string, std::string> home;  ///< texts of the files in the home directory, by name
     MachineChange machine;                    ///< the readings at launch; may be empty
-    std::vector<ScenarioEvent> events;        ///< in the order in which they happen
+    std::optional<double> visibleHeight = 900; ///< of the main screen; none: there is no screen
+    std::vector<ScenarioEvent> events;         ///< in the order in which they happen
 };
 
 /// Reads a scenario from its JSON text. Throws a ScenarioError, in json_value.h, at the first thing

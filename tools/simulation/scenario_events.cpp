@@ -1,7 +1,7 @@
 #include <fmt/format.h>
 
-#include "simulation/program.h"
 #include "simulation/scenario_parts.h"
+#include "simulation/scripted_program.h"
 
 namespace korvel::simulation {
 
@@ -9,18 +9,18 @@ namespace {
 
 constexpr std::string_view kNotYet = "is not supported yet";
 
-using Act = std::function<void(SimulatedProgram&)>;
+using Act = std::function<void(ScriptedProgram&)>;
 
 /// The reader of an action that takes nothing.
-template <void (SimulatedProgram::*Method)()>
+template <void (ScriptedProgram::*Method)()>
 Act plain(const JsonValue& /*event*/) {
-    return [](SimulatedProgram& program) { (program.*Method)(); };
+    return [](ScriptedProgram& program) { (program.*Method)(); };
 }
 
 Act readQuitProcess(const JsonValue& event) {
     std::int32_t pid = 0;
     read(event.member("pid"), pid);
-    return [pid](SimulatedProgram& program) { program.quitProcess(pid); };
+    return [pid](ScriptedProgram& program) { program.quitProcess(pid); };
 }
 
 /// What a "do" may name. Without a reader: known, and not supported yet.
@@ -31,13 +31,13 @@ struct Action {
 };
 
 constexpr Action kActions[] = {
-    {"togglePopover", plain<&SimulatedProgram::togglePopover>},
-    {"clickOutside", plain<&SimulatedProgram::clickOutside>},
-    {"terminate", plain<&SimulatedProgram::terminate>},
-    {"toggleBreakdown", plain<&SimulatedProgram::toggleBreakdown>},
+    {"togglePopover", plain<&ScriptedProgram::togglePopover>},
+    {"clickOutside", plain<&ScriptedProgram::clickOutside>},
+    {"terminate", plain<&ScriptedProgram::terminate>},
+    {"toggleBreakdown", plain<&ScriptedProgram::toggleBreakdown>},
     {"quitProcess", readQuitProcess, "pid"},
-    {"findSwapHolders", plain<&SimulatedProgram::findSwapHolders>},
-    {"describePopover", plain<&SimulatedProgram::describePopover>},
+    {"findSwapHolders", plain<&ScriptedProgram::findSwapHolders>},
+    {"describePopover", plain<&ScriptedProgram::describePopover>},
     {"previewReclaim", nullptr},
     {"runReclaim", nullptr},
     {"dismissPreview", nullptr},
@@ -74,7 +74,7 @@ Act readAction(const JsonValue& event, const Document& /*document*/) {
 
 Act readSet(const JsonValue& event, const Document& document) {
     const JsonValue value = event.member("set");
-    return [change = readMachine(value, document)](SimulatedProgram& program) {
+    return [change = readMachine(value, document)](ScriptedProgram& program) {
         MachineState machine = program.machine();
         change(machine);
     };

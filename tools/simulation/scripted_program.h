@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "app/app_delegate.h"
+#include "core/metrics.h"
+#include "core/system_tools.h"
+#include "platform/simulated/child_processes.h"
+#include "platform/simulated/services.h"
+#include "simulation/scenario.h"
+
+namespace korvel {
+class ContentView;
+} // namespace korvel
+
+namespace korvel::simulation {
+
+/// Where time passes for a program, and where it shows itself.
+struct Stage {
+    platform::Clock& clock;
+    platform::RunLoop& runLoop;
+    platform::StatusBar& statusBar;
+};
+
+/// The whole program on the machine of one scenario, and what may happen to it. Those who derive
+/// from it say where it runs and let the events happen.
+class ScriptedProgram {
+  public:
+    ScriptedProgram(const ScriptedProgram&) = delete;
+    ScriptedProgram& operator=(const ScriptedProgram&) = delete;
+    virtual ~ScriptedProgram();
+
+    // What a user or the system may do.
+    virtual void togglePopover() = 0;
+    virtual void clickOutside() = 0;
+    virtual void terminate() = 0;
+    /// Tells whoever follows the program what the popover shows, or would show.
+    virtual void describePopover() = 0;
+    void toggleBreakdown();
+    void quitProcess(std::int32_t pid);
+    void findSwapHolders();
+    MachineState machine() { return {simulated_.machine.readings, simulated_.processes, agents_}; }
+
+  protected:
+    /// Makes the machine. The scenario outlives the program, and so does the stage, which is the
+    /// simulated one where none is given.
+    explicit ScriptedProgram(const Scenario& scenario, const Stage* stage = nullptr);
+
+    /// Starts the program on its stage; `makePopover` is called once, within it.
+    void launch(const PopoverFactory& makePopover);
+    /// Ends the program.
+    void end() { delegate_->applicationWillTerminate(); }
+
+    const Scenario& scenario() const { return scenario_; }
+    platform::SimulatedServices& simulated() { return simulated_; }
+    const platform::SimulatedServices& simulated() const { return simulated_; }
+    platform::SimulatedChildProcesses& childProcesses() { return children_; }
+    AppDelegate& delegate() { return *delegate_; }
+    ContentView& view() { return *view_; }
+
+  private:
+    void answerTools();
+
+    const Scenario& scenario_;
+    platform::SimulatedServices simulated_;
+    platform::SimulatedChildProcesses children_;
+    platform::Reading<std::string> agents_;
+    LaunchctlAgents launchctlAgents_{children_};
+    VmmapSwappedMemory vmmapMemory_{children_};
+    platform::Services services_;
+    Metrics metrics_;
+    ContentView* view_ = nullptr; ///< the delegate's
+    std::shared_ptr<AppDelegate> delegate_;
+};
+
+} // namespace korvel::simulation
