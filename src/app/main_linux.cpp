@@ -5,14 +5,13 @@
 #include <utility>
 
 #include <QApplication>
-#include <QFileInfo>
 #include <QThread>
 
 #include "app/app_delegate.h"
+#include "app/main_popover.h"
 #include "core/metrics.h"
 #include "platform/linux/linux_machine.h"
 #include "platform/linux/linux_processes.h"
-#include "platform/linux/own_memory.h"
 #include "platform/linux/process_status.h"
 #include "platform/linux/systemd_agents.h"
 #include "platform/posix/files.h"
@@ -20,11 +19,9 @@
 #include "platform/qt/run_loop.h"
 #include "platform/qt/single_instance.h"
 #include "platform/qt/status_bar.h"
+#include "platform/qt/surroundings.h"
 #include "platform/qt/termination_signals.h"
-#include "platform/qt/window_effects.h"
 #include "platform/services.h"
-#include "ui/content/linux_words.h"
-#include "ui/quick/popover_window.h"
 
 namespace {
 
@@ -65,32 +62,13 @@ void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString& message
     }
 }
 
-/// A desktop's own theme plugin would load its whole toolkit (tens of megabytes) for fonts and
-/// dialogs that this program has no use for.
-void keepThemePluginsOut() {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORMTHEME")) {
-        qputenv("QT_QPA_PLATFORMTHEME", "generic");
-        QGuiApplication::setDesktopSettingsAware(false);
-    }
-}
-
-/// A session without a bus stays one: left to itself, the D-Bus library would start a bus here.
-void startNoBus() {
-    const bool named = !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS");
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (!named && (runtime.isEmpty() || !QFileInfo::exists(runtime + QStringLiteral("/bus")))) {
-        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
-    }
-}
-
 } // namespace
 
 int main(int, char** argv) {
     qInstallMessageHandler(keepQuiet);
     platform::TerminationSignals terminationSignals;
 
-    startNoBus();
-    keepThemePluginsOut();
+    platform::settleSurroundings();
     int argumentCount = 1; // the program has no command line, and Qt is not to find one either
     const QApplication application(argumentCount, argv);
     QApplication::setQuitOnLastWindowClosed(false);
@@ -121,14 +99,7 @@ int main(int, char** argv) {
     platform::installedServices = &services;
 
     const auto delegate =
-        std::make_shared<AppDelegate>(services, Metrics::shared(), [](ContentView& root) {
-            PopoverDesktop desktop{linuxWords, platform::giveMemoryBack,
-                                   platform::desktopBlendsWindows, nullptr};
-            if (platform::desktopKnowsShadows()) {
-                desktop.declareShadow = platform::declareShadow;
-            }
-            return std::make_unique<PopoverWindow>(root, std::move(desktop));
-        });
+        std::make_shared<AppDelegate>(services, Metrics::shared(), makeLinuxPopover);
     running = delegate.get();
     std::atexit(finish);
     terminationSignals.notify([&runLoop] { runLoop.terminate(); });

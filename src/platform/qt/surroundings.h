@@ -1,0 +1,12 @@
+#pragma once
+
+namespace korvel::platform {
+
+/// Settles, before the application object is made, what it takes from the desktop around it.
+///
+/// A desktop's own theme plugin would load its whole toolkit (tens of megabytes) for fonts and
+/// dialogs that this program has no use for: it stays out unless the environment asks for it. A
+/// session without a bus stays one: left to itself, the D-Bus library would start a bus here.
+void settleSurroundings();
+
+} // namespace korvel::platform
