@@ -106,16 +106,18 @@ TEST_F(SimCommand, ACounterThatRunsBackIsFatalAndTheTraceUntilThenIsWhole) {
 }
 
 TEST_F(SimCommand, RunsEverySampleScenarioTheSameWayTwice) {
-    int count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(KORVEL_FIXTURES "/scenarios")) {
-        ++count;
-        const std::string path = entry.path().string();
-        const ChildResult first = run({path}, kOutput);
-        EXPECT_EQ(first.status, 0) << path;
-        EXPECT_EQ(traceLines(first.output).back().what(), "exit") << path;
-        EXPECT_EQ(first.output, run({path}, kOutput).output) << path;
+    for (const char* folder : {KORVEL_FIXTURES "/scenarios", KORVEL_SCENARIOS}) {
+        int count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            ++count;
+            const std::string path = entry.path().string();
+            const ChildResult first = run({path}, kOutput);
+            EXPECT_EQ(first.status, 0) << path;
+            EXPECT_EQ(traceLines(first.output).back().what(), "exit") << path;
+            EXPECT_EQ(first.output, run({path}, kOutput).output) << path;
+        }
+        EXPECT_GE(count, 4) << folder;
     }
-    EXPECT_GE(count, 4);
 }
 
 TEST_F(SimCommand, AFullOutputIsAnError) {

@@ -1,0 +1,111 @@
+#include "demo/pictures.h"
+
+#include <algorithm>
+
+#include <QFile>
+#include <QGuiApplication>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPalette>
+#include <QQuickWindow>
+
+#include "platform/simulated/status_bar.h"
+#include "simulation/program.h"
+#include "ui/content/linux_words.h"
+#include "ui/quick/popover_window.h"
+
+namespace korvel::simulation {
+
+namespace {
+
+constexpr int kScale = 2; ///< pixels of a picture for one of the program's
+constexpr int kScreenWidth = 800;
+constexpr int kWithoutScreen = 800; ///< tall enough for what the popover then grows to
+
+/// The window of the open popover.
+QQuickWindow* shownWindow() {
+    for (QWindow* window : QGuiApplication::topLevelWindows()) {
+        if (auto* quick = qobject_cast<QQuickWindow*>(window); quick && quick->isVisible()) {
+            return quick;
+        }
+    }
+    return nullptr;
+}
+
+/// A window of this display has no alpha channel: what it leaves transparent is worked out from how
+/// it looks on white and on black.
+QImage grabWithAlpha(QQuickWindow& window) {
+    const auto grabOn = [&window](QColor ground) {
+        window.setColor(ground);
+        return window.grabWindow().convertToFormat(QImage::Format_RGB32);
+    };
+    const QImage onWhite = grabOn(Qt::white);
+    QImage picture = grabOn(Qt::black).convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    for (int y = 0; y < picture.height(); ++y) {
+        auto* pixels = reinterpret_cast<QRgb*>(picture.scanLine(y));
+        const auto* light = reinterpret_cast<const QRgb*>(onWhite.constScanLine(y));
+        for (int x = 0; x < picture.width(); ++x) {
+            const int alpha = 255 - (qGreen(light[x]) - qGreen(pixels[x]));
+            pixels[x] = qRgba(qRed(pixels[x]), qGreen(pixels[x]), qBlue(pixels[x]), alpha);
+        }
+    }
+    return picture;
+}
+
+void preferDark(bool dark) {
+    QPalette palette;
+    palette.setColor(QPalette::Window, dark ? Qt::black : Qt::white);
+    QGuiApplication::setPalette(palette);
+    QCoreApplication::processEvents();
+}
+
+bool draw(ContentView& root, bool dark, const QString& file) {
+    preferDark(dark);
+    platform::SimulatedStatusBar bar;
+    const auto item = bar.makeStatusItem();
+    // As where windows blend: with its shadow.
+    PopoverWindow popover(
+        root,
+        PopoverDesktop{linuxWords, {}, [] { return true; }, [](QWindow&, const QMargins&) {}});
+    popover.show(*item);
+    QQuickWindow* window = shownWindow();
+    if (!window) {
+        return false;
+    }
+    return grabWithAlpha(*window).save(file);
+}
+
+} // namespace
+
+PictureScreen::PictureScreen(const Scenario& scenario) {
+    const double height = scenario.visibleHeight.value_or(kWithoutScreen);
+    const QJsonObject screen{{QStringLiteral("name"), QStringLiteral("simulated")},
+                             {QStringLiteral("x"), 0},
+                             {QStringLiteral("y"), 0},
+                             {QStringLiteral("width"), kScale * kScreenWidth},
+                             {QStringLiteral("height"), std::max(1, qRound(kScale * height))},
+                             {QStringLiteral("logicalDpi"), 96}};
+    const QJsonObject configuration{{QStringLiteral("screens"), QJsonArray{screen}}};
+    const QString path = folder_.filePath(QStringLiteral("screen.json"));
+    QFile file(path);
+    valid_ = folder_.isValid() && file.open(QIODevice::WriteOnly) &&
+             file.write(QJsonDocument(configuration).toJson()) > 0;
+    qputenv("QT_QPA_PLATFORM", ("offscreen:configfile=" + path).toUtf8());
+    qputenv("QT_SCALE_FACTOR", QByteArray::number(kScale));
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:"); // a picture does not depend on the desktop
+}
+
+bool takePictures(const Scenario& scenario, const QString& base) {
+    bool written = false;
+    SimulatedProgram program(scenario, [](std::string_view) {});
+    program.atTheEnd = [&](ContentView& root) {
+        written = draw(root, false, base + QStringLiteral("-light.png")) &&
+                  draw(root, true, base + QStringLiteral("-dark.png"));
+    };
+    program.run();
+    return written;
+}
+
+} // namespace korvel::simulation
