@@ -150,8 +150,7 @@ const std::vector<Scene>& scenes() {
          [](Stage& stage) {
              stage.show(strainedReading());
              stage.root.toggleBreakdown();
-         },
-         420},
+         }},
     };
     return all;
 }

@@ -32,11 +32,10 @@ Snapshot strainedReading();
 /// Processes whose names try to break the layout.
 Snapshot hostileReading();
 
-/// A state of the popover worth a picture.
+/// A state of the popover worth a look.
 struct Scene {
     std::string name;
     void (*set)(Stage& stage);
-    double maximumHeight = 2000; ///< logical pixels
 };
 
 const std::vector<Scene>& scenes();
