@@ -1,0 +1,141 @@
+#include "platform/qt/user_defaults.h"
+
+#include <cmath>
+#include <utility>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+namespace korvel::platform {
+
+namespace {
+
+constexpr const char* kInteger = "integer";
+constexpr const char* kDouble = "double";
+constexpr const char* kBool = "bool";
+constexpr const char* kString = "string";
+/// No settings of this program come near.
+constexpr qint64 kLargestFile = 1 << 20;
+
+/// A stored value of that type; undefined where it is of another.
+QJsonValue typed(const QJsonObject& values, const std::string& key, const char* type) {
+    return values.value(QString::fromStdString(key)).toObject().value(QLatin1String(type));
+}
+
+} // namespace
+
+QtUserDefaults::QtUserDefaults(QString file) : file_(std::move(file)) {
+    load();
+}
+
+QString QtUserDefaults::standardFile() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           QStringLiteral("/korvel/defaults.json");
+}
+
+void QtUserDefaults::load() {
+    QFile file(file_);
+    if (!file.exists()) {
+        return;
+    }
+    const bool readable = file.open(QIODevice::ReadOnly) && file.size() <= kLargestFile;
+    const QJsonDocument document =
+        QJsonDocument::fromJson(readable ? file.readAll() : QByteArray());
+    broken_ = !document.isObject();
+    values_ = document.object();
+}
+
+double QtUserDefaults::real(const std::string& key) {
+    const QJsonValue whole = typed(values_, key, kInteger);
+    if (whole.isDouble()) {
+        return static_cast<double>(whole.toInteger());
+    }
+    if (typed(values_, key, kBool).toBool()) {
+        return 1;
+    }
+    if (const QJsonValue text = typed(values_, key, kString); text.isString()) {
+        return static_cast<double>(text.toString().toLongLong());
+    }
+    return typed(values_, key, kDouble).toDouble();
+}
+
+std::int64_t QtUserDefaults::integer(const std::string& key) {
+    const QJsonValue whole = typed(values_, key, kInteger);
+    if (whole.isDouble()) {
+        return whole.toInteger();
+    }
+    constexpr double kBound = 0x1p63;
+    const double number = real(key);
+    return std::abs(number) < kBound ? static_cast<std::int64_t>(number) : 0;
+}
+
+bool QtUserDefaults::boolean(const std::string& key) {
+    const QJsonValue flag = typed(values_, key, kBool);
+    if (flag.isBool()) {
+        return flag.toBool();
+    }
+    return typed(values_, key, kInteger).toInteger() != 0 ||
+           typed(values_, key, kDouble).toDouble() != 0 ||
+           typed(values_, key, kString).toString().toLongLong() != 0;
+}
+
+std::string QtUserDefaults::string(const std::string& key) {
+    return typed(values_, key, kString).toString().toStdString();
+}
+
+bool QtUserDefaults::has(const std::string& key) {
+    return values_.contains(QString::fromStdString(key));
+}
+
+void QtUserDefaults::set(const std::string& key, std::int64_t value) {
+    store(key, kInteger, QJsonValue(static_cast<qint64>(value)));
+}
+
+void QtUserDefaults::set(const std::string& key, double value) {
+    store(key, kDouble, value);
+}
+
+void QtUserDefaults::set(const std::string& key, bool value) {
+    store(key, kBool, value);
+}
+
+void QtUserDefaults::set(const std::string& key, const std::string& value) {
+    store(key, kString, QString::fromStdString(value));
+}
+
+void QtUserDefaults::store(const std::string& key, const char* type, const QJsonValue& value) {
+    const QJsonObject stored{{QLatin1String(type), value}};
+    QJsonValueRef entry = values_[QString::fromStdString(key)];
+    if (entry.toObject() != stored) {
+        entry = stored;
+        save();
+    }
+}
+
+void QtUserDefaults::remove(const std::string& key) {
+    const QString name = QString::fromStdString(key);
+    if (values_.contains(name)) {
+        values_.remove(name);
+        save();
+    }
+}
+
+void QtUserDefaults::save() {
+    QDir().mkpath(QFileInfo(file_).path());
+    if (std::exchange(broken_, false)) {
+        QFile::remove(file_ + QStringLiteral(".broken"));
+        QFile::rename(file_, file_ + QStringLiteral(".broken"));
+    }
+    QSaveFile file(file_);
+    if (file.open(QIODevice::WriteOnly)) {
+        file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+        file.write(QJsonDocument(values_).toJson(QJsonDocument::Compact));
+        file.commit();
+    }
+}
+
+} // namespace korvel::platform

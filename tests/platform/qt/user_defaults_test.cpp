@@ -1,0 +1,141 @@
+#include "platform/qt/user_defaults.h"
+
+#include <cmath>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+namespace korvel::platform {
+namespace {
+
+class SettingsFile : public testing::Test {
+  protected:
+    QtUserDefaults open() const { return QtUserDefaults(path_); }
+    void write(const QByteArray& bytes) const {
+        QDir().mkpath(folder_.filePath("below"));
+        QFile file(path_);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+    QByteArray read(const QString& suffix = QString()) const {
+        QFile file(path_ + suffix);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("none");
+    }
+
+    QTemporaryDir folder_;
+    QString path_ = folder_.filePath("below/defaults.json");
+};
+
+TEST_F(SettingsFile, EveryValueComesBackWithItsType) {
+    {
+        QtUserDefaults defaults = open();
+        defaults.set("whole", std::int64_t{-9007199254740993});
+        defaults.set("zero", std::int64_t{0});
+        defaults.set("real", 1700000000.1234567);
+        defaults.set("round", 5.0);
+        defaults.set("flag", true);
+        defaults.set("text", std::string("§ \"quoted\"\n"));
+    }
+    QtUserDefaults defaults = open();
+    EXPECT_EQ(defaults.integer("whole"), -9007199254740993);
+    EXPECT_EQ(defaults.real("real"), 1700000000.1234567);
+    EXPECT_TRUE(defaults.boolean("flag"));
+    EXPECT_EQ(defaults.string("text"), "§ \"quoted\"\n");
+    EXPECT_TRUE(defaults.has("zero"));
+    const QByteArray file = read();
+    EXPECT_TRUE(file.contains(R"("round":{"double":5)")) << file.constData();
+    EXPECT_TRUE(file.contains(R"("zero":{"integer":0})")) << file.constData();
+}
+
+TEST_F(SettingsFile, AbsentValuesAreNothing) {
+    QtUserDefaults defaults = open();
+    EXPECT_EQ(defaults.integer("a"), 0);
+    EXPECT_EQ(defaults.real("a"), 0);
+    EXPECT_FALSE(defaults.boolean("a"));
+    EXPECT_EQ(defaults.string("a"), "");
+    EXPECT_FALSE(defaults.has("a"));
+    EXPECT_EQ(read(), "none") << "reading writes nothing";
+}
+
+TEST_F(SettingsFile, ARemovedValueStaysAway) {
+    QtUserDefaults defaults = open();
+    defaults.set("a", true);
+    defaults.remove("a");
+    defaults.remove("never there");
+    EXPECT_FALSE(open().has("a"));
+}
+
+TEST_F(SettingsFile, AnotherTypeIsReadAsFarAsItMeansSomething) {
+    QtUserDefaults defaults = open();
+    defaults.set("text", std::string("50"));
+    defaults.set("word", std::string("many"));
+    defaults.set("flag", true);
+    defaults.set("real", 50.9);
+    defaults.set("large", 1e300);
+    defaults.set("negative", -3.5);
+    EXPECT_EQ(defaults.integer("text"), 50);
+    EXPECT_EQ(defaults.real("text"), 50);
+    EXPECT_EQ(defaults.integer("word"), 0);
+    EXPECT_EQ(defaults.integer("flag"), 1);
+    EXPECT_EQ(defaults.real("flag"), 1);
+    EXPECT_EQ(defaults.integer("real"), 50);
+    EXPECT_EQ(defaults.integer("large"), 0);
+    EXPECT_EQ(defaults.integer("negative"), -3);
+    EXPECT_TRUE(defaults.boolean("real"));
+    EXPECT_EQ(defaults.string("real"), "");
+}
+
+TEST_F(SettingsFile, WhatIsNoNumberIsAbsentAfterARestart) {
+    open().set("a", std::numeric_limits<double>::quiet_NaN());
+    EXPECT_EQ(open().real("a"), 0);
+}
+
+class DamagedFile : public SettingsFile, public testing::WithParamInterface<const char*> {};
+
+TEST_P(DamagedFile, IsKeptAsideWhenTheFirstValueIsStored) {
+    const QByteArray bytes(GetParam());
+    write(bytes);
+    QtUserDefaults defaults = open();
+    EXPECT_EQ(defaults.integer("a"), 0);
+    EXPECT_EQ(read(), bytes) << "reading changes nothing";
+    defaults.set("a", std::int64_t{3});
+    EXPECT_EQ(read(".broken"), bytes);
+    EXPECT_EQ(open().integer("a"), 3);
+}
+
+INSTANTIATE_TEST_SUITE_P(Contents, DamagedFile,
+                         testing::Values("", "{", "[1,2]", "\xff\xfe", "{\"a\":{\"integer\":7}"));
+
+TEST_F(SettingsFile, EntriesOfAnotherShapeAreNothing) {
+    write(R"({"a":5,"b":{"integer":"5"},"c":{"double":null},"d":{"unknown":1},"e":null})");
+    QtUserDefaults defaults = open();
+    for (const char* key : {"a", "b", "c", "d", "e"}) {
+        EXPECT_EQ(defaults.integer(key), 0) << key;
+        EXPECT_FALSE(defaults.boolean(key)) << key;
+    }
+}
+
+TEST_F(SettingsFile, AnEqualValueIsNotWrittenAgain) {
+    QtUserDefaults defaults = open();
+    defaults.set("a", std::int64_t{3});
+    ASSERT_TRUE(QFile::remove(path_));
+    defaults.set("a", std::int64_t{3});
+    EXPECT_EQ(read(), "none");
+    defaults.set("a", 3.0);
+    EXPECT_NE(read(), "none") << "of another type it is another value";
+}
+
+TEST_F(SettingsFile, AFolderThatCannotBeMadeKeepsTheValuesForThisRun) {
+    QFile inTheWay(folder_.filePath("below"));
+    ASSERT_TRUE(inTheWay.open(QIODevice::WriteOnly));
+    QtUserDefaults defaults = open();
+    defaults.set("a", std::int64_t{3});
+    EXPECT_EQ(defaults.integer("a"), 3);
+}
+
+} // namespace
+} // namespace korvel::platform
