@@ -4,7 +4,9 @@
 
 #include "app/status_title.h"
 #include "core/metrics.h"
+#include "model/awake.h"
 #include "model/model.h"
+#include "platform/notifications.h"
 #include "ui/content/content_view.h"
 
 namespace korvel {
@@ -19,9 +21,9 @@ constexpr double kSecondRefreshDelay =
 } // namespace
 
 AppDelegate::AppDelegate(const platform::Services& services, Metrics& metrics,
-                         PopoverFactory makePopover)
+                         std::shared_ptr<Awake> awake, PopoverFactory makePopover)
     : services_(services), makePopover_(std::move(makePopover)),
-      model_(std::make_shared<Model>(metrics, services)) {}
+      model_(std::make_shared<Model>(metrics, services)), awake_(std::move(awake)) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -46,7 +48,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 
     statusItem_ = services_.statusBar.makeStatusItem();
     statusItem_->setAction(weakly(&AppDelegate::togglePopover));
-    contentView_ = std::make_unique<ContentView>(model_, services_.processes);
+    contentView_ = std::make_unique<ContentView>(model_, awake_, services_);
     popover_ = makePopover_(*contentView_);
     model_->onUpdate = weakly(&AppDelegate::updateTitle);
     model_->refresh();
@@ -54,11 +56,15 @@ void AppDelegate::applicationDidFinishLaunching() {
     timer_ = services_.runLoop.every(kRefreshInterval, weaklyRefresh);
     saveTimer_ = services_.runLoop.every(kSaveInterval, weaklySave);
     updateTitle();
+    services_.notifications.requestAuthorisation();
     services_.statusBar.setMainMenu(mainMenu());
+    awake_->onChange = weakly(&AppDelegate::updateTitle);
+    awake_->restore();
 }
 
 void AppDelegate::applicationWillTerminate() {
     model_->saveHistory();
+    awake_->releaseOnQuit();
 }
 
 void AppDelegate::togglePopover() {
@@ -85,14 +91,15 @@ void AppDelegate::openPopover() {
 }
 
 void AppDelegate::updateTitle() {
-    constexpr bool kAwake = false;
-    statusItem_->setTitle(statusTitle(model_->snap->score, kAwake));
-    statusItem_->setToolTip(statusToolTip(*model_->snap, kAwake));
+    statusItem_->setTitle(statusTitle(model_->snap->score, *awake_->on));
+    statusItem_->setToolTip(statusToolTip(*model_->snap, *awake_->on));
 }
 
 platform::MainMenu AppDelegate::mainMenu() {
     platform::RunLoop& runLoop = services_.runLoop;
-    return {{{"", {{"Quit Korvel", [&runLoop] { runLoop.terminate(); }, "q"}}}}};
+    return {{{"", {{"Quit Korvel", [&runLoop] { runLoop.terminate(); }, "q"}}},
+             {"Edit",
+              {{"Cut", {}, "x"}, {"Copy", {}, "c"}, {"Paste", {}, "v"}, {"Select All", {}, "a"}}}}};
 }
 
 } // namespace korvel

@@ -9,6 +9,7 @@
 
 namespace korvel {
 
+class Awake;
 class ContentView;
 class Metrics;
 class Model;
@@ -20,9 +21,10 @@ using PopoverFactory = std::function<std::unique_ptr<platform::Popover>(ContentV
 /// is. Lives on the main thread, held by main; every callback that it hands out holds it weakly.
 class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   public:
-    /// Makes the model, and so loads the history. `services` and `metrics` (the program's own is
-    /// `Metrics::shared()`) outlive the delegate.
-    AppDelegate(const platform::Services& services, Metrics& metrics, PopoverFactory makePopover);
+    /// Makes the model, and so loads the history. `services` and `metrics` outlive the delegate.
+    /// The program's own are `Metrics::shared()` and `Awake::shared()`.
+    AppDelegate(const platform::Services& services, Metrics& metrics, std::shared_ptr<Awake> awake,
+                PopoverFactory makePopover);
     ~AppDelegate();
 
     void applicationDidFinishLaunching();
@@ -44,6 +46,7 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
     platform::Services services_;
     PopoverFactory makePopover_;
     std::shared_ptr<Model> model_;
+    std::shared_ptr<Awake> awake_;
     std::unique_ptr<ContentView> contentView_;
     std::unique_ptr<platform::StatusItem> statusItem_;
     std::unique_ptr<platform::Popover> popover_;

@@ -10,10 +10,14 @@
 #include "app/app_delegate.h"
 #include "app/main_popover.h"
 #include "core/metrics.h"
+#include "model/awake.h"
+#include "platform/linux/desktop_notifications.h"
+#include "platform/linux/desktop_power.h"
 #include "platform/linux/linux_machine.h"
 #include "platform/linux/linux_processes.h"
 #include "platform/linux/process_status.h"
 #include "platform/linux/systemd_agents.h"
+#include "platform/posix/child_processes.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
 #include "platform/qt/run_loop.h"
@@ -21,7 +25,9 @@
 #include "platform/qt/status_bar.h"
 #include "platform/qt/surroundings.h"
 #include "platform/qt/termination_signals.h"
+#include "platform/qt/user_defaults.h"
 #include "platform/services.h"
+#include "ui/content/linux_words.h"
 
 namespace {
 
@@ -94,12 +100,17 @@ int main(int, char** argv) {
     platform::SystemdAgents agents;
     platform::QtRunLoop runLoop;
     platform::QtStatusBar statusBar;
-    const platform::Services services{machine, processes, swappedMemory, agents,
-                                      clock,   runLoop,   files,         statusBar};
+    platform::PosixChildProcesses childProcesses;
+    platform::QtUserDefaults defaults;
+    platform::DesktopPower power;
+    platform::DesktopNotifications notifications(linuxWords);
+    const platform::Services services{machine,        processes, swappedMemory, agents,
+                                      childProcesses, clock,     runLoop,       files,
+                                      statusBar,      defaults,  power,         notifications};
     platform::installedServices = &services;
 
-    const auto delegate =
-        std::make_shared<AppDelegate>(services, Metrics::shared(), makeLinuxPopover);
+    const auto delegate = std::make_shared<AppDelegate>(services, Metrics::shared(),
+                                                        Awake::shared(), makeLinuxPopover);
     running = delegate.get();
     std::atexit(finish);
     terminationSignals.notify([&runLoop] { runLoop.terminate(); });

@@ -30,6 +30,7 @@ Metrics::Metrics(platform::Machine& machine, platform::Processes& processes,
     : machine_(machine), processes_(processes), agents_(agents), clock_(clock) {}
 
 Snapshot Metrics::snapshot() {
+    const std::lock_guard lock(mutex_);
     Snapshot s;
     readMemory(s);
     readCpu(s);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,8 +20,8 @@ class SwappedMemory;
 namespace korvel {
 
 /// The sampler: takes every reading of the machine and scores it. It remembers the counters of its
-/// previous reading, because a share of processor time and a rate of swapping need two. It takes
-/// no lock of its own: snapshots are taken one at a time.
+/// previous reading, because a share of processor time and a rate of swapping need two. A snapshot
+/// may be taken on any thread; one that meets another waits for it.
 class Metrics {
   public:
     /// A process at or above this footprint is a runaway.
@@ -69,6 +70,8 @@ class Metrics {
     platform::Processes& processes_;
     platform::Agents& agents_;
     platform::Clock& clock_;
+
+    std::mutex mutex_; ///< guards the services' own memory as well as what follows
 
     std::optional<platform::CpuTicks> lastCPULoad_;
     std::uint64_t lastSwapouts_ = 0;

@@ -2,6 +2,8 @@
 
 #include <random>
 
+#include <fmt/format.h>
+
 namespace korvel {
 
 namespace {
@@ -26,6 +28,18 @@ Uuid Uuid::random() {
     constexpr std::uint64_t kVariantMask = std::uint64_t{3} << 62;
     constexpr std::uint64_t kVariant = std::uint64_t{2} << 62;
     return {{(engine() & ~kVersionMask) | kVersion4, (engine() & ~kVariantMask) | kVariant}};
+}
+
+std::string Uuid::text() const {
+    const std::string digits = fmt::format("{:016X}{:016X}", words[0], words[1]);
+    std::string text;
+    for (std::size_t i = 0; i < digits.size(); ++i) {
+        if (i == 8 || i == 12 || i == 16 || i == 20) {
+            text += '-';
+        }
+        text += digits[i];
+    }
+    return text;
 }
 
 } // namespace korvel

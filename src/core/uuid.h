@@ -3,6 +3,7 @@
 #include <array>
 #include <compare>
 #include <cstdint>
+#include <string>
 
 namespace korvel {
 
@@ -12,6 +13,9 @@ struct Uuid {
 
     /// A fresh random one (version 4). Good for identities, not for secrets.
     static Uuid random();
+
+    /// The standard text, 36 characters, upper case.
+    std::string text() const;
 
     auto operator<=>(const Uuid&) const = default;
 };

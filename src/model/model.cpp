@@ -11,8 +11,10 @@ namespace korvel {
 Model::Model(Metrics& metrics, const platform::Services& services)
     : metrics_(metrics), runLoop_(services.runLoop), clock_(services.clock), files_(services.files),
       processes_(services.processes), swappedMemory_(services.swappedMemory),
+      childProcesses_(services.childProcesses),
       historyFile_(services.files.homeDirectory() + "/.korvel-history.json"),
-      launchedAt_(services.clock.now()) {
+      reclaimScript_(services.files.homeDirectory() + "/reclaim.sh"),
+      notifications_(services.clock, services.defaults, services.notifications) {
     loadHistory();
 }
 
@@ -30,6 +32,7 @@ void Model::publish(const Snapshot& s) {
             points.erase(points.begin(), points.begin() + excess);
         }
     });
+    notifications_.maybeNotify(s);
     if (onUpdate) {
         onUpdate();
     }

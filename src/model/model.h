@@ -9,8 +9,10 @@
 #include "core/metrics.h"
 #include "model/history_store.h"
 #include "model/observable.h"
+#include "model/score_notifications.h"
 
 namespace korvel::platform {
+class ChildProcesses;
 class Files;
 class Processes;
 class RunLoop;
@@ -60,9 +62,21 @@ class Model : public ObservableObject, public std::enable_shared_from_this<Model
     /// itself. A process that is gone or may not be ended is no error.
     void quit(const ProcInfo& process);
 
+    /// Asks the user's script, in the background, what it could clear; does nothing while it is
+    /// being asked.
+    void previewReclaim();
+
+    /// Has the user's script clear it, in the background, and measures what that gained; does
+    /// nothing while it runs.
+    void runReclaim();
+
+    /// Puts a preview away unused.
+    void dismissReclaimPreview();
+
   private:
     void loadHistory();
     void publish(const Snapshot& s);
+    void clearReclaimTexts();
 
     Metrics& metrics_;
     platform::RunLoop& runLoop_;
@@ -70,8 +84,10 @@ class Model : public ObservableObject, public std::enable_shared_from_this<Model
     platform::Files& files_;
     platform::Processes& processes_;
     platform::SwappedMemory& swappedMemory_;
+    platform::ChildProcesses& childProcesses_;
     std::string historyFile_;
-    platform::Date launchedAt_;
+    std::string reclaimScript_;
+    ScoreNotifications notifications_;
 };
 
 } // namespace korvel

@@ -25,6 +25,9 @@ class RunLoop {
     /// Runs `work` once on the main thread, `seconds` from now.
     virtual void after(double seconds, Work work) = 0;
 
+    /// The same, unless the returned timer is destroyed first.
+    [[nodiscard]] virtual std::unique_ptr<Timer> once(double seconds, Work work) = 0;
+
     /// Runs `work` on the main thread every `seconds`, first after one interval, until the returned
     /// timer is destroyed. Times missed while the machine slept are not made up for.
     [[nodiscard]] virtual std::unique_ptr<Timer> every(double seconds, Work work) = 0;

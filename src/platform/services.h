@@ -3,13 +3,17 @@
 namespace korvel::platform {
 
 class Agents;
+class ChildProcesses;
 class Clock;
 class Files;
 class Machine;
+class Notifications;
+class PowerAssertions;
 class Processes;
 class RunLoop;
 class StatusBar;
 class SwappedMemory;
+class UserDefaults;
 
 /// All that the program reaches the system through. Made once in main, or by a test, and handed
 /// down by constructor; a class keeps references to the services it uses, not to this struct. The
@@ -19,10 +23,14 @@ struct Services {
     Processes& processes;
     SwappedMemory& swappedMemory;
     Agents& agents;
+    ChildProcesses& childProcesses;
     Clock& clock;
     RunLoop& runLoop;
     Files& files;
     StatusBar& statusBar;
+    UserDefaults& defaults;
+    PowerAssertions& power;
+    Notifications& notifications;
 };
 
 /// The set that the program's shared instances are built on; null until main, or a test, sets it.

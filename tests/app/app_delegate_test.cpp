@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "core/metrics.h"
+#include "model/awake.h"
 #include "model/model.h"
 #include "platform/simulated/services.h"
 #include "ui/content/content_view.h"
@@ -30,8 +31,8 @@ class AppDelegateTest : public testing::Test {
     AppDelegateTest() { simulated.logTo(log); }
 
     void make() {
-        delegate =
-            std::make_shared<AppDelegate>(simulated.services(), metrics, [this](ContentView& root) {
+        delegate = std::make_shared<AppDelegate>(
+            simulated.services(), metrics, awake, [this](ContentView& root) {
                 model = root.model().shared_from_this();
                 auto made = std::make_unique<SimulatedPopover>(nullptr, &log);
                 popover = made.get();
@@ -44,18 +45,21 @@ class AppDelegateTest : public testing::Test {
         delegate->applicationDidFinishLaunching();
     }
 
-    /// What was called since the last look, without the readings of a sample after its first.
+    /// What was called since the last look, without the readings of a sample after its first, and
+    /// without the questions that change nothing.
     CallLog calls() {
-        static const CallLog kRestOfASample = {"processorCount",      "vmStatistics", "pageSize",
-                                               "memoryPressureLevel", "cpuTicks",     "swapUsage",
-                                               "dataVolume",          "loadAverages", "bootTime",
-                                               "listAllPids",         "thermalState"};
+        static const CallLog kNotOfInterest = {
+            "processorCount",      "vmStatistics", "pageSize",
+            "memoryPressureLevel", "cpuTicks",     "swapUsage",
+            "dataVolume",          "loadAverages", "bootTime",
+            "listAllPids",         "thermalState", "now",
+            "homeDirectory",       "async",        "currentProcessIdentifier"};
         CallLog seen = std::exchange(log, {});
         seen.erase(std::remove_if(seen.begin(), seen.end(),
                                   [](const std::string& call) {
                                       return call.starts_with("isLoaded ") ||
-                                             std::count(kRestOfASample.begin(),
-                                                        kRestOfASample.end(), call) != 0;
+                                             std::count(kNotOfInterest.begin(),
+                                                        kNotOfInterest.end(), call) != 0;
                                   }),
                    seen.end());
         return seen;
@@ -67,6 +71,7 @@ class AppDelegateTest : public testing::Test {
     CallLog log;
     platform::SimulatedServices simulated;
     Metrics metrics{simulated.machine, simulated.processes, simulated.agents, simulated.clock};
+    std::shared_ptr<Awake> awake = std::make_shared<Awake>(simulated.services());
     std::shared_ptr<Model> model;
     SimulatedPopover* popover = nullptr;
     std::shared_ptr<AppDelegate> delegate;
@@ -79,9 +84,54 @@ TEST_F(AppDelegateTest, LoadsTheHistoryBeforeTheLaunch) {
 
 TEST_F(AppDelegateTest, LaunchesInItsOrder) {
     launch();
-    EXPECT_THAT(calls(),
-                ElementsAre("read " + historyFile(), "makeStatusItem", "makePopover", kSample,
-                            "after 1", "every 5", "every 120", "setTitle \u25cf 0", "setMainMenu"));
+    EXPECT_THAT(calls(), ElementsAre("read " + historyFile(), "makeStatusItem", "makePopover",
+                                     kSample, "after 1", "every 5", "every 120",
+                                     "setTitle \u25cf 0", "requestAuthorisation", "setMainMenu"));
+}
+
+TEST_F(AppDelegateTest, KeepAwakeIsTakenUpLastAndShowsInTheTitle) {
+    simulated.defaults.values["awakeOn"] = true;
+    launch();
+    const CallLog seen = calls();
+    ASSERT_GE(seen.size(), 4U);
+    EXPECT_THAT(CallLog(seen.end() - 4, seen.end()),
+                ElementsAre("setMainMenu", "create NoDisplaySleepAssertion Korvel keep awake",
+                            "create NoIdleSleepAssertion Korvel keep awake",
+                            "setTitle \u25cf \u2615 0"));
+}
+
+TEST_F(AppDelegateTest, KeepAwakeThatIsWornOutIsForgottenWithoutANewTitle) {
+    simulated.defaults.values["awakeOn"] = true;
+    simulated.defaults.values["awakeUntil"] = simulated.clock.now() + 20;
+    launch();
+    EXPECT_EQ(simulated.statusBar.titles.size(), 1U);
+    EXPECT_FALSE(simulated.defaults.boolean("awakeOn"));
+}
+
+TEST_F(AppDelegateTest, EverySwitchOfKeepAwakeMakesANewTitle) {
+    launch();
+    simulated.runLoop.advance(0);
+    awake->enable(30);
+    EXPECT_EQ(lastTitle(), "\u25cf \u2615 100");
+    awake->disable();
+    EXPECT_EQ(lastTitle(), "\u25cf 100");
+}
+
+TEST_F(AppDelegateTest, KeepAwakeOutlivesTheDelegateWithoutATitle) {
+    launch();
+    delegate.reset();
+    awake->enable(std::nullopt);
+    EXPECT_TRUE(*awake->on);
+}
+
+TEST_F(AppDelegateTest, SavesTheHistoryThenLetsTheMachineSleepAndRemembersTheWish) {
+    launch();
+    awake->enable(std::nullopt);
+    calls();
+    delegate->applicationWillTerminate();
+    EXPECT_THAT(calls(), ElementsAre("write " + historyFile(), "release NoDisplaySleepAssertion",
+                                     "release NoIdleSleepAssertion"));
+    EXPECT_TRUE(simulated.defaults.boolean("awakeOn"));
 }
 
 TEST_F(AppDelegateTest, PublishesTheLaunchSampleOnlyAfterTheLaunch) {
@@ -221,8 +271,9 @@ TEST_F(AppDelegateTest, TwoProgramsInOneProcessHaveTheirOwnSamplers) {
     platform::SimulatedServices other;
     Metrics otherMetrics(other.machine, other.processes, other.agents, other.clock);
     std::shared_ptr<Model> otherModel;
-    const auto second =
-        std::make_shared<AppDelegate>(other.services(), otherMetrics, [&](ContentView& root) {
+    const auto second = std::make_shared<AppDelegate>(
+        other.services(), otherMetrics, std::make_shared<Awake>(other.services()),
+        [&](ContentView& root) {
             otherModel = root.model().shared_from_this();
             return std::make_unique<SimulatedPopover>();
         });

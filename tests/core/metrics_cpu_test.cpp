@@ -4,21 +4,18 @@
 #include <gtest/gtest.h>
 
 #include "core/metrics.h"
-#include "support/fake_system.h"
+#include "support/simulated_sampler.h"
 
 // The share of processor time, which needs two readings.
 namespace korvel {
 namespace {
 
 using platform::CpuTicks;
-using test::FakeSystem;
 
-struct Sampler : FakeSystem {
-    Metrics metrics{machine, processes, agents, clock};
-
+struct Sampler : test::SimulatedSampler {
     double cpuPct(std::optional<CpuTicks> ticks) {
-        machine.ticks = ticks;
-        clock.time += 5;
+        readings.cpuTicks.set(ticks);
+        clock.turn(5);
         return metrics.snapshot().cpuPct;
     }
 };

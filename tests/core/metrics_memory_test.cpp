@@ -1,29 +1,27 @@
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
 #include <gtest/gtest.h>
 
 #include "core/metrics.h"
-#include "support/fake_system.h"
+#include "support/simulated_sampler.h"
 
 // Memory, its pressure, and whether the machine is swapping now.
 namespace korvel {
 namespace {
 
 using platform::VmStatistics;
-using test::FakeSystem;
 
-struct Sampler : FakeSystem {
-    Metrics metrics{machine, processes, agents, clock};
-};
+using Sampler = test::SimulatedSampler;
 
 /// Pages of 16,384 bytes in one GiB.
 constexpr std::uint32_t kGiBPages = 65536;
 
 TEST(Memory, TotalAndCoresComeFromTheMachine) {
     Sampler sampler;
-    sampler.machine.memory = std::uint64_t{24} << 30;
-    sampler.machine.processors = 12;
+    sampler.readings.physicalMemory = std::uint64_t{24} << 30;
+    sampler.readings.processorCount = 12;
     const Snapshot s = sampler.metrics.snapshot();
     EXPECT_EQ(s.memTotalGB, 24);
     EXPECT_EQ(s.cores, 12);
@@ -35,7 +33,7 @@ TEST(Memory, EachCountHasItsPlace) {
     vm.wire_count = 2 * kGiBPages;
     vm.compressor_page_count = 4 * kGiBPages;
     Sampler sampler;
-    sampler.machine.vm = vm;
+    sampler.readings.vm.set(vm);
     Snapshot s = sampler.metrics.snapshot();
     EXPECT_EQ(s.memUsedGB, 7);
     EXPECT_EQ(s.compressedGB, 4);
@@ -47,7 +45,7 @@ TEST(Memory, EachCountHasItsPlace) {
     vm.inactive_count = 2 * kGiBPages;
     vm.speculative_count = 4 * kGiBPages;
     vm.purgeable_count = 8 * kGiBPages;
-    sampler.machine.vm = vm;
+    sampler.readings.vm.set(vm);
     s = sampler.metrics.snapshot();
     EXPECT_EQ(s.memUsedGB, 0);
     EXPECT_EQ(s.compressedGB, 0);
@@ -59,16 +57,16 @@ TEST(Memory, PagesAreOfTheMachinesSize) {
     VmStatistics vm;
     vm.active_count = kGiBPages;
     Sampler sampler;
-    sampler.machine.vm = vm;
-    sampler.machine.page = 4096;
+    sampler.readings.vm.set(vm);
+    sampler.readings.pageSize = 4096;
     EXPECT_EQ(sampler.metrics.snapshot().memUsedGB, 0.25);
 }
 
 TEST(Memory, SumsDoNotWrapAtThirtyTwoBits) {
     constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max();
     Sampler sampler;
-    sampler.machine.page = 4096;
-    sampler.machine.vm = VmStatistics{kMost, kMost, kMost, kMost, kMost, kMost, kMost, 0};
+    sampler.readings.pageSize = 4096;
+    sampler.readings.vm.set(VmStatistics{kMost, kMost, kMost, kMost, kMost, kMost, kMost, 0});
     const Snapshot s = sampler.metrics.snapshot();
     EXPECT_EQ(s.memUsedGB, 3.0 * kMost * 4096 * 0x1p-30);
     EXPECT_EQ(s.memAvailableGB, 4.0 * kMost * 4096 * 0x1p-30);
@@ -78,26 +76,26 @@ TEST(Memory, ShareIsAtMostOneHundred) {
     VmStatistics vm;
     vm.active_count = 20 * kGiBPages;
     Sampler sampler;
-    sampler.machine.vm = vm;
+    sampler.readings.vm.set(vm);
     EXPECT_EQ(sampler.metrics.snapshot().memPct, 100);
     vm.active_count = 16 * kGiBPages;
-    sampler.machine.vm = vm;
+    sampler.readings.vm.set(vm);
     EXPECT_EQ(sampler.metrics.snapshot().memPct, 100);
     vm.active_count = 16 * kGiBPages - 1;
-    sampler.machine.vm = vm;
+    sampler.readings.vm.set(vm);
     EXPECT_LT(sampler.metrics.snapshot().memPct, 100);
 }
 
 TEST(Memory, ShareOfNoMemoryIsZero) {
     Sampler sampler;
-    sampler.machine.memory = 0;
+    sampler.readings.physicalMemory = 0;
     EXPECT_EQ(sampler.metrics.snapshot().memPct, 0);
 }
 
 TEST(Memory, WithoutStatisticsThePressureIsNotAskedFor) {
     Sampler sampler;
-    sampler.machine.vm.reset();
-    sampler.machine.pressure = 4;
+    sampler.readings.vm.fails = true;
+    sampler.readings.pressureLevel.set(4);
     const Snapshot s = sampler.metrics.snapshot();
     EXPECT_EQ(s.memUsedGB, 0);
     EXPECT_EQ(s.compressedGB, 0);
@@ -119,7 +117,7 @@ TEST(MemoryPressure, EveryLevelButTwoAndFourIsNormal) {
         {8, MemPressure::normal}, {-2, MemPressure::normal}, {std::nullopt, MemPressure::normal}};
     for (const auto& row : cases) {
         Sampler sampler;
-        sampler.machine.pressure = row.level;
+        sampler.readings.pressureLevel.set(row.level);
         EXPECT_EQ(sampler.metrics.snapshot().memPressure, row.pressure) << row.level.value_or(-99);
     }
 }
@@ -127,21 +125,21 @@ TEST(MemoryPressure, EveryLevelButTwoAndFourIsNormal) {
 /// A sampler that has taken its first snapshot, with the swap-out counter at `start`.
 struct Swapping : Sampler {
     explicit Swapping(std::uint64_t start = 1000) {
-        machine.vm->swapouts = start;
+        readings.vm->swapouts = start;
         metrics.snapshot();
     }
 
     /// Whether it is swapping `seconds` later, with the counter at `count`.
     bool after(double seconds, std::uint64_t count) {
-        clock.time += seconds;
-        machine.vm->swapouts = count;
+        clock.turn(seconds);
+        readings.vm->swapouts = count;
         return metrics.snapshot().swappingNow;
     }
 };
 
 TEST(SwappingNow, FirstCheckOnlySetsTheBaseline) {
     Sampler sampler;
-    sampler.machine.vm->swapouts = 1000000000;
+    sampler.readings.vm->swapouts = 1000000000;
     EXPECT_FALSE(sampler.metrics.snapshot().swappingNow);
 }
 
@@ -183,16 +181,16 @@ TEST(SwappingNow, ClockSetBackSetsTheBaseline) {
 
 TEST(SwappingNow, FailedStatisticsKeepTheBaseline) {
     Swapping sampler;
-    sampler.clock.time += 5;
-    sampler.machine.vm.reset();
+    sampler.clock.turn(5);
+    sampler.readings.vm.fails = true;
     EXPECT_FALSE(sampler.metrics.snapshot().swappingNow);
-    sampler.machine.vm = VmStatistics();
+    sampler.readings.vm.set(VmStatistics());
     // 10 s and 1501 pages since the last check that counted.
     EXPECT_TRUE(sampler.after(5, 1000 + 1501));
-    sampler.clock.time += 5;
-    sampler.machine.vm.reset();
+    sampler.clock.turn(5);
+    sampler.readings.vm.fails = true;
     sampler.metrics.snapshot();
-    sampler.machine.vm = VmStatistics();
+    sampler.readings.vm.set(VmStatistics());
     EXPECT_FALSE(sampler.after(5, 2501 + 1500));
 }
 

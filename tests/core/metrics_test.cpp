@@ -6,26 +6,23 @@
 #include <gtest/gtest.h>
 
 #include "platform/services.h"
-#include "platform/status_bar.h"
-#include "support/fake_system.h"
+#include "platform/simulated/services.h"
+#include "support/simulated_sampler.h"
 
 // The order of the readings, and those that stand by themselves: disk, swap space, load, uptime,
 // processes, the watchdog, the thermal state. Memory and processors have files of their own.
 namespace korvel {
 namespace {
 
+using platform::CallLog;
 using platform::SwapUsage;
 using platform::VolumeStatistics;
-using test::CallLog;
-using test::FakeSystem;
 
-struct Sampler : FakeSystem {
-    Metrics metrics{machine, processes, agents, clock};
-};
+using Sampler = test::SimulatedSampler;
 
 TEST(Snapshotting, TakesTheReadingsInTheirOrder) {
     Sampler sampler;
-    sampler.processes.add(77, "builder", 2);
+    sampler.addProcess(77, "builder", 2);
     sampler.metrics.snapshot();
     EXPECT_EQ(sampler.log,
               (CallLog{"physicalMemory", "processorCount", "vmStatistics", "pageSize",
@@ -38,14 +35,14 @@ TEST(Snapshotting, TakesEveryReadingEveryTime) {
     Sampler sampler;
     sampler.metrics.snapshot();
     const CallLog first = std::exchange(sampler.log, {});
-    sampler.clock.time += 5;
+    sampler.clock.turn(5);
     sampler.metrics.snapshot();
     EXPECT_EQ(sampler.log, first);
 }
 
 TEST(Snapshotting, HealthyMachineScoresOneHundredAtFirst) {
     Sampler sampler;
-    sampler.machine.load = {0, 0, 0};
+    sampler.readings.load.value = {0, 0, 0};
     const Snapshot s = sampler.metrics.snapshot();
     EXPECT_EQ(s.score, 100);
     EXPECT_EQ(s.verdict, "Excellent");
@@ -55,15 +52,15 @@ TEST(Snapshotting, HealthyMachineScoresOneHundredAtFirst) {
 
 TEST(Snapshotting, MachineThatAnswersNothingStillScores) {
     Sampler sampler;
-    sampler.machine.memory = 0;
-    sampler.machine.vm.reset();
-    sampler.machine.ticks.reset();
-    sampler.machine.pressure.reset();
-    sampler.machine.swap.reset();
-    sampler.machine.volume.reset();
-    sampler.machine.load = {0, 0, 0};
-    sampler.machine.boot.reset();
-    sampler.machine.processors = 1;
+    sampler.readings.physicalMemory = 0;
+    sampler.readings.vm.fails = true;
+    sampler.readings.cpuTicks.fails = true;
+    sampler.readings.pressureLevel.fails = true;
+    sampler.readings.swap.fails = true;
+    sampler.readings.volume.fails = true;
+    sampler.readings.load.value = {0, 0, 0};
+    sampler.readings.bootTime.fails = true;
+    sampler.readings.processorCount = 1;
     const Snapshot s = sampler.metrics.snapshot();
     EXPECT_EQ(s.score, 76);
     EXPECT_EQ(s.alerts, std::vector<std::string>{"Disk critical: only 0GB left"});
@@ -74,7 +71,7 @@ TEST(Snapshotting, MachineThatAnswersNothingStillScores) {
 TEST(Disk, FreeSpaceIsWhatIsAvailableToTheUser) {
     Sampler sampler;
     // 100 GiB, 40 free, of which 30 for users: 60 used of 90 that users can see.
-    sampler.machine.volume = VolumeStatistics{4096, 26214400, 10485760, 7864320};
+    sampler.readings.volume.set(VolumeStatistics{4096, 26214400, 10485760, 7864320});
     const Snapshot s = sampler.metrics.snapshot();
     EXPECT_EQ(s.diskFreeGB, 30);
     EXPECT_EQ(s.diskPct, 60.0 / 90.0 * 100);
@@ -82,7 +79,7 @@ TEST(Disk, FreeSpaceIsWhatIsAvailableToTheUser) {
 
 TEST(Disk, FailureLeavesBothZero) {
     Sampler sampler;
-    sampler.machine.volume.reset();
+    sampler.readings.volume.fails = true;
     const Snapshot s = sampler.metrics.snapshot();
     EXPECT_EQ(s.diskFreeGB, 0);
     EXPECT_EQ(s.diskPct, 0);
@@ -90,13 +87,13 @@ TEST(Disk, FailureLeavesBothZero) {
 
 TEST(Disk, VolumeWithoutBlocksHasNoShare) {
     Sampler sampler;
-    sampler.machine.volume = VolumeStatistics{4096, 0, 0, 0};
+    sampler.readings.volume.set(VolumeStatistics{4096, 0, 0, 0});
     EXPECT_EQ(sampler.metrics.snapshot().diskPct, 0);
 }
 
 TEST(Disk, FullVolumeIsAtOneHundredPercent) {
     Sampler sampler;
-    sampler.machine.volume = VolumeStatistics{4096, 1000, 50, 0};
+    sampler.readings.volume.set(VolumeStatistics{4096, 1000, 50, 0});
     const Snapshot s = sampler.metrics.snapshot();
     EXPECT_EQ(s.diskPct, 100);
     EXPECT_EQ(s.diskFreeGB, 0);
@@ -104,8 +101,8 @@ TEST(Disk, FullVolumeIsAtOneHundredPercent) {
 
 TEST(Disk, LargeVolumesDoNotOverflow) {
     Sampler sampler;
-    sampler.machine.volume = VolumeStatistics{1 << 20, std::uint64_t{1} << 45,
-                                              std::uint64_t{1} << 44, std::uint64_t{1} << 44};
+    sampler.readings.volume.set(VolumeStatistics{1 << 20, std::uint64_t{1} << 45,
+                                                 std::uint64_t{1} << 44, std::uint64_t{1} << 44});
     const Snapshot s = sampler.metrics.snapshot();
     EXPECT_EQ(s.diskFreeGB, 0x1p34);
     EXPECT_EQ(s.diskPct, 50);
@@ -128,7 +125,7 @@ TEST(SwapSpace, IsReportedUnclamped) {
     };
     for (const auto& row : cases) {
         Sampler sampler;
-        sampler.machine.swap = row.usage;
+        sampler.readings.swap.set(row.usage);
         const Snapshot s = sampler.metrics.snapshot();
         EXPECT_EQ(s.swapUsedGB, row.used) << row.name;
         EXPECT_EQ(s.swapTotalGB, row.total) << row.name;
@@ -138,14 +135,14 @@ TEST(SwapSpace, IsReportedUnclamped) {
 
 TEST(Load, IsTheOneMinuteAverage) {
     Sampler sampler;
-    sampler.machine.load = {3.5, 7, 9};
+    sampler.readings.load.value = {3.5, 7, 9};
     EXPECT_EQ(sampler.metrics.snapshot().load1, 3.5);
 }
 
 std::string uptimeAfter(std::int64_t seconds) {
     Sampler sampler;
-    sampler.clock.time = 1700000000;
-    sampler.machine.boot = 1700000000 - seconds;
+    sampler.clock.set(1700000000);
+    sampler.readings.bootTime.set(1700000000 - seconds);
     return sampler.metrics.snapshot().uptime;
 }
 
@@ -170,30 +167,30 @@ TEST(Uptime, ReadsInItsTwoLargestUnits) {
 
 TEST(Uptime, FractionsOfASecondAreCutOff) {
     Sampler sampler;
-    sampler.machine.boot = 1700000000 - 3599;
-    sampler.clock.time = 1700000000.999;
+    sampler.readings.bootTime.set(1700000000 - 3599);
+    sampler.clock.set(1700000000.999);
     EXPECT_EQ(sampler.metrics.snapshot().uptime, "59m");
 }
 
 TEST(Uptime, UnknownBootTimeGivesNoText) {
     Sampler sampler;
-    sampler.machine.boot.reset();
+    sampler.readings.bootTime.fails = true;
     EXPECT_EQ(sampler.metrics.snapshot().uptime, "");
 }
 
 TEST(UptimeDeathTest, SecondsThatOverflowAreFatal) {
     Sampler sampler;
-    sampler.machine.boot = std::numeric_limits<std::int64_t>::min();
+    sampler.readings.bootTime.set(std::numeric_limits<std::int64_t>::min());
     EXPECT_EXIT(sampler.metrics.snapshot(), testing::KilledBySignal(SIGABRT), "^$");
-    sampler.machine.boot = 0;
-    sampler.clock.time = std::numeric_limits<double>::quiet_NaN();
+    sampler.readings.bootTime.set(0);
+    sampler.clock.set(std::numeric_limits<double>::quiet_NaN());
     EXPECT_EXIT(sampler.metrics.snapshot(), testing::KilledBySignal(SIGABRT), "^$");
 }
 
 TEST(TopProcs, AreTheFiveHeaviest) {
     Sampler sampler;
     for (std::int32_t pid = 1; pid <= 8; ++pid) {
-        sampler.processes.add(pid, "p", pid);
+        sampler.addProcess(pid, "p", pid);
     }
     std::vector<std::int32_t> pids;
     for (const ProcInfo& process : sampler.metrics.snapshot().topProcs) {
@@ -212,7 +209,7 @@ TEST(WardenOn, IsWhetherTheAgentIsLoaded) {
 TEST(Thermal, AnyNumberIsHandedOn) {
     for (const int raw : {-1, 0, 1, 2, 3, 4, 7}) {
         Sampler sampler;
-        sampler.machine.thermal = raw;
+        sampler.readings.thermalState = raw;
         EXPECT_EQ(static_cast<int>(sampler.metrics.snapshot().thermal), raw);
     }
 }
@@ -222,24 +219,18 @@ TEST(SharedMetricsDeathTest, NeedsTheServicesToBeInstalled) {
 }
 
 TEST(SharedMetrics, IsOneInstanceOnTheInstalledServices) {
-    struct NoStatusBar : platform::StatusBar {
-        std::unique_ptr<platform::StatusItem> makeStatusItem() override { return nullptr; }
-        void setMainMenu(platform::MainMenu) override {}
-    };
     // For as long as the instance, which lives until the process ends.
-    static FakeSystem system;
-    static test::FakeSwappedMemory swappedMemory;
-    static NoStatusBar statusBar;
-    static const platform::Services services{system.machine, system.processes, swappedMemory,
-                                             system.agents,  system.clock,     system.runLoop,
-                                             system.files,   statusBar};
+    static platform::SimulatedServices system;
+    static CallLog log;
+    static const platform::Services services = system.services();
+    system.logTo(log);
     platform::installedServices = &services;
     Metrics& shared = Metrics::shared();
-    EXPECT_TRUE(system.log.empty()) << "nothing is read before it is asked for";
+    EXPECT_TRUE(log.empty()) << "nothing is read before it is asked for";
     platform::installedServices = nullptr;
     EXPECT_EQ(&Metrics::shared(), &shared);
     EXPECT_EQ(shared.snapshot().cores, 10);
-    EXPECT_FALSE(system.log.empty());
+    EXPECT_FALSE(log.empty());
 }
 
 } // namespace

@@ -4,20 +4,17 @@
 #include <gtest/gtest.h>
 
 #include "core/metrics.h"
-#include "support/fake_system.h"
 #include "support/generator.h"
+#include "support/simulated_sampler.h"
 
 namespace korvel {
 namespace {
 
 using namespace std::string_literals;
-using test::CallLog;
-using test::FakeSystem;
+using platform::CallLog;
 using Pids = std::vector<std::int32_t>;
 
-struct Inspector : FakeSystem {
-    Metrics metrics{machine, processes, agents, clock};
-
+struct Inspector : test::SimulatedSampler {
     Pids pids(int limit = 5) {
         Pids all;
         for (const ProcInfo& process : metrics.topProcesses(limit)) {
@@ -29,14 +26,17 @@ struct Inspector : FakeSystem {
 
 TEST(TopProcesses, UnreadableTableGivesNone) {
     Inspector inspector;
+    inspector.addProcess(1, "there", 1);
+    inspector.processes.listingFails = true;
     EXPECT_TRUE(inspector.pids().empty());
     EXPECT_EQ(inspector.log, CallLog{"listAllPids"});
 }
 
 TEST(TopProcesses, OnlyAboveOneTwentiethOfAGigabyte) {
     Inspector inspector;
-    inspector.processes.table = {{1, "at", 53687091}, {2, "above", 53687092}, {3, "none", 0}};
-    inspector.processes.add(4, "well above", 0.0501);
+    inspector.processes.table = {
+        {1, "at", 53687091, {}}, {2, "above", 53687092, {}}, {3, "none", 0, {}}};
+    inspector.addProcess(4, "well above", 0.0501);
     EXPECT_EQ(inspector.pids(), (Pids{4, 2}));
     EXPECT_EQ(inspector.metrics.topProcesses()[1].gb, 53687092 * 0x1p-30);
 }
@@ -45,7 +45,7 @@ TEST(TopProcesses, HeaviestFirstAndEqualsInListingOrder) {
     Inspector inspector;
     for (const auto& [pid, gb] :
          std::vector<std::pair<std::int32_t, double>>{{30, 1}, {10, 2}, {20, 1}, {40, 2}, {5, 1}}) {
-        inspector.processes.add(pid, "p", gb);
+        inspector.addProcess(pid, "p", gb);
     }
     EXPECT_EQ(inspector.pids(), (Pids{10, 40, 30, 20, 5}));
 }
@@ -53,7 +53,7 @@ TEST(TopProcesses, HeaviestFirstAndEqualsInListingOrder) {
 TEST(TopProcesses, LimitCutsTheList) {
     Inspector inspector;
     for (std::int32_t pid = 1; pid <= 3; ++pid) {
-        inspector.processes.add(pid, "p", 4.0 - pid);
+        inspector.addProcess(pid, "p", 4.0 - pid);
     }
     EXPECT_EQ(inspector.pids(0), Pids{});
     EXPECT_EQ(inspector.pids(1), (Pids{1}));
@@ -65,7 +65,7 @@ TEST(TopProcesses, LimitCutsTheList) {
 TEST(TopProcesses, LimitIsFiveUnlessSaidOtherwise) {
     Inspector inspector;
     for (std::int32_t pid = 1; pid <= 9; ++pid) {
-        inspector.processes.add(pid, "p", 1);
+        inspector.addProcess(pid, "p", 1);
     }
     EXPECT_EQ(inspector.metrics.topProcesses().size(), 5U);
 }
@@ -77,24 +77,24 @@ TEST(TopProcessesDeathTest, NegativeLimitIsFatal) {
 
 TEST(TopProcesses, PidsBelowOneAreSkippedUnasked) {
     Inspector inspector;
-    inspector.processes.add(0, "kernel", 9);
-    inspector.processes.add(-1, "odd", 9);
-    inspector.processes.add(1, "first", 1);
+    inspector.addProcess(0, "kernel", 9);
+    inspector.addProcess(-1, "odd", 9);
+    inspector.addProcess(1, "first", 1);
     EXPECT_EQ(inspector.pids(), (Pids{1}));
     EXPECT_EQ(inspector.log, (CallLog{"listAllPids", "physFootprint 1", "name 1"}));
 }
 
 TEST(TopProcesses, FootprintThatCannotBeReadSkipsTheProcess) {
     Inspector inspector;
-    inspector.processes.table = {{1, "gone", std::nullopt}};
-    inspector.processes.add(2, "there", 1);
+    inspector.processes.table = {{1, "gone", std::nullopt, {}}};
+    inspector.addProcess(2, "there", 1);
     EXPECT_EQ(inspector.pids(), (Pids{2}));
 }
 
 TEST(TopProcesses, NamesAreAskedOnlyOfTheHeavy) {
     Inspector inspector;
-    inspector.processes.table = {{1, "light", 1000}, {2, "gone", std::nullopt}};
-    inspector.processes.add(3, "heavy", 1);
+    inspector.processes.table = {{1, "light", 1000, {}}, {2, "gone", std::nullopt, {}}};
+    inspector.addProcess(3, "heavy", 1);
     inspector.pids();
     EXPECT_EQ(inspector.log, (CallLog{"listAllPids", "physFootprint 1", "physFootprint 2",
                                       "physFootprint 3", "name 3"}));
@@ -102,9 +102,9 @@ TEST(TopProcesses, NamesAreAskedOnlyOfTheHeavy) {
 
 TEST(TopProcesses, ProcessWithoutANameIsLeftOutEvenWhenHeaviest) {
     Inspector inspector;
-    inspector.processes.add(1, "", 20);
-    inspector.processes.add(2, "\0hidden"s, 10);
-    inspector.processes.add(3, "named", 1);
+    inspector.addProcess(1, "", 20);
+    inspector.addProcess(2, "\0hidden"s, 10);
+    inspector.addProcess(3, "named", 1);
     EXPECT_EQ(inspector.pids(), (Pids{3}));
 }
 
@@ -121,7 +121,7 @@ TEST(TopProcesses, NamesEndAtTheFirstZeroByteAndAreDecodedWithReplacements) {
                  {" ", " "}};
     for (const auto& row : cases) {
         Inspector inspector;
-        inspector.processes.add(1, row.bytes, 1);
+        inspector.addProcess(1, row.bytes, 1);
         ASSERT_EQ(inspector.metrics.topProcesses().size(), 1U);
         EXPECT_EQ(inspector.metrics.topProcesses()[0].name, row.name);
     }
@@ -129,7 +129,7 @@ TEST(TopProcesses, NamesEndAtTheFirstZeroByteAndAreDecodedWithReplacements) {
 
 TEST(TopProcesses, ProgramItselfIsListedLikeAnyOther) {
     Inspector inspector;
-    inspector.processes.add(500, "korvel", 1);
+    inspector.addProcess(500, "korvel", 1);
     ASSERT_EQ(inspector.pids(), (Pids{500}));
     EXPECT_TRUE(inspector.metrics.topProcesses()[0].isSelf(inspector.processes));
 }
@@ -138,8 +138,8 @@ TEST(TopProcesses, LeavesTheSamplersBaselinesAlone) {
     Inspector inspector;
     inspector.metrics.snapshot();
     inspector.metrics.topProcesses();
-    inspector.clock.time += 5;
-    inspector.machine.ticks = platform::CpuTicks{1050, 500, 8050, 100};
+    inspector.clock.turn(5);
+    inspector.readings.cpuTicks.set(platform::CpuTicks{1050, 500, 100050, 0});
     EXPECT_EQ(inspector.metrics.snapshot().cpuPct, 50);
 }
 
@@ -149,13 +149,13 @@ TEST(TopProcesses, AnyTableGivesItsHeaviestInStableOrder) {
         Inspector inspector;
         const std::uint64_t count = random.below(60);
         for (std::uint64_t i = 0; i < count; ++i) {
-            inspector.processes.add(static_cast<std::int32_t>(i + 1), "p",
-                                    static_cast<double>(random.below(6)) / 4);
+            inspector.addProcess(static_cast<std::int32_t>(i + 1), "p",
+                                 static_cast<double>(random.below(6)) / 4);
         }
         Pids expected;
         for (int quarter = 5; quarter > 0; --quarter) {
-            for (const test::FakeProcess& process : inspector.processes.table) {
-                if (*process.footprint == static_cast<std::uint64_t>(quarter) << 28) {
+            for (const platform::SimulatedProcess& process : inspector.processes.table) {
+                if (*process.physFootprint == static_cast<std::uint64_t>(quarter) << 28) {
                     expected.push_back(process.pid);
                 }
             }
@@ -178,7 +178,7 @@ class ConstantProcesses final : public platform::Processes {
 };
 
 TEST(TopProcesses, AnyThreadMayAskWhileTheSamplerWorks) {
-    FakeSystem system;
+    platform::SimulatedServices system;
     ConstantProcesses processes;
     Metrics metrics(system.machine, processes, system.agents, system.clock);
     std::size_t found = 0;

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/fake_system.h"
+#include "platform/simulated/processes.h"
 
 namespace korvel {
 namespace {
@@ -92,12 +92,14 @@ TEST(ProcInfo, HoldsPidNameAndSize) {
 }
 
 TEST(ProcInfo, IsSelfAsksForThePidEachTime) {
-    test::FakeSystem system;
+    platform::SimulatedProcesses processes;
+    platform::CallLog log;
+    processes.log = &log;
     const ProcInfo process{500, "korvel", 0.1};
-    EXPECT_TRUE(process.isSelf(system.processes));
-    system.processes.ownPid = 501;
-    EXPECT_FALSE(process.isSelf(system.processes));
-    EXPECT_EQ(system.log, test::CallLog(2, "currentProcessIdentifier"));
+    EXPECT_TRUE(process.isSelf(processes));
+    processes.ownPid = 501;
+    EXPECT_FALSE(process.isSelf(processes));
+    EXPECT_EQ(log, platform::CallLog(2, "currentProcessIdentifier"));
 }
 
 TEST(Snapshot, EmptyOneHasTheDefaults) {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "core/metrics.h"
-#include "support/fake_system.h"
+#include "platform/simulated/swapped_memory.h"
 
 namespace korvel {
 namespace {
@@ -12,9 +12,29 @@ using namespace std::string_literals;
 using platform::ChildResult;
 using platform::ChildStream;
 
+/// Answers every run with the same result.
+class FakeChildProcesses final : public platform::ChildProcesses {
+  public:
+    struct Run {
+        std::string executable;
+        std::vector<std::string> arguments;
+        platform::ChildStreams streams;
+    };
+
+    std::optional<ChildResult> answer = ChildResult{};
+    std::vector<Run> runs;
+
+    std::optional<ChildResult> run(const std::string& executable,
+                                   const std::vector<std::string>& arguments,
+                                   platform::ChildStreams streams) override {
+        runs.push_back({executable, arguments, streams});
+        return answer;
+    }
+};
+
 /// The figure of a summary whose field reads "swapped_out=" + `field`, in GB.
 double gbOf(const std::string& field) {
-    test::FakeChildProcesses children;
+    FakeChildProcesses children;
     children.answer = ChildResult{"Writable regions: Total=2.5M swapped_out=" + field, 0};
     VmmapSwappedMemory memory(children);
     return Metrics::swappedGB(1, memory);
@@ -94,7 +114,7 @@ TEST(SwappedOutInSummary, OnlyTheFirstLineOfWritableRegionsCounts) {
 }
 
 TEST(SwappedGB, RunsTheMemoryMapToolForThePid) {
-    test::FakeChildProcesses children;
+    FakeChildProcesses children;
     VmmapSwappedMemory memory(children);
     Metrics::swappedGB(2147483647, memory);
     ASSERT_EQ(children.runs.size(), 1U);
@@ -105,14 +125,14 @@ TEST(SwappedGB, RunsTheMemoryMapToolForThePid) {
 }
 
 TEST(SwappedGB, ToolThatDoesNotStartGivesZero) {
-    test::FakeChildProcesses children;
+    FakeChildProcesses children;
     children.answer.reset();
     VmmapSwappedMemory memory(children);
     EXPECT_EQ(Metrics::swappedGB(1, memory), 0);
 }
 
 TEST(SwappedGB, ExitStatusIsNotLookedAt) {
-    test::FakeChildProcesses children;
+    FakeChildProcesses children;
     children.answer = ChildResult{"Writable regions swapped_out=1G", 255};
     VmmapSwappedMemory memory(children);
     EXPECT_EQ(Metrics::swappedGB(1, memory), 1);
@@ -121,7 +141,7 @@ TEST(SwappedGB, ExitStatusIsNotLookedAt) {
 TEST(SwappedGB, OneInvalidByteAnywhereGivesZero) {
     for (const std::string& output :
          {"\xff\nWritable regions swapped_out=1G"s, "Writable regions swapped_out=1G \xc3"s}) {
-        test::FakeChildProcesses children;
+        FakeChildProcesses children;
         children.answer = ChildResult{output, 0};
         VmmapSwappedMemory memory(children);
         EXPECT_EQ(Metrics::swappedGB(1, memory), 0) << output;
@@ -129,18 +149,19 @@ TEST(SwappedGB, OneInvalidByteAnywhereGivesZero) {
 }
 
 TEST(SwappedGB, FigureThatCannotBeToldIsZero) {
-    test::FakeSwappedMemory memory;
-    memory.bytes.reset();
+    platform::SimulatedSwappedMemory memory;
+    platform::CallLog log;
+    memory.log = &log;
+    memory.bytes[8] = 0x1p29;
     EXPECT_EQ(Metrics::swappedGB(7, memory), 0);
-    memory.bytes = 0x1p29;
     EXPECT_EQ(Metrics::swappedGB(8, memory), 0.5);
-    EXPECT_EQ(memory.asked, (std::vector<std::int32_t>{7, 8}));
+    EXPECT_EQ(log, (platform::CallLog{"swappedOut 7", "swappedOut 8"}));
 }
 
 constexpr const char* kLabel = "com.oxbrook.warden.agent";
 
 TEST(LaunchctlAgents, RunsTheServiceManagersListing) {
-    test::FakeChildProcesses children;
+    FakeChildProcesses children;
     LaunchctlAgents(children).isLoaded(kLabel);
     ASSERT_EQ(children.runs.size(), 1U);
     EXPECT_EQ(children.runs[0].executable, "/bin/launchctl");
@@ -169,7 +190,7 @@ TEST(LaunchctlAgents, LabelAnywhereInTheListingIsLoaded) {
         {"invalid byte after the label", ChildResult{label + "\xff", 0}, false},
     };
     for (const auto& row : cases) {
-        test::FakeChildProcesses children;
+        FakeChildProcesses children;
         children.answer = row.answer;
         EXPECT_EQ(LaunchctlAgents(children).isLoaded(label), row.loaded) << row.name;
     }

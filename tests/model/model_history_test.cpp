@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -11,7 +12,7 @@
 
 #include "model/model.h"
 #include "platform/posix/files.h"
-#include "support/fake_system.h"
+#include "platform/simulated/services.h"
 #include "support/ordinary_user.h"
 
 // The trail on file: when it is read and written, and what a real home directory may hold.
@@ -19,24 +20,26 @@ namespace korvel {
 namespace {
 
 namespace fs = std::filesystem;
-using test::CallLog;
-using test::FakeSystem;
+using platform::CallLog;
 
-constexpr const char* kFile = "/home/someone/.korvel-history.json";
+constexpr const char* kFile = "/Users/korvel/.korvel-history.json";
 
-struct Program : FakeSystem {
+struct Program : platform::SimulatedServices {
+    CallLog log;
     Metrics metrics{machine, processes, agents, clock};
+
+    Program() { logTo(log); }
 
     std::shared_ptr<Model> launch() { return std::make_shared<Model>(metrics, services()); }
 };
 
 TEST(History, IsReadOnceFromTheHomeDirectory) {
     Program program;
-    program.files.content[kFile] = "[[1,2,3],[4,5,6]]";
+    program.files.contents[kFile] = "[[1,2,3],[4,5,6]]";
     const auto model = program.launch();
     EXPECT_EQ(model->history->size(), 2U);
     model->refresh();
-    program.runLoop.turn();
+    program.runLoop.advance(0);
     model->saveHistory();
     EXPECT_EQ(std::count(program.log.begin(), program.log.end(), std::string("read ") + kFile), 1);
 }
@@ -45,7 +48,7 @@ TEST(History, FileNameIsAppendedToTheHomeDirectoryAsItStands) {
     Program program;
     program.files.home = "/odd home/ü";
     program.launch()->saveHistory();
-    EXPECT_EQ(program.files.content.begin()->first, "/odd home/ü/.korvel-history.json");
+    EXPECT_EQ(program.files.contents.begin()->first, "/odd home/ü/.korvel-history.json");
 }
 
 TEST(History, MissingFileStartsEmptyAndTheFirstSaveMakesIt) {
@@ -53,51 +56,51 @@ TEST(History, MissingFileStartsEmptyAndTheFirstSaveMakesIt) {
     const auto model = program.launch();
     EXPECT_TRUE(model->history->empty());
     model->saveHistory();
-    EXPECT_EQ(program.files.content.at(kFile), "[]");
+    EXPECT_EQ(program.files.contents.at(kFile), "[]");
 }
 
 TEST(History, SurvivesARestart) {
     Program program;
     auto model = program.launch();
     for (int i = 0; i < 3; ++i) {
-        program.clock.time += 5.1;
+        program.clock.turn(5.1);
         model->refresh();
-        program.runLoop.turn();
+        program.runLoop.advance(0);
     }
     model->saveHistory();
-    const std::string saved = program.files.content.at(kFile);
+    const std::string saved = program.files.contents.at(kFile);
     model = program.launch();
     EXPECT_EQ(model->history->size(), 3U);
     model->saveHistory();
-    EXPECT_EQ(program.files.content.at(kFile), saved);
+    EXPECT_EQ(program.files.contents.at(kFile), saved);
 }
 
 TEST(History, FourthColumnIsGoneAfterTheNextSave) {
     Program program;
-    program.files.content[kFile] = "[[1, 2, 3, 4]]\n";
+    program.files.contents[kFile] = "[[1, 2, 3, 4]]\n";
     program.launch()->saveHistory();
-    EXPECT_EQ(program.files.content.at(kFile), "[[1,2,3]]");
+    EXPECT_EQ(program.files.contents.at(kFile), "[[1,2,3]]");
 }
 
 TEST(History, MalformedFileIsLeftUntilTheNextSaveReplacesIt) {
     Program program;
-    program.files.content[kFile] = "{}";
+    program.files.contents[kFile] = "{}";
     const auto model = program.launch();
     EXPECT_TRUE(model->history->empty());
-    EXPECT_EQ(program.files.content.at(kFile), "{}");
+    EXPECT_EQ(program.files.contents.at(kFile), "{}");
     model->saveHistory();
-    EXPECT_EQ(program.files.content.at(kFile), "[]");
+    EXPECT_EQ(program.files.contents.at(kFile), "[]");
 }
 
 TEST(HistoryDeathTest, ShortRowEndsTheProcessDuringLoading) {
     Program program;
-    program.files.content[kFile] = "[[1,2]]";
+    program.files.contents[kFile] = "[[1,2]]";
     EXPECT_EXIT(program.launch(), testing::KilledBySignal(SIGABRT), "^$");
 }
 
 TEST(History, NumberWithoutAJsonFormLeavesTheOldFile) {
     Program program;
-    program.files.content[kFile] = "[[1,2,3]]";
+    program.files.contents[kFile] = "[[1,2,3]]";
     const auto model = program.launch();
     model->history.update([](std::vector<HistoryPoint>& points) {
         points.emplace_back(2, std::numeric_limits<double>::quiet_NaN(), 3);
@@ -105,25 +108,27 @@ TEST(History, NumberWithoutAJsonFormLeavesTheOldFile) {
     program.log.clear();
     model->saveHistory();
     EXPECT_EQ(program.log, CallLog{}) << "nothing is written";
-    EXPECT_EQ(program.files.content.at(kFile), "[[1,2,3]]");
+    EXPECT_EQ(program.files.contents.at(kFile), "[[1,2,3]]");
 }
 
 TEST(History, FailedSaveIsDroppedAndTheNextTriesAgain) {
     Program program;
     const auto model = program.launch();
-    program.files.writable = false;
+    program.files.unwritable.insert(kFile);
     model->saveHistory();
-    EXPECT_TRUE(program.files.content.empty());
-    program.files.writable = true;
+    EXPECT_TRUE(program.files.contents.empty());
+    program.files.unwritable.clear();
     model->saveHistory();
-    EXPECT_EQ(program.files.content.at(kFile), "[]");
+    EXPECT_EQ(program.files.contents.at(kFile), "[]");
 }
 
 TEST(History, LoadingAnnouncesNothingToAnyoneElse) {
     Program program;
-    program.files.content[kFile] = "[[1,2,3]]";
+    program.files.contents[kFile] = "[[1,2,3]]";
     program.launch();
-    EXPECT_EQ(program.runLoop.pending(), 0U);
+    EXPECT_EQ(program.log,
+              (CallLog{"homeDirectory", "homeDirectory", "now", std::string("read ") + kFile}))
+        << "nothing is put off for later";
 }
 
 /// A program whose home is a real directory.
@@ -140,7 +145,13 @@ class HistoryOnDisk : public testing::Test {
         fs::remove_all(home_, gone);
     }
 
-    std::shared_ptr<Model> launch() { return std::make_shared<Model>(metrics_, services_); }
+    std::shared_ptr<Model> launch() {
+        return std::make_shared<Model>(
+            metrics_, platform::Services{system_.machine, system_.processes, system_.swappedMemory,
+                                         system_.agents, system_.childProcesses, system_.clock,
+                                         system_.runLoop, files_, system_.statusBar,
+                                         system_.defaults, system_.power, system_.notifications});
+    }
     void write(const std::string& text) const { std::ofstream(file_, std::ios::binary) << text; }
     std::string read() const {
         std::ostringstream text;
@@ -152,13 +163,9 @@ class HistoryOnDisk : public testing::Test {
     fs::path home_ =
         fs::path(testing::TempDir()) / ("korvel-history-" + std::to_string(::getpid()));
     fs::path file_ = home_ / ".korvel-history.json";
-    FakeSystem system_;
+    platform::SimulatedServices system_;
     Metrics metrics_{system_.machine, system_.processes, system_.agents, system_.clock};
     platform::PosixFiles files_;
-    /// The simulated set, but for the files.
-    platform::Services services_{system_.machine, system_.processes, system_.swappedMemory,
-                                 system_.agents,  system_.clock,     system_.runLoop,
-                                 files_,          system_.statusBar};
 };
 
 TEST_F(HistoryOnDisk, IsWrittenOverInPlaceWithTheSameInode) {

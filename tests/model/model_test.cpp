@@ -1,19 +1,23 @@
 #include "model/model.h"
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
-#include "support/fake_system.h"
+#include "support/simulated_model.h"
 
 // The refresh cycle. The trail on file is in model_history_test.cpp.
 namespace korvel {
 namespace {
 
-using test::CallLog;
-using test::FakeSystem;
+using platform::CallLog;
 
-struct Program : FakeSystem {
-    Metrics metrics{machine, processes, agents, clock};
-    std::shared_ptr<Model> model = std::make_shared<Model>(metrics, services());
+struct Program : test::SimulatedModel {
+    CallLog log; ///< from the first look on
+
+    Program() { system.logTo(log); }
+
+    platform::MachineReadings& readings() { return system.machine.readings; }
 };
 
 TEST(Model, StartsWithTheEmptyReadingAndNothingUnderWay) {
@@ -33,11 +37,13 @@ TEST(Model, StartsWithTheEmptyReadingAndNothingUnderWay) {
 }
 
 TEST(Model, CreationEndsWithTheHistoryAndStartsNoTimer) {
-    const Program program;
-    EXPECT_EQ(program.log, (CallLog{"homeDirectory", "now",
-                                    "read /home/someone/"
-                                    ".korvel-history.json"}));
-    EXPECT_EQ(program.runLoop.pending(), 0U);
+    platform::SimulatedServices system;
+    CallLog log;
+    system.logTo(log);
+    Metrics metrics(system.machine, system.processes, system.agents, system.clock);
+    const auto model = std::make_shared<Model>(metrics, system.services());
+    EXPECT_EQ(log, (CallLog{"homeDirectory", "homeDirectory", "now",
+                            "read /Users/korvel/.korvel-history.json"}));
 }
 
 TEST(Model, EveryPublishedPropertyAnnouncesItsChange) {
@@ -60,14 +66,13 @@ TEST(Model, EveryPublishedPropertyAnnouncesItsChange) {
 
 TEST(Refresh, SamplesAtOnceAndPublishesLater) {
     Program program;
-    program.log.clear();
     program.model->refresh();
     ASSERT_GT(program.log.size(), 2U);
     EXPECT_EQ(program.log.front(), "physicalMemory");
     EXPECT_EQ(program.log.back(), "async");
     EXPECT_EQ(program.model->snap->verdict, "") << "nothing is published yet";
     EXPECT_TRUE(program.model->history->empty());
-    program.runLoop.turn();
+    program.settle();
     EXPECT_EQ(program.model->snap->verdict, "Excellent");
     EXPECT_EQ(program.model->history->size(), 1U);
 }
@@ -83,20 +88,19 @@ TEST(Refresh, WritesTheReadingThenTheTrailThenTellsTheOwner) {
         model.observe([&] { seen.push_back("will change: " + state()); });
     model.onUpdate = [&] { seen.push_back("updated: " + state()); };
     model.refresh();
-    program.runLoop.turn();
+    program.settle();
     EXPECT_EQ(seen, (std::vector<std::string>{"will change:  0", "will change: Excellent 0",
                                               "updated: Excellent 1"}));
 }
 
 TEST(Refresh, PointHasTheTimeOfItsPublication) {
     Program program;
-    program.clock.time = 1700000000;
-    program.machine.ticks = platform::CpuTicks{0, 0, 0, 0};
+    program.readings().cpuTicks.value = platform::CpuTicks{0, 0, 0, 0};
     program.model->refresh();
-    program.machine.ticks = platform::CpuTicks{25, 0, 75, 0};
+    program.readings().cpuTicks.value = platform::CpuTicks{25, 0, 75, 0};
     program.model->refresh();
-    program.clock.time = 1700000007.25;
-    program.runLoop.turn();
+    program.system.clock.set(1700000007.25);
+    program.settle();
     const std::vector<HistoryPoint>& points = *program.model->history;
     ASSERT_EQ(points.size(), 2U);
     EXPECT_EQ(points[1].t, 1700000007.25);
@@ -108,7 +112,7 @@ TEST(Refresh, PointHasTheTimeOfItsPublication) {
 TEST(Refresh, WithoutAnOwnerToTellPublishesAllTheSame) {
     Program program;
     program.model->refresh();
-    program.runLoop.turn();
+    program.settle();
     EXPECT_EQ(program.model->history->size(), 1U);
 }
 
@@ -116,29 +120,31 @@ TEST(Refresh, TwoInOneTurnPublishInTheOrderOfTheCalls) {
     Program program;
     std::vector<double> loads;
     program.model->onUpdate = [&] { loads.push_back(program.model->snap->load1); };
-    program.machine.load[0] = 1;
+    program.readings().load.value[0] = 1;
     program.model->refresh();
-    program.machine.load[0] = 2;
+    program.readings().load.value[0] = 2;
     program.model->refresh();
-    EXPECT_EQ(program.runLoop.pending(), 2U);
-    program.runLoop.turn();
+    EXPECT_EQ(std::count(program.log.begin(), program.log.end(), "async"), 2);
+    EXPECT_TRUE(loads.empty());
+    program.settle();
     EXPECT_EQ(loads, (std::vector<double>{1, 2}));
     EXPECT_EQ(program.model->history->size(), 2U);
 }
 
 TEST(Refresh, FromWithinAnUpdatePublishesOnTheNextTurn) {
     Program program;
-    int updates = 0;
+    std::string order;
+    program.system.runLoop.onTurnEnd = [&] { order += "."; };
     program.model->onUpdate = [&] {
-        if (++updates == 1) {
+        order += "(";
+        if (program.model->history->size() == 1) {
             program.model->refresh();
         }
+        order += ")";
     };
     program.model->refresh();
-    program.runLoop.turn();
-    EXPECT_EQ(updates, 1);
-    program.runLoop.turn();
-    EXPECT_EQ(updates, 2);
+    program.settle();
+    EXPECT_EQ(order, "().().");
 }
 
 TEST(Refresh, SampleThatWasTakenIsPublishedThoughNoOneElseHoldsTheModel) {
@@ -149,7 +155,7 @@ TEST(Refresh, SampleThatWasTakenIsPublishedThoughNoOneElseHoldsTheModel) {
     program.model->refresh();
     program.model.reset();
     EXPECT_FALSE(model.expired());
-    program.runLoop.turn();
+    program.settle();
     EXPECT_TRUE(updated);
     EXPECT_TRUE(model.expired());
 }
@@ -157,12 +163,12 @@ TEST(Refresh, SampleThatWasTakenIsPublishedThoughNoOneElseHoldsTheModel) {
 TEST(Refresh, PublishedReadingIsNotTheNextOne) {
     Program program;
     program.model->refresh();
-    program.runLoop.turn();
+    program.settle();
     const Snapshot held = *program.model->snap;
-    program.machine.volume.reset();
+    program.readings().volume.fails = true;
     program.model->refresh();
-    program.runLoop.turn();
-    EXPECT_EQ(held.diskFreeGB, 80);
+    program.settle();
+    EXPECT_EQ(held.diskFreeGB, 250);
     EXPECT_EQ(program.model->snap->diskFreeGB, 0);
 }
 
@@ -170,12 +176,12 @@ TEST(Refresh, EveryCallAppendsOnePointHoweverClose) {
     Program program;
     for (int i = 0; i < 10; ++i) {
         program.model->refresh();
-        program.runLoop.turn();
+        program.settle();
     }
     EXPECT_EQ(program.model->history->size(), 10U);
-    program.clock.time += 1e9; // thirty years later nothing has gone
+    program.system.clock.turn(1e9); // thirty years later nothing has gone
     program.model->refresh();
-    program.runLoop.turn();
+    program.settle();
     EXPECT_EQ(program.model->history->size(), 11U);
 }
 
@@ -189,7 +195,7 @@ TEST(Refresh, KeepsExactlyTheNewestPointsUnderTheCap) {
     program.model->history = full;
     const auto refreshed = [&]() -> const std::vector<HistoryPoint>& {
         program.model->refresh();
-        program.runLoop.turn();
+        program.settle();
         return *program.model->history;
     };
     EXPECT_EQ(refreshed().size(), 43200U) << "at the cap nothing goes";
@@ -197,7 +203,7 @@ TEST(Refresh, KeepsExactlyTheNewestPointsUnderTheCap) {
     EXPECT_EQ(refreshed().size(), 43200U) << "above it exactly the oldest goes";
     EXPECT_EQ(program.model->history->front().id, full[1].id);
     EXPECT_EQ(program.model->history->at(43197).id, full.back().id);
-    EXPECT_EQ(program.model->history->back().t, program.clock.time);
+    EXPECT_EQ(program.model->history->back().t, program.system.clock.now());
 }
 
 TEST(Refresh, ExcessOfAnySizeGoesFromTheFront) {
@@ -208,7 +214,7 @@ TEST(Refresh, ExcessOfAnySizeGoesFromTheFront) {
     }
     program.model->history = tooMany;
     program.model->refresh();
-    program.runLoop.turn();
+    program.settle();
     EXPECT_EQ(program.model->history->size(), 43200U);
     EXPECT_EQ(program.model->history->front().t, 1001);
 }

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "core/metrics.h"
+#include "model/awake.h"
 #include "model/model.h"
 #include "platform/simulated/services.h"
 
@@ -13,6 +14,7 @@ struct SimulatedModel {
     platform::SimulatedServices system;
     Metrics metrics{system.machine, system.processes, system.agents, system.clock};
     std::shared_ptr<Model> model = std::make_shared<Model>(metrics, system.services());
+    std::shared_ptr<Awake> awake = std::make_shared<Awake>(system.services());
 
     /// Adds a process of so many GB, of which so many are swapped out.
     void addProcess(std::int32_t pid, const std::string& name, double gb, double swappedGB = 0) {

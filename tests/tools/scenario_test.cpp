@@ -200,15 +200,37 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     NotSupportedYet, BadScenario,
     testing::Values(BadCase{"action",
-                            R"({"events": [{"at": 1, "do": "previewReclaim", "pid": 7}]})",
-                            R"("events[0].do" is not supported yet: "previewReclaim")"},
+                            R"({"events": [{"at": 1, "do": "checkForUpdates", "pid": 7}]})",
+                            R"("events[0].do" is not supported yet: "checkForUpdates")"},
                     BadCase{"actionAfterItsKey",
-                            R"({"events": [{"minutes": 5, "do": "enableAwake", "at": 1}]})",
-                            R"("events[0].do" is not supported yet: "enableAwake")"},
+                            R"({"events": [{"minutes": 5, "do": "relaunch", "at": 1}]})",
+                            R"("events[0].do" is not supported yet: "relaunch")"},
                     BadCase{"feed", R"({"events": [{"at": 1, "feed": {"error": true}}]})",
                             R"("events[0].feed" is not supported yet)"},
-                    BadCase{"power", R"({"events": [{"at": 1, "power": {}}]})",
-                            R"("events[0].power" is not supported yet)"}),
+                    BadCase{"archive", R"({"events": [{"at": 1, "archive": {}}]})",
+                            R"("events[0].archive" is not supported yet)"}),
+    rowName);
+
+INSTANTIATE_TEST_SUITE_P(
+    Remedies, BadScenario,
+    testing::Values(
+        BadCase{"minutesMissing", R"({"events": [{"at": 1, "do": "enableAwake"}]})",
+                R"("events[0].minutes" is missing)"},
+        BadCase{
+            "minutesOfText", R"({"events": [{"at": 1, "do": "enableAwake", "minutes": "5"}]})",
+            R"("events[0].minutes" must be a whole number from -70368744177664 to 70368744177664)"},
+        BadCase{"scriptKey", R"({"events": [{"at": 1, "script": {"text": "x"}}]})",
+                R"(unknown key "events[0].script.text")"},
+        BadCase{"scriptSeconds", R"({"events": [{"at": 1, "script": {"seconds": -1}}]})",
+                R"("events[0].script.seconds" must not be negative)"},
+        BadCase{"powerKey", R"({"events": [{"at": 1, "power": {"lid": true}}]})",
+                R"(unknown key "events[0].power.lid")"},
+        BadCase{"powerNumber", R"({"events": [{"at": 1, "power": {"display": 1}}]})",
+                R"("events[0].power.display" must be true or false)"},
+        BadCase{"setDefaultsArray", R"({"events": [{"at": 1, "setDefaults": {"a": []}}]})",
+                R"("events[0].setDefaults.a" must be a number, a string, true or false)"},
+        BadCase{"defaultsNull", R"({"defaults": {"a": null}})",
+                R"("defaults.a" must be a number, a string, true or false)"}),
     rowName);
 
 INSTANTIATE_TEST_SUITE_P(

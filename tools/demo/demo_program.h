@@ -32,6 +32,9 @@ class OneThreadRunLoop final : public platform::RunLoop {
   public:
     void async(Work work) override { loop_.async(std::move(work)); }
     void after(double seconds, Work work) override { loop_.after(seconds, std::move(work)); }
+    std::unique_ptr<platform::Timer> once(double seconds, Work work) override {
+        return loop_.once(seconds, std::move(work));
+    }
     std::unique_ptr<platform::Timer> every(double seconds, Work work) override {
         return loop_.every(seconds, std::move(work));
     }

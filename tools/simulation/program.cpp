@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "model/awake.h"
 #include "model/model.h"
 #include "ui/content/content_view.h"
 
@@ -14,10 +15,19 @@ SimulatedProgram::SimulatedProgram(const Scenario& scenario,
 }
 
 void SimulatedProgram::watch() {
+    simulated().notifications.onPost = [this](const platform::Notification& notification) {
+        trace_.notification(notification);
+    };
+    simulated().defaults.onChange = [this](const std::string& key, const auto* value) {
+        trace_.defaults(key, value);
+    };
+    simulated().power.onChange = [this](const char* op, auto type, auto id) {
+        trace_.assertion(op, type, id);
+    };
     simulated().statusBar.onTitle = [this](const platform::StatusTitle& title) {
         trace_.title(title);
     };
-    childProcesses().onRun = [this](const platform::SimulatedChildProcesses::Run& run) {
+    simulated().childProcesses.onRun = [this](const platform::SimulatedChildProcesses::Run& run) {
         trace_.spawn(run.executable, run.arguments);
     };
     simulated().processes.onTerminate = [this](std::int32_t pid) { trace_.signal(pid); };
@@ -57,11 +67,22 @@ void SimulatedProgram::traceChanges() {
         tracedHolders_ = *model.swapHolders;
         trace_.swapHolders(tracedScanning_, tracedHolders_);
     }
+    if (const std::pair now(*awake().on, *awake().until); now != tracedAwake_) {
+        tracedAwake_ = now;
+        trace_.awake(awake());
+    }
+    ReclaimState reclaim{*model.scanning, *model.reclaiming, *model.reclaimPreview,
+                         *model.reclaimResult};
+    if (reclaim != tracedReclaim_) {
+        tracedReclaim_ = std::move(reclaim);
+        trace_.reclaim(model);
+    }
 }
 
 void SimulatedProgram::run() {
     platform::SimulatedRunLoop& runLoop = simulated().runLoop;
     launch([this](ContentView& root) { return makePopover(root); });
+    traceChanges();
     std::string_view reason = "terminate";
     for (const ScenarioEvent& event : scenario().events) {
         runLoop.event(event.at, [this, &event] { event.act(*this); });
@@ -75,6 +96,7 @@ void SimulatedProgram::run() {
         atTheEnd(view());
     }
     end();
+    traceChanges();
     trace_.exit(reason);
 }
 

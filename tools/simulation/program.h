@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "core/snapshot.h"
@@ -13,6 +14,16 @@
 #include "simulation/trace.h"
 
 namespace korvel::simulation {
+
+/// What the reclaim commands of the model show.
+struct ReclaimState {
+    bool scanning = false;
+    bool reclaiming = false;
+    std::optional<std::string> preview;
+    std::optional<std::string> result;
+
+    bool operator==(const ReclaimState&) const = default;
+};
 
 /// The whole program on a simulated machine in virtual time, from its launch to its end, as one
 /// scenario has it. Several may live in one process.
@@ -49,6 +60,8 @@ class SimulatedProgram final : public ScriptedProgram {
         traced_; ///< the published reading that was traced last, by its first factor
     bool tracedScanning_ = false;
     std::vector<ProcInfo> tracedHolders_;
+    std::pair<bool, std::optional<platform::Date>> tracedAwake_;
+    ReclaimState tracedReclaim_;
 };
 
 } // namespace korvel::simulation

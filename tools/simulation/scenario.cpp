@@ -20,6 +20,12 @@ void readHome(const JsonValue& value, Reader& reader) {
     });
 }
 
+void readDefaultsAtLaunch(const JsonValue& value, Reader& reader) {
+    value.forEachMember([&](std::string_view key, const JsonValue& stored) {
+        reader.scenario.defaults[std::string(key)] = readStored(stored);
+    });
+}
+
 void readScreen(const JsonValue& value, Reader& reader) {
     static constexpr Key<Reader> kKeys[] = {
         {"visibleHeight",
@@ -33,15 +39,6 @@ void readScreen(const JsonValue& value, Reader& reader) {
 }
 
 // What the keys below describe is not simulated yet: they are checked, and nothing asks for them.
-
-void checkDefaults(const JsonValue& value, Reader& /*reader*/) {
-    value.forEachMember([](std::string_view, const JsonValue& stored) {
-        const simdjson::dom::element element = stored.element();
-        if (!element.is_number() && !element.is_bool() && !element.is_string()) {
-            stored.fail("must be a number, a string, true or false");
-        }
-    });
-}
 
 void checkBundle(const JsonValue& value, Reader& reader) {
     static constexpr Key<Reader> kKeys[] = {
@@ -67,7 +64,7 @@ constexpr Key<Reader> kKeys[] = {
     {"start", [](const JsonValue& value, Reader& r) { r.scenario.start = value.number(); }},
     {"until", [](const JsonValue& value, Reader& r) { r.scenario.until = readSeconds(value); }},
     {"home", readHome},
-    {"defaults", checkDefaults},
+    {"defaults", readDefaultsAtLaunch},
     {"bundle", checkBundle},
     {"machine", [](const JsonValue& value,
                    Reader& r) { r.scenario.machine = readMachine(value, r.document); }},
@@ -78,6 +75,23 @@ constexpr Key<Reader> kKeys[] = {
 };
 
 } // namespace
+
+platform::SimulatedDefaults::Value readStored(const JsonValue& value) {
+    const simdjson::dom::element element = value.element();
+    if (element.is_bool()) {
+        return element.get_bool().value();
+    }
+    if (element.is_int64()) {
+        return element.get_int64().value();
+    }
+    if (element.is_number()) {
+        return value.number();
+    }
+    if (element.is_string()) {
+        return value.text();
+    }
+    value.fail("must be a number, a string, true or false");
+}
 
 double readSeconds(const JsonValue& value) {
     const double seconds = value.number();

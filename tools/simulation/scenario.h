@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/simulated/defaults.h"
 #include "platform/simulated/machine.h"
 #include "platform/simulated/processes.h"
 
@@ -26,6 +27,13 @@ struct MachineState {
 /// Puts a scenario's readings into a machine. What they do not name stays as it is.
 using MachineChange = std::function<void(MachineState& machine)>;
 
+/// What the reclaim script in the home directory does.
+struct ReclaimScript {
+    std::optional<std::string> preview; ///< what it prints; none: there is no script
+    std::uint64_t frees = 0;            ///< bytes, when it is told to clear
+    double seconds = 0;                 ///< how long it takes either way
+};
+
 /// Something that happens to the program.
 struct ScenarioEvent {
     double at = 0; ///< seconds after launch
@@ -38,7 +46,8 @@ struct Scenario {
     double start = platform::kSimulatedStart; ///< wall clock at launch
     std::optional<double> until;              ///< seconds after launch
     std::map<std::string, std::string> home;  ///< texts of the files in the home directory, by name
-    MachineChange machine;                    ///< the readings at launch; may be empty
+    std::map<std::string, platform::SimulatedDefaults::Value> defaults; ///< at launch
+    MachineChange machine;                     ///< the readings at launch; may be empty
     std::optional<double> visibleHeight = 900; ///< of the main screen; none: there is no screen
     std::vector<ScenarioEvent> events;         ///< in the order in which they happen
 };

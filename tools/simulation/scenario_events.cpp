@@ -9,6 +9,10 @@ namespace {
 
 constexpr std::string_view kNotYet = "is not supported yet";
 
+/// So far that seconds are still whole in a double.
+constexpr std::int64_t kMostMinutes = std::int64_t{1} << 46;
+constexpr std::int64_t kLeastMinutes = -kMostMinutes;
+
 using Act = std::function<void(ScriptedProgram&)>;
 
 /// The reader of an action that takes nothing.
@@ -21,6 +25,14 @@ Act readQuitProcess(const JsonValue& event) {
     std::int32_t pid = 0;
     read(event.member("pid"), pid);
     return [pid](ScriptedProgram& program) { program.quitProcess(pid); };
+}
+
+Act readEnableAwake(const JsonValue& event) {
+    std::optional<std::int64_t> minutes;
+    if (const JsonValue value = event.member("minutes"); !value.isNull()) {
+        minutes = value.wholeNumber(kLeastMinutes, kMostMinutes);
+    }
+    return [minutes](ScriptedProgram& program) { program.enableAwake(minutes); };
 }
 
 /// What a "do" may name. Without a reader: known, and not supported yet.
@@ -38,11 +50,11 @@ constexpr Action kActions[] = {
     {"quitProcess", readQuitProcess, "pid"},
     {"findSwapHolders", plain<&ScriptedProgram::findSwapHolders>},
     {"describePopover", plain<&ScriptedProgram::describePopover>},
-    {"previewReclaim", nullptr},
-    {"runReclaim", nullptr},
-    {"dismissPreview", nullptr},
-    {"enableAwake", nullptr},
-    {"disableAwake", nullptr},
+    {"previewReclaim", plain<&ScriptedProgram::previewReclaim>},
+    {"runReclaim", plain<&ScriptedProgram::runReclaim>},
+    {"dismissPreview", plain<&ScriptedProgram::dismissPreview>},
+    {"enableAwake", readEnableAwake, "minutes"},
+    {"disableAwake", plain<&ScriptedProgram::disableAwake>},
     {"checkForUpdates", nullptr},
     {"installPending", nullptr},
     {"relaunch", nullptr},
@@ -80,6 +92,63 @@ Act readSet(const JsonValue& event, const Document& document) {
     };
 }
 
+Act readScript(const JsonValue& event, const Document& /*document*/) {
+    static constexpr Key<ReclaimScript> kKeys[] = {
+        {"preview",
+         [](const JsonValue& value, ReclaimScript& script) { script.preview = value.text(); }},
+        {"frees", readField<&ReclaimScript::frees>},
+        {"seconds", [](const JsonValue& value,
+                       ReclaimScript& script) { script.seconds = readSeconds(value); }},
+    };
+    ReclaimScript script{"", 0, 0};
+    if (const JsonValue value = event.member("script"); value.isNull()) {
+        script.preview.reset();
+    } else {
+        readMembers(value, kKeys, script);
+    }
+    return [script](ScriptedProgram& program) { program.script() = script; };
+}
+
+Act readPower(const JsonValue& event, const Document& /*document*/) {
+    struct Grants {
+        std::optional<bool> display;
+        std::optional<bool> system;
+    };
+    static constexpr Key<Grants> kKeys[] = {
+        {"display",
+         [](const JsonValue& value, Grants& grants) { read(value, grants.display.emplace()); }},
+        {"system",
+         [](const JsonValue& value, Grants& grants) { read(value, grants.system.emplace()); }},
+    };
+    Grants grants;
+    readMembers(event.member("power"), kKeys, grants);
+    return [grants](ScriptedProgram& program) {
+        platform::SimulatedPower& power = program.power();
+        power.grantsDisplay = grants.display.value_or(power.grantsDisplay);
+        power.grantsSystem = grants.system.value_or(power.grantsSystem);
+    };
+}
+
+Act readSetDefaults(const JsonValue& event, const Document& /*document*/) {
+    std::map<std::string, std::optional<platform::SimulatedDefaults::Value>> changes;
+    event.member("setDefaults").forEachMember([&](std::string_view key, const JsonValue& value) {
+        auto& change = changes[std::string(key)];
+        if (!value.isNull()) {
+            change = readStored(value);
+        }
+    });
+    // From outside, so nobody is told.
+    return [changes](ScriptedProgram& program) {
+        for (const auto& [key, value] : changes) {
+            if (value) {
+                program.defaults().values[key] = *value;
+            } else {
+                program.defaults().values.erase(key);
+            }
+        }
+    };
+}
+
 /// The key that says what an event is. Without a reader: known, and not supported yet.
 struct Form {
     std::string_view key;
@@ -87,8 +156,13 @@ struct Form {
 };
 
 constexpr Form kForms[] = {
-    {"set", readSet},    {"do", readAction}, {"feed", nullptr},        {"archive", nullptr},
-    {"script", nullptr}, {"power", nullptr}, {"setDefaults", nullptr},
+    {"set", readSet},
+    {"do", readAction},
+    {"feed", nullptr},
+    {"archive", nullptr},
+    {"script", readScript},
+    {"power", readPower},
+    {"setDefaults", readSetDefaults},
 };
 
 ScenarioEvent readEvent(const JsonValue& value, const Document& document) {

@@ -18,6 +18,9 @@ MachineChange readMachine(const JsonValue& object, const Document& document);
 /// The list of events. Throws also when they are not in time order.
 std::vector<ScenarioEvent> readEvents(const JsonValue& array, const Document& document);
 
+/// A value of the user defaults. A number without a fraction or exponent is an integer.
+platform::SimulatedDefaults::Value readStored(const JsonValue& value);
+
 /// A number of seconds from 0 up.
 double readSeconds(const JsonValue& value);
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "app/app_delegate.h"
@@ -12,7 +13,9 @@
 #include "simulation/scenario.h"
 
 namespace korvel {
+class Awake;
 class ContentView;
+class Model;
 } // namespace korvel
 
 namespace korvel::simulation {
@@ -41,7 +44,24 @@ class ScriptedProgram {
     void toggleBreakdown();
     void quitProcess(std::int32_t pid);
     void findSwapHolders();
+    void previewReclaim();
+    void runReclaim();
+    void dismissPreview();
+    void enableAwake(std::optional<std::int64_t> minutes);
+    void disableAwake();
+    /// The machine sleeps for so many seconds of the wall clock.
+    void sleep(double seconds);
+    /// The wall clock is set forth or back.
+    void turnClock(double seconds) { simulated_.clock.turn(seconds); }
     MachineState machine() { return {simulated_.machine.readings, simulated_.processes, agents_}; }
+    platform::SimulatedDefaults& defaults() { return simulated_.defaults; }
+    platform::SimulatedPower& power() { return simulated_.power; }
+    ReclaimScript& script() { return script_; }
+
+    platform::SimulatedServices& simulated() { return simulated_; }
+    const platform::SimulatedServices& simulated() const { return simulated_; }
+    const Model& model() const;
+    const Awake& awake() const { return *awake_; }
 
   protected:
     /// Makes the machine. The scenario outlives the program, and so does the stage, which is the
@@ -54,23 +74,23 @@ class ScriptedProgram {
     void end() { delegate_->applicationWillTerminate(); }
 
     const Scenario& scenario() const { return scenario_; }
-    platform::SimulatedServices& simulated() { return simulated_; }
-    const platform::SimulatedServices& simulated() const { return simulated_; }
-    platform::SimulatedChildProcesses& childProcesses() { return children_; }
     AppDelegate& delegate() { return *delegate_; }
     ContentView& view() { return *view_; }
 
   private:
     void answerTools();
+    std::optional<platform::ChildResult>
+    runScript(const platform::SimulatedChildProcesses::Arguments& arguments);
 
     const Scenario& scenario_;
     platform::SimulatedServices simulated_;
-    platform::SimulatedChildProcesses children_;
     platform::Reading<std::string> agents_;
-    LaunchctlAgents launchctlAgents_{children_};
-    VmmapSwappedMemory vmmapMemory_{children_};
+    LaunchctlAgents launchctlAgents_{simulated_.childProcesses};
+    VmmapSwappedMemory vmmapMemory_{simulated_.childProcesses};
+    ReclaimScript script_;
     platform::Services services_;
     Metrics metrics_;
+    std::shared_ptr<Awake> awake_;
     ContentView* view_ = nullptr; ///< the delegate's
     std::shared_ptr<AppDelegate> delegate_;
 };

@@ -6,6 +6,10 @@
 #include "core/json_writer.h"
 #include "core/snapshot.h"
 #include "core/snapshot_json.h"
+#include "model/awake.h"
+#include "model/model.h"
+#include "platform/notifications.h"
+#include "platform/simulated/power.h"
 #include "platform/status_bar.h"
 #include "ui/content/content_json.h"
 #include "ui/content/palette.h"
@@ -30,6 +34,15 @@ std::string_view beginning(std::string_view text) {
         --end;
     }
     return text.substr(0, end);
+}
+
+template <typename T>
+void writeOptional(JsonWriter& json, const std::optional<T>& value) {
+    if (value) {
+        json.value(*value);
+    } else {
+        json.value(nullptr);
+    }
 }
 
 void writeColour(JsonWriter& json, const platform::TitleRun& run) {
@@ -114,6 +127,50 @@ void Trace::swapHolders(bool scanning, const std::vector<ProcInfo>& holders) {
             writeProcess(json, holder);
         }
         json.endArray();
+    });
+}
+
+void Trace::notification(const platform::Notification& notification) {
+    line("notification", [&](JsonWriter& json) {
+        json.member("title", notification.title).member("body", notification.body);
+    });
+}
+
+void Trace::defaults(const std::string& key, const platform::SimulatedDefaults::Value* value) {
+    line("defaults", [&](JsonWriter& json) {
+        json.member("key", key);
+        if (value == nullptr) {
+            json.member("type", "removed").member("value", nullptr);
+            return;
+        }
+        static constexpr const char* kTypes[] = {"integer", "double", "bool", "string"};
+        json.member("type", kTypes[value->index()]).key("value");
+        std::visit([&](const auto& held) { json.value(held); }, *value);
+    });
+}
+
+void Trace::assertion(const char* op, platform::PowerAssertionType type,
+                      platform::PowerAssertionId id) {
+    line("assertion", [&](JsonWriter& json) {
+        json.member("op", op)
+            .member("type", platform::SimulatedPower::typeName(type))
+            .member("id", id);
+    });
+}
+
+void Trace::awake(const Awake& awake) {
+    line("awake", [&](JsonWriter& json) {
+        json.member("on", *awake.on).key("until");
+        writeOptional(json, *awake.until);
+        json.member("label", awake.remainingLabel());
+    });
+}
+
+void Trace::reclaim(const Model& model) {
+    line("reclaim", [&](JsonWriter& json) {
+        json.member("scanning", *model.scanning).member("reclaiming", *model.reclaiming);
+        writeOptional(json.key("preview"), *model.reclaimPreview);
+        writeOptional(json.key("result"), *model.reclaimResult);
     });
 }
 

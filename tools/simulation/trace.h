@@ -6,16 +6,22 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/power.h"
+#include "platform/simulated/defaults.h"
+
 namespace korvel {
+class Awake;
 class JsonWriter;
+class Model;
 struct PopoverContent;
 struct ProcInfo;
 struct Snapshot;
 } // namespace korvel
 
 namespace korvel::platform {
+struct Notification;
 struct StatusTitle;
-}
+} // namespace korvel::platform
 
 namespace korvel::simulation {
 
@@ -35,6 +41,13 @@ class Trace {
     void signal(std::int32_t pid); ///< the only one that is ever sent: SIGTERM
     void content(const PopoverContent& content);
     void swapHolders(bool scanning, const std::vector<ProcInfo>& holders);
+    void notification(const platform::Notification& notification);
+    /// `value` null: the key was removed.
+    void defaults(const std::string& key, const platform::SimulatedDefaults::Value* value);
+    void assertion(const char* op, platform::PowerAssertionType type,
+                   platform::PowerAssertionId id);
+    void awake(const Awake& awake);
+    void reclaim(const Model& model);
     void exit(std::string_view reason);
 
   private:

@@ -1,10 +1,20 @@
 #include "platform/qt/run_loop.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cmath>
+#include <ctime>
 #include <utility>
 
 #include <QCoreApplication>
+#include <QSocketNotifier>
 #include <QTimer>
+
+#ifdef __linux__
+#include <sys/timerfd.h>
+
+#include "platform/posix/file_descriptor.h"
+#endif
 
 namespace korvel::platform {
 
@@ -28,6 +38,57 @@ class QtTimer final : public Timer {
     QTimer timer_;
 };
 
+#ifdef __linux__
+
+/// Counts the time that the machine sleeps, which Qt's own timers leave out: what ended meanwhile
+/// ends at the wake-up.
+class OneShotTimer final : public Timer {
+  public:
+    OneShotTimer(double seconds, RunLoop::Work work)
+        : descriptor_(::timerfd_create(CLOCK_BOOTTIME, TFD_NONBLOCK | TFD_CLOEXEC)),
+          notifier_(descriptor_.get(), QSocketNotifier::Read) {
+        QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_,
+                         [this, due = std::move(work)] {
+                             notifier_.setEnabled(false);
+                             // On a turn of its own, for it may destroy this timer.
+                             QMetaObject::invokeMethod(&turn_, due, Qt::QueuedConnection);
+                         });
+        constexpr double kLongest =
+            100 * 365.25 * 86400; // seconds; the kernel's end is at 292 years
+        constexpr double kNanosecondsPerSecond = 1e9;
+        const double wait = std::clamp(seconds, 1 / kNanosecondsPerSecond, kLongest);
+        itimerspec time{};
+        time.it_value.tv_sec = static_cast<std::time_t>(wait);
+        time.it_value.tv_nsec =
+            static_cast<long>((wait - std::floor(wait)) * kNanosecondsPerSecond);
+        ::timerfd_settime(descriptor_.get(), 0, &time, nullptr);
+    }
+
+  private:
+    FileDescriptor descriptor_;
+    QSocketNotifier notifier_;
+    QObject turn_;
+};
+
+#else
+
+class OneShotTimer final : public Timer {
+  public:
+    OneShotTimer(double seconds, RunLoop::Work work) {
+        timer_.setSingleShot(true);
+        timer_.setInterval(milliseconds(std::min(seconds, kLongest)));
+        timer_.callOnTimeout(&timer_, std::move(work));
+        timer_.start();
+    }
+
+  private:
+    static constexpr double kLongest = 24 * 86400; // seconds; the widest that Qt counts
+
+    QTimer timer_;
+};
+
+#endif
+
 } // namespace
 
 QtRunLoop::QtRunLoop() = default;
@@ -42,6 +103,10 @@ void QtRunLoop::async(Work work) {
 
 void QtRunLoop::after(double seconds, Work work) {
     QTimer::singleShot(milliseconds(seconds), &mainThread_, std::move(work));
+}
+
+std::unique_ptr<Timer> QtRunLoop::once(double seconds, Work work) {
+    return std::make_unique<OneShotTimer>(seconds, std::move(work));
 }
 
 std::unique_ptr<Timer> QtRunLoop::every(double seconds, Work work) {

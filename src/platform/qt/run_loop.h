@@ -16,6 +16,7 @@ class QtRunLoop final : public RunLoop {
 
     void async(Work work) override;
     void after(double seconds, Work work) override;
+    std::unique_ptr<Timer> once(double seconds, Work work) override;
     std::unique_ptr<Timer> every(double seconds, Work work) override;
     void background(Work work) override;
     void terminate() override;

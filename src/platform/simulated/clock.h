@@ -1,19 +1,23 @@
 #pragma once
 
 #include "platform/clock.h"
+#include "platform/simulated/call_log.h"
 #include "platform/simulated/machine.h"
 #include "platform/simulated/run_loop.h"
 
 namespace korvel::platform {
 
 /// A wall clock that goes with a simulated run loop, or, without one, only when it is turned.
-class SimulatedClock final : public Clock {
+class SimulatedClock final : public Clock, public Logging {
   public:
     explicit SimulatedClock(Date start = kSimulatedStart) : base_(start) {}
     SimulatedClock(const SimulatedRunLoop& runLoop, Date start)
         : runLoop_(&runLoop), base_(start) {}
 
-    Date now() override { return base_ + elapsed(); }
+    Date now() override {
+        note("now");
+        return base_ + elapsed();
+    }
 
     /// Sets the clock, forth or back.
     void set(Date date) { base_ = date - elapsed(); }

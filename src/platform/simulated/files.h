@@ -36,7 +36,10 @@ class SimulatedFiles final : public Files, public Logging {
     /// `name` in the home directory.
     std::string inHome(const std::string& name) const { return home + "/" + name; }
 
-    std::string homeDirectory() override { return home; }
+    std::string homeDirectory() override {
+        note("homeDirectory");
+        return home;
+    }
     std::optional<std::string> read(const std::string& path) override;
     bool write(const std::string& path, std::string_view bytes) override;
 };

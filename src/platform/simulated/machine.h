@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 #include "platform/machine.h"
 #include "platform/simulated/call_log.h"
@@ -17,6 +18,13 @@ struct Reading {
     bool fails = false;
 
     T* operator->() { return &value; }
+    /// What taking it gives from now on; nullopt: it fails.
+    void set(std::optional<T> reading) {
+        fails = !reading;
+        if (reading) {
+            value = std::move(*reading);
+        }
+    }
     std::optional<T> take() const { return fails ? std::nullopt : std::optional<T>(value); }
 };
 

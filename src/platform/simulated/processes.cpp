@@ -49,6 +49,7 @@ void SimulatedProcesses::terminate(std::int32_t pid) {
 }
 
 std::int32_t SimulatedProcesses::currentProcessIdentifier() {
+    note("currentProcessIdentifier");
     return ownPid;
 }
 

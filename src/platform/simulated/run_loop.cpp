@@ -1,6 +1,7 @@
 #include "platform/simulated/run_loop.h"
 
 #include <algorithm>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -13,6 +14,7 @@ struct SimulatedRunLoop::Scheduled {
     double interval = 0; ///< seconds
     bool repeats = false;
     bool cancelled = false;
+    bool countsSleep = false;
     std::uint64_t fired = 0;
 
     /// Multiplied, not added up: a tenth of a second stays one after a day.
@@ -32,12 +34,51 @@ class SimulatedRunLoop::OwnedTimer final : public Timer {
 };
 
 void SimulatedRunLoop::async(Work work) {
-    queue_.push_back(std::move(work));
+    note("async");
+    if (spent_.value_or(0) > 0) {
+        arrivals_.emplace(now_ + *spent_, std::move(work));
+    } else {
+        queue_.push_back(std::move(work));
+    }
 }
 
 void SimulatedRunLoop::after(double seconds, Work work) {
     note(fmt::format("after {}", seconds));
     schedule(seconds, false, std::move(work));
+}
+
+std::unique_ptr<Timer> SimulatedRunLoop::once(double seconds, Work work) {
+    note(fmt::format("once {}", seconds));
+    auto scheduled = schedule(seconds, false, std::move(work));
+    scheduled->countsSleep = true;
+    return std::make_unique<OwnedTimer>(std::move(scheduled));
+}
+
+void SimulatedRunLoop::sleep(double seconds) {
+    std::vector<std::shared_ptr<Scheduled>> nearer;
+    std::erase_if(timers_, [&](const auto& entry) {
+        const bool counts = entry.second->countsSleep;
+        if (counts) {
+            nearer.push_back(entry.second);
+        }
+        return counts;
+    });
+    for (const std::shared_ptr<Scheduled>& scheduled : nearer) {
+        scheduled->madeAt -= seconds;
+        enter(scheduled);
+    }
+}
+
+std::size_t SimulatedRunLoop::waitingOnce() const {
+    return static_cast<std::size_t>(
+        std::count_if(timers_.begin(), timers_.end(), [](const auto& entry) {
+            return entry.second->countsSleep && !entry.second->cancelled;
+        }));
+}
+
+void SimulatedRunLoop::enter(std::shared_ptr<Scheduled> scheduled) {
+    const std::pair key(scheduled->due(), scheduled->number);
+    timers_.emplace(key, std::move(scheduled));
 }
 
 std::unique_ptr<Timer> SimulatedRunLoop::every(double seconds, Work work) {
@@ -46,7 +87,20 @@ std::unique_ptr<Timer> SimulatedRunLoop::every(double seconds, Work work) {
 }
 
 void SimulatedRunLoop::background(Work work) {
+    note("background");
     background_.push_back(std::move(work));
+}
+
+void SimulatedRunLoop::spend(double seconds) {
+    if (spent_) {
+        *spent_ += seconds;
+    }
+}
+
+void SimulatedRunLoop::runBackground(const Work& work) {
+    spent_ = 0;
+    work();
+    spent_.reset();
 }
 
 void SimulatedRunLoop::terminate() {
@@ -66,7 +120,7 @@ std::shared_ptr<SimulatedRunLoop::Scheduled> SimulatedRunLoop::schedule(double s
     scheduled->madeAt = now_;
     scheduled->interval = seconds;
     scheduled->repeats = repeats;
-    timers_.emplace(std::pair(scheduled->due(), scheduled->number), scheduled);
+    enter(scheduled);
     return scheduled;
 }
 
@@ -92,10 +146,13 @@ bool SimulatedRunLoop::turn(double limit) {
     if (!events_.empty()) {
         next = events_.begin()->first;
     }
+    if (!arrivals_.empty()) {
+        next = std::min(next, arrivals_.begin()->first);
+    }
     if (!timers_.empty()) {
         next = std::min(next, timers_.begin()->first.first);
     }
-    if (next > limit || (events_.empty() && timers_.empty())) {
+    if (next > limit || (events_.empty() && arrivals_.empty() && timers_.empty())) {
         return false;
     }
     now_ = std::max(now_, next);
@@ -103,12 +160,16 @@ bool SimulatedRunLoop::turn(double limit) {
 }
 
 bool SimulatedRunLoop::turnAtThisInstant() {
+    while (!arrivals_.empty() && arrivals_.begin()->first <= now_) {
+        queue_.push_back(std::move(arrivals_.begin()->second));
+        arrivals_.erase(arrivals_.begin());
+    }
     Work work;
     if (!events_.empty() && events_.begin()->first <= now_) {
         work = std::move(events_.begin()->second);
         events_.erase(events_.begin());
     } else if (!background_.empty()) {
-        work = std::move(background_.front());
+        work = [this, run = std::move(background_.front())] { runBackground(run); };
         background_.pop_front();
     } else if (!queue_.empty()) {
         work = std::move(queue_.front());
@@ -133,7 +194,7 @@ void SimulatedRunLoop::fire() {
     }
     ++scheduled->fired;
     if (scheduled->repeats) {
-        timers_.emplace(std::pair(scheduled->due(), scheduled->number), scheduled);
+        enter(scheduled);
     }
     scheduled->work();
 }

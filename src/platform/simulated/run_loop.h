@@ -6,6 +6,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "platform/run_loop.h"
@@ -21,10 +22,15 @@ class SimulatedRunLoop final : public RunLoop, public Logging {
   public:
     void async(Work work) override;
     void after(double seconds, Work work) override;
+    /// Counts the time that the machine sleeps, too.
+    [[nodiscard]] std::unique_ptr<Timer> once(double seconds, Work work) override;
     /// The nth time is exactly n intervals after the first call, without drift.
     [[nodiscard]] std::unique_ptr<Timer> every(double seconds, Work work) override;
     /// Runs `work` on the turn after this one, at the same instant.
     void background(Work work) override;
+    /// Lets the background work that runs now take so long: what it queues from here on arrives
+    /// that much later. What it reads and changes is read and changed at once.
+    void spend(double seconds);
     void terminate() override;
 
     /// Called at the end of each turn; may be empty.
@@ -43,6 +49,13 @@ class SimulatedRunLoop final : public RunLoop, public Logging {
     /// there. advance(0) runs what is due now.
     void advance(double seconds);
 
+    /// Lets the machine sleep for so long: no time passes for the loop, but what `once` waits for
+    /// comes so much nearer.
+    void sleep(double seconds);
+
+    /// How many timers of `once` are running.
+    std::size_t waitingOnce() const;
+
     bool terminated() const { return terminated_; }
 
   private:
@@ -52,14 +65,18 @@ class SimulatedRunLoop final : public RunLoop, public Logging {
     /// Runs the next piece of work unless it is due after `limit`. False: there was none.
     bool turn(double limit = std::numeric_limits<double>::infinity());
     bool turnAtThisInstant();
+    void runBackground(const Work& work);
     void fire();
     std::shared_ptr<Scheduled> schedule(double seconds, bool repeats, Work work);
+    void enter(std::shared_ptr<Scheduled> scheduled);
 
     double now_ = 0;
     bool terminated_ = false;
     std::uint64_t made_ = 0; ///< scheduled so far; numbers them
     std::multimap<double, Work> events_;
     std::deque<Work> background_;
+    std::optional<double> spent_;          ///< seconds, by the background work that runs now
+    std::multimap<double, Work> arrivals_; ///< queued by such work for a later time
     std::deque<Work> queue_;
     /// By time, then by number.
     std::map<std::pair<double, std::uint64_t>, std::shared_ptr<Scheduled>> timers_;

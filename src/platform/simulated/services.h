@@ -2,9 +2,13 @@
 
 #include "platform/services.h"
 #include "platform/simulated/agents.h"
+#include "platform/simulated/child_processes.h"
 #include "platform/simulated/clock.h"
+#include "platform/simulated/defaults.h"
 #include "platform/simulated/files.h"
 #include "platform/simulated/machine.h"
+#include "platform/simulated/notifications.h"
+#include "platform/simulated/power.h"
 #include "platform/simulated/processes.h"
 #include "platform/simulated/run_loop.h"
 #include "platform/simulated/status_bar.h"
@@ -22,6 +26,10 @@ struct SimulatedServices {
     SimulatedAgents agents;
     SimulatedFiles files;
     SimulatedStatusBar statusBar;
+    SimulatedChildProcesses childProcesses;
+    SimulatedDefaults defaults;
+    SimulatedPower power;
+    SimulatedNotifications notifications;
 
     SimulatedServices() = default;
     SimulatedServices(const SimulatedServices&) = delete;
@@ -29,16 +37,19 @@ struct SimulatedServices {
 
     /// The set as the program takes it; valid as long as this object.
     Services services() {
-        return {machine, processes, swappedMemory, agents, clock, runLoop, files, statusBar};
+        return {machine, processes, swappedMemory, agents,   childProcesses, clock,
+                runLoop, files,     statusBar,     defaults, power,          notifications};
     }
 
     /// Has every service write into one log.
     void logTo(CallLog& log) {
         for (Logging* service :
-             {static_cast<Logging*>(&runLoop), static_cast<Logging*>(&machine),
-              static_cast<Logging*>(&processes), static_cast<Logging*>(&swappedMemory),
-              static_cast<Logging*>(&agents), static_cast<Logging*>(&files),
-              static_cast<Logging*>(&statusBar)}) {
+             {static_cast<Logging*>(&runLoop), static_cast<Logging*>(&clock),
+              static_cast<Logging*>(&machine), static_cast<Logging*>(&processes),
+              static_cast<Logging*>(&swappedMemory), static_cast<Logging*>(&agents),
+              static_cast<Logging*>(&files), static_cast<Logging*>(&statusBar),
+              static_cast<Logging*>(&defaults), static_cast<Logging*>(&power),
+              static_cast<Logging*>(&notifications)}) {
             service->log = &log;
         }
     }

@@ -7,6 +7,14 @@ namespace korvel {
 
 namespace {
 
+void writeOptional(JsonWriter& json, const std::optional<std::string>& text) {
+    if (text) {
+        json.value(*text);
+    } else {
+        json.value(nullptr);
+    }
+}
+
 void writeBreakdown(JsonWriter& json, const std::vector<PopoverContent::FactorLine>& lines) {
     json.beginArray();
     for (const PopoverContent::FactorLine& line : lines) {
@@ -45,15 +53,27 @@ void writeRow(JsonWriter& json, const Row& row) {
 void writeProcesses(JsonWriter& json, const std::vector<PopoverContent::ProcessLine>& lines) {
     json.beginArray();
     for (const PopoverContent::ProcessLine& line : lines) {
-        json.beginObject().member("name", line.name).member("size", line.size).key("quit");
-        if (line.quit) {
-            json.value(*line.quit);
-        } else {
-            json.value(nullptr);
-        }
+        writeOptional(
+            json.beginObject().member("name", line.name).member("size", line.size).key("quit"),
+            line.quit);
         json.endObject();
     }
     json.endArray();
+}
+
+void writeKeepAwake(JsonWriter& json, const PopoverContent::KeepAwake& keepAwake) {
+    writeOptional(json.beginObject().key("remaining"), keepAwake.remaining);
+    json.key("control");
+    if (keepAwake.choices.empty()) {
+        json.value(keepAwake.control);
+    } else {
+        json.beginArray();
+        for (const PopoverContent::KeepAwake::Choice& choice : keepAwake.choices) {
+            json.value(choice.title);
+        }
+        json.endArray();
+    }
+    json.endObject();
 }
 
 } // namespace
@@ -94,6 +114,15 @@ void writeContentMembers(JsonWriter& json, const PopoverContent& content) {
     }
     json.endObject().key("heaviest");
     writeProcesses(json, content.heaviest);
+    writeKeepAwake(json.key("keepAwake"), content.keepAwake);
+    json.key("footer")
+        .beginObject()
+        .member("warden", content.footer.warden)
+        .member("wardenTooltip", content.footer.wardenTooltip)
+        .member("reclaim", content.footer.reclaim.text)
+        .member("quit", content.footer.quit)
+        .endObject();
+    writeOptional(json.key("reclaimResult"), content.reclaimResult);
 }
 
 } // namespace korvel

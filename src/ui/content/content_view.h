@@ -2,16 +2,20 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "model/observable.h"
 #include "ui/content/popover_content.h"
 
 namespace korvel::platform {
 class Processes;
+class RunLoop;
+struct Services;
 } // namespace korvel::platform
 
 namespace korvel {
 
+class Awake;
 class Model;
 
 /// The popover's root view without a display: turns the observed state into what is to be seen,
@@ -19,24 +23,40 @@ class Model;
 /// those of all that it observes.
 class ContentView : public ObservableObject {
   public:
-    ContentView(std::shared_ptr<Model> model, platform::Processes& processes);
+    /// The services outlive the view.
+    ContentView(std::shared_ptr<Model> model, std::shared_ptr<Awake> awake,
+                const platform::Services& services);
     ContentView(const ContentView&) = delete;
     ContentView& operator=(const ContentView&) = delete;
 
     PopoverContent content() const;
 
-    /// The model whose state the view shows.
+    /// What the view shows the state of.
     Model& model() const { return *model_; }
+    Awake& awake() const { return *awake_; }
 
     void toggleBreakdown();
     void findSwapHolders();
     /// Asks the process of that line to end; nothing when no line shows it any more.
     void quitProcess(std::int32_t pid);
+    /// Keeps the machine awake for so many minutes, or without an end.
+    void enableAwake(std::optional<std::int64_t> minutes);
+    void disableAwake();
+    void previewReclaim();
+    void runReclaim();
+    void dismissReclaimPreview();
+    /// What the reclaim button does in its present state.
+    void pressReclaim();
+    /// Ends the program.
+    void terminate();
 
   private:
     std::shared_ptr<Model> model_;
+    std::shared_ptr<Awake> awake_;
     platform::Processes& processes_;
-    Observation observation_;
+    platform::RunLoop& runLoop_;
+    Observation modelObservation_;
+    Observation awakeObservation_;
     bool showBreakdown_ = false;
 };
 

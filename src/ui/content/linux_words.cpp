@@ -9,6 +9,7 @@ namespace {
 /// Where in a text a phrase may stand.
 enum class Place {
     whole, ///< it is the whole text
+    head,  ///< it begins the text, which ends with a whole number
     tail,  ///< it ends the text, or the bracket that ends it
 };
 
@@ -19,6 +20,7 @@ struct Phrase {
 };
 
 constexpr Phrase kPhrases[] = {
+    {Place::head, "Mac slowing down: score ", "Computer slowing down: score "},
     {Place::tail, " GB free to use · macOS is comfortable",
      " GB free to use · Linux is comfortable"},
     {Place::tail, " GB free to use · macOS is under pressure",
@@ -35,15 +37,32 @@ constexpr Phrase kPhrases[] = {
      "Running hot. Linux is throttling to cool down"},
 };
 
+bool isWhole(std::string_view number) {
+    return !number.empty() && number.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+/// Where the phrase stands in the text; npos: nowhere that it may.
+std::size_t find(const Phrase& phrase, std::string_view text) {
+    constexpr std::size_t kNowhere = std::string_view::npos;
+    switch (phrase.place) {
+    case Place::whole:
+        return text == phrase.mac ? 0 : kNowhere;
+    case Place::head:
+        return text.starts_with(phrase.mac) && isWhole(text.substr(phrase.mac.size())) ? 0
+                                                                                       : kNowhere;
+    case Place::tail:
+        text.remove_suffix(text.ends_with(')') ? 1 : 0);
+        return text.ends_with(phrase.mac) ? text.size() - phrase.mac.size() : kNowhere;
+    }
+    return kNowhere;
+}
+
 } // namespace
 
 std::string linuxWords(std::string text) {
-    const std::size_t bracket = text.ends_with(')') ? 1 : 0;
-    const std::string_view body = std::string_view(text).substr(0, text.size() - bracket);
     for (const Phrase& phrase : kPhrases) {
-        if (phrase.place == Place::whole ? text == phrase.mac : body.ends_with(phrase.mac)) {
-            const std::size_t at =
-                phrase.place == Place::whole ? 0 : body.size() - phrase.mac.size();
+        const std::size_t at = find(phrase, text);
+        if (at != std::string::npos) {
             text.replace(at, phrase.mac.size(), phrase.linux);
             break;
         }

@@ -57,8 +57,45 @@ struct PopoverContent {
         std::string note; ///< under the list
     };
 
+    /// The line that keeps the machine awake.
+    struct KeepAwake {
+        /// One entry of the menu that switches it on.
+        struct Choice {
+            std::string title;
+            std::optional<std::int64_t> minutes; ///< none: without an end
+
+            bool operator==(const Choice&) const = default;
+        };
+
+        bool on = false;                      ///< the symbol is tinted then
+        std::optional<std::string> remaining; ///< how long still, while on
+        std::string control;                  ///< a button while on, else the menu's title
+        std::vector<Choice> choices;          ///< the menu's; none while on
+    };
+
+    /// The button that clears disk space, in its four states.
+    struct ReclaimButton {
+        enum class Action { none, preview, run };
+
+        std::string text;
+        std::string symbol;           ///< empty: none
+        bool semibold = false;        ///< else regular
+        bool dismissible = false;     ///< a waiting preview can be put away
+        Action action = Action::none; ///< what a press does; none: it is disabled
+    };
+
+    struct Footer {
+        std::string warden; ///< whether the watchdog runs
+        std::string wardenTooltip;
+        ReclaimButton reclaim;
+        std::string quit;
+    };
+
     static constexpr const char* kFootnote = "points lost, out of 100";
     static constexpr const char* kHeaviestCaption = "HEAVIEST";
+    static constexpr const char* kKeepAwake = "Keep awake";
+    static constexpr const char* kKeepAwakeTooltip =
+        "Stops the display and system idle-sleeping. Always released when Korvel quits.";
     static constexpr double kShortestFactorBar = 2; ///< logical pixels
 
     Header header;
@@ -67,6 +104,9 @@ struct PopoverContent {
     std::vector<Row> rows;
     SwapHolders swapHolders;
     std::vector<ProcessLine> heaviest;
+    KeepAwake keepAwake;
+    Footer footer;
+    std::optional<std::string> reclaimResult; ///< the last line; none: no such line
 };
 
 } // namespace korvel

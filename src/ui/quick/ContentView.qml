@@ -12,6 +12,7 @@ FocusScope {
     required property PopoverBridge content
 
     property alias animated: header.animated
+    property alias menuShown: keepAwake.menuShown
     readonly property real contentHeight: column.implicitHeight
 
     // Brings every piece into its place now, and not when the next picture is drawn: the popover
@@ -162,6 +163,31 @@ FocusScope {
             HeaviestList {
                 objectName: "heaviest"
                 content: root.content
+            }
+
+            Divider {}
+
+            KeepAwakeLine {
+                id: keepAwake
+
+                content: root.content
+            }
+
+            Divider {}
+
+            Footer {
+                content: root.content
+            }
+
+            Divider {
+                visible: result.visible
+            }
+
+            ReclaimResult {
+                id: result
+
+                content: root.content
+                visible: root.content.reclaimResult !== ""
             }
         }
     }

@@ -34,14 +34,9 @@ T.AbstractButton {
         visible: button.visualFocus
     }
 
-    Loader {
-        active: button.tip !== "" && button.hovered
-        onLoaded: {
-            const tip = item as Tip;
-            tip.target = button;
-            tip.text = button.tip;
-        }
-
-        sourceComponent: Tip {}
+    TipLoader {
+        target: button
+        tip: button.tip
+        wanted: button.hovered
     }
 }

@@ -9,6 +9,7 @@ Item {
 
     property alias animated: panel.animated
     property alias maximumHeight: panel.maximumHeight
+    property alias menuShown: panel.menuShown // it takes the Escape key
     property alias rounded: panel.rounded
     property bool shadowed: false
 

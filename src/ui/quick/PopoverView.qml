@@ -8,6 +8,7 @@ Rectangle {
     required property PopoverBridge content
 
     property alias animated: view.animated
+    property alias menuShown: view.menuShown // it takes the Escape key
     property real maximumHeight: 740
     property bool rounded: false
 

@@ -62,6 +62,16 @@ QtObject {
     readonly property real quitSize: 20
     readonly property real quitReach: 4 // how far the button's edge lies outside its symbol
 
+    readonly property real keepAwakePadding: 9
+    readonly property real footerPadding: 10
+    readonly property real footerSpacing: 8
+    readonly property real resultPadding: 10
+    readonly property real dismissSize: 12
+    readonly property real menuWidth: 140
+    readonly property real menuPadding: 4
+    readonly property real menuItemHeight: 22
+    readonly property real highlightOpacity: 0.12
+
     readonly property real focusRing: 1.5
     readonly property real focusReach: 3
     readonly property real focusRadius: 5
@@ -85,6 +95,12 @@ QtObject {
     readonly property font listCaption: Inks.font(8.5, Font.DemiBold)
     readonly property font processName: Inks.font(11, Font.Normal)
     readonly property font processSize: Inks.font(10, Font.Medium)
+    readonly property font action: Inks.font(11, Font.Normal)
+    readonly property font actionSemibold: Inks.font(11, Font.DemiBold)
+    readonly property font remaining: Inks.font(9, Font.Normal)
+    readonly property font awakeControl: Inks.font(10, Font.Normal)
+    readonly property font warden: Inks.font(9.5, Font.Normal)
+    readonly property font result: Inks.monospaced(9.5, Font.Normal)
     readonly property font tip: Inks.font(10.5, Font.Normal)
 
     // The symbols' sizes, as of the letters beside them.
@@ -93,6 +109,8 @@ QtObject {
     readonly property real alertSymbol: 10
     readonly property real holdersSymbol: 8
     readonly property real quitSymbol: 10
+    readonly property real actionSymbol: 11
+    readonly property real dismissSymbol: 9
     readonly property real symbolSpacing: 6
     readonly property real chevronSpacing: 4
 

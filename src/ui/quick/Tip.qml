@@ -8,11 +8,14 @@ T.ToolTip {
 
     property Item target
 
+    // Where it would leave the window it stands above, and never on what it is about.
+    readonly property bool below: !target || target.mapToItem(null, 0, target.height).y + height + 2 * Theme.focusReach
+                                  < target.Window.height
     readonly property real longest: Theme.popoverWidth - 2 * Theme.sidePadding
 
     parent: target
     x: target ? Math.round((target.width - width) / 2) : 0
-    y: target ? target.height + Theme.focusReach : 0
+    y: below ? target.height + Theme.focusReach : -height - Theme.focusReach
     implicitWidth: Math.min(longest, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
     margins: Theme.focusReach

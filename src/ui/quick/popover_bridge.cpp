@@ -59,6 +59,10 @@ void PopoverBridge::setContent(const PopoverContent& content) {
     set(swapNote_, text(content.swapHolders.note), &PopoverBridge::swapNoteChanged);
     setProcesses(swapHolders_, content.swapHolders.holders);
     setProcesses(heaviest_, content.heaviest);
+    setAwake(content.keepAwake);
+    setFooter(content.footer);
+    set(reclaimResult_, text(content.reclaimResult.value_or(std::string())),
+        &PopoverBridge::reclaimResultChanged);
 }
 
 void PopoverBridge::toggleBreakdown() {
@@ -71,6 +75,28 @@ void PopoverBridge::findSwapHolders() {
 
 void PopoverBridge::quitProcess(int pid) {
     root_.quitProcess(pid);
+}
+
+void PopoverBridge::enableAwake(int choice) {
+    if (choice >= 0 && static_cast<std::size_t>(choice) < choices_.size()) {
+        root_.enableAwake(choices_[static_cast<std::size_t>(choice)].minutes);
+    }
+}
+
+void PopoverBridge::disableAwake() {
+    root_.disableAwake();
+}
+
+void PopoverBridge::pressReclaim() {
+    root_.pressReclaim();
+}
+
+void PopoverBridge::dismissPreview() {
+    root_.dismissReclaimPreview();
+}
+
+void PopoverBridge::terminate() {
+    root_.terminate();
 }
 
 QString PopoverBridge::footnote() const {
@@ -140,6 +166,34 @@ void PopoverBridge::setRows(const std::vector<Row>& rows) {
                             QVariant::fromValue(values), row.label == kSwapLabel}});
     }
     rows_.setEntries(std::move(entries));
+}
+
+void PopoverBridge::setAwake(const PopoverContent::KeepAwake& keepAwake) {
+    AwakeLine line;
+    line.label = text(PopoverContent::kKeepAwake);
+    line.tip = text(PopoverContent::kKeepAwakeTooltip);
+    line.on = keepAwake.on;
+    line.remaining = text(keepAwake.remaining.value_or(std::string()));
+    line.control = text(keepAwake.control);
+    for (const PopoverContent::KeepAwake::Choice& choice : keepAwake.choices) {
+        line.choices.append(text(choice.title));
+    }
+    choices_ = keepAwake.choices;
+    set(awake_, std::move(line), &PopoverBridge::awakeChanged);
+}
+
+void PopoverBridge::setFooter(const PopoverContent::Footer& footer) {
+    using Action = PopoverContent::ReclaimButton::Action;
+    FooterLine line;
+    line.warden = text(footer.warden);
+    line.wardenTip = text(footer.wardenTooltip);
+    line.reclaim = text(footer.reclaim.text);
+    line.reclaimSymbol = QString::fromStdString(footer.reclaim.symbol);
+    line.reclaimSemibold = footer.reclaim.semibold;
+    line.reclaimEnabled = footer.reclaim.action != Action::none;
+    line.dismissible = footer.reclaim.dismissible;
+    line.quit = text(footer.quit);
+    set(footer_, std::move(line), &PopoverBridge::footerChanged);
 }
 
 void PopoverBridge::setProcesses(KeyedListModel& list,

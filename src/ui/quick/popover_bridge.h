@@ -2,12 +2,15 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <QObject>
 #include <QString>
 #include <QtQmlIntegration>
 
 #include "ui/content/popover_content.h"
+#include "ui/quick/awake_line.h"
+#include "ui/quick/footer_line.h"
 #include "ui/quick/keyed_list_model.h"
 
 namespace korvel {
@@ -46,6 +49,10 @@ class PopoverBridge final : public QObject {
     Q_PROPERTY(korvel::KeyedListModel* swapHolders READ swapHolders CONSTANT FINAL)
     Q_PROPERTY(korvel::KeyedListModel* heaviest READ heaviest CONSTANT FINAL)
     Q_PROPERTY(QString heaviestCaption READ heaviestCaption CONSTANT FINAL)
+    Q_PROPERTY(korvel::AwakeLine awake READ awake NOTIFY awakeChanged FINAL)
+    Q_PROPERTY(korvel::FooterLine footer READ footer NOTIFY footerChanged FINAL)
+    // Empty: there is no such line.
+    Q_PROPERTY(QString reclaimResult READ reclaimResult NOTIFY reclaimResultChanged FINAL)
 
   public:
     /// `root`, which outlives the bridge, takes the actions.
@@ -56,6 +63,12 @@ class PopoverBridge final : public QObject {
     Q_INVOKABLE void toggleBreakdown();
     Q_INVOKABLE void findSwapHolders();
     Q_INVOKABLE void quitProcess(int pid);
+    /// Takes the choice of that place in the menu.
+    Q_INVOKABLE void enableAwake(int choice);
+    Q_INVOKABLE void disableAwake();
+    Q_INVOKABLE void pressReclaim();
+    Q_INVOKABLE void dismissPreview();
+    Q_INVOKABLE void terminate();
 
     int score() const { return score_; }
     QString scoreText() const { return scoreText_; }
@@ -74,6 +87,9 @@ class PopoverBridge final : public QObject {
     KeyedListModel* swapHolders() { return &swapHolders_; }
     KeyedListModel* heaviest() { return &heaviest_; }
     QString heaviestCaption() const;
+    AwakeLine awake() const { return awake_; }
+    FooterLine footer() const { return footer_; }
+    QString reclaimResult() const { return reclaimResult_; }
 
   Q_SIGNALS:
     void scoreChanged();
@@ -85,6 +101,9 @@ class PopoverBridge final : public QObject {
     void scanningSwapChanged();
     void swapButtonChanged();
     void swapNoteChanged();
+    void awakeChanged();
+    void footerChanged();
+    void reclaimResultChanged();
 
   private:
     /// A text of the program.
@@ -93,6 +112,8 @@ class PopoverBridge final : public QObject {
     void setBreakdown(const std::vector<PopoverContent::FactorLine>& lines);
     void setStatus(const std::vector<PopoverContent::StatusLine>& lines);
     void setRows(const std::vector<Row>& rows);
+    void setAwake(const PopoverContent::KeepAwake& keepAwake);
+    void setFooter(const PopoverContent::Footer& footer);
     void setProcesses(KeyedListModel& list, const std::vector<PopoverContent::ProcessLine>& lines);
     template <typename T>
     void set(T& member, T value, void (PopoverBridge::*changed)());
@@ -109,6 +130,10 @@ class PopoverBridge final : public QObject {
     bool scanningSwap_ = false;
     QString swapButton_;
     QString swapNote_;
+    AwakeLine awake_;
+    FooterLine footer_;
+    QString reclaimResult_;
+    std::vector<PopoverContent::KeepAwake::Choice> choices_; ///< of the menu, as shown
     KeyedListModel breakdown_;
     KeyedListModel status_;
     KeyedListModel rows_;

@@ -116,7 +116,8 @@ bool PopoverWindow::eventFilter(QObject* watched, QEvent* event) {
         return false;
     }
     if (event->type() == QEvent::KeyPress &&
-        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape &&
+        !view_->rootObject()->property("menuShown").toBool()) { // which it closes first
         close();
         return true;
     }

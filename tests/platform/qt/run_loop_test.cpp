@@ -1,5 +1,7 @@
 #include "platform/qt/run_loop.h"
 
+#include <limits>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -74,6 +76,40 @@ TEST_F(QtRunLoopTest, EveryRepeatsUntilItsTimerIsDestroyed) {
     });
     QCoreApplication::exec();
     EXPECT_EQ(runs, 3);
+}
+
+TEST_F(QtRunLoopTest, OnceRunsOnceAndMayDropItsOwnTimer) {
+    int runs = 0;
+    std::unique_ptr<Timer> timer = runLoop_.once(0.001, [&] {
+        ++runs;
+        timer.reset();
+        runLoop_.after(0.02, [&] { runLoop_.terminate(); });
+    });
+    QCoreApplication::exec();
+    EXPECT_EQ(runs, 1);
+}
+
+TEST_F(QtRunLoopTest, OnceDoesNotRunWhenItsTimerIsDropped) {
+    bool ran = false;
+    std::unique_ptr<Timer> timer = runLoop_.once(0.001, [&] { ran = true; });
+    timer.reset();
+    runLoop_.after(0.02, [&] { runLoop_.terminate(); });
+    QCoreApplication::exec();
+    EXPECT_FALSE(ran);
+}
+
+TEST_F(QtRunLoopTest, OnceTakesAnyWait) {
+    bool far = false;
+    const auto endless =
+        runLoop_.once(std::numeric_limits<double>::infinity(), [&] { far = true; });
+    const auto longest = runLoop_.once(1e300, [&] { far = true; });
+    int past = 0;
+    const auto negative = runLoop_.once(-1e300, [&] { ++past; });
+    const auto zero = runLoop_.once(0, [&] { ++past; });
+    runLoop_.after(0.03, [&] { runLoop_.terminate(); });
+    QCoreApplication::exec();
+    EXPECT_FALSE(far);
+    EXPECT_EQ(past, 2);
 }
 
 } // namespace

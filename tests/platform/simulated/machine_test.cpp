@@ -96,6 +96,15 @@ TEST(SimulatedAgents, ALabelIsLoadedWhenItIsListedAsAWhole) {
     EXPECT_FALSE(agents.isLoaded("org.example"));
 }
 
+TEST(SimulatedReading, SetToNothingFailsAndKeepsItsValue) {
+    Reading<int> reading{5};
+    reading.set(std::nullopt);
+    EXPECT_EQ(reading.take(), std::nullopt);
+    EXPECT_EQ(reading.value, 5);
+    reading.set(7);
+    EXPECT_EQ(reading.take(), 7);
+}
+
 TEST(SimulatedSwappedMemory, CannotBeToldOfAProcessThatIsNotListed) {
     SimulatedSwappedMemory memory;
     memory.bytes[7] = 4096;
@@ -109,13 +118,19 @@ TEST(SimulatedServices, WriteIntoOneLogInTheOrderOfTheCalls) {
     simulated.logTo(log);
     const Services services = simulated.services();
     services.machine.cpuTicks();
+    services.clock.now();
     services.processes.terminate(12);
+    services.processes.currentProcessIdentifier();
     services.agents.isLoaded("label");
     services.runLoop.after(1.5, [] {});
+    services.runLoop.async([] {});
+    services.runLoop.background([] {});
+    services.files.homeDirectory();
     services.files.read("/a");
     services.statusBar.setMainMenu({});
-    EXPECT_THAT(log, ElementsAre("cpuTicks", "terminate 12", "isLoaded label", "after 1.5",
-                                 "read /a", "setMainMenu"));
+    EXPECT_THAT(log, ElementsAre("cpuTicks", "now", "terminate 12", "currentProcessIdentifier",
+                                 "isLoaded label", "after 1.5", "async", "background",
+                                 "homeDirectory", "read /a", "setMainMenu"));
 }
 
 } // namespace

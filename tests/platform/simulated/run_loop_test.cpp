@@ -151,5 +151,59 @@ TEST_F(SimulatedRunLoopTest, AdvanceRunsWhatIsDueAtItsEndAndNothingLater) {
     EXPECT_EQ(loop.elapsed(), 2);
 }
 
+TEST(SimulatedRunLoop, TellsAfterEachTurnThatRanSomething) {
+    SimulatedRunLoop loop;
+    std::string order;
+    loop.onTurnEnd = [&] { order += "."; };
+    loop.event(1, [&] { order += "e"; });
+    loop.background([&] { order += "b"; });
+    loop.async([&] { order += "q"; });
+    loop.after(1, [&] { order += "t"; });
+    loop.advance(5);
+    EXPECT_EQ(order, "b.q.e.t.");
+}
+
+TEST(SimulatedSleep, BringsOnlyWhatWaitsOnceNearer) {
+    SimulatedRunLoop loop;
+    std::string order;
+    const auto once = loop.once(100, [&] { order += 'o'; });
+    const auto every = loop.every(100, [&] { order += 'e'; });
+    loop.after(100, [&] { order += 'a'; });
+    EXPECT_EQ(loop.waitingOnce(), 1U);
+    loop.sleep(98);
+    loop.advance(1);
+    EXPECT_EQ(order, "");
+    loop.advance(1);
+    EXPECT_EQ(order, "o");
+    EXPECT_EQ(loop.waitingOnce(), 0U);
+    loop.advance(98);
+    EXPECT_EQ(order, "oea");
+}
+
+TEST(SimulatedSleep, WhatEndedMeanwhileIsDueAtTheWakeUp) {
+    SimulatedRunLoop loop;
+    bool ran = false;
+    const auto once = loop.once(100, [&] { ran = true; });
+    loop.sleep(5000);
+    loop.advance(0);
+    EXPECT_TRUE(ran);
+    EXPECT_EQ(loop.elapsed(), 0);
+}
+
+TEST(SimulatedBackground, WhatItQueuesArrivesAfterTheTimeItSpent) {
+    SimulatedRunLoop loop;
+    std::string order;
+    const auto timer = loop.once(2.5, [&] { order += 't'; });
+    loop.background([&] {
+        order += 'b';
+        loop.spend(2.5);
+        loop.async([&] { order += 'q'; });
+    });
+    loop.advance(2);
+    EXPECT_EQ(order, "b");
+    loop.advance(0.5);
+    EXPECT_EQ(order, "bqt");
+}
+
 } // namespace
 } // namespace korvel::platform

@@ -11,7 +11,7 @@ namespace {
 class RootView : public testing::Test {
   protected:
     test::SimulatedModel simulated;
-    ContentView view{simulated.model, simulated.system.processes};
+    ContentView view{simulated.model, simulated.awake, simulated.system.services()};
 };
 
 TEST_F(RootView, ShowsTheEmptyReadingBeforeTheFirstPublication) {

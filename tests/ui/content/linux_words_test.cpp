@@ -5,7 +5,11 @@
 #include <gtest/gtest.h>
 
 #include "core/metrics.h"
+#include "model/disk_reclaim.h"
+#include "model/score_notifications.h"
 #include "platform/simulated/services.h"
+#include "support/simulated_model.h"
+#include "ui/content/action_sections.h"
 #include "ui/content/metric_rows.h"
 #include "ui/content/score_sections.h"
 
@@ -27,6 +31,7 @@ TEST(LinuxWords, SayTheSameOfLinux) {
         {"macOS thermal state: unknown", "Linux thermal state: unknown"},
         {"Running hot. macOS is throttling to cool down",
          "Running hot. Linux is throttling to cool down"},
+        {"Mac slowing down: score 42", "Computer slowing down: score 42"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(linuxWords(row.mac), row.linux);
@@ -35,7 +40,8 @@ TEST(LinuxWords, SayTheSameOfLinux) {
 
 TEST(LinuxWords, LeaveEveryOtherTextAlone) {
     for (const char* text :
-         {"", ")", "All clear, nothing needs attention", "312 GB free", "macOS", "Finder",
+         {"", ")", "Mac slowing down: score ", "Mac slowing down: score 5 is holding 9.3GB",
+          "All clear, nothing needs attention", "312 GB free", "macOS", "Finder",
           // What a process may be called, where its name is part of a text.
           "macOS is comfortable is holding 9.3GB", "macOS thermal state: normal is holding 9.3GB",
           "Running hot. macOS is throttling to cool down is holding 9.3GB",
@@ -77,9 +83,68 @@ std::vector<std::string> textsOf(const Snapshot& snap, platform::Processes& proc
     return texts;
 }
 
+const std::regex kMac("macOS|\\bMac\\b|Finder|OS X|Apple");
+
+TEST(LinuxWords, NoTextOfTheActionsNamesTheMacAfterThem) {
+    test::SimulatedModel simulated;
+    std::vector<std::string> texts{PopoverContent::kKeepAwake, PopoverContent::kKeepAwakeTooltip};
+    const auto collect = [&] {
+        const auto keepAwake = keepAwakeOf(*simulated.awake);
+        const auto footer = footerOf(*simulated.model);
+        texts.insert(texts.end(),
+                     {keepAwake.control, keepAwake.remaining.value_or(""), footer.warden,
+                      footer.wardenTooltip, footer.reclaim.text, footer.quit});
+        for (const auto& choice : keepAwake.choices) {
+            texts.push_back(choice.title);
+        }
+    };
+    for (const bool on : {false, true}) {
+        on ? simulated.awake->enable(90) : simulated.awake->disable();
+        Snapshot snap;
+        snap.wardenOn = on;
+        simulated.model->snap = snap;
+        simulated.model->scanning = on;
+        collect();
+        simulated.model->reclaimPreview = reclaimableIn("");
+        collect();
+        simulated.model->reclaiming = true;
+        collect();
+        simulated.model->reclaiming = false;
+        simulated.model->reclaimPreview = std::nullopt;
+    }
+    texts.insert(texts.end(), {reclaimResultText(1, 4), reclaimResultText(4, 1)});
+    EXPECT_GT(texts.size(), 40U);
+    for (const std::string& text : texts) {
+        EXPECT_FALSE(std::regex_search(linuxWords(text), kMac)) << text;
+    }
+}
+
+TEST(LinuxWords, NoNotificationNamesTheMacAfterThem) {
+    test::SimulatedModel simulated;
+    simulated.system.runLoop.advance(121);
+    Snapshot snap;
+    snap.score = 7;
+    ScoreNotifications notifications(simulated.system.clock, simulated.system.defaults,
+                                     simulated.system.notifications);
+    simulated.system.runLoop.advance(121);
+    for (const int variant : {0, 1, 2}) {
+        snap.alerts = variant == 0 ? std::vector<std::string>{"Running hot. macOS is throttling "
+                                                              "to cool down"}
+                                   : std::vector<std::string>();
+        snap.topProcs =
+            variant == 1 ? std::vector<ProcInfo>{{7, "browser", 2}} : std::vector<ProcInfo>();
+        simulated.system.defaults.values.clear();
+        notifications.maybeNotify(snap);
+    }
+    ASSERT_EQ(simulated.system.notifications.posted.size(), 3U);
+    for (const platform::Notification& posted : simulated.system.notifications.posted) {
+        EXPECT_FALSE(std::regex_search(linuxWords(posted.title), kMac)) << posted.title;
+        EXPECT_FALSE(std::regex_search(linuxWords(posted.body), kMac)) << posted.body;
+    }
+}
+
 TEST(LinuxWords, NoTextOfAnyReadingNamesTheMacAfterThem) {
     platform::SimulatedServices system;
-    const std::regex mac("macOS|\\bMac\\b|Finder|OS X|Apple");
     int changed = 0;
     for (const MemPressure pressure :
          {MemPressure::normal, MemPressure::warning, MemPressure::critical}) {
@@ -99,7 +164,7 @@ TEST(LinuxWords, NoTextOfAnyReadingNamesTheMacAfterThem) {
                     for (const std::string& text : textsOf(snap, system.processes)) {
                         const std::string words = linuxWords(text);
                         changed += words == text ? 0 : 1;
-                        EXPECT_FALSE(std::regex_search(words, mac)) << words;
+                        EXPECT_FALSE(std::regex_search(words, kMac)) << words;
                     }
                     // The sentence about the worst factor, which alerts may have displaced.
                     snap.alerts.clear();
@@ -109,7 +174,7 @@ TEST(LinuxWords, NoTextOfAnyReadingNamesTheMacAfterThem) {
                             alone.score = score;
                             alone.factors = {factor};
                             const std::string words = linuxWords(statusOf(alone)[0].text);
-                            EXPECT_FALSE(std::regex_search(words, mac)) << words;
+                            EXPECT_FALSE(std::regex_search(words, kMac)) << words;
                         }
                     }
                 }

@@ -146,6 +146,32 @@ const std::vector<Scene>& scenes() {
              stage.model->swapHolders = stage.model->snap->topProcs;
          }},
         {"empty", [](Stage& stage) { stage.model->history = std::vector<HistoryPoint>(); }},
+        {"awake_on",
+         [](Stage& stage) {
+             stage.show(healthyReading());
+             stage.root.enableAwake(180);
+         }},
+        {"reclaim_waiting",
+         [](Stage& stage) {
+             stage.show(fairReading());
+             stage.root.enableAwake(std::nullopt);
+             stage.model->reclaimPreview = "12.4 GB";
+         }},
+        {"reclaim_nothing",
+         [](Stage& stage) {
+             stage.show(healthyReading());
+             stage.model->reclaimPreview = "nothing worth clearing";
+         }},
+        {"reclaim_running",
+         [](Stage& stage) {
+             stage.show(fairReading());
+             stage.model->reclaiming = true;
+         }},
+        {"reclaim_done",
+         [](Stage& stage) {
+             stage.show(fairReading());
+             stage.model->reclaimResult = "reclaimed 2.3 GB · 52 GB free";
+         }},
         {"short_screen",
          [](Stage& stage) {
              stage.show(strainedReading());

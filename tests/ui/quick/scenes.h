@@ -22,7 +22,7 @@ class Stage {
 
     test::SimulatedModel simulated;
     std::shared_ptr<Model> model = simulated.model;
-    ContentView root{model, simulated.system.processes};
+    ContentView root{model, simulated.awake, simulated.system.services()};
 };
 
 Snapshot healthyReading();

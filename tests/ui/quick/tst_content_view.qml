@@ -53,6 +53,15 @@ Item {
             waitForRendering(view, 200);
         }
 
+        function menuOf(control) {
+            for (let i = 0; i < control.data.length; ++i) {
+                if (control.data[i].choices !== undefined) {
+                    return control.data[i];
+                }
+            }
+            fail("there is no menu");
+        }
+
         function holders() {
             return one(view, "rows");
         }
@@ -85,8 +94,12 @@ Item {
             compare(topOf(status), topOf(breakdown) + breakdown.height + 1);
             compare(topOf(rows), topOf(status) + status.height + 1);
             compare(topOf(heaviest), topOf(rows) + rows.height + 1);
-            compare(view.height, topOf(heaviest) + heaviest.height);
-            for (const section of [breakdown, status, rows, heaviest]) {
+            const keepAwake = one(view, "keepAwake").parent;
+            const footer = one(view, "footer").parent;
+            compare(topOf(keepAwake), topOf(heaviest) + heaviest.height + 1);
+            compare(topOf(footer), topOf(keepAwake) + keepAwake.height + 1);
+            compare(view.height, topOf(footer) + footer.height);
+            for (const section of [breakdown, status, rows, heaviest, keepAwake, footer]) {
                 compare(section.leftPadding, 16);
                 compare(section.rightPadding, 16);
             }
@@ -210,6 +223,10 @@ Item {
                 verify(topOf(item) > last, "stop " + i);
                 last = topOf(item);
             }
+            for (const name of ["awakeControl", "reclaim", "quitProgram"]) {
+                keyClick(Qt.Key_Tab);
+                compare(view.Window.activeFocusItem.objectName, name);
+            }
         }
 
         function test_growsToItsLimitAndScrollsBeyond() {
@@ -303,6 +320,106 @@ Item {
             const row = one(view, "percent").parent.parent;
             compare(row.Accessible.name, "CPU 46%, load 6.20 across 8 cores");
             compare(one(view, "number").parent.Accessible.name, "Health score 65");
+        }
+
+        function test_actionSectionsHaveTheirPaddings() {
+            play("reclaim_done");
+            const keepAwake = one(view, "keepAwake");
+            compare(keepAwake.parent.topPadding, 9);
+            compare(keepAwake.parent.bottomPadding, 9);
+            compare(leftOf(keepAwake), 16);
+            const footer = one(view, "footer");
+            compare(footer.parent.topPadding, 10);
+            compare(footer.parent.bottomPadding, 10);
+            const result = one(view, "result");
+            compare(result.text, "reclaimed 2.3 GB · 52 GB free");
+            compare(result.parent.bottomPadding, 10);
+            compare(topOf(result) + result.height + 10, view.height);
+            verify(topOf(keepAwake) > topOf(one(view, "heaviest")));
+            verify(topOf(footer) > topOf(keepAwake));
+        }
+
+        function test_withoutAResultThePopoverEndsWithTheFooter() {
+            play("healthy");
+            const footer = one(view, "footer");
+            compare(one(view, "result").parent.visible, false);
+            compare(topOf(footer) + footer.height + 10, view.height);
+        }
+
+        function test_theMenuOffersFourPeriodsAndTakesTheChosenOne() {
+            play("healthy");
+            const control = one(view, "awakeControl");
+            compare(control.text, "On");
+            compare(one(view, "remaining").visible, false);
+            mouseClick(control);
+            const menu = menuOf(control);
+            tryCompare(menu, "opened", true);
+            compare(menu.choices.length, 4);
+            compare(menu.choices[1], "1 hour");
+            verify(topOf(control) + menu.y + menu.height <= topOf(control) || topOf(control) + menu.y + menu.height <= root.height);
+            settle();
+            mouseClick(menu.itemAt(1));
+            tryCompare(menu, "visible", false);
+            compare(theatre.awakeFor(), 3600);
+            theatre.render();
+            compare(control.text, "Off");
+            compare(one(view, "remaining").visible, true);
+            mouseClick(control);
+            compare(theatre.awake(), false);
+        }
+
+        function test_theMenuIsWorkedWithKeys() {
+            play("healthy");
+            const control = one(view, "awakeControl");
+            control.forceActiveFocus(Qt.TabFocusReason);
+            keyClick(Qt.Key_Space);
+            const menu = menuOf(control);
+            tryCompare(menu, "opened", true);
+            keyClick(Qt.Key_Escape);
+            tryCompare(menu, "visible", false);
+            compare(theatre.awake(), false);
+            keyClick(Qt.Key_Space);
+            tryCompare(menu, "opened", true);
+            for (let i = 0; i < 3; ++i) {
+                keyClick(Qt.Key_Down);
+            }
+            keyClick(Qt.Key_Return);
+            tryCompare(menu, "visible", false);
+            compare(theatre.awake(), true);
+            compare(theatre.awakeFor(), 0);
+        }
+
+        function test_aWaitingPreviewIsClearedOrPutAway() {
+            play("reclaim_waiting");
+            const button = one(view, "reclaim");
+            compare(button.text, "Clear 12.4 GB");
+            verify(one(view, "dismiss").visible);
+            mouseClick(one(view, "dismiss"));
+            theatre.render();
+            compare(button.text, "Reclaim");
+            compare(one(view, "dismiss").visible, false);
+            play("reclaim_waiting");
+            mouseClick(button);
+            compare(theatre.reclaiming(), true);
+            theatre.render();
+            compare(button.text, "Clearing…");
+            compare(button.enabled, false);
+        }
+
+        function test_theFooterHoldsItsLongestTexts() {
+            play("reclaim_nothing");
+            const button = one(view, "reclaim");
+            compare(button.text, "Clear nothing worth clearing");
+            verify(leftOf(one(view, "warden")) + one(view, "warden").width < leftOf(button));
+            verify(leftOf(one(view, "dismiss")) + one(view, "dismiss").width <= leftOf(one(view, "quitProgram")));
+        }
+
+        function test_theLastButtonEndsTheProgram() {
+            play("healthy");
+            compare(one(view, "quitProgram").text, "Quit Halden");
+            compare(theatre.terminatedProgram(), false);
+            mouseClick(one(view, "quitProgram"));
+            compare(theatre.terminatedProgram(), true);
         }
 
         name: "ContentView"

@@ -27,6 +27,10 @@ class Theatre : public QObject {
         stage_.model->snap = Snapshot();
         stage_.model->swapHolders = std::vector<ProcInfo>();
         stage_.model->scanningSwap = false;
+        stage_.model->reclaiming = false;
+        stage_.model->reclaimPreview = std::nullopt;
+        stage_.model->reclaimResult = std::nullopt;
+        stage_.root.disableAwake();
         stage_.showHistory(60, 20, 50);
         if (stage_.root.content().breakdown) {
             stage_.root.toggleBreakdown();
@@ -63,6 +67,17 @@ class Theatre : public QObject {
     Q_INVOKABLE QList<int> terminated() const {
         const auto& pids = stage_.simulated.system.processes.terminated;
         return {pids.begin(), pids.end()};
+    }
+
+    Q_INVOKABLE bool awake() const { return *stage_.simulated.awake->on; }
+    /// Seconds that keep-awake has left; 0 without an end.
+    Q_INVOKABLE double awakeFor() {
+        const auto& until = *stage_.simulated.awake->until;
+        return until ? *until - stage_.simulated.system.clock.now() : 0;
+    }
+    Q_INVOKABLE bool reclaiming() const { return *stage_.model->reclaiming; }
+    Q_INVOKABLE bool terminatedProgram() const {
+        return stage_.simulated.system.runLoop.terminated();
     }
 
     Q_INVOKABLE bool scanning() const { return *stage_.model->scanningSwap; }

@@ -1,0 +1,36 @@
+#include "platform/simulated/power.h"
+
+namespace korvel::platform {
+
+const char* SimulatedPower::typeName(PowerAssertionType type) {
+    return type == PowerAssertionType::noDisplaySleep ? "NoDisplaySleepAssertion"
+                                                      : "NoIdleSleepAssertion";
+}
+
+std::optional<PowerAssertionId> SimulatedPower::create(PowerAssertionType type,
+                                                       const std::string& name) {
+    note(std::string("create ") + typeName(type) + " " + name);
+    if (!(type == PowerAssertionType::noDisplaySleep ? grantsDisplay : grantsSystem)) {
+        return std::nullopt;
+    }
+    held[++made_] = type;
+    if (onChange) {
+        onChange("create", type, made_);
+    }
+    return made_;
+}
+
+void SimulatedPower::release(PowerAssertionId id) {
+    const auto found = held.find(id);
+    if (found == held.end()) {
+        return;
+    }
+    const PowerAssertionType type = found->second;
+    held.erase(found);
+    note(std::string("release ") + typeName(type));
+    if (onChange) {
+        onChange("release", type, id);
+    }
+}
+
+} // namespace korvel::platform

@@ -1,0 +1,43 @@
+import QtQuick
+import Korvel
+
+// A word, behind or before its symbol where it has one.
+Item {
+    id: face
+
+    required property string symbol
+    required property real symbolSize
+    required property bool symbolBehind
+    required property color ink
+    required property font wordFont
+    required property string word
+
+    implicitWidth: words.implicitWidth + mark.reach
+    implicitHeight: words.height
+
+    Symbol {
+        id: mark
+
+        readonly property real reach: visible ? width + Theme.chevronSpacing : 0
+
+        x: face.symbolBehind ? face.width - width : 0
+        anchors.verticalCenter: face.verticalCenter
+        bold: face.symbolBehind
+        colour: face.ink
+        name: face.symbol
+        size: face.symbolSize
+        visible: face.symbol !== ""
+    }
+
+    Label {
+        id: words
+
+        x: face.symbolBehind ? 0 : mark.reach
+        width: face.width - mark.reach
+        color: face.ink
+        font: face.wordFont
+        fontSizeMode: Text.HorizontalFit // where it is cramped, before it is cut
+        minimumPointSize: Math.floor(0.8 * face.wordFont.pointSize)
+        text: face.word
+    }
+}

@@ -1,0 +1,110 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Korvel
+
+// Keeps the machine awake: a menu of periods while off, a button and the time left while on.
+Section {
+    id: section
+
+    required property PopoverBridge content
+
+    property alias menuShown: menu.visible
+
+    bottomPadding: Theme.keepAwakePadding
+    topPadding: Theme.keepAwakePadding
+
+    Item {
+        id: line
+
+        objectName: "keepAwake"
+        width: section.innerWidth
+        implicitHeight: control.height
+
+        HoverHandler {
+            id: pointer
+        }
+
+        Symbol {
+            id: cup
+
+            objectName: "cup"
+            anchors.verticalCenter: parent.verticalCenter
+            colour: section.content.awake.on ? Inks.fills.of("cyan") : Inks.fills.of("secondary")
+            name: "cup.and.saucer.fill"
+            size: Theme.actionSymbol
+        }
+
+        Label {
+            id: label
+
+            objectName: "label"
+            anchors {
+                left: cup.right
+                leftMargin: Theme.symbolSpacing
+                verticalCenter: parent.verticalCenter
+            }
+            color: Inks.texts.of("primary")
+            font: Theme.action
+            text: section.content.awake.label
+            Accessible.ignored: false
+            Accessible.description: section.content.awake.tip
+            Accessible.name: text
+            Accessible.role: Accessible.StaticText
+        }
+
+        Label {
+            objectName: "remaining"
+            anchors {
+                left: label.right
+                leftMargin: Theme.rowLineSpacing
+                right: control.left
+                rightMargin: Theme.rowLineSpacing
+                baseline: label.baseline
+            }
+            color: Inks.texts.of("secondary")
+            font: Theme.remaining
+            text: section.content.awake.remaining
+            visible: text !== ""
+            Accessible.ignored: !visible
+            Accessible.name: text
+            Accessible.role: Accessible.StaticText
+        }
+
+        TextButton {
+            id: control
+
+            objectName: "awakeControl"
+            anchors {
+                right: parent.right
+                verticalCenter: parent.verticalCenter
+            }
+            font: Theme.awakeControl
+            symbol: section.content.awake.on ? "" : "chevron.down"
+            symbolBehind: true
+            symbolSize: Theme.toggleSymbol
+            text: section.content.awake.control
+            Accessible.description: section.content.awake.label
+            onClicked: {
+                if (section.content.awake.on) {
+                    section.content.disableAwake();
+                } else {
+                    menu.opened ? menu.close() : menu.openAt(control);
+                }
+            }
+
+            ChoiceMenu {
+                id: menu
+
+                choices: section.content.awake.choices
+                onChosen: index => section.content.enableAwake(index)
+            }
+        }
+
+        TipLoader {
+            target: label
+            tip: section.content.awake.tip
+            wanted: pointer.hovered && !menu.visible
+        }
+    }
+}
