@@ -1,7 +1,9 @@
 """What is seen of the program on a desktop, case by case."""
 
+import concurrent.futures
 import contextlib
 import json
+import multiprocessing
 import os
 import re
 import signal
@@ -16,13 +18,18 @@ GREEN, AMBER, RED = (79, 217, 130), (255, 184, 77), (255, 92, 92)
 PALETTE = [GREEN, AMBER, RED]
 TOOLS = ["Xvfb", "openbox", "dbus-daemon", "dbus-monitor", "gdbus", "xdotool", "xprop", "xclock"]
 CASES = []
+ALONE = set()
 
 
-def case(*tools):
-    """Registers a case; `tools` are the panels and the like that it needs beside the common ones."""
+def case(*tools, alone=False):
+    """Registers a case; `tools` are the panels and the like that it needs beside the common ones.
+    One that starts heavy processes, or counts what the machine does, runs alone.
+    """
 
     def register(function):
         CASES.append((function.__name__, function, tools))
+        if alone:
+            ALONE.add(function.__name__)
         return function
 
     return register
@@ -178,7 +185,7 @@ def icon_is_in_an_xembed_tray_of_trayer():
         check(14 <= box[2] <= 28 and box[1] + box[3] <= 32, f"the icon is at {box}")
 
 
-@case("xfce4-panel", "unshare")
+@case("xfce4-panel", "unshare", alone=True)
 def picture_changes_with_the_score_and_only_then():
     with desktop("xfce4-panel", program=False) as place:
         load = Load(place)
@@ -529,6 +536,10 @@ def run_case(name, function, tools):
     return FAILED
 
 
+def run_chosen(chosen):
+    return run_case(*chosen)
+
+
 def main(arguments):
     if len(arguments) < 2:
         print("usage: run PROGRAM [CASE...]", file=sys.stderr)
@@ -543,6 +554,9 @@ def main(arguments):
     if absent:
         print("skipped, not installed: " + " ".join(absent))
         return 77
-    results = [run_case(*each) for each in chosen]
+    # Side by side: each has a desktop of its own, and mostly waits.
+    with concurrent.futures.ProcessPoolExecutor(2, multiprocessing.get_context("fork")) as pool:
+        results = list(pool.map(run_chosen, [c for c in chosen if c[0] not in ALONE]))
+    results += [run_case(*each) for each in chosen if each[0] in ALONE]
     print(", ".join(f"{results.count(result)} {result}" for result in (PASSED, AGAIN, FAILED, SKIPPED)))
     return 1 if FAILED in results else 77 if set(results) == {SKIPPED} else 0

@@ -1,0 +1,214 @@
+"""Notifications and keep-awake with the services of a desktop."""
+
+import contextlib
+import importlib.util
+import json
+import os
+import signal
+import subprocess
+import time
+
+from cases import Program, Skip, case, check, desktop, equal, wait_for_item
+from desktop import BUS_CONFIG, Desktop, wait_for
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+POSTER = os.path.join("bin", "korvel_post_notification")
+REASON = "Korvel keep awake"
+NAME = "com.oxbrook.korvel"
+
+
+class Services:
+    """Fake services on the session bus or on a bus of their own, and what they were asked."""
+
+    def __init__(self, place, *kinds, environment=None):
+        if importlib.util.find_spec("dbus") is None:
+            raise Skip("not installed: python3-dbus")
+        self.place, self.kinds, self.environment = place, kinds, environment or {}
+        self.record = os.path.join(place.folder, "calls-" + kinds[0])
+        self.process = None
+        self.start()
+
+    def start(self):
+        self.process = self.place.spawn(
+            ["env", *(f"{key}={value}" for key, value in self.environment.items()),
+             "/usr/bin/python3", os.path.join(HERE, "fake_services"), self.record, *self.kinds],
+            stdout=subprocess.PIPE, text=True)
+        equal(self.process.stdout.readline(), "ready\n", "the fake services")
+
+    def calls(self):
+        if not os.path.exists(self.record):
+            return []
+        with open(self.record, encoding="utf-8") as file:
+            return [json.loads(line) for line in file]
+
+    def wait(self, count, what):
+        return wait_for(what, lambda: self.calls() if len(self.calls()) >= count else None)
+
+
+def system_bus(place):
+    """A bus of its own that stands for the system's, for what is started from here on."""
+    config = os.path.join(place.folder, "system-bus.conf")
+    with open(config, "w", encoding="ascii") as file:
+        file.write(BUS_CONFIG.format(folder=place.folder))
+    bus = place.spawn(["dbus-daemon", "--config-file", config, "--nofork", "--print-address"],
+                      stdout=subprocess.PIPE, text=True)
+    address = bus.stdout.readline().strip()
+    place.environment["DBUS_SYSTEM_BUS_ADDRESS"] = address
+    return {"DBUS_SESSION_BUS_ADDRESS": address}
+
+
+def set_defaults(place, **values):
+    folder = os.path.join(place.home, ".config", "korvel")
+    os.makedirs(folder, exist_ok=True)
+    with open(os.path.join(folder, "defaults.json"), "w", encoding="utf-8") as file:
+        json.dump(values, file)
+
+
+def defaults(place):
+    with open(os.path.join(place.home, ".config", "korvel", "defaults.json"),
+              encoding="utf-8") as file:
+        return json.load(file)
+
+
+@contextlib.contextmanager
+def kept_awake(*session_services):
+    """The program, kept awake without an end since its launch."""
+    with desktop("xfce4-panel", program=False) as place:
+        place.environment["XDG_CONFIG_HOME"] = os.path.join(place.home, ".config")
+        session = Services(place, *session_services) if session_services else None
+        logind = Services(place, "logind", environment=system_bus(place))
+        set_defaults(place, awakeOn={"bool": True}, awakeUntil={"integer": 0})
+        program = Program(place)
+        logind.wait(1, "the inhibitor")
+        yield place, program, session, logind
+
+
+def tooltip(place):
+    return place.property(wait_for_item(place), "/StatusNotifierItem",
+                          "org.kde.StatusNotifierItem", "ToolTip")
+
+
+def poster():
+    path = os.path.join(os.path.dirname(Program.path), os.path.basename(POSTER))
+    if not os.path.exists(path):
+        raise Skip("korvel_post_notification is not built")
+    return path
+
+
+def post(place, title, body):
+    equal(place.spawn([poster(), title, body]).wait(20), 0, "exit status of the poster")
+
+
+@case()
+def notification_has_the_programs_name_icon_and_escaped_body():
+    with Desktop() as place:
+        services = Services(place, "notifications")
+        post(place, "Mac slowing down: score 31", "Heaviest: <b>x</b> & co\x07 at 9.3 GB")
+        equal(services.calls(),
+              [["notifications", "Notify", "Korvel", 0, NAME, "Computer slowing down: score 31",
+                "Heaviest: &lt;b&gt;x&lt;/b&gt; &amp; co  at 9.3 GB", [],
+                {"desktop-entry": NAME}, -1]], "what was posted")
+
+
+@case()
+def notification_is_plain_where_no_markup_is_rendered():
+    with Desktop() as place:
+        services = Services(place, "plain-notifications")
+        post(place, "Mac slowing down: score 31", "Heaviest: <b>x</b> & co at 9.3 GB")
+        equal(services.calls()[0][6], "Heaviest: <b>x</b> & co at 9.3 GB", "the body")
+
+
+@case()
+def notification_without_a_service_is_silent():
+    with Desktop() as place:
+        printed = os.path.join(place.folder, "printed-by-poster")
+        with open(printed, "wb") as file:
+            process = place.spawn([poster(), "title", "body"], stdout=file, stderr=file)
+            equal(process.wait(20), 0, "exit status of the poster")
+        equal(os.path.getsize(printed), 0, "bytes printed")
+
+
+@case("dunst")
+def notification_is_seen_on_the_screen_of_a_real_service():
+    with Desktop() as place:
+        before = place.screenshot()
+        config = os.path.join(place.folder, "dunstrc")
+        with open(config, "w", encoding="ascii") as file:
+            file.write("[global]\n  markup = full\n  width = 360\n")
+        place.spawn(["dunst", "-config", config], stderr=subprocess.DEVNULL)
+        wait_for("the service", lambda: place.owner("org.freedesktop.Notifications"))
+        post(place, "Mac slowing down: score 31", "Heaviest: <b>browser</b> at 9.3 GB")
+        wait_for("the notification", lambda: place.screenshot().rgb != before.rgb)
+        if os.environ.get("KORVEL_PICTURES"):
+            place.screenshot().save(os.path.join(os.environ["KORVEL_PICTURES"],
+                                                 "notification.png"))
+
+
+@case("xfce4-panel")
+def keep_awake_is_taken_up_at_launch_and_let_go_at_the_quit():
+    with kept_awake("screen-saver") as (place, program, session, logind):
+        wait_for("the cup", lambda: "☕" in tooltip(place))
+        equal(session.calls(), [["screen-saver", "Inhibit", NAME, REASON]], "the screen saver")
+        equal(logind.calls(), [["logind", "Inhibit", "idle", "Korvel", REASON, "block"]], "logind")
+        equal(program.send(signal.SIGTERM), 0, "exit status")
+        equal(session.wait(2, "the release")[1], ["screen-saver", "UnInhibit", 71], "the release")
+        equal(logind.wait(2, "the release")[1], ["logind", "closed"], "the release")
+        equal(defaults(place), {"awakeOn": {"bool": True}, "awakeUntil": {"integer": 0}},
+              "what is remembered")
+
+
+@case("xfce4-panel")
+def keep_awake_asks_the_session_first_and_only_about_idleness():
+    with kept_awake("session", "screen-saver") as (_, _, session, _):
+        equal(session.calls(), [["session", "Inhibit", NAME, 0, REASON, 8]], "the session")
+
+
+@case("xfce4-panel")
+def keep_awake_holds_the_machine_where_nobody_holds_the_display():
+    with kept_awake() as (place, _, _, _):
+        wait_for("the cup", lambda: "☕" in tooltip(place))
+
+
+@case("xfce4-panel")
+def killed_program_leaves_no_inhibitor():
+    with kept_awake("screen-saver") as (place, program, _, logind):
+        place.end(program.process, signal.SIGKILL)
+        equal(logind.wait(2, "the release")[1], ["logind", "closed"], "the release")
+
+
+@case("xfce4-panel")
+def screen_saver_that_comes_back_is_asked_again():
+    with kept_awake("screen-saver") as (place, _, session, _):
+        place.end(session.process, signal.SIGKILL)
+        session.start()
+        equal(session.wait(2, "the second request")[1],
+              ["screen-saver", "Inhibit", NAME, REASON], "the second request")
+
+
+@case("xfce4-panel")
+def refused_keep_awake_shows_no_cup_and_is_tried_at_the_next_launch():
+    with desktop("xfce4-panel", program=False) as place:
+        place.environment["XDG_CONFIG_HOME"] = os.path.join(place.home, ".config")
+        system_bus(place)
+        stored = {"awakeOn": {"bool": True}, "awakeUntil": {"integer": 0}}
+        set_defaults(place, **stored)
+        Program(place)
+        wait_for("the score", lambda: "●" in tooltip(place))
+        time.sleep(1)
+        check("☕" not in tooltip(place), "a cup without an assertion")
+        equal(defaults(place), stored, "what is remembered")
+
+
+@case("xfce4-panel")
+def settings_that_cannot_be_read_are_left_alone():
+    with desktop("xfce4-panel", program=False) as place:
+        place.environment["XDG_CONFIG_HOME"] = os.path.join(place.home, ".config")
+        set_defaults(place)
+        path = os.path.join(place.home, ".config", "korvel", "defaults.json")
+        with open(path, "wb") as file:
+            file.write(b"\xff\x00{\"awakeOn\":")
+        program = Program(place)
+        wait_for("the score", lambda: "●" in tooltip(place))
+        equal(program.send(signal.SIGTERM), 0, "exit status")
+        with open(path, "rb") as file:
+            equal(file.read(), b"\xff\x00{\"awakeOn\":", "a file that nothing was stored in")
