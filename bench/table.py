@@ -37,11 +37,17 @@ def main():
     row("resident while closed", korvel["resident_mib"], 35, "MiB")
     row("private dirty while closed", korvel["private_dirty_mib"], 6, "MiB")
     row("wake-ups a minute while closed", korvel["wake_ups_per_minute"], 20, "")
+    row("wake-ups a minute while closed and the score changes each time",
+        programs["changing_wake_ups_per_minute"], 80, "")
     row("private dirty more after the popover was open once",
         programs["after_1_openings"]["private_dirty_mib"] - korvel["private_dirty_mib"], 2, "MiB")
     row("private dirty more after ten openings than after one",
         programs["after_10_openings"]["private_dirty_mib"] -
         programs["after_1_openings"]["private_dirty_mib"], 2, "MiB")
+    paint = programs["first_paint_ms"]
+    row("click to the first painted frame, the first time", paint["first"], 60, "ms")
+    row("click to the first painted frame, soon after a closing", paint["again"], 20, "ms")
+    row("click to the first painted frame, after the views were let go", paint["later"], 20, "ms")
     row("launch to the first title in the tray "
         f"(asking for it takes {programs['question_ms']:.0f} ms of that)",
         programs["launch_ms"], 150, "ms")

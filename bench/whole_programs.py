@@ -12,9 +12,10 @@ import sys
 import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-sys.path.insert(0, os.path.join(ROOT, "tests", "desktop"))
+sys.path[:0] = [os.path.join(ROOT, "tests", "desktop"), os.path.join(ROOT, "bench")]
 
-from desktop import Desktop, wait_for  # noqa: E402
+from desktop import Desktop, Failure, wait_for  # noqa: E402
+from first_paint import first_paint_ms  # noqa: E402
 
 TICK = os.sysconf("SC_CLK_TCK")
 CONKY = """conky.config = {out_to_x = false, out_to_console = true, update_interval = 5}
@@ -81,6 +82,30 @@ def launch_ms(place, program):
     return sorted(times)[2], question
 
 
+def changing(build, place, seconds):
+    """Wake-ups a minute while the score is another one at each refresh: those of the demonstration
+    on a machine that gets warm and cools down in turn. It is woken once more for each change of the
+    machine, 12 times a minute, which is counted too."""
+    scenario = os.path.join(build, "changing.json")
+    events = [{"at": 2.5 + 5 * i, "set": {"thermalState": (i + 1) % 2}}
+              for i in range(seconds // 5 + 6)]
+    with open(scenario, "w", encoding="utf-8") as file:
+        json.dump({"until": 5 * len(events), "events": events}, file)
+    trace = subprocess.run([os.path.join(build, "bin", "korvel-sim"), scenario], check=True,
+                           stdout=subprocess.PIPE, text=True).stdout
+    lines = [json.loads(line) for line in trace.splitlines()]
+    scores = [line["score"] for line in lines if line["what"] == "snapshot" and line["t"] >= 1]
+    if len(scores) < seconds / 5 or any(a == b for a, b in zip(scores, scores[1:])):
+        raise Failure(f"the score does not change each time: {scores}")
+    process = place.spawn([os.path.join(build, "bin", "korvel-demo"), scenario])
+    wait_for("the item", place.items)
+    time.sleep(6)
+    woken = idle(process.pid, seconds)["wake_ups_per_minute"]
+    place.end(process)
+    wait_for("the tray without it", lambda: not place.items())
+    return woken
+
+
 def main():
     build = sys.argv[1]
     seconds = int(sys.argv[2]) if len(sys.argv) > 2 else 60
@@ -89,6 +114,8 @@ def main():
     with Desktop() as place:
         place.start_panel("xfce4-panel")
         result["launch_ms"], result["question_ms"] = launch_ms(place, program)
+        result["first_paint_ms"] = first_paint_ms(place, program)
+        result["changing_wake_ups_per_minute"] = changing(build, place, seconds)
         process = place.spawn([program])
         wait_for("the item", place.items)
         config = os.path.join(place.folder, "conky.lua")
