@@ -4,12 +4,14 @@ import contextlib
 import importlib.util
 import json
 import os
+import re
 import signal
 import subprocess
 import time
 
 from cases import Program, Skip, case, check, desktop, equal, wait_for_item
-from desktop import BUS_CONFIG, Desktop, wait_for
+from desktop import BUS_CONFIG, Desktop, Failure, wait_for
+from popover_cases import LAUNCHER, screen_reader
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 POSTER = os.path.join("bin", "korvel_post_notification")
@@ -212,3 +214,89 @@ def settings_that_cannot_be_read_are_left_alone():
         equal(program.send(signal.SIGTERM), 0, "exit status")
         with open(path, "rb") as file:
             equal(file.read(), b"\xff\x00{\"awakeOn\":", "a file that nothing was stored in")
+
+
+LOGIND = "/lib/systemd/systemd-logind"
+
+
+def inhibitors(place):
+    """What the logind of this place holds: (what, who, why, mode) of each."""
+    listed = subprocess.run(
+        ["gdbus", "call", "--address", place.environment["DBUS_SYSTEM_BUS_ADDRESS"], "--dest",
+         "org.freedesktop.login1", "--object-path", "/org/freedesktop/login1", "--method",
+         "org.freedesktop.login1.Manager.ListInhibitors"],
+        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, check=False)
+    if listed.returncode:
+        return None
+    return re.findall(r"'([^']*)', '([^']*)', '([^']*)', '([^']*)'", listed.stdout)
+
+
+@contextlib.contextmanager
+def kept_awake_by_logind():
+    """The program, kept awake since its launch by a logind that runs for this place alone."""
+    if not os.access(LOGIND, os.X_OK):
+        raise Skip("not installed: systemd-logind")
+    if os.geteuid() != 0:
+        raise Skip("a logind of one's own takes the superuser")
+    with desktop("xfce4-panel", program=False) as place:
+        place.environment["XDG_CONFIG_HOME"] = os.path.join(place.home, ".config")
+        system_bus(place)
+        place.spawn(["unshare", "--mount", "--propagation", "private", "sh", "-c",
+                     "mount -t tmpfs tmpfs /run/systemd && mkdir /run/systemd/system && "
+                     f"exec {LOGIND}"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        try:
+            wait_for("logind", lambda: inhibitors(place) is not None)
+        except Failure:
+            raise Skip("logind does not start here") from None
+        set_defaults(place, awakeOn={"bool": True}, awakeUntil={"integer": 0})
+        program = Program(place)
+        wait_for("the inhibitor", lambda: inhibitors(place))
+        equal(inhibitors(place), [("idle", "Korvel", REASON, "block")], "what is held")
+        yield place, program
+
+
+@case("xfce4-panel", "unshare", "gdbus")
+def real_logind_shows_the_inhibitor_until_the_quit():
+    with kept_awake_by_logind() as (place, program):
+        equal(program.send(signal.SIGTERM), 0, "exit status")
+        wait_for("the release", lambda: inhibitors(place) == [])
+
+
+@case("xfce4-panel", "unshare", "gdbus")
+def real_logind_loses_the_inhibitor_of_a_killed_program():
+    with kept_awake_by_logind() as (place, program):
+        place.end(program.process, signal.SIGKILL)
+        wait_for("the release", lambda: inhibitors(place) == [])
+
+
+def reclaim_script(place, text):
+    with open(os.path.join(place.home, "reclaim.sh"), "w", encoding="utf-8") as file:
+        file.write(text)
+
+
+@case(LAUNCHER)
+def disk_space_is_previewed_and_cleared_from_the_popover():
+    with screen_reader() as (place, tree):
+        reclaim_script(place, 'echo "$#:$*" >>"$HOME/told"; echo TOTAL RECLAIMABLE 4.7 GB\n')
+        tree.find("Reclaim").press()
+        tree.find("Clear 4.7 GB", 10).press()
+        tree.match("reclaimed .*|nothing to reclaim right now", 10)
+        with open(os.path.join(place.home, "told"), encoding="utf-8") as file:
+            equal(file.read(), "0:\n2:--go --yes\n", "what the script was told")
+
+
+@case(LAUNCHER)
+def preview_that_hangs_leaves_the_popover_at_work():
+    with screen_reader() as (place, tree):
+        reclaim_script(place, "sleep 20\n")
+        tree.find("Reclaim").press()
+        tree.find("Scanning…")
+        began = time.monotonic()
+        tree.find("what's affecting this").press()
+        tree.find("hide breakdown")
+        check(time.monotonic() - began < 5, "the popover waits for the script")
+        try:
+            tree.find("Quit Halden").press()
+        except Exception as error:  # pylint: disable=broad-except
+            check("NoReply" in str(error), f"pressing it: {error}")  # it ends before it can answer
+        wait_for("the end of the program", lambda: not place.owner(NAME), 5)
