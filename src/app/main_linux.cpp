@@ -88,7 +88,7 @@ int main(int, char** argv) {
         }
     });
     if (!instance.acquire()) {
-        return EXIT_SUCCESS;
+        std::_Exit(EXIT_SUCCESS); // as at the end below: there is nothing to take down
     }
 
     platform::raiseDescriptorLimit();
