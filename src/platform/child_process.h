@@ -33,6 +33,11 @@ class ChildProcesses {
     virtual std::optional<ChildResult> run(const std::string& executable,
                                            const std::vector<std::string>& arguments,
                                            ChildStreams streams) = 0;
+
+    /// Starts it in the same way, with all of its streams at the null device, and leaves it to
+    /// itself: it outlives this program. False: it could not be started.
+    virtual bool start(const std::string& executable,
+                       const std::vector<std::string>& arguments) = 0;
 };
 
 } // namespace korvel::platform

@@ -30,6 +30,9 @@ class FakeChildProcesses final : public platform::ChildProcesses {
         runs.push_back({executable, arguments, streams});
         return answer;
     }
+    bool start(const std::string& executable, const std::vector<std::string>& arguments) override {
+        return run(executable, arguments, {}).has_value();
+    }
 };
 
 /// The figure of a summary whose field reads "swapped_out=" + `field`, in GB.

@@ -21,7 +21,7 @@ namespace {
 /// What is done to the child's descriptors and signals before its program starts.
 class SpawnSetup {
   public:
-    SpawnSetup() {
+    explicit SpawnSetup(short moreFlags = 0) {
         posix_spawn_file_actions_init(&actions_);
         posix_spawnattr_init(&attributes_);
         // A signal that this program ignores or blocks must still reach its children.
@@ -31,11 +31,11 @@ class SpawnSetup {
         sigemptyset(&none);
         posix_spawnattr_setsigdefault(&attributes_, &all);
         posix_spawnattr_setsigmask(&attributes_, &none);
-        short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+        int flags = moreFlags | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
 #ifdef __APPLE__
         flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
 #endif
-        posix_spawnattr_setflags(&attributes_, flags);
+        posix_spawnattr_setflags(&attributes_, static_cast<short>(flags));
         posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     }
     SpawnSetup(const SpawnSetup&) = delete;
@@ -113,6 +113,25 @@ bool makePipe(FileDescriptor& readEnd, FileDescriptor& writeEnd) {
     return readEnd && writeEnd;
 }
 
+/// The number of the child; nullopt: it could not be started.
+std::optional<pid_t> spawn(const std::string& executable, const std::vector<std::string>& arguments,
+                           const SpawnSetup& setup) {
+    std::vector<std::string> words{executable};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
+    for (std::string& word : words) {
+        argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+    pid_t child = 0;
+    if (::posix_spawn(&child, executable.c_str(), setup.actions(), setup.attributes(), argv.data(),
+                      environ) != 0) {
+        return std::nullopt;
+    }
+    return child;
+}
+
 } // namespace
 
 std::optional<ChildResult> PosixChildProcesses::run(const std::string& executable,
@@ -128,18 +147,8 @@ std::optional<ChildResult> PosixChildProcesses::run(const std::string& executabl
     setup.direct(STDERR_FILENO, streams.standardError, writeEnd.get());
     setup.closeTheRest();
 
-    std::vector<std::string> words{executable};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    argv.reserve(words.size() + 1);
-    for (std::string& word : words) {
-        argv.push_back(word.data());
-    }
-    argv.push_back(nullptr);
-
-    pid_t child = 0;
-    if (::posix_spawn(&child, executable.c_str(), setup.actions(), setup.attributes(), argv.data(),
-                      environ) != 0) {
+    const std::optional<pid_t> child = spawn(executable, arguments, setup);
+    if (!child) {
         return std::nullopt;
     }
     writeEnd.reset();
@@ -147,10 +156,20 @@ std::optional<ChildResult> PosixChildProcesses::run(const std::string& executabl
     ChildResult result;
     result.output = readToEnd(readEnd);
     int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    while (::waitpid(*child, &status, 0) < 0 && errno == EINTR) {
     }
     result.status = WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
     return result;
+}
+
+bool PosixChildProcesses::start(const std::string& executable,
+                                const std::vector<std::string>& arguments) {
+    // In a session of its own: what ends this program's session does not end it.
+    SpawnSetup setup(POSIX_SPAWN_SETSID);
+    setup.direct(STDOUT_FILENO, ChildStream::discard, -1);
+    setup.direct(STDERR_FILENO, ChildStream::discard, -1);
+    setup.closeTheRest();
+    return spawn(executable, arguments, setup).has_value();
 }
 
 } // namespace korvel::platform

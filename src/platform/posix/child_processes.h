@@ -10,6 +10,7 @@ class PosixChildProcesses final : public ChildProcesses {
     std::optional<ChildResult> run(const std::string& executable,
                                    const std::vector<std::string>& arguments,
                                    ChildStreams streams) override;
+    bool start(const std::string& executable, const std::vector<std::string>& arguments) override;
 };
 
 } // namespace korvel::platform

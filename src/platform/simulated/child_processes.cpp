@@ -13,4 +13,8 @@ std::optional<ChildResult> SimulatedChildProcesses::run(const std::string& execu
     return answer == answers.end() ? std::nullopt : answer->second(arguments);
 }
 
+bool SimulatedChildProcesses::start(const std::string& executable, const Arguments& arguments) {
+    return run(executable, arguments, {}).has_value();
+}
+
 } // namespace korvel::platform

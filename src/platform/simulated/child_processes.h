@@ -31,6 +31,8 @@ class SimulatedChildProcesses final : public ChildProcesses {
 
     std::optional<ChildResult> run(const std::string& executable, const Arguments& arguments,
                                    ChildStreams streams) override;
+    /// Asked for in the same way; the answer's text and status are nobody's.
+    bool start(const std::string& executable, const Arguments& arguments) override;
 };
 
 } // namespace korvel::platform

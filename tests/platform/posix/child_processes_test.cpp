@@ -7,6 +7,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 // Real children, of the tools that every system has.
@@ -217,6 +219,30 @@ TEST(ChildProcesses, ChildEndsForItsCallerWhileAnotherRunsOn) {
     std::ofstream(go).close();
     other.join();
     fs::remove(go);
+}
+
+TEST(ChildProcesses, StartedChildIsNotWaitedForAndHasASessionOfItsOwn) {
+    const fs::path pipe = fs::path(testing::TempDir()) / "korvel-started";
+    fs::remove(pipe);
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    // It cannot get past the opening of the pipe before it is read here.
+    ASSERT_TRUE(PosixChildProcesses().start(
+        kShell,
+        {"-c", R"(exec >"$0"; echo "$$ $(cut -d ' ' -f 6 /proc/$$/stat) $1")", pipe, "$HOME; x"}));
+    int child = 0;
+    int session = 0;
+    std::string rest;
+    std::ifstream reading(pipe);
+    reading >> child >> session;
+    std::getline(reading, rest);
+    EXPECT_EQ(session, child);
+    EXPECT_EQ(rest, " $HOME; x");
+    EXPECT_EQ(::waitpid(child, nullptr, 0), child);
+    fs::remove(pipe);
+}
+
+TEST(ChildProcesses, WhatCannotBeStartedIsTold) {
+    EXPECT_FALSE(PosixChildProcesses().start("/nonexistent/tool", {}));
 }
 
 } // namespace

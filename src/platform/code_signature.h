@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace korvel::platform {
+
+/// Signatures of program bundles. Blocks.
+class CodeSignature {
+  public:
+    virtual ~CodeSignature() = default;
+
+    /// A text on who signed the bundle, with "TeamIdentifier=" and the signer's team in it; nullopt
+    /// when it is not signed. Tells nothing of whether the signature is good.
+    virtual std::optional<std::string> describe(const std::string& bundle) = 0;
+
+    /// Whether the signature is good and covers all that is in the bundle. Where the signature
+    /// binds the build, it must be `build`.
+    virtual bool verifyStrictly(const std::string& bundle, std::int64_t build) = 0;
+};
+
+} // namespace korvel::platform
