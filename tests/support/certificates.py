@@ -1,0 +1,35 @@
+"""Makes, with the openssl command, an authority and the certificates of test servers."""
+
+import subprocess
+from pathlib import Path
+
+
+def openssl(*arguments):
+    subprocess.run(["openssl", *arguments], check=True, stdout=subprocess.DEVNULL,
+                   stderr=subprocess.PIPE)
+
+
+def make_key(path):
+    openssl("genpkey", "-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:P-256", "-out", str(path))
+
+
+def make_authority(folder, name):
+    """folder/name.pem and folder/name.key: an authority that signs what make_certificate asks."""
+    folder = Path(folder)
+    make_key(folder / f"{name}.key")
+    openssl("req", "-x509", "-new", "-key", str(folder / f"{name}.key"), "-subj", f"/CN={name}",
+            "-days", "2", "-addext", "keyUsage=critical,keyCertSign",
+            "-out", str(folder / f"{name}.pem"))
+
+
+def make_certificate(folder, authority, name, hosts, days=2):
+    """folder/name.pem and folder/name.key for the hosts, such as "DNS:localhost,IP:127.0.0.1"."""
+    folder = Path(folder)
+    make_key(folder / f"{name}.key")
+    request, extensions = folder / f"{name}.csr", folder / f"{name}.ext"
+    openssl("req", "-new", "-key", str(folder / f"{name}.key"), "-subj", f"/CN={name}",
+            "-out", str(request))
+    extensions.write_text(f"subjectAltName={hosts}\nextendedKeyUsage=serverAuth\n")
+    openssl("x509", "-req", "-in", str(request), "-CA", str(folder / f"{authority}.pem"),
+            "-CAkey", str(folder / f"{authority}.key"), "-CAcreateserial", "-days", str(days),
+            "-extfile", str(extensions), "-out", str(folder / f"{name}.pem"))
