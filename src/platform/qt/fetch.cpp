@@ -65,9 +65,9 @@ bool isBodiless(const QNetworkReply& reply) {
 
 } // namespace
 
-Fetch::Fetch(QNetworkAccessManager& manager, QNetworkRequest request, Limits limits, Keep keep,
-             Done done)
-    : manager_(manager), request_(std::move(request)), limits_(limits), keep_(std::move(keep)),
+Fetch::Fetch(QNetworkAccessManager& manager, const QNetworkRequest& request, Limits limits,
+             Keep keep, Done done)
+    : manager_(manager), request_(request), limits_(limits), keep_(std::move(keep)),
       done_(std::move(done)) {
     for (QTimer* timer : {&total_, &silence_}) {
         timer->setSingleShot(true);

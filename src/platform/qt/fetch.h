@@ -27,7 +27,7 @@ class Fetch final : public QObject {
     using Done = std::function<void(std::optional<int> status)>;
 
     /// The manager outlives the fetch. `request` carries all but the address.
-    Fetch(QNetworkAccessManager& manager, QNetworkRequest request, Limits limits, Keep keep,
+    Fetch(QNetworkAccessManager& manager, const QNetworkRequest& request, Limits limits, Keep keep,
           Done done);
     /// Gives the document up if it is still on its way; `done` is not called then.
     ~Fetch() override;

@@ -20,8 +20,8 @@ namespace korvel::platform {
 /// server asks (a password, a cookie) is left unanswered, and a request tells of the machine no
 /// more than that it runs Korvel.
 ///
-/// The network stack costs megabytes and is wanted for seconds a day: it is made for the first of
-/// the requests under way and given back after the last.
+/// The network stack is wanted for seconds a day, so it is made for the first of the requests under
+/// way and given back after the last. The TLS library stays loaded (see `Settings::idle`).
 class QtHttp final : public Http {
   public:
     struct Settings {

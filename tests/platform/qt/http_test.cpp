@@ -25,7 +25,8 @@ struct Case {
     int status; ///< 0: no answer
 };
 
-void PrintTo(const Case& row, std::ostream* out) {
+void PrintTo( // NOLINT(readability-identifier-naming): the test library's name
+    const Case& row, std::ostream* out) {
     *out << row.path;
 }
 
