@@ -1,0 +1,213 @@
+#include "platform/posix/file_tree.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <memory>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include "platform/posix/file_descriptor.h"
+
+namespace korvel::platform {
+
+namespace {
+
+constexpr mode_t kOwnerOnly = 0700;
+
+/// An entry by its folder and its name there, so that a path that is exchanged for a link meanwhile
+/// leads nowhere else.
+struct Place {
+    int folder;
+    const char* name;
+};
+
+std::array<timespec, 2> timesOf(const struct stat& status) {
+#ifdef __APPLE__
+    return {status.st_atimespec, status.st_mtimespec};
+#else
+    return {status.st_atim, status.st_mtim};
+#endif
+}
+
+mode_t keptMode(const struct stat& status) {
+    return status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO | S_ISVTX);
+}
+
+FileDescriptor openFolder(Place place) {
+    return FileDescriptor(
+        ::openat(place.folder, place.name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+bool writeAll(int file, const char* bytes, std::size_t size) {
+    while (size > 0) {
+        const ssize_t put = ::write(file, bytes, size);
+        if (put < 0 && errno == EINTR) {
+            continue;
+        }
+        if (put <= 0) {
+            return false;
+        }
+        bytes += put;
+        size -= static_cast<std::size_t>(put);
+    }
+    return true;
+}
+
+bool copyBytes(int from, int to) {
+    std::array<char, 65536> buffer;
+    for (;;) {
+        const ssize_t got = ::read(from, buffer.data(), buffer.size());
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return got == 0;
+        }
+        if (!writeAll(to, buffer.data(), static_cast<std::size_t>(got))) {
+            return false;
+        }
+    }
+}
+
+/// Mode and times last, since writing changes the times; then to the disk, so that after a loss of
+/// power the copy is there when the original is gone.
+bool finish(int copy, const struct stat& status) {
+    return ::fchmod(copy, keptMode(status)) == 0 && ::futimens(copy, timesOf(status).data()) == 0 &&
+           ::fsync(copy) == 0;
+}
+
+bool copyFile(Place from, Place to, const struct stat& status) {
+    const FileDescriptor source(
+        ::openat(from.folder, from.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!source) {
+        return false;
+    }
+    const FileDescriptor copy(
+        ::openat(to.folder, to.name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly));
+    return copy && copyBytes(source.get(), copy.get()) && finish(copy.get(), status);
+}
+
+bool copyLink(Place from, Place to, const struct stat& status) {
+    std::array<char, PATH_MAX> target;
+    const ssize_t length = ::readlinkat(from.folder, from.name, target.data(), target.size() - 1);
+    if (length < 0) {
+        return false;
+    }
+    target[static_cast<std::size_t>(length)] = '\0';
+    return ::symlinkat(target.data(), to.folder, to.name) == 0 &&
+           ::utimensat(to.folder, to.name, timesOf(status).data(), AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+bool copyEntry(Place from, Place to, const AfterEntry& after);
+
+// A tree so deep that the recursion runs out of descriptors is not copied.
+// NOLINTNEXTLINE(misc-no-recursion)
+bool copyFolder(Place from, Place to, const struct stat& status, const AfterEntry& after) {
+    const FileDescriptor source = openFolder(from);
+    if (!source) {
+        return false;
+    }
+    const auto names = folderNames(source.get());
+    if (!names || ::mkdirat(to.folder, to.name, kOwnerOnly) != 0) {
+        return false;
+    }
+    const FileDescriptor copy = openFolder(to);
+    if (!copy) {
+        return false;
+    }
+    for (const std::string& name : *names) {
+        if (!copyEntry({source.get(), name.c_str()}, {copy.get(), name.c_str()}, after)) {
+            return false;
+        }
+    }
+    return finish(copy.get(), status);
+}
+
+// NOLINTNEXTLINE(misc-no-recursion)
+bool copyEntry(Place from, Place to, const AfterEntry& after) {
+    struct stat status {};
+    if (::fstatat(from.folder, from.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return false;
+    }
+    bool copied = false;
+    if (S_ISREG(status.st_mode)) {
+        copied = copyFile(from, to, status);
+    } else if (S_ISLNK(status.st_mode)) {
+        copied = copyLink(from, to, status);
+    } else if (S_ISDIR(status.st_mode)) {
+        copied = copyFolder(from, to, status, after);
+    } else {
+        errno = ENOTSUP;
+    }
+    if (copied && after) {
+        after();
+    }
+    return copied;
+}
+
+// NOLINTNEXTLINE(misc-no-recursion)
+void removeEntry(Place place, const AfterEntry& after) {
+    struct stat status {};
+    if (::fstatat(place.folder, place.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return;
+    }
+    if (S_ISDIR(status.st_mode)) {
+        if ((status.st_mode & kOwnerOnly) != kOwnerOnly) {
+            ::fchmodat(place.folder, place.name, kOwnerOnly, AT_SYMLINK_NOFOLLOW);
+        }
+        if (const FileDescriptor folder = openFolder(place)) {
+            for (const std::string& name :
+                 folderNames(folder.get()).value_or(std::vector<std::string>())) {
+                removeEntry({folder.get(), name.c_str()}, after);
+            }
+        }
+    }
+    ::unlinkat(place.folder, place.name, S_ISDIR(status.st_mode) ? AT_REMOVEDIR : 0);
+    if (after) {
+        after();
+    }
+}
+
+} // namespace
+
+std::optional<std::vector<std::string>> folderNames(int folder) {
+    // A description of its own: the listing moves the place in the folder, and closes it.
+    const int own = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (own < 0) {
+        return std::nullopt;
+    }
+    const std::unique_ptr<DIR, int (*)(DIR*)> listing(::fdopendir(own), &::closedir);
+    if (!listing) {
+        ::close(own);
+        return std::nullopt;
+    }
+    std::vector<std::string> names;
+    for (;;) {
+        errno = 0;
+        const dirent* const entry = ::readdir(listing.get());
+        if (entry == nullptr) {
+            break;
+        }
+        std::string name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.push_back(std::move(name));
+        }
+    }
+    if (errno != 0) {
+        return std::nullopt;
+    }
+    return names;
+}
+
+bool copyTree(const std::string& from, const std::string& to, const AfterEntry& after) {
+    return copyEntry({AT_FDCWD, from.c_str()}, {AT_FDCWD, to.c_str()}, after);
+}
+
+void removeTree(const std::string& path, const AfterEntry& after) {
+    removeEntry({AT_FDCWD, path.c_str()}, after);
+}
+
+} // namespace korvel::platform

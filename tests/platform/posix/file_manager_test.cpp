@@ -1,0 +1,184 @@
+#include "platform/posix/file_manager.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/posix/described_tree.h"
+#include "platform/posix/file_manager_fixture.h"
+
+namespace korvel::platform {
+namespace {
+
+namespace fs = std::filesystem;
+using test::describedTree;
+using test::FileManagerTest;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+TEST_F(FileManagerTest, TemporaryDirectoryIsTheVariableWhereThatIsAbsolute) {
+    const char* const before = std::getenv("TMPDIR");
+    const std::string kept = before == nullptr ? "" : before;
+    const struct {
+        const char* variable;
+        const char* expected;
+    } cases[] = {{"/var/tmp", "/var/tmp"},
+                 {"/var/tmp///", "/var/tmp"},
+                 {"tmp", "/tmp"},
+                 {"", "/tmp"},
+                 {"/", "/tmp"},
+                 {"//", "/tmp"},
+                 {nullptr, "/tmp"}};
+    for (const auto& one : cases) {
+        if (one.variable == nullptr) {
+            ::unsetenv("TMPDIR");
+        } else {
+            ::setenv("TMPDIR", one.variable, 1);
+        }
+        EXPECT_EQ(manager_.temporaryDirectory(), one.expected)
+            << (one.variable == nullptr ? "unset" : one.variable);
+    }
+    if (before != nullptr) {
+        ::setenv("TMPDIR", kept.c_str(), 1);
+    }
+}
+
+TEST_F(FileManagerTest, FoldersAreMadeForTheUserAlone) {
+    const mode_t mask = ::umask(0);
+    EXPECT_TRUE(manager_.createDirectory(path("a/b/c")));
+    ::umask(mask);
+    for (const char* name : {"a", "a/b", "a/b/c"}) {
+        EXPECT_EQ(fs::status(path(name)).permissions(), fs::perms(0700)) << name;
+    }
+    EXPECT_TRUE(manager_.createDirectory(path("a/b/c"))) << "there already";
+    EXPECT_TRUE(manager_.createDirectory(path("a/b/d/"))) << "with a slash at the end";
+}
+
+TEST_F(FileManagerTest, FolderThatIsNotThereAfterwardsIsTold) {
+    write(path("file"), "x");
+    EXPECT_FALSE(manager_.createDirectory(path("file")));
+    EXPECT_FALSE(manager_.createDirectory(path("file/folder")));
+    EXPECT_FALSE(manager_.createDirectory(""));
+}
+
+TEST_F(FileManagerTest, ContentsAreAllNamesButTheTwoDots) {
+    write(path("one"), "");
+    write(path(".hidden"), "");
+    write(path("two/inside"), "");
+    EXPECT_THAT(manager_.contents(folder_).value(), UnorderedElementsAre("one", ".hidden", "two"));
+    EXPECT_THAT(manager_.contents(path("two/")).value(), ElementsAre("inside"));
+    fs::create_directories(path("empty"));
+    EXPECT_THAT(manager_.contents(path("empty")).value(), IsEmpty());
+}
+
+TEST_F(FileManagerTest, ContentsComeInTheOrderOfTheSystem) {
+    for (const char* name : {"z", "a", "m", "0", "B.app", "a.app"}) {
+        write(path(name), "");
+    }
+    std::vector<std::string> order;
+    for (const auto& entry : fs::directory_iterator(folder_)) {
+        order.push_back(entry.path().filename());
+    }
+    EXPECT_EQ(manager_.contents(folder_), order);
+}
+
+TEST_F(FileManagerTest, WhatCannotBeListedHasNoContents) {
+    write(path("file"), "");
+    EXPECT_EQ(manager_.contents(path("missing")), std::nullopt);
+    EXPECT_EQ(manager_.contents(path("file")), std::nullopt);
+}
+
+TEST_F(FileManagerTest, RemovingTakesAllThatIsInside) {
+    makeBundle(path("Korvel.app"));
+    manager_.remove(path("Korvel.app/"));
+    EXPECT_FALSE(fs::exists(path("Korvel.app")));
+    manager_.remove(path("missing"));
+    manager_.remove("");
+}
+
+TEST_F(FileManagerTest, RemovingDoesNotFollowLinks) {
+    write(path("kept/file"), "x");
+    fs::create_directories(path("gone"));
+    fs::create_directory_symlink("../kept", path("gone/link"));
+    fs::create_directory_symlink("kept", path("link"));
+    manager_.remove(path("gone"));
+    manager_.remove(path("link/")); // a slash would have the system follow it
+    EXPECT_FALSE(fs::exists(path("gone")));
+    EXPECT_FALSE(fs::exists(fs::symlink_status(path("link"))));
+    EXPECT_TRUE(fs::exists(path("kept/file")));
+}
+
+TEST_F(FileManagerTest, FoldersThatTheirOwnerMayNotWriteAreRemoved) {
+    fs::permissions(folder_, fs::perms(0777));
+    EXPECT_EQ(asOrdinaryUser([this] {
+                  makeBundle(path("Korvel.app"));
+                  fs::create_directories(path("Korvel.app/locked/inside"));
+                  fs::permissions(path("Korvel.app/locked"), fs::perms::none);
+                  manager_.remove(path("Korvel.app"));
+                  return !fs::exists(path("Korvel.app"));
+              }),
+              0);
+}
+
+TEST_F(FileManagerTest, MovingKeepsEverything) {
+    makeBundle(path("Korvel.app"));
+    const auto before = describedTree(path("Korvel.app"));
+    EXPECT_EQ(manager_.move(path("Korvel.app/"), path("old.app/")), std::nullopt);
+    EXPECT_EQ(describedTree(path("old.app")), before);
+    EXPECT_FALSE(fs::exists(path("Korvel.app")));
+}
+
+TEST_F(FileManagerTest, MovingALinkMovesTheLink) {
+    write(path("file"), "x");
+    fs::create_symlink("file", path("link"));
+    EXPECT_EQ(manager_.move(path("link"), path("moved")), std::nullopt);
+    EXPECT_EQ(fs::read_symlink(path("moved")), "file");
+}
+
+TEST_F(FileManagerTest, WhyItCouldNotBeMovedIsASentence) {
+    write(path("file"), "one");
+    write(path("taken"), "two");
+    fs::create_directories(path("folder"));
+    fs::create_directories(path("empty"));
+    fs::create_symlink("nowhere", path("dangling"));
+    const struct {
+        const char* from;
+        const char* to;
+        const char* expected;
+    } cases[] = {
+        {"file", "taken", "“file” couldn’t be moved: something else is already there."},
+        {"folder", "empty", "“folder” couldn’t be moved: something else is already there."},
+        {"file", "dangling", "“file” couldn’t be moved: something else is already there."},
+        {"missing", "new",
+         "“missing” couldn’t be moved: it or the folder that it should go to does not exist."},
+        {"file", "missing/new",
+         "“file” couldn’t be moved: it or the folder that it should go to does not exist."},
+        {"folder", "folder/inside",
+         "“folder” couldn’t be moved: a folder cannot be moved into itself."},
+    };
+    const auto before = describedTree(folder_);
+    for (const auto& one : cases) {
+        EXPECT_EQ(manager_.move(path(one.from), path(one.to)), one.expected);
+    }
+    EXPECT_EQ(describedTree(folder_), before);
+}
+
+TEST_F(FileManagerTest, MoveThatIsNotAllowedSaysSo) {
+    makeBundle(path("Korvel.app"));
+    fs::permissions(folder_, fs::perms(0755));
+    fs::create_directories(path("open"));
+    fs::permissions(path("open"), fs::perms(0777));
+    if (::geteuid() != 0) {
+        fs::permissions(folder_, fs::perms(0555));
+    }
+    EXPECT_EQ(asOrdinaryUser([this] {
+                  return manager_.move(path("Korvel.app"), path("open/old.app")) ==
+                         "“Korvel.app” couldn’t be moved: permission denied.";
+              }),
+              0);
+    EXPECT_TRUE(fs::exists(path("Korvel.app/Contents/Linux/korvel")));
+    fs::permissions(folder_, fs::perms(0755));
+}
+
+} // namespace
+} // namespace korvel::platform
