@@ -37,13 +37,14 @@ XCB = re.compile(r"^xcb/")
 FMT = re.compile(r"^fmt/")
 XCB = re.compile(r"^xcb/")
 JSON = re.compile(r"^simdjson\.h$")
+PLIST = re.compile(r"^plist/plist\.h$")
 APPLE = re.compile(r"^(mach|os|libkern|IOKit|AppKit|Foundation|UserNotifications|CoreFoundation)/")
 
 # room -> outside headers that it may know, besides the standard library's.
 OUTSIDE = {
     "platform": [],
     "platform/posix": [POSIX],
-    "platform/linux": [POSIX, LINUX, QT, FMT],
+    "platform/linux": [POSIX, LINUX, QT, FMT, PLIST],
     "platform/macos": [POSIX, APPLE, FMT],
     "platform/qt": [POSIX, QT, FMT, XCB],
     "platform/simulated": [FMT],

@@ -211,8 +211,8 @@ TEST_F(MoveToOtherVolume, KilledAfterAnyStepItLeavesAWholeCopyUnderTheOldOrTheNe
             for (const std::string& parent : parents) {
                 const auto names = manager_.contents(parent);
                 for (const std::string& name : names.value()) {
-                    EXPECT_TRUE(name.front() == '.' || parent + "/" + name == from ||
-                                parent + "/" + name == to)
+                    EXPECT_TRUE(name.front() == '.' || fs::path(parent) / name == from ||
+                                fs::path(parent) / name == to)
                         << name;
                 }
             }

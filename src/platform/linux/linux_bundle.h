@@ -1,0 +1,35 @@
+#pragma once
+
+#include <map>
+
+#include "platform/bundle.h"
+
+namespace korvel::platform {
+
+/// The bundle around an executable `NAME.app/Contents/Linux/korvel`, described by
+/// `NAME.app/Contents/Info.plist`, which is read once.
+///
+/// An executable elsewhere, in a build tree or where a package manager put it, is its own bundle,
+/// and is never to be replaced.
+class LinuxBundle final : public Bundle {
+  public:
+    using Strings = std::map<std::string, std::string>;
+
+    /// `executable`: an absolute path. `ownStrings`: what describes the program outside a bundle.
+    LinuxBundle(std::string executable, Strings ownStrings);
+
+    /// The file that this process runs. To be asked at the start: once the file is moved or
+    /// replaced, the kernel tells another path. Empty where it cannot be told.
+    static std::string runningExecutable();
+
+    std::string path() override { return path_; }
+    std::optional<std::string> infoString(const std::string& key) override;
+    bool parentWritable() override;
+
+  private:
+    std::string path_;
+    bool isBundle_;
+    Strings strings_;
+};
+
+} // namespace korvel::platform
