@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace korvel::platform {
+
+enum class ZipKind { file, folder, link };
+
+struct ZipEntry {
+    ZipKind kind = ZipKind::file;
+    std::uint64_t size = 0; ///< bytes, unpacked
+};
+
+/// What an archive says that it holds.
+struct ZipIndex {
+    std::map<std::string, ZipEntry> entries; ///< by path, that of a folder with a slash at the end
+    /// Folders, with a slash at the end, that are no entries but that entries lie in.
+    std::set<std::string> impliedFolders;
+};
+
+/// Reads the index of a zip archive before anything of it is unpacked, as narrowly as the archives
+/// of releases allow: files, folders and links of a Unix system, stored or deflated, without gaps
+/// for other data, comment, encryption or 64-bit sizes. What two readers could understand in two
+/// ways, names that are no plain relative paths or differ in the case of letters only, and whatever
+/// passes the bounds below is refused: nullopt.
+std::optional<ZipIndex> readZipIndex(std::string_view archive);
+
+constexpr std::size_t kMostZipEntries = 20000;
+constexpr std::uint64_t kMostUnpackedBytes = std::uint64_t{1} << 30;
+/// More than this many times the size of the archive is no program.
+constexpr std::uint64_t kMostZipRatio = 200;
+/// Unpacked bytes up to which the ratio does not matter.
+constexpr std::uint64_t kRatioFreeBytes = std::uint64_t{16} << 20;
+constexpr std::size_t kLongestZipPath = 1024;
+constexpr std::size_t kDeepestZipPath = 32;
+
+/// Whether it is a path of 1 to 1024 bytes of UTF-8 without control characters, of names of at most
+/// 255 bytes that are neither empty nor "." nor "..", at most 32 of them; a folder's may end in a
+/// slash.
+bool isPlainRelativePath(std::string_view path);
+
+/// Whether a link of this path and target leads to what is inside the folder that it is unpacked
+/// into, whatever other such links are there too: ".." is taken at the start of the target only,
+/// since after another name it may be that of a link.
+bool linkStaysInside(std::string_view path, std::string_view target);
+
+} // namespace korvel::platform
