@@ -32,11 +32,11 @@ std::optional<std::string> bundleAround(std::string_view executable) {
 
 } // namespace
 
-LinuxBundle::LinuxBundle(std::string executable, Strings ownStrings) {
+LinuxBundle::LinuxBundle(const std::string& executable, Strings ownStrings) {
     const auto bundle = bundleAround(executable);
     isBundle_ = bundle.has_value();
-    path_ = bundle ? *bundle : std::move(executable);
-    if (!bundle) {
+    path_ = bundle.value_or(executable);
+    if (!isBundle_) {
         strings_ = std::move(ownStrings);
     } else if (const auto description = PosixFiles().read(path_ + "/Contents/Info.plist")) {
         strings_ = infoPlistStrings(*description).value_or(Strings());

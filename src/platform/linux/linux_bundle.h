@@ -16,7 +16,7 @@ class LinuxBundle final : public Bundle {
     using Strings = std::map<std::string, std::string>;
 
     /// `executable`: an absolute path. `ownStrings`: what describes the program outside a bundle.
-    LinuxBundle(std::string executable, Strings ownStrings);
+    LinuxBundle(const std::string& executable, Strings ownStrings);
 
     /// The file that this process runs. To be asked at the start: once the file is moved or
     /// replaced, the kernel tells another path. Empty where it cannot be told.
