@@ -34,9 +34,9 @@ std::size_t countOf(std::string_view text, std::string_view word) {
     return count;
 }
 
-/// The table of objects of a binary property list, as far as it takes to know that it is a tree:
-/// the library makes a copy of a collection for each time that it is referred to, so that a few
-/// hundred bytes that refer to each other twice would fill the memory.
+/// The table of objects of a binary property list, as far as it takes to know that it is a tree of
+/// bounded size: the library makes a copy of an object for each time that it is referred to, so
+/// that a few hundred bytes which refer to each other could fill the memory.
 class BinaryObjects {
   public:
     explicit BinaryObjects(std::string_view bytes) : bytes_(bytes) {}
@@ -57,20 +57,21 @@ class BinaryObjects {
             count > (trailer - table) / offsetSize || top >= count) {
             return false;
         }
-        offsets_.resize(count);
+        end_ = table;
+        heads_.reserve(count);
         for (std::size_t i = 0; i < count; ++i) {
-            offsets_[i] = number(table + i * offsetSize, offsetSize);
-            if (offsets_[i] >= table) {
+            const std::size_t offset = number(table + i * offsetSize, offsetSize);
+            const auto head = offset < end_ ? headAt(offset) : std::nullopt;
+            if (!head) {
                 return false;
             }
+            heads_.push_back(*head);
         }
-        end_ = table;
         referred_.assign(count, false);
         referred_[top] = true;
         std::size_t collections = 0;
-        for (const std::size_t offset : offsets_) {
-            if (isCollection(offset) &&
-                (++collections > kMostCollections || !refersToEachOnce(offset))) {
+        for (const Head& head : heads_) {
+            if (isCollection(head) && (++collections > kMostCollections || !refersToLittle(head))) {
                 return false;
             }
         }
@@ -91,42 +92,82 @@ class BinaryObjects {
         return value;
     }
 
-    std::size_t typeAt(std::size_t offset) const { return number(offset, 1) >> 4U; }
+    /// What an object begins with.
+    struct Head {
+        std::size_t type;
+        std::size_t count;   ///< of bytes, characters or elements, as the type has it
+        std::size_t content; ///< where it begins
+    };
 
-    /// Arrays are 0xA, sets 0xC, dictionaries 0xD; the library takes 0xB, an ordered set, for none.
-    bool isCollection(std::size_t offset) const { return typeAt(offset) >= 0xa; }
-
-    /// Whether no collection that this one refers to was referred to before.
-    bool refersToEachOnce(std::size_t offset) {
-        std::size_t count = number(offset, 1) & 0xfU;
-        std::size_t at = offset + 1;
+    /// nullopt: it goes on beyond the objects, or is a text with a null character, at which the
+    /// library ends the program.
+    std::optional<Head> headAt(std::size_t offset) const {
+        Head head{number(offset, 1) >> 4U, number(offset, 1) & 0xfU, offset + 1};
         constexpr std::size_t kCountFollows = 0xf;
-        if (count == kCountFollows) {
-            if (at >= end_ || typeAt(at) != 1) {
-                return false;
+        constexpr std::size_t kFirstWithCount = 4;
+        if (head.type >= kFirstWithCount && head.count == kCountFollows) {
+            if (head.content >= end_) {
+                return std::nullopt;
             }
-            const std::size_t width = std::size_t{1} << (number(at, 1) & 0xfU);
-            if (!isWidth(width) || width > end_ - at - 1) {
-                return false;
+            const std::size_t integer = number(head.content, 1);
+            const std::size_t width = std::size_t{1} << (integer & 0xfU);
+            if (integer >> 4U != 1 || !isWidth(width) || width > end_ - head.content - 1) {
+                return std::nullopt;
             }
-            count = number(at + 1, width);
-            at += 1 + width;
+            head.count = number(head.content + 1, width);
+            head.content += 1 + width;
         }
-        const bool pairs = typeAt(offset) == 0xd;
-        const std::size_t room = (end_ - at) / refSize_;
-        if (count > (pairs ? room / 2 : room)) {
+        return hasNullCharacter(head) ? std::nullopt : std::optional(head);
+    }
+
+    /// Also of a text that goes on beyond the objects.
+    bool hasNullCharacter(const Head& head) const {
+        constexpr std::size_t kBytes = 5;
+        constexpr std::size_t kPairs = 6;
+        if (head.type != kBytes && head.type != kPairs) {
             return false;
         }
-        for (std::size_t i = 0; i < (pairs ? 2 * count : count); ++i) {
-            const std::size_t object = number(at + i * refSize_, refSize_);
-            if (object >= offsets_.size()) {
+        const std::size_t width = head.type == kPairs ? 2 : 1;
+        if (head.count > (end_ - head.content) / width) {
+            return true;
+        }
+        for (std::size_t i = 0; i < head.count; ++i) {
+            if (number(head.content + i * width, width) == 0) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// Arrays are 0xA, ordered sets 0xB, sets 0xC, dictionaries 0xD.
+    static bool isCollection(const Head& head) { return head.type >= 0xa; }
+
+    /// Whether no collection that this one refers to was referred to before, and what it refers to
+    /// is not too much to be copied.
+    bool refersToLittle(const Head& head) {
+        constexpr std::size_t kDictionary = 0xd;
+        const std::size_t room = (end_ - head.content) / refSize_;
+        if (head.count > room) {
+            return false;
+        }
+        const std::size_t references = head.type == kDictionary ? 2 * head.count : head.count;
+        if (references > room) {
+            return false;
+        }
+        for (std::size_t i = 0; i < references; ++i) {
+            const std::size_t object = number(head.content + i * refSize_, refSize_);
+            if (object >= heads_.size()) {
                 return false;
             }
-            if (isCollection(offsets_[object])) {
+            if (isCollection(heads_[object])) {
                 if (referred_[object]) {
                     return false;
                 }
                 referred_[object] = true;
+            } else if (heads_[object].count > kLargest - copied_) {
+                return false;
+            } else {
+                copied_ += heads_[object].count;
             }
         }
         return true;
@@ -135,8 +176,9 @@ class BinaryObjects {
     std::string_view bytes_;
     std::size_t refSize_ = 0;
     std::size_t end_ = 0; ///< of the objects
-    std::vector<std::size_t> offsets_;
+    std::vector<Head> heads_;
     std::vector<bool> referred_;
+    std::size_t copied_ = 0; ///< bytes or characters, in all objects that are no collections
 };
 
 Plist parsed(std::string_view bytes) {
@@ -146,18 +188,11 @@ Plist parsed(std::string_view bytes) {
         if (BinaryObjects(bytes).areASmallTree()) {
             ::plist_from_bin(bytes.data(), size, &node);
         }
-    } else if (countOf(bytes, "<array") + countOf(bytes, "<dict") <= kMostCollections) {
+    } else if (bytes.find('\0') == std::string_view::npos &&
+               countOf(bytes, "<array") + countOf(bytes, "<dict") <= kMostCollections) {
         ::plist_from_xml(bytes.data(), size, &node);
     }
     return Plist(node);
-}
-
-std::unique_ptr<char, FreeMemory> stringOf(plist_t node) {
-    char* text = nullptr;
-    if (::plist_get_node_type(node) == PLIST_STRING) {
-        ::plist_get_string_val(node, &text);
-    }
-    return std::unique_ptr<char, FreeMemory>(text);
 }
 
 } // namespace
@@ -182,8 +217,10 @@ std::optional<std::map<std::string, std::string>> infoPlistStrings(std::string_v
         if (value == nullptr) {
             return strings;
         }
-        if (const auto text = stringOf(value); key && text) {
-            strings.emplace(key.get(), text.get());
+        if (key && ::plist_get_node_type(value) == PLIST_STRING) {
+            std::uint64_t length = 0;
+            const char* const text = ::plist_get_string_ptr(value, &length);
+            strings.emplace(key.get(), std::string(text, static_cast<std::size_t>(length)));
         }
     }
 }

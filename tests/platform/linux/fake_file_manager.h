@@ -15,9 +15,8 @@ class FakeFileManager : public QObject, protected QDBusContext {
     QStringList shown;
     bool fails = false;
 
-  public slots:
     // Its name is the protocol's. NOLINTNEXTLINE(readability-identifier-naming)
-    void ShowItems(const QStringList& uris, const QString& startupId) {
+    Q_SLOT void ShowItems(const QStringList& uris, const QString& startupId) {
         shown += uris;
         shown += startupId;
         if (fails) {

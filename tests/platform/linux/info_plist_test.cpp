@@ -155,5 +155,60 @@ TEST(InfoPlist, CollectionsThatShareOrHoldThemselvesAreRefused) {
         << "a string may be there twice";
 }
 
+TEST(InfoPlist, TextsWithANullCharacterAreRefused) {
+    const std::string good = asBinary(kHead + "<dict><key>kkk</key><string>sss</string>"
+                                              "<key>wide</key><string>ÿÿÿ</string></dict></plist>");
+    ASSERT_EQ(infoPlistStrings(good)->size(), 2U);
+    const std::pair<std::string, std::string> changes[] = {
+        {"kkk", "k\0k"s}, {"sss", "s\0s"s}, {"\0\xff\0\xff"s, "\0\xff\0\0"s}};
+    for (const auto& [from, to] : changes) {
+        std::string bytes = good;
+        ASSERT_NE(bytes.find(from), std::string::npos);
+        bytes.replace(bytes.find(from), from.size(), to);
+        EXPECT_EQ(infoPlistStrings(bytes), std::nullopt);
+    }
+    EXPECT_EQ(infoPlistStrings(kHead + "<dict><key>k\0k</key><string>s</string></dict></plist>"s),
+              std::nullopt);
+    for (const std::string reference : {"&#0;", "&#x0;", "&#00000000000;", "&#4294967296;"}) {
+        const auto strings =
+            infoPlistStrings(kHead + "<dict><key>k" + reference + "k</key><string>s" + reference +
+                             "s</string></dict></plist>");
+        EXPECT_TRUE(!strings || strings->size() == 1U) << reference;
+    }
+}
+
+TEST(InfoPlist, StringThatIsReferredToTooOftenIsRefused) {
+    // A dictionary of many keys that all have the same long string.
+    const auto binary = [](std::size_t keys, std::size_t length) {
+        const auto big = [](std::size_t number, int bytes) {
+            std::string text;
+            for (int i = bytes - 1; i >= 0; --i) {
+                text += static_cast<char>(number >> (8 * i) & 0xffU);
+            }
+            return text;
+        };
+        std::string bytes = "bplist00";
+        std::string table = big(bytes.size(), 4);
+        bytes += "\xdf\x12" + big(keys, 4);
+        for (std::size_t i = 0; i < keys; ++i) {
+            bytes += big(2 + i, 2);
+        }
+        for (std::size_t i = 0; i < keys; ++i) {
+            bytes += big(1, 2);
+        }
+        table += big(bytes.size(), 4);
+        bytes += "\x5f\x12" + big(length, 4) + std::string(length, 'x');
+        for (std::size_t i = 0; i < keys; ++i) {
+            table += big(bytes.size(), 4);
+            bytes += "\x54" + std::to_string(1000 + i);
+        }
+        const std::size_t place = bytes.size();
+        return bytes + table + std::string(6, '\0') + "\4\2" + big(keys + 2, 8) + big(0, 8) +
+               big(place, 8);
+    };
+    EXPECT_EQ(infoPlistStrings(binary(1000, 1000))->size(), 1000U);
+    EXPECT_EQ(infoPlistStrings(binary(1000, 10000)), std::nullopt);
+}
+
 } // namespace
 } // namespace korvel::platform
