@@ -170,9 +170,10 @@ TEST(InfoPlist, TextsWithANullCharacterAreRefused) {
     EXPECT_EQ(infoPlistStrings(kHead + "<dict><key>k\0k</key><string>s</string></dict></plist>"s),
               std::nullopt);
     for (const std::string reference : {"&#0;", "&#x0;", "&#00000000000;", "&#4294967296;"}) {
-        const auto strings =
-            infoPlistStrings(kHead + "<dict><key>k" + reference + "k</key><string>s" + reference +
-                             "s</string></dict></plist>");
+        std::string text = kHead;
+        text.append("<dict><key>k").append(reference);
+        text.append("k</key><string>s").append(reference).append("s</string></dict></plist>");
+        const auto strings = infoPlistStrings(text);
         EXPECT_TRUE(!strings || strings->size() == 1U) << reference;
     }
 }
