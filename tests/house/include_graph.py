@@ -38,13 +38,14 @@ FMT = re.compile(r"^fmt/")
 XCB = re.compile(r"^xcb/")
 JSON = re.compile(r"^simdjson\.h$")
 PLIST = re.compile(r"^plist/plist\.h$")
+OPENSSL = re.compile(r"^openssl/[a-z0-9_]+\.h$")
 APPLE = re.compile(r"^(mach|os|libkern|IOKit|AppKit|Foundation|UserNotifications|CoreFoundation)/")
 
 # room -> outside headers that it may know, besides the standard library's.
 OUTSIDE = {
     "platform": [],
     "platform/posix": [POSIX],
-    "platform/linux": [POSIX, LINUX, QT, FMT, PLIST],
+    "platform/linux": [POSIX, LINUX, QT, FMT, PLIST, OPENSSL],
     "platform/macos": [POSIX, APPLE, FMT],
     "platform/qt": [POSIX, QT, FMT, XCB],
     "platform/simulated": [FMT],
@@ -113,6 +114,7 @@ def self_test():
         ("core/x.cpp", '#include "platform/linux/a.h"'),
         ("core/x.cpp", "#include <QString>"),
         ("core/x.cpp", "#include <unistd.h>"),
+        ("update/x.cpp", "#include <openssl/cms.h>"),
         ("core/x.cpp", '#include "core/gone.h"'),
         ("core/x.cpp", 'open("/proc/meminfo")'),
         ("model/x.cpp", "#include <sys/stat.h>"),
