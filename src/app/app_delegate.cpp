@@ -8,6 +8,8 @@
 #include "model/model.h"
 #include "platform/notifications.h"
 #include "ui/content/content_view.h"
+#include "update/updater.h"
+#include "update/whats_new.h"
 
 namespace korvel {
 
@@ -16,14 +18,17 @@ namespace {
 constexpr double kRefreshInterval = 5.0; // seconds
 constexpr double kSaveInterval = 120.0;  // seconds
 constexpr double kSecondRefreshDelay =
-    1.0; // seconds; the first reading of processor time needs two
+    1.0;                              // seconds; the first reading of processor time needs two
+constexpr double kPresentDelay = 1.2; // seconds
 
 } // namespace
 
 AppDelegate::AppDelegate(const platform::Services& services, Metrics& metrics,
-                         std::shared_ptr<Awake> awake, PopoverFactory makePopover)
+                         std::shared_ptr<Awake> awake, std::shared_ptr<Updater> updater,
+                         std::shared_ptr<WhatsNew> whatsNew, PopoverFactory makePopover)
     : services_(services), makePopover_(std::move(makePopover)),
-      model_(std::make_shared<Model>(metrics, services)), awake_(std::move(awake)) {}
+      model_(std::make_shared<Model>(metrics, services)), awake_(std::move(awake)),
+      updater_(std::move(updater)), whatsNew_(std::move(whatsNew)) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -48,7 +53,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 
     statusItem_ = services_.statusBar.makeStatusItem();
     statusItem_->setAction(weakly(&AppDelegate::togglePopover));
-    contentView_ = std::make_unique<ContentView>(model_, awake_, services_);
+    contentView_ = std::make_unique<ContentView>(model_, awake_, updater_, whatsNew_, services_);
     popover_ = makePopover_(*contentView_);
     model_->onUpdate = weakly(&AppDelegate::updateTitle);
     model_->refresh();
@@ -58,8 +63,13 @@ void AppDelegate::applicationDidFinishLaunching() {
     updateTitle();
     services_.notifications.requestAuthorisation();
     services_.statusBar.setMainMenu(mainMenu());
+    services_.runLoop.async([updater = updater_] { updater->checkInBackground(); });
     awake_->onChange = weakly(&AppDelegate::updateTitle);
     awake_->restore();
+    whatsNew_->evaluate();
+    if (whatsNew_->shouldAutoPresent()) {
+        services_.runLoop.after(kPresentDelay, weakly(&AppDelegate::presentWhatsNew));
+    }
 }
 
 void AppDelegate::applicationWillTerminate() {
@@ -90,6 +100,17 @@ void AppDelegate::openPopover() {
     popover_->makeKey();
 }
 
+void AppDelegate::presentWhatsNew() {
+    if (!popover_->shown()) {
+        popover_->show(*statusItem_);
+        popover_->activate();
+    }
+}
+
+void AppDelegate::checkForUpdates() {
+    services_.runLoop.async([updater = updater_] { updater->check(true); });
+}
+
 void AppDelegate::updateTitle() {
     statusItem_->setTitle(statusTitle(model_->snap->score, *awake_->on));
     statusItem_->setToolTip(statusToolTip(*model_->snap, *awake_->on));
@@ -97,7 +118,15 @@ void AppDelegate::updateTitle() {
 
 platform::MainMenu AppDelegate::mainMenu() {
     platform::RunLoop& runLoop = services_.runLoop;
-    return {{{"", {{"Quit Korvel", [&runLoop] { runLoop.terminate(); }, "q"}}},
+    const auto check = [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            self->checkForUpdates();
+        }
+    };
+    return {{{"",
+              {{"Check for Updates…", check, ""},
+               {},
+               {"Quit Korvel", [&runLoop] { runLoop.terminate(); }, "q"}}},
              {"Edit",
               {{"Cut", {}, "x"}, {"Copy", {}, "c"}, {"Paste", {}, "v"}, {"Select All", {}, "a"}}}}};
 }

@@ -13,6 +13,8 @@ class Awake;
 class ContentView;
 class Metrics;
 class Model;
+class Updater;
+class WhatsNew;
 
 /// Makes the popover that hosts the root view. The view outlives the popover.
 using PopoverFactory = std::function<std::unique_ptr<platform::Popover>(ContentView& root)>;
@@ -22,8 +24,9 @@ using PopoverFactory = std::function<std::unique_ptr<platform::Popover>(ContentV
 class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   public:
     /// Makes the model, and so loads the history. `services` and `metrics` outlive the delegate.
-    /// The program's own are `Metrics::shared()` and `Awake::shared()`.
+    /// The program's own are `Metrics::shared()`, `Awake::shared()` and so on.
     AppDelegate(const platform::Services& services, Metrics& metrics, std::shared_ptr<Awake> awake,
+                std::shared_ptr<Updater> updater, std::shared_ptr<WhatsNew> whatsNew,
                 PopoverFactory makePopover);
     ~AppDelegate();
 
@@ -39,14 +42,20 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
     /// program does that is running already.
     void openPopover();
 
+    /// Looks for an update because the user asked.
+    void checkForUpdates();
+
   private:
     void updateTitle();
+    void presentWhatsNew();
     platform::MainMenu mainMenu();
 
     platform::Services services_;
     PopoverFactory makePopover_;
     std::shared_ptr<Model> model_;
     std::shared_ptr<Awake> awake_;
+    std::shared_ptr<Updater> updater_;
+    std::shared_ptr<WhatsNew> whatsNew_;
     std::unique_ptr<ContentView> contentView_;
     std::unique_ptr<platform::StatusItem> statusItem_;
     std::unique_ptr<platform::Popover> popover_;

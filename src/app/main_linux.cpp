@@ -1,6 +1,8 @@
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -13,13 +15,22 @@
 #include "model/awake.h"
 #include "platform/linux/desktop_notifications.h"
 #include "platform/linux/desktop_power.h"
+#include "platform/linux/linux_bundle.h"
+#include "platform/linux/linux_code_signature.h"
 #include "platform/linux/linux_machine.h"
 #include "platform/linux/linux_processes.h"
+#include "platform/linux/linux_workspace.h"
+#include "platform/linux/openssl_digest.h"
+#include "platform/linux/own_memory.h"
 #include "platform/linux/process_status.h"
 #include "platform/linux/systemd_agents.h"
+#include "platform/linux/update_root.h"
+#include "platform/linux/zip_archive.h"
 #include "platform/posix/child_processes.h"
+#include "platform/posix/file_manager.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
+#include "platform/qt/http.h"
 #include "platform/qt/run_loop.h"
 #include "platform/qt/single_instance.h"
 #include "platform/qt/status_bar.h"
@@ -28,10 +39,14 @@
 #include "platform/qt/user_defaults.h"
 #include "platform/services.h"
 #include "ui/content/linux_words.h"
+#include "update/updater.h"
+#include "update/whats_new.h"
 
 namespace {
 
 using namespace korvel;
+
+constexpr const char* kIdentifier = "com.oxbrook.korvel";
 
 AppDelegate* running = nullptr;
 
@@ -71,6 +86,7 @@ void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString& message
 } // namespace
 
 int main(int, char** argv) {
+    const std::string executable = platform::LinuxBundle::runningExecutable();
     qInstallMessageHandler(keepQuiet);
     platform::TerminationSignals terminationSignals;
 
@@ -80,7 +96,7 @@ int main(int, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setApplicationName(QStringLiteral("korvel"));
     QApplication::setApplicationDisplayName(QStringLiteral("Korvel"));
-    QApplication::setDesktopFileName(QStringLiteral("com.oxbrook.korvel"));
+    QApplication::setDesktopFileName(QString::fromLatin1(kIdentifier));
 
     platform::SingleInstance instance([] {
         if (running) {
@@ -88,7 +104,7 @@ int main(int, char** argv) {
         }
     });
     if (!instance.acquire()) {
-        std::_Exit(EXIT_SUCCESS); // as at the end below: there is nothing to take down
+        return EXIT_SUCCESS; // in good order: a session manager must see it go
     }
 
     platform::raiseDescriptorLimit();
@@ -104,13 +120,28 @@ int main(int, char** argv) {
     platform::QtUserDefaults defaults;
     platform::DesktopPower power;
     platform::DesktopNotifications notifications(linuxWords);
-    const platform::Services services{machine,        processes, swappedMemory, agents,
-                                      childProcesses, clock,     runLoop,       files,
-                                      statusBar,      defaults,  power,         notifications};
+    platform::LinuxBundle bundle(executable, {{"CFBundleIdentifier", kIdentifier},
+                                              {"CFBundleShortVersionString", KORVEL_VERSION},
+                                              {"CFBundleVersion", KORVEL_BUILD}});
+    platform::QtHttp http({.idle = platform::giveMemoryBack});
+    platform::PosixFileManager fileManager;
+    platform::OpensslDigest digest;
+    platform::ZipArchive archive;
+    platform::LinuxCodeSignature codeSignature(
+        {.rootPem = std::string(platform::builtInUpdateRoot()),
+         .identifier = kIdentifier,
+         .runningBuild = buildNumber(bundle.infoString("CFBundleVersion").value_or("")),
+         .now = [&clock] { return static_cast<std::int64_t>(clock.now()); }});
+    platform::LinuxWorkspace workspace(childProcesses);
+    const platform::Services services{
+        machine,     processes, swappedMemory, agents,        childProcesses, clock,  runLoop,
+        files,       statusBar, defaults,      power,         notifications,  bundle, http,
+        fileManager, digest,    archive,       codeSignature, workspace};
     platform::installedServices = &services;
 
-    const auto delegate = std::make_shared<AppDelegate>(services, Metrics::shared(),
-                                                        Awake::shared(), makeLinuxPopover);
+    const auto delegate =
+        std::make_shared<AppDelegate>(services, Metrics::shared(), Awake::shared(),
+                                      Updater::shared(), WhatsNew::shared(), makeLinuxPopover);
     running = delegate.get();
     std::atexit(finish);
     terminationSignals.notify([&runLoop] { runLoop.terminate(); });

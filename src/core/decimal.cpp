@@ -70,7 +70,22 @@ bool take(std::string_view& text, std::string_view anyOf) {
     return true;
 }
 
-/// Whether `text` is a number by the grammar of JSON.
+} // namespace
+
+std::optional<double> parseDecimal(std::string_view text) {
+    if (text.find_first_not_of("0123456789.") != std::string_view::npos ||
+        text.find_first_of(kDigits) == std::string_view::npos ||
+        std::count(text.begin(), text.end(), '.') > 1) {
+        return std::nullopt;
+    }
+    const double value = valueOf(text);
+    const bool isZero = text.find_first_not_of("0.") == std::string_view::npos;
+    if (std::isinf(value) || (value == 0 && !isZero)) {
+        return std::nullopt;
+    }
+    return value;
+}
+
 bool isJsonNumber(std::string_view text) {
     take(text, "-");
     if (!take(text, "0") && !takeDigits(text)) {
@@ -86,22 +101,6 @@ bool isJsonNumber(std::string_view text) {
         }
     }
     return text.empty();
-}
-
-} // namespace
-
-std::optional<double> parseDecimal(std::string_view text) {
-    if (text.find_first_not_of("0123456789.") != std::string_view::npos ||
-        text.find_first_of(kDigits) == std::string_view::npos ||
-        std::count(text.begin(), text.end(), '.') > 1) {
-        return std::nullopt;
-    }
-    const double value = valueOf(text);
-    const bool isZero = text.find_first_not_of("0.") == std::string_view::npos;
-    if (std::isinf(value) || (value == 0 && !isZero)) {
-        return std::nullopt;
-    }
-    return value;
 }
 
 std::optional<double> parseJsonNumber(std::string_view text) {

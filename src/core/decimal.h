@@ -12,6 +12,9 @@ namespace korvel {
 /// large or too small for a double.
 std::optional<double> parseDecimal(std::string_view text);
 
+/// Whether `text` is a number as JSON writes it, nothing before or after it.
+bool isJsonNumber(std::string_view text);
+
 /// The value of a number as JSON writes it, nothing before or after it, with any number of digits.
 /// None for anything else and for a number that is too large; one that is too small is 0, with its
 /// sign.

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "core/metrics.h"
+#include "core/observable.h"
 #include "model/history_store.h"
-#include "model/observable.h"
 #include "model/score_notifications.h"
 
 namespace korvel::platform {

@@ -34,7 +34,7 @@ class Http {
                           std::function<void(std::optional<HttpDownload>)> done) = 0;
 
     static constexpr long long kLargestBody = 1LL << 20;     ///< bytes
-    static constexpr long long kLargestDownload = 1LL << 28; ///< bytes
+    static constexpr long long kLargestDownload = 1LL << 26; ///< bytes
 };
 
 } // namespace korvel::platform

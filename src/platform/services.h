@@ -3,9 +3,15 @@
 namespace korvel::platform {
 
 class Agents;
+class Archive;
+class Bundle;
 class ChildProcesses;
 class Clock;
+class CodeSignature;
+class Digest;
+class FileManager;
 class Files;
+class Http;
 class Machine;
 class Notifications;
 class PowerAssertions;
@@ -14,6 +20,7 @@ class RunLoop;
 class StatusBar;
 class SwappedMemory;
 class UserDefaults;
+class Workspace;
 
 /// All that the program reaches the system through. Made once in main, or by a test, and handed
 /// down by constructor; a class keeps references to the services it uses, not to this struct. The
@@ -31,6 +38,13 @@ struct Services {
     UserDefaults& defaults;
     PowerAssertions& power;
     Notifications& notifications;
+    Bundle& bundle;
+    Http& http;
+    FileManager& fileManager;
+    Digest& digest;
+    Archive& archive;
+    CodeSignature& codeSignature;
+    Workspace& workspace;
 };
 
 /// The set that the program's shared instances are built on; null until main, or a test, sets it.

@@ -13,6 +13,8 @@
 #include "model/model.h"
 #include "platform/simulated/services.h"
 #include "ui/content/content_view.h"
+#include "update/updater.h"
+#include "update/whats_new.h"
 
 namespace korvel {
 namespace {
@@ -28,11 +30,18 @@ const std::string kSample = "physicalMemory";
 
 class AppDelegateTest : public testing::Test {
   protected:
-    AppDelegateTest() { simulated.logTo(log); }
+    AppDelegateTest() {
+        simulated.logTo(log);
+        // An old hand: no greeting, and the feed was asked today.
+        simulated.defaults.values["seenBuild"] = std::int64_t{100};
+        simulated.defaults.values["lastUpdateCheck"] = simulated.clock.now();
+        updater = std::make_shared<Updater>(simulated.services());
+    }
 
     void make() {
         delegate = std::make_shared<AppDelegate>(
-            simulated.services(), metrics, awake, [this](ContentView& root) {
+            simulated.services(), metrics, awake, updater,
+            std::make_shared<WhatsNew>(simulated.services(), updater), [this](ContentView& root) {
                 model = root.model().shared_from_this();
                 auto made = std::make_unique<SimulatedPopover>(nullptr, &log);
                 popover = made.get();
@@ -72,6 +81,7 @@ class AppDelegateTest : public testing::Test {
     platform::SimulatedServices simulated;
     Metrics metrics{simulated.machine, simulated.processes, simulated.agents, simulated.clock};
     std::shared_ptr<Awake> awake = std::make_shared<Awake>(simulated.services());
+    std::shared_ptr<Updater> updater;
     std::shared_ptr<Model> model;
     SimulatedPopover* popover = nullptr;
     std::shared_ptr<AppDelegate> delegate;
@@ -106,6 +116,80 @@ TEST_F(AppDelegateTest, KeepAwakeThatIsWornOutIsForgottenWithoutANewTitle) {
     launch();
     EXPECT_EQ(simulated.statusBar.titles.size(), 1U);
     EXPECT_FALSE(simulated.defaults.boolean("awakeOn"));
+}
+
+TEST_F(AppDelegateTest, TheMenuLooksForUpdatesAndQuits) {
+    launch();
+    const auto& menus = simulated.statusBar.mainMenu.menus;
+    ASSERT_EQ(menus.size(), 2U);
+    const auto rows = [](const platform::Menu& menu) {
+        std::vector<std::string> texts;
+        for (const platform::MenuItem& item : menu.items) {
+            texts.push_back(item.title + "|" + item.keyEquivalent);
+        }
+        return texts;
+    };
+    EXPECT_EQ(menus[0].title, "");
+    EXPECT_THAT(rows(menus[0]), ElementsAre("Check for Updates\u2026|", "|", "Quit Korvel|q"));
+    EXPECT_EQ(menus[1].title, "Edit");
+    EXPECT_THAT(rows(menus[1]), ElementsAre("Cut|x", "Copy|c", "Paste|v", "Select All|a"));
+}
+
+TEST_F(AppDelegateTest, TheMenuItemChecksEvenIfTheFeedWasAskedToday) {
+    launch();
+    EXPECT_TRUE(simulated.statusBar.choose("Check for Updates\u2026"));
+    simulated.runLoop.advance(0);
+    EXPECT_THAT(simulated.http.urls, ElementsAre(Updater::appcast()));
+    EXPECT_EQ(updater->state->text, "Could not reach the update server");
+}
+
+TEST_F(AppDelegateTest, TheFeedIsAskedAfterTheLaunchUnlessItWasToday) {
+    launch();
+    simulated.runLoop.advance(3600);
+    EXPECT_THAT(simulated.http.urls, IsEmpty());
+
+    simulated.defaults.values.erase("lastUpdateCheck");
+    updater = std::make_shared<Updater>(simulated.services());
+    launch();
+    EXPECT_THAT(simulated.http.urls, IsEmpty()) << "not within the launch";
+    simulated.runLoop.advance(0);
+    EXPECT_THAT(simulated.http.urls, ElementsAre(Updater::appcast()));
+    EXPECT_EQ(updater->state->value, Updater::State::Case::idle) << "it fails without a word";
+}
+
+TEST_F(AppDelegateTest, AGreetingOpensThePopoverOnceWithoutTakingTheKeyboard) {
+    simulated.defaults.values.erase("seenBuild");
+    launch();
+    calls();
+    simulated.runLoop.advance(1.1);
+    EXPECT_FALSE(popover->shown());
+    calls();
+    simulated.runLoop.advance(0.1);
+    EXPECT_THAT(calls(), ElementsAre("show", "activate")) << "and without a sample of its own";
+    launch();
+    simulated.runLoop.advance(2);
+    EXPECT_FALSE(popover->shown()) << "at most once for each build";
+}
+
+TEST_F(AppDelegateTest, AGreetingLeavesAnOpenPopoverAsItIs) {
+    simulated.defaults.values.erase("seenBuild");
+    launch();
+    simulated.runLoop.advance(0.5);
+    simulated.statusBar.click();
+    simulated.runLoop.advance(0.6);
+    calls();
+    simulated.runLoop.advance(0.1);
+    EXPECT_THAT(calls(), IsEmpty());
+    EXPECT_TRUE(popover->shown());
+}
+
+TEST_F(AppDelegateTest, AGreetingOfOneThatIsGoneOpensNothing) {
+    simulated.defaults.values.erase("seenBuild");
+    launch();
+    delegate.reset();
+    calls();
+    simulated.runLoop.advance(2);
+    EXPECT_THAT(calls(), IsEmpty());
 }
 
 TEST_F(AppDelegateTest, EverySwitchOfKeepAwakeMakesANewTitle) {
@@ -270,10 +354,11 @@ TEST_F(AppDelegateTest, TwoProgramsInOneProcessHaveTheirOwnSamplers) {
     simulated.machine.readings.cpuTicks.value.user += 100;
     platform::SimulatedServices other;
     Metrics otherMetrics(other.machine, other.processes, other.agents, other.clock);
+    const auto otherUpdater = std::make_shared<Updater>(other.services());
     std::shared_ptr<Model> otherModel;
     const auto second = std::make_shared<AppDelegate>(
-        other.services(), otherMetrics, std::make_shared<Awake>(other.services()),
-        [&](ContentView& root) {
+        other.services(), otherMetrics, std::make_shared<Awake>(other.services()), otherUpdater,
+        std::make_shared<WhatsNew>(other.services(), otherUpdater), [&](ContentView& root) {
             otherModel = root.model().shared_from_this();
             return std::make_unique<SimulatedPopover>();
         });

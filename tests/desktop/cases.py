@@ -366,11 +366,12 @@ def closing_click_does_not_open_it_again():
 
 
 @case("xfce4-panel")
-def menu_has_quit_alone_and_quits():
+def menu_looks_for_updates_and_quits():
     with desktop("xfce4-panel") as (place, program):
         item = wait_for_item(place)
         layout = place.call(item, "/MenuBar", "com.canonical.dbusmenu.GetLayout", "0", "-1", "[]")
-        equal(re.findall(r"'label': <'([^']*)'>", layout), ["Quit Korvel"], "the menu's labels")
+        equal(re.findall(r"'label': <'([^']*)'>", layout), ["Check for Updates…", "Quit Korvel"],
+              "the menu's labels")
         number = re.search(r"\((\d+), \{[^}]*'Quit Korvel'", layout).group(1)
         place.call(item, "/MenuBar", "com.canonical.dbusmenu.Event", number, "clicked", "<0>", "0")
         equal(program.exit_status(), 0, "exit status")
@@ -382,7 +383,7 @@ def right_click_shows_the_menu_in_an_xembed_tray():
     with desktop("trayer") as (place, program):
         place.click(*middle(wait_for_icon(place)), button=3)
         time.sleep(0.5)
-        place.xdotool("key", "Down", "Return")
+        place.xdotool("key", "Down", "Down", "Return")
         equal(program.exit_status(), 0, "exit status")
         history(place)
 

@@ -6,6 +6,7 @@ caller's session is touched. Needs xvfb, openbox, dbus, xdotool, x11-apps and th
 
 import ast
 import ctypes
+import json
 import os
 import shutil
 import signal
@@ -17,6 +18,7 @@ import zlib
 
 WATCHER = "org.kde.StatusNotifierWatcher"
 
+LEAKS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "leaks.txt")
 BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
@@ -170,7 +172,22 @@ class Desktop:
                 "QT_SCALE_FACTOR")
         self.environment = {name: os.environ[name] for name in keep if name in os.environ}
         self.environment.update(HOME=self.home, XDG_RUNTIME_DIR=self.runtime, NO_AT_BRIDGE="1",
-                                XDG_CONFIG_HOME=os.path.join(self.home, ".config"))
+                                XDG_CONFIG_HOME=os.path.join(self.home, ".config"),
+                                LSAN_OPTIONS="print_suppressions=0:suppressions=" + LEAKS)
+        self.set_defaults()
+
+    def defaults_file(self):
+        return os.path.join(self.home, ".config", "korvel", "defaults.json")
+
+    def set_defaults(self, **values):
+        """What the program finds stored: nobody to greet, and a feed that was asked already."""
+        os.makedirs(os.path.dirname(self.defaults_file()), exist_ok=True)
+        stored = {"seenBuild": {"integer": 2**31}, "lastUpdateCheck": {"double": time.time()}}
+        stored.update(values)
+        stored = {key: value for key, value in stored.items() if value is not None}
+        with open(self.defaults_file(), "w", encoding="utf-8") as file:
+            json.dump(stored, file)
+        return stored
 
     def __enter__(self):
         try:

@@ -59,16 +59,8 @@ def system_bus(place):
     return {"DBUS_SESSION_BUS_ADDRESS": address}
 
 
-def set_defaults(place, **values):
-    folder = os.path.join(place.home, ".config", "korvel")
-    os.makedirs(folder, exist_ok=True)
-    with open(os.path.join(folder, "defaults.json"), "w", encoding="utf-8") as file:
-        json.dump(values, file)
-
-
 def defaults(place):
-    with open(os.path.join(place.home, ".config", "korvel", "defaults.json"),
-              encoding="utf-8") as file:
+    with open(place.defaults_file(), encoding="utf-8") as file:
         return json.load(file)
 
 
@@ -76,10 +68,9 @@ def defaults(place):
 def kept_awake(*session_services):
     """The program, kept awake without an end since its launch."""
     with desktop("xfce4-panel", program=False) as place:
-        place.environment["XDG_CONFIG_HOME"] = os.path.join(place.home, ".config")
         session = Services(place, *session_services) if session_services else None
         logind = Services(place, "logind", environment=system_bus(place))
-        set_defaults(place, awakeOn={"bool": True}, awakeUntil={"integer": 0})
+        place.set_defaults(awakeOn={"bool": True}, awakeUntil={"integer": 0})
         program = Program(place)
         logind.wait(1, "the inhibitor")
         yield place, program, session, logind
@@ -155,7 +146,8 @@ def keep_awake_is_taken_up_at_launch_and_let_go_at_the_quit():
         equal(program.send(signal.SIGTERM), 0, "exit status")
         equal(session.wait(2, "the release")[1], ["screen-saver", "UnInhibit", 71], "the release")
         equal(logind.wait(2, "the release")[1], ["logind", "closed"], "the release")
-        equal(defaults(place), {"awakeOn": {"bool": True}, "awakeUntil": {"integer": 0}},
+        remembered = defaults(place)
+        equal([remembered[key] for key in ("awakeOn", "awakeUntil")], [{"bool": True}, {"integer": 0}],
               "what is remembered")
 
 
@@ -190,10 +182,8 @@ def screen_saver_that_comes_back_is_asked_again():
 @case("xfce4-panel")
 def refused_keep_awake_shows_no_cup_and_is_tried_at_the_next_launch():
     with desktop("xfce4-panel", program=False) as place:
-        place.environment["XDG_CONFIG_HOME"] = os.path.join(place.home, ".config")
         system_bus(place)
-        stored = {"awakeOn": {"bool": True}, "awakeUntil": {"integer": 0}}
-        set_defaults(place, **stored)
+        stored = place.set_defaults(awakeOn={"bool": True}, awakeUntil={"integer": 0})
         Program(place)
         wait_for("the score", lambda: "●" in tooltip(place))
         time.sleep(1)
@@ -202,18 +192,17 @@ def refused_keep_awake_shows_no_cup_and_is_tried_at_the_next_launch():
 
 
 @case("xfce4-panel")
-def settings_that_cannot_be_read_are_left_alone():
+def settings_that_cannot_be_read_are_put_aside_and_kept():
     with desktop("xfce4-panel", program=False) as place:
-        place.environment["XDG_CONFIG_HOME"] = os.path.join(place.home, ".config")
-        set_defaults(place)
-        path = os.path.join(place.home, ".config", "korvel", "defaults.json")
-        with open(path, "wb") as file:
-            file.write(b"\xff\x00{\"awakeOn\":")
+        broken = b"\xff\x00{\"awakeOn\":"
+        with open(place.defaults_file(), "wb") as file:
+            file.write(broken)
         program = Program(place)
         wait_for("the score", lambda: "●" in tooltip(place))
+        wait_for("the greeting", lambda: "whatsNewAutoShownBuild" in defaults(place))
         equal(program.send(signal.SIGTERM), 0, "exit status")
-        with open(path, "rb") as file:
-            equal(file.read(), b"\xff\x00{\"awakeOn\":", "a file that nothing was stored in")
+        with open(place.defaults_file() + ".broken", "rb") as file:
+            equal(file.read(), broken, "what was put aside")
 
 
 LOGIND = "/lib/systemd/systemd-logind"
@@ -239,7 +228,6 @@ def kept_awake_by_logind():
     if os.geteuid() != 0:
         raise Skip("a logind of one's own takes the superuser")
     with desktop("xfce4-panel", program=False) as place:
-        place.environment["XDG_CONFIG_HOME"] = os.path.join(place.home, ".config")
         system_bus(place)
         place.spawn(["unshare", "--mount", "--propagation", "private", "sh", "-c",
                      "mount -t tmpfs tmpfs /run/systemd && mkdir /run/systemd/system && "
@@ -248,7 +236,7 @@ def kept_awake_by_logind():
             wait_for("logind", lambda: inhibitors(place) is not None)
         except Failure:
             raise Skip("logind does not start here") from None
-        set_defaults(place, awakeOn={"bool": True}, awakeUntil={"integer": 0})
+        place.set_defaults(awakeOn={"bool": True}, awakeUntil={"integer": 0})
         program = Program(place)
         wait_for("the inhibitor", lambda: inhibitors(place))
         equal(inhibitors(place), [("idle", "Korvel", REASON, "block")], "what is held")

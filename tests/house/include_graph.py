@@ -33,7 +33,6 @@ STANDARD = re.compile(r"^[a-z_]+$")  # a header of the C++ standard library
 POSIX = re.compile(r"^[a-z_]+\.h$|^(sys|net|arpa|netinet)/[a-z_]+\.h$")
 LINUX = re.compile(r"^(linux|sys)/[a-z_]+\.h$")
 QT = re.compile(r"^Q[A-Za-z0-9]+$|^Q[A-Za-z]+/[A-Za-z0-9/_.]+$")
-XCB = re.compile(r"^xcb/")
 FMT = re.compile(r"^fmt/")
 XCB = re.compile(r"^xcb/")
 JSON = re.compile(r"^simdjson\.h$")

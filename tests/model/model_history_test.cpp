@@ -146,11 +146,7 @@ class HistoryOnDisk : public testing::Test {
     }
 
     std::shared_ptr<Model> launch() {
-        return std::make_shared<Model>(
-            metrics_, platform::Services{system_.machine, system_.processes, system_.swappedMemory,
-                                         system_.agents, system_.childProcesses, system_.clock,
-                                         system_.runLoop, files_, system_.statusBar,
-                                         system_.defaults, system_.power, system_.notifications});
+        return std::make_shared<Model>(metrics_, system_.services(system_.childProcesses, files_));
     }
     void write(const std::string& text) const { std::ofstream(file_, std::ios::binary) << text; }
     std::string read() const {

@@ -56,10 +56,7 @@ class RealScript : public testing::Test {
     platform::PosixChildProcesses children_;
     platform::SimulatedServices system_;
     Metrics metrics_{system_.machine, system_.processes, system_.agents, system_.clock};
-    platform::Services services_{system_.machine,  system_.processes, system_.swappedMemory,
-                                 system_.agents,   children_,         system_.clock,
-                                 system_.runLoop,  system_.files,     system_.statusBar,
-                                 system_.defaults, system_.power,     system_.notifications};
+    platform::Services services_ = system_.services(children_, system_.files);
     std::shared_ptr<Model> model_;
 };
 

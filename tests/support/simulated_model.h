@@ -6,6 +6,8 @@
 #include "model/awake.h"
 #include "model/model.h"
 #include "platform/simulated/services.h"
+#include "update/updater.h"
+#include "update/whats_new.h"
 
 namespace korvel::test {
 
@@ -15,6 +17,8 @@ struct SimulatedModel {
     Metrics metrics{system.machine, system.processes, system.agents, system.clock};
     std::shared_ptr<Model> model = std::make_shared<Model>(metrics, system.services());
     std::shared_ptr<Awake> awake = std::make_shared<Awake>(system.services());
+    std::shared_ptr<Updater> updater = std::make_shared<Updater>(system.services());
+    std::shared_ptr<WhatsNew> whatsNew = std::make_shared<WhatsNew>(system.services(), updater);
 
     /// Adds a process of so many GB, of which so many are swapped out.
     void addProcess(std::int32_t pid, const std::string& name, double gb, double swappedGB = 0) {

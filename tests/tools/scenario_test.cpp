@@ -198,17 +198,20 @@ INSTANTIATE_TEST_SUITE_P(
     rowName);
 
 INSTANTIATE_TEST_SUITE_P(
-    NotSupportedYet, BadScenario,
-    testing::Values(BadCase{"action",
-                            R"({"events": [{"at": 1, "do": "checkForUpdates", "pid": 7}]})",
-                            R"("events[0].do" is not supported yet: "checkForUpdates")"},
-                    BadCase{"actionAfterItsKey",
-                            R"({"events": [{"minutes": 5, "do": "relaunch", "at": 1}]})",
-                            R"("events[0].do" is not supported yet: "relaunch")"},
-                    BadCase{"feed", R"({"events": [{"at": 1, "feed": {"error": true}}]})",
-                            R"("events[0].feed" is not supported yet)"},
-                    BadCase{"archive", R"({"events": [{"at": 1, "archive": {}}]})",
-                            R"("events[0].archive" is not supported yet)"}),
+    Updates, BadScenario,
+    testing::Values(
+        BadCase{"actionWithAKeyTooMany",
+                R"({"events": [{"at": 1, "do": "checkForUpdates", "pid": 7}]})",
+                R"(unknown key "events[0].pid")"},
+        BadCase{"feedKey", R"({"events": [{"at": 1, "feed": {"code": 200}}]})",
+                R"(unknown key "events[0].feed.code")"},
+        BadCase{"feedDelay", R"({"feed": {"delay": -1}})", R"("feed.delay" must not be negative)"},
+        BadCase{"archiveKey", R"({"events": [{"at": 1, "archive": {"size": 1}}]})",
+                R"(unknown key "events[0].archive.size")"},
+        BadCase{"archiveMoves", R"({"events": [{"at": 1, "archive": {"moves": [null]}}]})",
+                R"("events[0].archive.moves" must have 2 elements)"},
+        BadCase{"bundleBuild", R"({"bundle": {"build": 100}})",
+                R"("bundle.build" must be a string)"}),
     rowName);
 
 INSTANTIATE_TEST_SUITE_P(

@@ -12,7 +12,7 @@ namespace {
 
 /// The last reading that a scenario publishes.
 TraceLine lastSnapshot(const std::string& scenario) {
-    return ofKind(runScenario(scenario), "snapshot").back();
+    return ofKind(runQuietScenario(scenario), "snapshot").back();
 }
 
 TEST(SimMachine, UnlessToldOtherwiseItIsHealthyAndScoresOneHundred) {
@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const testing::TestParamInfo<KeyCase>& row) { return row.param.name; });
 
 TEST(SimMachine, ProcessorTicksAreCountedBetweenTwoReadings) {
-    const TraceLines snapshots = ofKind(runScenario(R"({"until": 6,
+    const TraceLines snapshots = ofKind(runQuietScenario(R"({"until": 6,
         "machine": {"cpuTicks": [100, 100, 100, 100]},
         "events": [{"at": 0.5, "set": {"cpuTicks": [130, 110, 150, 110]}}]})"),
                                         "snapshot");
@@ -140,7 +140,7 @@ TEST(SimMachine, ASetKeepsTheFieldsThatItDoesNotName) {
 }
 
 TEST(SimMachine, AReadingThatComesBackGoesOnFromWhatItWas) {
-    const TraceLines snapshots = ofKind(runScenario(R"({"until": 12,
+    const TraceLines snapshots = ofKind(runQuietScenario(R"({"until": 12,
         "machine": {"swap": {"xsu_total": 2147483648, "xsu_used": 1073741824}},
         "events": [{"at": 2, "set": {"swap": null}},
                    {"at": 7, "set": {"swap": {"xsu_used": 2147483648}}}]})"),

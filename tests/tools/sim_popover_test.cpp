@@ -21,7 +21,7 @@ constexpr const char* kMachine = R"json("machine": {"processes": [
      "vmmap": "Writable regions: swapped_out=1.5G"}]})json";
 
 TraceLines runWith(std::string_view events, double until = 4) {
-    return runScenario(
+    return runQuietScenario(
         fmt::format(R"({{{}, "until": {}, "events": [{}]}})", kMachine, until, events));
 }
 

@@ -19,7 +19,7 @@ constexpr const char* kLow = R"({"pressureLevel": 4, "load": [40, 40, 40], "ther
                              R"( "volume": {"f_bavail": 100}})";
 
 TraceLines runWith(std::string_view members) {
-    return runScenario(fmt::format("{{{}}}", members));
+    return runQuietScenario(fmt::format("{{{}}}", members));
 }
 
 TEST(SimNotification, IsPostedOnceTheQuietTimeIsOver) {

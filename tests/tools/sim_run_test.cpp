@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 TEST(SimRun, LaunchSamplesTitlesTheEmptyReadingAndPublishesAfterwards) {
-    const TraceLines lines = runScenario(R"({"until": 0.5})");
+    const TraceLines lines = runQuietScenario(R"({"until": 0.5})");
     EXPECT_THAT(kindsAt(lines, 0), ElementsAre("spawn", "title", "snapshot", "title"));
     EXPECT_EQ(lines[0].text(),
               R"({"t":0,"what":"spawn","executable":"/bin/launchctl","arguments":["list"]})");
@@ -25,31 +25,32 @@ TEST(SimRun, LaunchSamplesTitlesTheEmptyReadingAndPublishesAfterwards) {
 }
 
 TEST(SimRun, RefreshesAtLaunchAfterOneSecondAndEveryFive) {
-    const TraceLines lines = runScenario(R"({"until": 16})");
+    const TraceLines lines = runQuietScenario(R"({"until": 16})");
     EXPECT_THAT(timesOf(lines, "snapshot"), ElementsAre(0, 1, 5, 10, 15));
     EXPECT_THAT(timesOf(lines, "spawn"), ElementsAre(0, 1, 5, 10, 15));
     EXPECT_THAT(timesOf(lines, "title"), ElementsAre(0, 0, 1, 5, 10, 15));
 }
 
 TEST(SimRun, SavesEveryTwoMinutesAndAtTheEnd) {
-    EXPECT_THAT(timesOf(runScenario(R"({"until": 250})"), "wrote"), ElementsAre(120, 240, 250));
+    EXPECT_THAT(timesOf(runQuietScenario(R"({"until": 250})"), "wrote"),
+                ElementsAre(120, 240, 250));
 }
 
 TEST(SimRun, AReadingOfTheInstantOfASaveIsInTheFile) {
-    const TraceLines lines = runScenario(R"({"until": 121})");
+    const TraceLines lines = runQuietScenario(R"({"until": 121})");
     EXPECT_THAT(kindsAt(lines, 120), ElementsAre("spawn", "snapshot", "title", "wrote"));
     const TraceLine saved = ofKind(lines, "wrote").front();
     EXPECT_THAT(saved.string("/text"), testing::EndsWith("[1700000120,0,43.75]]"));
 }
 
 TEST(SimRun, ATimerDueAtTheEndDoesNotRun) {
-    const TraceLines lines = runScenario(R"({"until": 5})");
+    const TraceLines lines = runQuietScenario(R"({"until": 5})");
     EXPECT_THAT(timesOf(lines, "snapshot"), ElementsAre(0, 1));
     EXPECT_THAT(kindsAt(lines, 5), ElementsAre("wrote", "exit"));
 }
 
 TEST(SimRun, AnEndAtTheLaunchComesBeforeThePublication) {
-    const TraceLines lines = runScenario(R"({"until": 0})");
+    const TraceLines lines = runQuietScenario(R"({"until": 0})");
     EXPECT_THAT(kindsAt(lines, 0), ElementsAre("spawn", "title", "wrote", "exit"));
     EXPECT_EQ(lines[2].text(),
               R"({"t":0,"what":"wrote","file":".korvel-history.json","bytes":2,"text":"[]"})");
@@ -57,12 +58,12 @@ TEST(SimRun, AnEndAtTheLaunchComesBeforeThePublication) {
 }
 
 TEST(SimRun, EndsAfterTenSecondsUnlessItSaysOtherwise) {
-    const TraceLines lines = runScenario("{}");
+    const TraceLines lines = runQuietScenario("{}");
     EXPECT_EQ(lines.back().text(), R"({"t":10,"what":"exit","reason":"until"})");
 }
 
 TEST(SimRun, TerminateSavesAndNothingComesAfterTheExit) {
-    const TraceLines lines = runScenario(R"({"events": [
+    const TraceLines lines = runQuietScenario(R"({"events": [
         {"at": 5, "do": "togglePopover"},
         {"at": 5, "do": "terminate"},
         {"at": 5, "do": "togglePopover"},
@@ -74,26 +75,26 @@ TEST(SimRun, TerminateSavesAndNothingComesAfterTheExit) {
 
 TEST(SimRun, AnEventAtTheEndStillHappens) {
     const TraceLines lines =
-        runScenario(R"({"until": 10, "events": [{"at": 10, "do": "togglePopover"}]})");
+        runQuietScenario(R"({"until": 10, "events": [{"at": 10, "do": "togglePopover"}]})");
     EXPECT_THAT(kindsAt(lines, 10), ElementsAre("spawn", "popover", "wrote", "exit"));
 }
 
 TEST(SimRun, AnEventAfterTheEndNeverHappens) {
     const TraceLines lines =
-        runScenario(R"({"until": 10, "events": [{"at": 10.5, "do": "togglePopover"}]})");
+        runQuietScenario(R"({"until": 10, "events": [{"at": 10.5, "do": "togglePopover"}]})");
     EXPECT_THAT(ofKind(lines, "popover"), IsEmpty());
 }
 
 TEST(SimRun, AnEventAtTheLaunchComesAfterTheLaunchAndBeforeItsPublication) {
     const TraceLines lines =
-        runScenario(R"({"until": 0.5, "events": [{"at": 0, "do": "togglePopover"}]})");
+        runQuietScenario(R"({"until": 0.5, "events": [{"at": 0, "do": "togglePopover"}]})");
     EXPECT_THAT(kindsAt(lines, 0), ElementsAre("spawn", "title", "spawn", "popover", "snapshot",
                                                "title", "snapshot", "title"));
 }
 
 TEST(SimRun, AnEventGoesBeforeATimerOfTheSameInstant) {
     const TraceLines lines =
-        runScenario(R"({"until": 6, "events": [{"at": 5, "set": {"thermalState": 3}}]})");
+        runQuietScenario(R"({"until": 6, "events": [{"at": 5, "set": {"thermalState": 3}}]})");
     const TraceLines snapshots = ofKind(lines, "snapshot");
     ASSERT_EQ(snapshots.size(), 3U);
     EXPECT_EQ(snapshots[1].number("/thermal"), 0);
@@ -102,13 +103,13 @@ TEST(SimRun, AnEventGoesBeforeATimerOfTheSameInstant) {
 
 TEST(SimRun, TwoPublicationsOfOneInstantAreTwoLinesEachBeforeItsTitle) {
     const TraceLines lines =
-        runScenario(R"({"until": 6, "events": [{"at": 5, "do": "togglePopover"}]})");
+        runQuietScenario(R"({"until": 6, "events": [{"at": 5, "do": "togglePopover"}]})");
     EXPECT_THAT(kindsAt(lines, 5),
                 ElementsAre("spawn", "popover", "snapshot", "title", "spawn", "snapshot", "title"));
 }
 
 TEST(SimRun, ASecondClickClosesThePopoverWithoutASample) {
-    const TraceLines lines = runScenario(R"({"until": 4, "events": [
+    const TraceLines lines = runQuietScenario(R"({"until": 4, "events": [
         {"at": 2, "do": "togglePopover"}, {"at": 3, "do": "togglePopover"}]})");
     EXPECT_THAT(kindsAt(lines, 2), ElementsAre("spawn", "popover", "snapshot", "title"));
     EXPECT_THAT(kindsAt(lines, 3), ElementsAre("popover"));
@@ -117,18 +118,18 @@ TEST(SimRun, ASecondClickClosesThePopoverWithoutASample) {
 }
 
 TEST(SimRun, AClickOutsideClosesAnOpenPopoverOnly) {
-    const TraceLines lines = runScenario(R"({"until": 5, "events": [
+    const TraceLines lines = runQuietScenario(R"({"until": 5, "events": [
         {"at": 2, "do": "clickOutside"}, {"at": 3, "do": "togglePopover"},
         {"at": 4, "do": "clickOutside"}, {"at": 4.5, "do": "clickOutside"}]})");
     EXPECT_THAT(timesOf(lines, "popover"), ElementsAre(3, 4));
 }
 
 TEST(SimRun, ARunTakesUpTheHistoryThatTheLastOneWrote) {
-    const TraceLines first = runScenario(R"({"start": 1700000000.25, "until": 6})");
+    const TraceLines first = runQuietScenario(R"({"start": 1700000000.25, "until": 6})");
     const TraceLine& saved = first[first.size() - 2];
     EXPECT_EQ(saved.string("/text"),
               "[[1700000000.25,0,43.75],[1700000001.25,0,43.75],[1700000005.25,0,43.75]]");
-    const TraceLines second = runScenario(fmt::format(
+    const TraceLines second = runQuietScenario(fmt::format(
         R"({{"start": 1700000100, "until": 0.5, "home": {{".korvel-history.json": {}}}}})",
         saved.json("/text")));
     EXPECT_EQ(second[second.size() - 2].string("/text"),
@@ -138,7 +139,7 @@ TEST(SimRun, ARunTakesUpTheHistoryThatTheLastOneWrote) {
 
 TEST(SimRun, AHistoryThatCannotBeDecodedIsReplaced) {
     for (const char* history : {"", "{}", "text", "[[1,2,3]", "[[1,\\\"2\\\",3]]"}) {
-        const TraceLines lines = runScenario(
+        const TraceLines lines = runQuietScenario(
             fmt::format(R"({{"until": 0.5, "home": {{".korvel-history.json": "{}"}}}})", history));
         EXPECT_EQ(ofKind(lines, "wrote").front().string("/text"), "[[1700000000,0,43.75]]")
             << history;
@@ -155,7 +156,7 @@ TEST(SimRun, TheSameScenarioPrintsTheSameBytes) {
 }
 
 TEST(SimRun, TwoHoursOfRefreshesStayOnTheBeat) {
-    const TraceLines lines = runScenario(R"({"until": 7200})");
+    const TraceLines lines = runQuietScenario(R"({"until": 7200})");
     const std::vector<double> times = timesOf(lines, "snapshot");
     ASSERT_EQ(times.size(), 1441U); // 0, 1, and 5 to 7195
     for (std::size_t i = 2; i < times.size(); ++i) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -67,6 +68,17 @@ inline std::string traceOf(std::string_view scenarioJson) {
 
 inline TraceLines runScenario(std::string_view scenarioJson) {
     return traceLines(traceOf(scenarioJson));
+}
+
+/// The same, where nobody is greeted and the feed was asked already.
+inline TraceLines runQuietScenario(std::string_view scenarioJson) {
+    std::string trace;
+    Scenario scenario = readScenario(scenarioJson);
+    scenario.defaults.try_emplace("seenBuild", std::int64_t{100});
+    scenario.defaults.try_emplace("lastUpdateCheck", scenario.start);
+    SimulatedProgram program(scenario, [&](std::string_view line) { trace += line; });
+    program.run();
+    return traceLines(trace);
 }
 
 /// The lines of one kind.

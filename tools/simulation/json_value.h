@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -113,6 +114,13 @@ void read(const JsonValue& value, Integer& into) {
     using Limits = std::numeric_limits<Integer>;
     into = static_cast<Integer>(value.wholeNumber(Limits::min(), Limits::max()));
 }
+/// A text, or null for none.
+inline void read(const JsonValue& value, std::optional<std::string>& into) {
+    into.reset();
+    if (!value.isNull()) {
+        into = value.text();
+    }
+}
 template <typename T, std::size_t Count>
 void read(const JsonValue& value, std::array<T, Count>& into) {
     if (value.size() != Count) {
@@ -133,13 +141,6 @@ struct Key {
 template <auto Field, typename Target>
 void readField(const JsonValue& value, Target& target) {
     read(value, target.*Field);
-}
-
-/// The `Key::read` of a key whose value is only checked to be of the type.
-template <typename T, typename Target>
-void checkType(const JsonValue& value, Target& /*target*/) {
-    T ignored{};
-    read(value, ignored);
 }
 
 /// Reads an object member by member, each as its key says; what is not given stays as it is. Throws

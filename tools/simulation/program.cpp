@@ -5,6 +5,7 @@
 #include "model/awake.h"
 #include "model/model.h"
 #include "ui/content/content_view.h"
+#include "update/updater.h"
 
 namespace korvel::simulation {
 
@@ -24,6 +25,8 @@ void SimulatedProgram::watch() {
     simulated().power.onChange = [this](const char* op, auto type, auto id) {
         trace_.assertion(op, type, id);
     };
+    updater().state.didSet = [this] { trace_.updater(*updater().state); };
+    simulated().workspace.onReveal = [this](const std::string& path) { trace_.revealed(path); };
     simulated().statusBar.onTitle = [this](const platform::StatusTitle& title) {
         trace_.title(title);
     };
@@ -31,6 +34,11 @@ void SimulatedProgram::watch() {
         trace_.spawn(run.executable, run.arguments);
     };
     simulated().processes.onTerminate = [this](std::int32_t pid) { trace_.signal(pid); };
+    simulated().workspace.onRelaunch =
+        [this, relaunch = simulated().workspace.onRelaunch](const std::string& bundle) {
+            relaunch(bundle);
+            trace_.relaunched(bundle);
+        };
     simulated().runLoop.onTurnEnd = [this] { traceChanges(); };
     simulated().files.onWrite = [this](const std::string& path, std::string_view bytes) {
         const std::string home = simulated().files.inHome("");
@@ -70,6 +78,10 @@ void SimulatedProgram::traceChanges() {
     if (const std::pair now(*awake().on, *awake().until); now != tracedAwake_) {
         tracedAwake_ = now;
         trace_.awake(awake());
+    }
+    if (std::pair now(*whatsNew().kind, *whatsNew().notes); now != tracedWhatsNew_) {
+        tracedWhatsNew_ = std::move(now);
+        trace_.whatsNew(whatsNew());
     }
     ReclaimState reclaim{*model.scanning, *model.reclaiming, *model.reclaimPreview,
                          *model.reclaimResult};

@@ -8,10 +8,11 @@
 #include <utility>
 #include <vector>
 
+#include "core/observable.h"
 #include "core/snapshot.h"
-#include "model/observable.h"
 #include "simulation/scripted_program.h"
 #include "simulation/trace.h"
+#include "update/whats_new.h"
 
 namespace korvel::simulation {
 
@@ -62,6 +63,7 @@ class SimulatedProgram final : public ScriptedProgram {
     std::vector<ProcInfo> tracedHolders_;
     std::pair<bool, std::optional<platform::Date>> tracedAwake_;
     ReclaimState tracedReclaim_;
+    std::pair<WhatsNew::Kind, std::vector<std::string>> tracedWhatsNew_;
 };
 
 } // namespace korvel::simulation

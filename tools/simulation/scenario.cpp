@@ -38,26 +38,14 @@ void readScreen(const JsonValue& value, Reader& reader) {
     }
 }
 
-// What the keys below describe is not simulated yet: they are checked, and nothing asks for them.
-
-void checkBundle(const JsonValue& value, Reader& reader) {
-    static constexpr Key<Reader> kKeys[] = {
-        {"version", checkType<std::string>},
-        {"build", checkType<std::string>},
-        {"path", checkType<std::string>},
-        {"writable", checkType<bool>},
+void readBundle(const JsonValue& value, Reader& reader) {
+    static constexpr Key<ScriptedBundle> kKeys[] = {
+        {"version", readField<&ScriptedBundle::version>},
+        {"build", readField<&ScriptedBundle::build>},
+        {"path", readField<&ScriptedBundle::path>},
+        {"writable", readField<&ScriptedBundle::writable>},
     };
-    readMembers(value, kKeys, reader);
-}
-
-void checkFeed(const JsonValue& value, Reader& reader) {
-    static constexpr Key<Reader> kKeys[] = {
-        {"status", checkType<int>},
-        {"body", checkType<std::string>},
-        {"delay", [](const JsonValue& delay, Reader&) { readSeconds(delay); }},
-        {"error", checkType<bool>},
-    };
-    readMembers(value, kKeys, reader);
+    readMembers(value, kKeys, reader.scenario.bundle);
 }
 
 constexpr Key<Reader> kKeys[] = {
@@ -65,11 +53,11 @@ constexpr Key<Reader> kKeys[] = {
     {"until", [](const JsonValue& value, Reader& r) { r.scenario.until = readSeconds(value); }},
     {"home", readHome},
     {"defaults", readDefaultsAtLaunch},
-    {"bundle", checkBundle},
+    {"bundle", readBundle},
     {"machine", [](const JsonValue& value,
                    Reader& r) { r.scenario.machine = readMachine(value, r.document); }},
     {"screen", readScreen},
-    {"feed", checkFeed},
+    {"feed", [](const JsonValue& value, Reader& r) { r.scenario.feed = readFeed(value); }},
     {"events",
      [](const JsonValue& value, Reader& r) { r.scenario.events = readEvents(value, r.document); }},
 };
@@ -99,6 +87,23 @@ double readSeconds(const JsonValue& value) {
         value.fail("must not be negative");
     }
     return seconds;
+}
+
+ScriptedFeed readFeed(const JsonValue& object) {
+    struct Feed {
+        platform::SimulatedHttp::Answer answer;
+        bool error = false;
+    };
+    static constexpr Key<Feed> kKeys[] = {
+        {"status", [](const JsonValue& value, Feed& feed) { read(value, feed.answer.status); }},
+        {"body", [](const JsonValue& value, Feed& feed) { feed.answer.body = value.text(); }},
+        {"delay",
+         [](const JsonValue& value, Feed& feed) { feed.answer.delay = readSeconds(value); }},
+        {"error", readField<&Feed::error>},
+    };
+    Feed feed;
+    readMembers(object, kKeys, feed);
+    return feed.error ? std::nullopt : ScriptedFeed(feed.answer);
 }
 
 Scenario readScenario(std::string_view json) {

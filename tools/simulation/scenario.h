@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "platform/simulated/defaults.h"
+#include "platform/simulated/http.h"
 #include "platform/simulated/machine.h"
 #include "platform/simulated/processes.h"
 
@@ -34,6 +36,31 @@ struct ReclaimScript {
     double seconds = 0;                 ///< how long it takes either way
 };
 
+/// What a download and the installation of what came meet.
+struct ScriptedArchive {
+    bool reachable = true;
+    int status = 200;
+    std::string bytes; ///< the archive's
+    int unpackStatus = 0;
+    std::vector<std::string> entries{"Korvel.app"}; ///< in the order of the listing
+    std::optional<std::string> team = "7QX4D1K9WB"; ///< none: it is not signed
+    bool strict = true;
+    /// What is wrong with the move of the running bundle, and with that of the new one.
+    std::array<std::optional<std::string>, 2> moves;
+    bool rollback = true; ///< whether the running bundle can be moved back
+};
+
+/// The bundle that the program runs from.
+struct ScriptedBundle {
+    std::optional<std::string> version = "1.0.0"; ///< none: Info.plist does not say
+    std::optional<std::string> build = "100";
+    std::string path = "/Applications/Korvel.app";
+    bool writable = true; ///< its parent
+};
+
+/// What the feed answers; none: it cannot be reached.
+using ScriptedFeed = std::optional<platform::SimulatedHttp::Answer>;
+
 /// Something that happens to the program.
 struct ScenarioEvent {
     double at = 0; ///< seconds after launch
@@ -49,7 +76,9 @@ struct Scenario {
     std::map<std::string, platform::SimulatedDefaults::Value> defaults; ///< at launch
     MachineChange machine;                     ///< the readings at launch; may be empty
     std::optional<double> visibleHeight = 900; ///< of the main screen; none: there is no screen
-    std::vector<ScenarioEvent> events;         ///< in the order in which they happen
+    ScriptedBundle bundle;
+    ScriptedFeed feed;
+    std::vector<ScenarioEvent> events; ///< in the order in which they happen
 };
 
 /// Reads a scenario from its JSON text. Throws a ScenarioError, in json_value.h, at the first thing

@@ -7,8 +7,6 @@ namespace korvel::simulation {
 
 namespace {
 
-constexpr std::string_view kNotYet = "is not supported yet";
-
 /// So far that seconds are still whole in a double.
 constexpr std::int64_t kMostMinutes = std::int64_t{1} << 46;
 constexpr std::int64_t kLeastMinutes = -kMostMinutes;
@@ -35,7 +33,7 @@ Act readEnableAwake(const JsonValue& event) {
     return [minutes](ScriptedProgram& program) { program.enableAwake(minutes); };
 }
 
-/// What a "do" may name. Without a reader: known, and not supported yet.
+/// What a "do" may name.
 struct Action {
     std::string_view name;
     Act (*read)(const JsonValue& event);
@@ -55,10 +53,10 @@ constexpr Action kActions[] = {
     {"dismissPreview", plain<&ScriptedProgram::dismissPreview>},
     {"enableAwake", readEnableAwake, "minutes"},
     {"disableAwake", plain<&ScriptedProgram::disableAwake>},
-    {"checkForUpdates", nullptr},
-    {"installPending", nullptr},
-    {"relaunch", nullptr},
-    {"dismissWhatsNew", nullptr},
+    {"checkForUpdates", plain<&ScriptedProgram::checkForUpdates>},
+    {"installPending", plain<&ScriptedProgram::installPending>},
+    {"relaunch", plain<&ScriptedProgram::relaunch>},
+    {"dismissWhatsNew", plain<&ScriptedProgram::dismissWhatsNew>},
 };
 
 /// The action that the event's "do" names; none when it has no "do".
@@ -69,13 +67,9 @@ const Action* actionOf(const JsonValue& event) {
     const JsonValue value = event.member("do");
     const std::string name = value.text();
     for (const Action& action : kActions) {
-        if (action.name != name) {
-            continue;
+        if (action.name == name) {
+            return &action;
         }
-        if (action.read == nullptr) {
-            value.fail(kNotYet, name);
-        }
-        return &action;
     }
     value.fail("is no known action", name);
 }
@@ -107,6 +101,35 @@ Act readScript(const JsonValue& event, const Document& /*document*/) {
         readMembers(value, kKeys, script);
     }
     return [script](ScriptedProgram& program) { program.script() = script; };
+}
+
+Act readFeedEvent(const JsonValue& event, const Document& /*document*/) {
+    return [feed = readFeed(event.member("feed"))](ScriptedProgram& program) {
+        program.http().document = feed;
+    };
+}
+
+Act readArchive(const JsonValue& event, const Document& /*document*/) {
+    static constexpr Key<ScriptedArchive> kKeys[] = {
+        {"error", [](const JsonValue& value,
+                     ScriptedArchive& archive) { archive.reachable = !value.flag(); }},
+        {"status", readField<&ScriptedArchive::status>},
+        {"bytes", readField<&ScriptedArchive::bytes>},
+        {"unpackStatus", readField<&ScriptedArchive::unpackStatus>},
+        {"entries",
+         [](const JsonValue& value, ScriptedArchive& archive) {
+             archive.entries.clear();
+             value.forEachElement(
+                 [&](const JsonValue& entry) { archive.entries.push_back(entry.text()); });
+         }},
+        {"team", readField<&ScriptedArchive::team>},
+        {"strict", readField<&ScriptedArchive::strict>},
+        {"moves", readField<&ScriptedArchive::moves>},
+        {"rollback", readField<&ScriptedArchive::rollback>},
+    };
+    ScriptedArchive archive;
+    readMembers(event.member("archive"), kKeys, archive);
+    return [archive](ScriptedProgram& program) { program.setArchive(archive); };
 }
 
 Act readPower(const JsonValue& event, const Document& /*document*/) {
@@ -149,7 +172,7 @@ Act readSetDefaults(const JsonValue& event, const Document& /*document*/) {
     };
 }
 
-/// The key that says what an event is. Without a reader: known, and not supported yet.
+/// The key that says what an event is.
 struct Form {
     std::string_view key;
     Act (*read)(const JsonValue& event, const Document& document);
@@ -158,8 +181,8 @@ struct Form {
 constexpr Form kForms[] = {
     {"set", readSet},
     {"do", readAction},
-    {"feed", nullptr},
-    {"archive", nullptr},
+    {"feed", readFeedEvent},
+    {"archive", readArchive},
     {"script", readScript},
     {"power", readPower},
     {"setDefaults", readSetDefaults},
@@ -176,9 +199,6 @@ ScenarioEvent readEvent(const JsonValue& value, const Document& document) {
         for (const Form& form : kForms) {
             if (form.key != key) {
                 continue;
-            }
-            if (form.read == nullptr) {
-                member.fail(kNotYet);
             }
             if (event.act) {
                 member.fail("is a second form of one event");

@@ -21,6 +21,9 @@ std::vector<ScenarioEvent> readEvents(const JsonValue& array, const Document& do
 /// A value of the user defaults. A number without a fraction or exponent is an integer.
 platform::SimulatedDefaults::Value readStored(const JsonValue& value);
 
+/// What the feed answers: {"status", "body", "delay"} or {"error": true}.
+ScriptedFeed readFeed(const JsonValue& object);
+
 /// A number of seconds from 0 up.
 double readSeconds(const JsonValue& value);
 

@@ -5,28 +5,65 @@
 #include <fmt/format.h>
 
 #include "model/awake.h"
+#include "platform/linux/openssl_digest.h"
 #include "ui/content/content_view.h"
+#include "update/updater.h"
+#include "update/whats_new.h"
 
 namespace korvel::simulation {
 
 using platform::ChildResult;
 using Arguments = platform::SimulatedChildProcesses::Arguments;
 
+namespace {
+
+/// What is there before the program is made: it looks at it as it is made.
+void prepare(platform::SimulatedServices& simulated, const Scenario& scenario) {
+    for (const auto& [key, value] : scenario.defaults) {
+        simulated.defaults.values[key] = value;
+    }
+    const ScriptedBundle& bundle = scenario.bundle;
+    simulated.bundle.location = bundle.path;
+    simulated.bundle.writable = bundle.writable;
+    simulated.bundle.info.clear();
+    if (bundle.version) {
+        simulated.bundle.info["CFBundleShortVersionString"] = *bundle.version;
+    }
+    if (bundle.build) {
+        simulated.bundle.info["CFBundleVersion"] = *bundle.build;
+    }
+    simulated.fileManager.folders.insert(bundle.path);
+}
+
+} // namespace
+
 ScriptedProgram::ScriptedProgram(const Scenario& scenario, const Stage* stage)
-    : scenario_(scenario), services_{simulated_.machine,
-                                     simulated_.processes,
-                                     vmmapMemory_,
-                                     launchctlAgents_,
-                                     simulated_.childProcesses,
-                                     stage ? stage->clock : simulated_.clock,
-                                     stage ? stage->runLoop : simulated_.runLoop,
-                                     simulated_.files,
-                                     stage ? stage->statusBar : simulated_.statusBar,
-                                     simulated_.defaults,
-                                     simulated_.power,
-                                     simulated_.notifications},
+    : scenario_(scenario), http_(stage ? stage->runLoop : simulated_.runLoop, simulated_.files),
+      services_{simulated_.machine,
+                simulated_.processes,
+                vmmapMemory_,
+                launchctlAgents_,
+                simulated_.childProcesses,
+                stage ? stage->clock : simulated_.clock,
+                stage ? stage->runLoop : simulated_.runLoop,
+                simulated_.files,
+                stage ? stage->statusBar : simulated_.statusBar,
+                simulated_.defaults,
+                simulated_.power,
+                simulated_.notifications,
+                simulated_.bundle,
+                http_,
+                simulated_.fileManager,
+                simulated_.digest,
+                dittoArchive_,
+                codesignSignature_,
+                simulated_.workspace},
       metrics_(services_.machine, services_.processes, services_.agents, services_.clock),
       awake_(std::make_shared<Awake>(services_)) {
+    prepare(simulated_, scenario);
+    // Identifiers that are the same in each run: they stand in paths that are seen.
+    updater_ = std::make_shared<Updater>(services_, [this] { return Uuid{{0, ++uuids_}}; });
+    whatsNew_ = std::make_shared<WhatsNew>(services_, updater_);
     simulated_.clock.set(scenario.start);
     if (std::abs(scenario.start) < 0x1p53) {
         simulated_.machine.readings.bootTime.value =
@@ -39,10 +76,12 @@ ScriptedProgram::ScriptedProgram(const Scenario& scenario, const Stage* stage)
     for (const auto& [name, text] : scenario.home) {
         simulated_.files.contents[simulated_.files.inHome(name)] = text;
     }
-    for (const auto& [key, value] : scenario.defaults) {
-        simulated_.defaults.values[key] = value;
-    }
+    simulated_.digest.digest = [](std::string_view bytes) {
+        return platform::OpensslDigest().sha256(bytes);
+    };
+    http_.document = scenario.feed;
     answerTools();
+    answerUpdateTools();
 }
 
 ScriptedProgram::~ScriptedProgram() = default;
@@ -71,6 +110,57 @@ void ScriptedProgram::answerTools() {
     };
 }
 
+void ScriptedProgram::answerUpdateTools() {
+    auto& answers = simulated_.childProcesses.answers;
+    answers["/usr/bin/ditto"] = [this](const Arguments& arguments) {
+        if (const std::string& folder = arguments.back(); archive_.unpackStatus == 0) {
+            simulated_.fileManager.listings[folder] = archive_.entries;
+            for (const std::string& entry : archive_.entries) {
+                simulated_.fileManager.folders.insert(folder + "/" + entry);
+            }
+        }
+        return ChildResult{"", archive_.unpackStatus};
+    };
+    answers["/usr/bin/codesign"] = [this](const Arguments& arguments) {
+        if (arguments.front() == "--verify") {
+            return ChildResult{"", archive_.strict ? 0 : 1};
+        }
+        return archive_.team ? ChildResult{"TeamIdentifier=" + *archive_.team + "\n", 0}
+                             : ChildResult{"code object is not signed at all\n", 1};
+    };
+    answers["/bin/sh"] = [](const Arguments&) { return ChildResult{}; };
+    simulated_.workspace.onRelaunch = [this](const std::string& bundle) {
+        openInASecond(simulated_.childProcesses, bundle);
+    };
+    simulated_.fileManager.onMove = [this](const std::string& from, const std::string& to) {
+        return moveError(from, to);
+    };
+}
+
+std::optional<std::string> ScriptedProgram::moveError(const std::string& from,
+                                                      const std::string& to) const {
+    const std::string& running = scenario_.bundle.path;
+    if (from == running) {
+        return archive_.moves[0];
+    }
+    if (to != running) {
+        return std::nullopt;
+    }
+    if (!from.ends_with("/old.app")) {
+        return archive_.moves[1];
+    }
+    return archive_.rollback ? std::nullopt
+                             : std::optional<std::string>("It cannot be moved back.");
+}
+
+void ScriptedProgram::setArchive(const ScriptedArchive& archive) {
+    archive_ = archive;
+    http_.archive.reset();
+    if (archive.reachable) {
+        http_.archive = platform::SimulatedHttp::Answer{archive.status, archive.bytes, 0};
+    }
+}
+
 std::optional<ChildResult> ScriptedProgram::runScript(const Arguments& arguments) {
     constexpr int kNoSuchFile = 127;
     if (!script_.preview) {
@@ -88,10 +178,11 @@ std::optional<ChildResult> ScriptedProgram::runScript(const Arguments& arguments
 }
 
 void ScriptedProgram::launch(const PopoverFactory& makePopover) {
-    delegate_ = std::make_shared<AppDelegate>(services_, metrics_, awake_, [&](ContentView& root) {
-        view_ = &root;
-        return makePopover(root);
-    });
+    delegate_ = std::make_shared<AppDelegate>(services_, metrics_, awake_, updater_, whatsNew_,
+                                              [&](ContentView& root) {
+                                                  view_ = &root;
+                                                  return makePopover(root);
+                                              });
     delegate_->applicationDidFinishLaunching();
 }
 
@@ -125,6 +216,22 @@ void ScriptedProgram::enableAwake(std::optional<std::int64_t> minutes) {
 
 void ScriptedProgram::disableAwake() {
     view_->disableAwake();
+}
+
+void ScriptedProgram::checkForUpdates() {
+    delegate_->checkForUpdates();
+}
+
+void ScriptedProgram::installPending() {
+    view_->installPending();
+}
+
+void ScriptedProgram::relaunch() {
+    view_->relaunch();
+}
+
+void ScriptedProgram::dismissWhatsNew() {
+    view_->dismissWhatsNew();
 }
 
 void ScriptedProgram::sleep(double seconds) {

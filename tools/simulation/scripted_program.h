@@ -11,11 +11,14 @@
 #include "platform/simulated/child_processes.h"
 #include "platform/simulated/services.h"
 #include "simulation/scenario.h"
+#include "update/system_tools.h"
 
 namespace korvel {
 class Awake;
 class ContentView;
 class Model;
+class Updater;
+class WhatsNew;
 } // namespace korvel
 
 namespace korvel::simulation {
@@ -49,6 +52,10 @@ class ScriptedProgram {
     void dismissPreview();
     void enableAwake(std::optional<std::int64_t> minutes);
     void disableAwake();
+    void checkForUpdates();
+    void installPending();
+    void relaunch();
+    void dismissWhatsNew();
     /// The machine sleeps for so many seconds of the wall clock.
     void sleep(double seconds);
     /// The wall clock is set forth or back.
@@ -57,11 +64,16 @@ class ScriptedProgram {
     platform::SimulatedDefaults& defaults() { return simulated_.defaults; }
     platform::SimulatedPower& power() { return simulated_.power; }
     ReclaimScript& script() { return script_; }
+    platform::SimulatedHttp& http() { return http_; }
+    /// What the next downloads and installations meet.
+    void setArchive(const ScriptedArchive& archive);
 
     platform::SimulatedServices& simulated() { return simulated_; }
     const platform::SimulatedServices& simulated() const { return simulated_; }
     const Model& model() const;
     const Awake& awake() const { return *awake_; }
+    Updater& updater() { return *updater_; }
+    const WhatsNew& whatsNew() const { return *whatsNew_; }
 
   protected:
     /// Makes the machine. The scenario outlives the program, and so does the stage, which is the
@@ -79,6 +91,8 @@ class ScriptedProgram {
 
   private:
     void answerTools();
+    void answerUpdateTools();
+    std::optional<std::string> moveError(const std::string& from, const std::string& to) const;
     std::optional<platform::ChildResult>
     runScript(const platform::SimulatedChildProcesses::Arguments& arguments);
 
@@ -88,9 +102,16 @@ class ScriptedProgram {
     LaunchctlAgents launchctlAgents_{simulated_.childProcesses};
     VmmapSwappedMemory vmmapMemory_{simulated_.childProcesses};
     ReclaimScript script_;
+    ScriptedArchive archive_;
+    std::uint64_t uuids_ = 0; ///< given out so far
+    DittoArchive dittoArchive_{simulated_.childProcesses};
+    CodesignSignature codesignSignature_{simulated_.childProcesses};
+    platform::SimulatedHttp http_; ///< on the stage's time
     platform::Services services_;
     Metrics metrics_;
     std::shared_ptr<Awake> awake_;
+    std::shared_ptr<Updater> updater_;
+    std::shared_ptr<WhatsNew> whatsNew_;
     ContentView* view_ = nullptr; ///< the delegate's
     std::shared_ptr<AppDelegate> delegate_;
 };

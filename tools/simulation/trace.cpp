@@ -14,6 +14,7 @@
 #include "ui/content/content_json.h"
 #include "ui/content/palette.h"
 #include "ui/content/popover_content.h"
+#include "update/whats_new.h"
 
 namespace korvel::simulation {
 
@@ -172,6 +173,47 @@ void Trace::reclaim(const Model& model) {
         writeOptional(json.key("preview"), *model.reclaimPreview);
         writeOptional(json.key("result"), *model.reclaimResult);
     });
+}
+
+void Trace::updater(const Updater::State& state) {
+    using Case = Updater::State::Case;
+    static constexpr const char* kNames[] = {"available",  "downloading",    "failed",
+                                             "idle",       "checking",       "upToDate",
+                                             "installing", "readyToRelaunch"};
+    line("updater", [&](JsonWriter& json) {
+        json.member("state", kNames[static_cast<std::size_t>(state.value)]).key("value");
+        if (state.value == Case::downloading) {
+            json.value(state.progress);
+        } else if (state.value == Case::available || state.value == Case::failed) {
+            json.value(state.text);
+        } else {
+            json.value(nullptr);
+        }
+    });
+}
+
+void Trace::whatsNew(const WhatsNew& whatsNew) {
+    using Case = WhatsNew::Kind::Case;
+    static constexpr const char* kNames[] = {"updated", "none", "installed"};
+    const WhatsNew::Kind& kind = *whatsNew.kind;
+    line("whatsNew", [&](JsonWriter& json) {
+        json.member("kind", kNames[static_cast<std::size_t>(kind.value)]);
+        writeOptional(json.key("from"),
+                      kind.value == Case::updated ? std::optional(kind.from) : std::nullopt);
+        json.key("notes").beginArray();
+        for (const std::string& note : *whatsNew.notes) {
+            json.value(note);
+        }
+        json.endArray();
+    });
+}
+
+void Trace::revealed(const std::string& path) {
+    line("revealed", [&](JsonWriter& json) { json.member("path", path); });
+}
+
+void Trace::relaunched(const std::string& bundle) {
+    line("relaunched", [&](JsonWriter& json) { json.member("path", bundle); });
 }
 
 void Trace::exit(std::string_view reason) {

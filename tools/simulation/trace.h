@@ -8,11 +8,13 @@
 
 #include "platform/power.h"
 #include "platform/simulated/defaults.h"
+#include "update/updater.h"
 
 namespace korvel {
 class Awake;
 class JsonWriter;
 class Model;
+class WhatsNew;
 struct PopoverContent;
 struct ProcInfo;
 struct Snapshot;
@@ -48,6 +50,10 @@ class Trace {
                    platform::PowerAssertionId id);
     void awake(const Awake& awake);
     void reclaim(const Model& model);
+    void updater(const Updater::State& state);
+    void whatsNew(const WhatsNew& whatsNew);
+    void revealed(const std::string& path);
+    void relaunched(const std::string& bundle);
     void exit(std::string_view reason);
 
   private:

@@ -28,8 +28,9 @@ class QtHttp final : public Http {
         double longestSilence = 60;    ///< of a download, in seconds
         double longestDownload = 1800; ///< seconds
         long long largestDownload = kLargestDownload;
-        std::optional<QSslConfiguration> tls; ///< instead of the system's authorities
-        std::function<void()> idle; ///< on a turn after the last of the requests under way
+        std::optional<QSslConfiguration> tls =
+            std::nullopt;                ///< instead of the system's authorities
+        std::function<void()> idle = {}; ///< on a turn after the last of the requests under way
     };
 
     QtHttp();

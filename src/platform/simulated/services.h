@@ -2,10 +2,13 @@
 
 #include "platform/services.h"
 #include "platform/simulated/agents.h"
+#include "platform/simulated/bundle.h"
 #include "platform/simulated/child_processes.h"
 #include "platform/simulated/clock.h"
 #include "platform/simulated/defaults.h"
+#include "platform/simulated/file_manager.h"
 #include "platform/simulated/files.h"
+#include "platform/simulated/http.h"
 #include "platform/simulated/machine.h"
 #include "platform/simulated/notifications.h"
 #include "platform/simulated/power.h"
@@ -13,6 +16,8 @@
 #include "platform/simulated/run_loop.h"
 #include "platform/simulated/status_bar.h"
 #include "platform/simulated/swapped_memory.h"
+#include "platform/simulated/update_tools.h"
+#include "platform/simulated/workspace.h"
 
 namespace korvel::platform {
 
@@ -30,15 +35,26 @@ struct SimulatedServices {
     SimulatedDefaults defaults;
     SimulatedPower power;
     SimulatedNotifications notifications;
+    SimulatedBundle bundle;
+    SimulatedHttp http{runLoop, files};
+    SimulatedFileManager fileManager{files};
+    SimulatedDigest digest;
+    SimulatedArchive archive{fileManager};
+    SimulatedSignature codeSignature;
+    SimulatedWorkspace workspace;
 
     SimulatedServices() = default;
     SimulatedServices(const SimulatedServices&) = delete;
     SimulatedServices& operator=(const SimulatedServices&) = delete;
 
     /// The set as the program takes it; valid as long as this object.
-    Services services() {
-        return {machine, processes, swappedMemory, agents,   childProcesses, clock,
-                runLoop, files,     statusBar,     defaults, power,          notifications};
+    Services services() { return services(childProcesses, files); }
+    /// The same with other children and files.
+    Services services(ChildProcesses& children, Files& otherFiles) {
+        return {machine, processes,     swappedMemory, agents,    children,
+                clock,   runLoop,       otherFiles,    statusBar, defaults,
+                power,   notifications, bundle,        http,      fileManager,
+                digest,  archive,       codeSignature, workspace};
     }
 
     /// Has every service write into one log.
@@ -49,7 +65,10 @@ struct SimulatedServices {
               static_cast<Logging*>(&swappedMemory), static_cast<Logging*>(&agents),
               static_cast<Logging*>(&files), static_cast<Logging*>(&statusBar),
               static_cast<Logging*>(&defaults), static_cast<Logging*>(&power),
-              static_cast<Logging*>(&notifications)}) {
+              static_cast<Logging*>(&notifications), static_cast<Logging*>(&http),
+              static_cast<Logging*>(&fileManager), static_cast<Logging*>(&digest),
+              static_cast<Logging*>(&archive), static_cast<Logging*>(&codeSignature),
+              static_cast<Logging*>(&workspace)}) {
             service->log = &log;
         }
     }

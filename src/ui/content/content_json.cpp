@@ -76,9 +76,37 @@ void writeKeepAwake(JsonWriter& json, const PopoverContent::KeepAwake& keepAwake
     json.endObject();
 }
 
+void writeBanner(JsonWriter& json, const PopoverContent::Banner& banner) {
+    json.beginObject()
+        .member("heading", banner.heading)
+        .member("subline", banner.subline)
+        .key("notes")
+        .beginArray();
+    for (const std::string& note : banner.notes) {
+        json.value(note);
+    }
+    json.endArray().endObject();
+}
+
+void writeUpdate(JsonWriter& json, const PopoverContent::UpdateLine& line) {
+    const auto textOrNull = [](const std::string& text) {
+        return text.empty() ? std::nullopt : std::optional(text);
+    };
+    writeOptional(json.beginObject().key("symbol"), textOrNull(line.symbol));
+    json.member("text", line.text);
+    writeOptional(json.key("control"), textOrNull(line.control));
+    json.endObject();
+}
+
 } // namespace
 
 void writeContentMembers(JsonWriter& json, const PopoverContent& content) {
+    json.key("banner");
+    if (content.banner) {
+        writeBanner(json, *content.banner);
+    } else {
+        json.value(nullptr);
+    }
     json.key("header")
         .beginObject()
         .member("score", content.header.score)
@@ -115,6 +143,12 @@ void writeContentMembers(JsonWriter& json, const PopoverContent& content) {
     json.endObject().key("heaviest");
     writeProcesses(json, content.heaviest);
     writeKeepAwake(json.key("keepAwake"), content.keepAwake);
+    json.key("update");
+    if (content.update) {
+        writeUpdate(json, *content.update);
+    } else {
+        json.value(nullptr);
+    }
     json.key("footer")
         .beginObject()
         .member("warden", content.footer.warden)

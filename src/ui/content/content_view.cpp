@@ -1,6 +1,7 @@
 #include "ui/content/content_view.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <utility>
 
 #include "model/awake.h"
@@ -10,20 +11,30 @@
 #include "ui/content/action_sections.h"
 #include "ui/content/metric_rows.h"
 #include "ui/content/score_sections.h"
+#include "ui/content/update_sections.h"
+#include "update/updater.h"
+#include "update/whats_new.h"
 
 namespace korvel {
 
 ContentView::ContentView(std::shared_ptr<Model> model, std::shared_ptr<Awake> awake,
+                         std::shared_ptr<Updater> updater, std::shared_ptr<WhatsNew> whatsNew,
                          const platform::Services& services)
-    : model_(std::move(model)), awake_(std::move(awake)), processes_(services.processes),
-      runLoop_(services.runLoop) {
-    modelObservation_ = model_->observe([this] { objectWillChange(); });
-    awakeObservation_ = awake_->observe([this] { objectWillChange(); });
+    : model_(std::move(model)), awake_(std::move(awake)), updater_(std::move(updater)),
+      whatsNew_(std::move(whatsNew)), processes_(services.processes), runLoop_(services.runLoop) {
+    const std::initializer_list<const ObservableObject*> observed{model_.get(), awake_.get(),
+                                                                  updater_.get(), whatsNew_.get()};
+    for (const ObservableObject* object : observed) {
+        observations_.push_back(object->observe([this] { objectWillChange(); }));
+    }
 }
 
 PopoverContent ContentView::content() const {
     const Snapshot& snap = *model_->snap;
     PopoverContent content;
+    if (const WhatsNewBanner banner(whatsNew_); banner.isShown()) {
+        content.banner = banner.content();
+    }
     content.header = headerOf(snap, showBreakdown_);
     if (showBreakdown_) {
         content.breakdown = breakdownOf(snap);
@@ -33,6 +44,7 @@ PopoverContent ContentView::content() const {
     content.swapHolders = swapHoldersOf(*model_->swapHolders, *model_->scanningSwap, processes_);
     content.heaviest = heaviestOf(snap, processes_);
     content.keepAwake = keepAwakeOf(*awake_);
+    content.update = updateLineOf(*updater_);
     content.footer = footerOf(*model_);
     content.reclaimResult = *model_->reclaimResult;
     return content;
@@ -94,6 +106,33 @@ void ContentView::pressReclaim() {
     case Action::none:
         break;
     }
+}
+
+void ContentView::installPending() {
+    updater_->installPending();
+}
+
+void ContentView::relaunch() {
+    updater_->relaunch();
+}
+
+void ContentView::pressUpdate() {
+    using Action = PopoverContent::UpdateLine::Action;
+    const std::optional<PopoverContent::UpdateLine> line = updateLineOf(*updater_);
+    switch (line ? line->action : Action::none) {
+    case Action::install:
+        installPending();
+        break;
+    case Action::relaunch:
+        relaunch();
+        break;
+    case Action::none:
+        break;
+    }
+}
+
+void ContentView::dismissWhatsNew() {
+    whatsNew_->dismiss();
 }
 
 void ContentView::terminate() {

@@ -33,6 +33,10 @@ constexpr Phrase kPhrases[] = {
     {Place::whole, "macOS thermal state: very hot, heavily throttled",
      "Linux thermal state: very hot, heavily throttled"},
     {Place::whole, "macOS thermal state: unknown", "Linux thermal state: unknown"},
+    {Place::whole, "Your score lives in the menu bar. Click it for the detail.",
+     "Your score lives in the tray. Click it for the detail."},
+    {Place::tail, ". The new version is in Finder; drag it over.",
+     ". The new version is in the file manager; drag it over."},
     {Place::whole, "Running hot. macOS is throttling to cool down",
      "Running hot. Linux is throttling to cool down"},
 };

@@ -14,6 +14,15 @@ namespace korvel {
 /// Everything that the popover shows, top to bottom, as finished values: whoever draws it decides
 /// nothing but places and sizes. All texts are plain text.
 struct PopoverContent {
+    /// The card that greets after a first installation or an update.
+    struct Banner {
+        std::string heading;
+        std::string subline;
+        std::vector<std::string> notes; ///< at most three lines; two may be the same
+
+        bool operator==(const Banner&) const = default;
+    };
+
     struct Header {
         std::int64_t score = 0;
         std::string verdict;
@@ -73,6 +82,24 @@ struct PopoverContent {
         std::vector<Choice> choices;          ///< the menu's; none while on
     };
 
+    /// The state of an update, and what can be done about it.
+    struct UpdateLine {
+        enum class Progress { none, spinning, determinate };
+        enum class Style { regular, semibold, small };
+        enum class Action { none, install, relaunch };
+
+        std::string symbol;     ///< empty: the progress stands in its place
+        Ink colour = Ink::cyan; ///< of the symbol
+        Progress progress = Progress::none;
+        double value = 0; ///< of a determinate progress, 0 to 1
+        std::string text;
+        Style style = Style::regular;
+        std::string control; ///< the button; empty: none
+        Action action = Action::none;
+
+        bool operator==(const UpdateLine&) const = default;
+    };
+
     /// The button that clears disk space, in its four states.
     struct ReclaimButton {
         enum class Action { none, preview, run };
@@ -98,6 +125,9 @@ struct PopoverContent {
         "Stops the display and system idle-sleeping. Always released when Korvel quits.";
     static constexpr double kShortestFactorBar = 2; ///< logical pixels
 
+    static constexpr const char* kDismissTooltip = "Dismiss";
+
+    std::optional<Banner> banner; ///< none: nothing to greet with
     Header header;
     std::optional<std::vector<FactorLine>> breakdown; ///< none while closed; most points first
     std::vector<StatusLine> status;
@@ -105,6 +135,7 @@ struct PopoverContent {
     SwapHolders swapHolders;
     std::vector<ProcessLine> heaviest;
     KeepAwake keepAwake;
+    std::optional<UpdateLine> update; ///< none: nothing to tell
     Footer footer;
     std::optional<std::string> reclaimResult; ///< the last line; none: no such line
 };

@@ -11,7 +11,8 @@ FocusScope {
 
     required property PopoverBridge content
 
-    property alias animated: header.animated
+    // Not while the popover is being filled for its opening.
+    property bool animated: true
     property alias menuShown: keepAwake.menuShown
     readonly property real contentHeight: column.implicitHeight
 
@@ -120,9 +121,15 @@ FocusScope {
 
             width: root.width
 
-            ScoreHeader {
-                id: header
+            WhatsNewBanner {
+                objectName: "banner"
+                animated: root.animated
+                content: root.content
+            }
 
+            ScoreHeader {
+                objectName: "header"
+                animated: root.animated
                 content: root.content
             }
 
@@ -171,6 +178,17 @@ FocusScope {
                 id: keepAwake
 
                 content: root.content
+            }
+
+            Divider {
+                visible: update.visible
+            }
+
+            UpdateStatusLine {
+                id: update
+
+                content: root.content
+                visible: root.content.update.shown
             }
 
             Divider {}

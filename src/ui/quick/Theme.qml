@@ -62,6 +62,32 @@ QtObject {
     readonly property real quitSize: 20
     readonly property real quitReach: 4 // how far the button's edge lies outside its symbol
 
+    // The card brings its own distance from the popover's edges.
+    readonly property real bannerTop: 12
+    readonly property real bannerSide: 14
+    readonly property real bannerBottom: 12
+    readonly property real bannerPadding: 11
+    readonly property real bannerRadius: 9
+    readonly property real bannerFillOpacity: 0.09
+    readonly property real bannerStrokeOpacity: 0.28
+    readonly property real bannerSpacing: 9
+    readonly property real bannerLineSpacing: 1
+    readonly property real bannerMark: 22
+    readonly property real bannerDismissPadding: 4
+    readonly property real bannerNoteSpacing: 4
+    readonly property real bannerNoteIndent: 1
+    readonly property real bannerDot: 3.5
+    readonly property real bannerDotTop: 5
+    readonly property real bannerDotSpacing: 6
+    readonly property real bannerDotOpacity: 0.7
+    readonly property int bannerAnimation: 200 // milliseconds
+
+    readonly property real updatePadding: 10
+    readonly property real updateFrame: 14 // where the symbols are centred
+    readonly property real spinnerSize: 12
+    readonly property real spinnerLineWidth: 1.5
+    readonly property int spinnerTurn: 1000 // milliseconds
+
     readonly property real keepAwakePadding: 9
     readonly property real footerPadding: 10
     readonly property real footerSpacing: 8
@@ -97,6 +123,10 @@ QtObject {
     readonly property font processSize: Inks.font(10, Font.Medium)
     readonly property font action: Inks.font(11, Font.Normal)
     readonly property font actionSemibold: Inks.font(11, Font.DemiBold)
+    readonly property font bannerHeading: Inks.font(12.5, Font.DemiBold)
+    readonly property font bannerSubline: Inks.font(10.5, Font.Normal)
+    readonly property font bannerNote: Inks.font(11, Font.Normal)
+    readonly property font updateSmall: Inks.font(10, Font.Normal)
     readonly property font remaining: Inks.font(9, Font.Normal)
     readonly property font awakeControl: Inks.font(10, Font.Normal)
     readonly property font warden: Inks.font(9.5, Font.Normal)
@@ -111,6 +141,7 @@ QtObject {
     readonly property real quitSymbol: 10
     readonly property real actionSymbol: 11
     readonly property real dismissSymbol: 9
+    readonly property real updateSymbol: 12
     readonly property real symbolSpacing: 6
     readonly property real chevronSpacing: 4
 

@@ -50,6 +50,7 @@ PopoverBridge::PopoverBridge(ContentView& root, Words words)
       heaviest_(kProcessRoles, KeyedListModel::Rows::own, this) {}
 
 void PopoverBridge::setContent(const PopoverContent& content) {
+    setBanner(content.banner);
     setHeader(content.header);
     setBreakdown(content.breakdown.value_or(std::vector<PopoverContent::FactorLine>()));
     setStatus(content.status);
@@ -60,9 +61,14 @@ void PopoverBridge::setContent(const PopoverContent& content) {
     setProcesses(swapHolders_, content.swapHolders.holders);
     setProcesses(heaviest_, content.heaviest);
     setAwake(content.keepAwake);
+    setUpdate(content.update);
     setFooter(content.footer);
     set(reclaimResult_, text(content.reclaimResult.value_or(std::string())),
         &PopoverBridge::reclaimResultChanged);
+}
+
+void PopoverBridge::dismissWhatsNew() {
+    root_.dismissWhatsNew();
 }
 
 void PopoverBridge::toggleBreakdown() {
@@ -85,6 +91,10 @@ void PopoverBridge::enableAwake(int choice) {
 
 void PopoverBridge::disableAwake() {
     root_.disableAwake();
+}
+
+void PopoverBridge::pressUpdate() {
+    root_.pressUpdate();
 }
 
 void PopoverBridge::pressReclaim() {
@@ -117,6 +127,21 @@ void PopoverBridge::set(T& member, T value, void (PopoverBridge::*changed)()) {
         member = std::move(value);
         Q_EMIT(this->*changed)();
     }
+}
+
+void PopoverBridge::setBanner(const std::optional<PopoverContent::Banner>& banner) {
+    BannerCard card = banner_;
+    card.shown = banner.has_value();
+    if (banner) {
+        card.heading = text(banner->heading);
+        card.subline = text(banner->subline);
+        card.notes.clear();
+        for (const std::string& note : banner->notes) {
+            card.notes.append(text(note));
+        }
+        card.dismissTip = text(PopoverContent::kDismissTooltip);
+    }
+    set(banner_, std::move(card), &PopoverBridge::bannerChanged);
 }
 
 void PopoverBridge::setHeader(const PopoverContent::Header& header) {
@@ -180,6 +205,24 @@ void PopoverBridge::setAwake(const PopoverContent::KeepAwake& keepAwake) {
     }
     choices_ = keepAwake.choices;
     set(awake_, std::move(line), &PopoverBridge::awakeChanged);
+}
+
+void PopoverBridge::setUpdate(const std::optional<PopoverContent::UpdateLine>& line) {
+    using Line = PopoverContent::UpdateLine;
+    UpdateLine update;
+    if (line) {
+        update.shown = true;
+        update.symbol = QString::fromStdString(line->symbol);
+        update.colour = named(line->colour);
+        update.spinning = line->progress == Line::Progress::spinning;
+        update.progressing = line->progress == Line::Progress::determinate;
+        update.progress = line->value;
+        update.words = text(line->text);
+        update.semibold = line->style == Line::Style::semibold;
+        update.small = line->style == Line::Style::small;
+        update.control = text(line->control);
+    }
+    set(update_, std::move(update), &PopoverBridge::updateChanged);
 }
 
 void PopoverBridge::setFooter(const PopoverContent::Footer& footer) {

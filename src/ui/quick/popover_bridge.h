@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,8 +11,10 @@
 
 #include "ui/content/popover_content.h"
 #include "ui/quick/awake_line.h"
+#include "ui/quick/banner_card.h"
 #include "ui/quick/footer_line.h"
 #include "ui/quick/keyed_list_model.h"
+#include "ui/quick/update_line.h"
 
 namespace korvel {
 
@@ -26,6 +29,7 @@ class PopoverBridge final : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Made by the popover")
+    Q_PROPERTY(korvel::BannerCard banner READ banner NOTIFY bannerChanged FINAL)
     // The header. The score is a number for the dial's arc alone.
     Q_PROPERTY(int score READ score NOTIFY scoreChanged FINAL)
     Q_PROPERTY(QString scoreText READ scoreText NOTIFY scoreChanged FINAL)
@@ -50,6 +54,7 @@ class PopoverBridge final : public QObject {
     Q_PROPERTY(korvel::KeyedListModel* heaviest READ heaviest CONSTANT FINAL)
     Q_PROPERTY(QString heaviestCaption READ heaviestCaption CONSTANT FINAL)
     Q_PROPERTY(korvel::AwakeLine awake READ awake NOTIFY awakeChanged FINAL)
+    Q_PROPERTY(korvel::UpdateLine update READ update NOTIFY updateChanged FINAL)
     Q_PROPERTY(korvel::FooterLine footer READ footer NOTIFY footerChanged FINAL)
     // Empty: there is no such line.
     Q_PROPERTY(QString reclaimResult READ reclaimResult NOTIFY reclaimResultChanged FINAL)
@@ -60,16 +65,19 @@ class PopoverBridge final : public QObject {
 
     void setContent(const PopoverContent& content);
 
+    Q_INVOKABLE void dismissWhatsNew();
     Q_INVOKABLE void toggleBreakdown();
     Q_INVOKABLE void findSwapHolders();
     Q_INVOKABLE void quitProcess(int pid);
     /// Takes the choice of that place in the menu.
     Q_INVOKABLE void enableAwake(int choice);
     Q_INVOKABLE void disableAwake();
+    Q_INVOKABLE void pressUpdate();
     Q_INVOKABLE void pressReclaim();
     Q_INVOKABLE void dismissPreview();
     Q_INVOKABLE void terminate();
 
+    BannerCard banner() const { return banner_; }
     int score() const { return score_; }
     QString scoreText() const { return scoreText_; }
     QString scoreColour() const { return scoreColour_; }
@@ -88,10 +96,12 @@ class PopoverBridge final : public QObject {
     KeyedListModel* heaviest() { return &heaviest_; }
     QString heaviestCaption() const;
     AwakeLine awake() const { return awake_; }
+    UpdateLine update() const { return update_; }
     FooterLine footer() const { return footer_; }
     QString reclaimResult() const { return reclaimResult_; }
 
   Q_SIGNALS:
+    void bannerChanged();
     void scoreChanged();
     void scoreColourChanged();
     void verdictChanged();
@@ -102,17 +112,20 @@ class PopoverBridge final : public QObject {
     void swapButtonChanged();
     void swapNoteChanged();
     void awakeChanged();
+    void updateChanged();
     void footerChanged();
     void reclaimResultChanged();
 
   private:
     /// A text of the program.
     QString text(const std::string& finished) const;
+    void setBanner(const std::optional<PopoverContent::Banner>& banner);
     void setHeader(const PopoverContent::Header& header);
     void setBreakdown(const std::vector<PopoverContent::FactorLine>& lines);
     void setStatus(const std::vector<PopoverContent::StatusLine>& lines);
     void setRows(const std::vector<Row>& rows);
     void setAwake(const PopoverContent::KeepAwake& keepAwake);
+    void setUpdate(const std::optional<PopoverContent::UpdateLine>& line);
     void setFooter(const PopoverContent::Footer& footer);
     void setProcesses(KeyedListModel& list, const std::vector<PopoverContent::ProcessLine>& lines);
     template <typename T>
@@ -120,6 +133,7 @@ class PopoverBridge final : public QObject {
 
     ContentView& root_;
     Words words_;
+    BannerCard banner_;
     int score_ = 0;
     QString scoreText_;
     QString scoreColour_;
@@ -131,6 +145,7 @@ class PopoverBridge final : public QObject {
     QString swapButton_;
     QString swapNote_;
     AwakeLine awake_;
+    UpdateLine update_;
     FooterLine footer_;
     QString reclaimResult_;
     std::vector<PopoverContent::KeepAwake::Choice> choices_; ///< of the menu, as shown

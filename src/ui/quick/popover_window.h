@@ -8,7 +8,7 @@
 #include <QRect>
 #include <QTimer>
 
-#include "model/observable.h"
+#include "core/observable.h"
 #include "platform/status_bar.h"
 #include "ui/quick/colour_scheme.h"
 #include "ui/quick/popover_bridge.h"

@@ -93,8 +93,8 @@ TEST_F(HttpDownloads, NothingHalfComeIsAnAnswer) {
 }
 
 TEST_F(HttpDownloads, LargerThanTheLimitIsRefusedWhenAnnounced) {
-    static_assert(Http::kLargestDownload == 268435456);
-    EXPECT_EQ(downloadStatus(url("announced/268435457")), 0);
+    static_assert(Http::kLargestDownload == 67108864);
+    EXPECT_EQ(downloadStatus(url("announced/67108865")), 0);
     EXPECT_EQ(downloadStatus(url("announced/2147483648")), 0);
     EXPECT_EQ(downloadStatus(url("announced/99999999999999999999")), 0);
 }

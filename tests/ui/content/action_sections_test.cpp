@@ -30,7 +30,8 @@ class Actions : public testing::Test {
     }
 
     test::SimulatedModel simulated;
-    ContentView view{simulated.model, simulated.awake, simulated.system.services()};
+    ContentView view{simulated.model, simulated.awake, simulated.updater, simulated.whatsNew,
+                     simulated.system.services()};
 };
 
 TEST_F(Actions, WhileOffThereIsAMenuOfFourPeriodsAndNoTime) {

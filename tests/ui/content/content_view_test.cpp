@@ -11,7 +11,8 @@ namespace {
 class RootView : public testing::Test {
   protected:
     test::SimulatedModel simulated;
-    ContentView view{simulated.model, simulated.awake, simulated.system.services()};
+    ContentView view{simulated.model, simulated.awake, simulated.updater, simulated.whatsNew,
+                     simulated.system.services()};
 };
 
 TEST_F(RootView, ShowsTheEmptyReadingBeforeTheFirstPublication) {

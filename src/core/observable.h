@@ -49,8 +49,14 @@ class Published {
     Published& operator=(T value) {
         owner_.objectWillChange();
         value_ = std::move(value);
+        if (didSet) {
+            didSet();
+        }
         return *this;
     }
+
+    /// Called after each assignment, for whoever must see every value; may be empty.
+    std::function<void()> didSet;
 
     const T& get() const { return value_; }
     const T& operator*() const { return value_; }

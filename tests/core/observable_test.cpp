@@ -1,4 +1,4 @@
-#include "model/observable.h"
+#include "core/observable.h"
 
 #include <string>
 

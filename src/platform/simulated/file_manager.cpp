@@ -1,0 +1,62 @@
+#include "platform/simulated/file_manager.h"
+
+#include <utility>
+
+namespace korvel::platform {
+
+namespace {
+
+/// Whether `path` is that folder or lies in it.
+bool isWithin(const std::string& path, const std::string& folder) {
+    return path == folder || path.starts_with(folder + "/");
+}
+
+} // namespace
+
+bool SimulatedFileManager::createDirectory(const std::string& path) {
+    note("createDirectory " + path);
+    if (creates) {
+        folders.insert(path);
+    }
+    return creates;
+}
+
+SimulatedFileManager::Error SimulatedFileManager::move(const std::string& from,
+                                                       const std::string& to) {
+    note("move " + from + " " + to);
+    if (Error error = onMove ? onMove(from, to) : std::nullopt) {
+        return error;
+    }
+    if (to.starts_with(temporary + "/") && folders.count(to.substr(0, to.rfind('/'))) == 0) {
+        return "There is no such folder.";
+    }
+    if (folders.erase(from) != 0) {
+        folders.insert(to);
+        return std::nullopt;
+    }
+    auto file = files_.contents.extract(from);
+    if (file.empty()) {
+        return "There is no such file.";
+    }
+    file.key() = to;
+    files_.contents.insert(std::move(file));
+    return std::nullopt;
+}
+
+void SimulatedFileManager::remove(const std::string& path) {
+    note("remove " + path);
+    std::erase_if(folders, [&](const std::string& folder) { return isWithin(folder, path); });
+    std::erase_if(listings, [&](const auto& listing) { return isWithin(listing.first, path); });
+    std::erase_if(files_.contents, [&](const auto& file) { return isWithin(file.first, path); });
+}
+
+std::optional<std::vector<std::string>> SimulatedFileManager::contents(const std::string& path) {
+    note("contents " + path);
+    if (folders.count(path) == 0) {
+        return std::nullopt;
+    }
+    const auto found = listings.find(path);
+    return found == listings.end() ? std::vector<std::string>() : found->second;
+}
+
+} // namespace korvel::platform

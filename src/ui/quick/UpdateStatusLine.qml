@@ -1,0 +1,91 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Korvel
+
+// The state of an update, and the button for what can be done about it.
+Section {
+    id: section
+
+    required property PopoverBridge content
+
+    bottomPadding: Theme.updatePadding
+    topPadding: Theme.updatePadding
+
+    Item {
+        id: line
+
+        objectName: "update"
+        width: section.innerWidth
+        implicitHeight: Math.max(words.height, control.visible ? control.height : 0)
+
+        Symbol {
+            id: mark
+
+            objectName: "symbol"
+            x: Math.round((Theme.updateFrame - width) / 2)
+            anchors.verticalCenter: parent.verticalCenter
+            colour: Inks.fills.of(section.content.update.colour)
+            name: section.content.update.symbol
+            size: section.content.update.small ? Theme.calmSymbol : Theme.updateSymbol
+            visible: name !== ""
+        }
+
+        Spinner {
+            objectName: "spinner"
+            x: Math.round((Theme.updateFrame - width) / 2)
+            anchors.verticalCenter: parent.verticalCenter
+            visible: section.content.update.spinning
+        }
+
+        Label {
+            id: words
+
+            objectName: "words"
+            anchors {
+                left: parent.left
+                leftMargin: bar.visible ? 0 : Theme.updateFrame + Theme.symbolSpacing
+                verticalCenter: parent.verticalCenter
+            }
+            width: bar.visible ? implicitWidth : (control.visible ? control.x - Theme.footerSpacing : line.width) - x
+            color: Inks.texts.of("primary")
+            font: section.content.update.small ? Theme.updateSmall : section.content.update.semibold ? Theme.actionSemibold : Theme.action
+            maximumLineCount: 4 // what went wrong may take a few words
+            text: section.content.update.words
+            wrapMode: bar.visible ? Text.NoWrap : Text.Wrap
+            Accessible.ignored: !section.visible
+            Accessible.name: text
+            Accessible.role: Accessible.StaticText
+        }
+
+        GaugeBar {
+            id: bar
+
+            objectName: "progress"
+            anchors {
+                left: words.right
+                leftMargin: Theme.rowLineSpacing
+                right: parent.right
+                verticalCenter: parent.verticalCenter
+            }
+            height: Theme.barHeight
+            colour: Inks.fills.of("cyan")
+            fraction: section.content.update.progress
+            shortest: 0
+            trackColour: Theme.track(Theme.rowTrackOpacity)
+            visible: section.content.update.progressing
+        }
+
+        TextButton {
+            id: control
+
+            objectName: "updateControl"
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            font: Theme.action
+            text: section.content.update.control
+            visible: text !== ""
+            onClicked: section.content.pressUpdate()
+        }
+    }
+}

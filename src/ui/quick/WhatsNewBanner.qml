@@ -1,0 +1,182 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Korvel
+
+// The card that greets after a first installation or an update, until it is dismissed.
+Item {
+    id: banner
+
+    required property PopoverBridge content
+
+    // Not while the popover is being filled for its opening.
+    property bool animated: true
+
+    readonly property bool shown: content.banner.shown
+
+    width: Theme.popoverWidth
+    implicitHeight: Theme.bannerTop + card.height + Theme.bannerBottom
+    enabled: shown
+    opacity: shown ? 1 : 0
+    visible: opacity > 0
+
+    Behavior on opacity {
+        enabled: banner.animated
+
+        NumberAnimation {
+            duration: Theme.bannerAnimation
+            easing.type: Easing.BezierSpline
+            easing.bezierCurve: [0, 0, 0.58, 1, 1, 1] // ease-out
+        }
+    }
+
+    Rectangle {
+        id: card
+
+        objectName: "card"
+        x: Theme.bannerSide
+        y: Theme.bannerTop
+        width: banner.width - 2 * Theme.bannerSide
+        height: column.height
+        antialiasing: true
+        border.color: Qt.alpha(Inks.fills.of("cyan"), Theme.bannerStrokeOpacity)
+        border.width: 1
+        color: Qt.alpha(Inks.fills.of("cyan"), Theme.bannerFillOpacity)
+        radius: Theme.bannerRadius
+
+        Column {
+            id: column
+
+            readonly property real innerWidth: width - 2 * padding
+
+            width: card.width
+            padding: Theme.bannerPadding
+            spacing: Theme.bannerSpacing
+
+            Item {
+                objectName: "head"
+                width: column.innerWidth
+                height: Math.max(mark.height, words.height)
+
+                ShieldMark {
+                    id: mark
+
+                    objectName: "mark"
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: Theme.bannerMark
+                    height: Theme.bannerMark
+                    colour: Inks.fills.of("cyan")
+                }
+
+                Column {
+                    id: words
+
+                    anchors {
+                        left: mark.right
+                        leftMargin: Theme.bannerSpacing
+                        right: dismiss.left
+                        rightMargin: Theme.bannerSpacing
+                        verticalCenter: parent.verticalCenter
+                    }
+                    spacing: Theme.bannerLineSpacing
+
+                    Label {
+                        objectName: "heading"
+                        width: words.width
+                        color: Inks.texts.of("primary")
+                        font: Theme.bannerHeading
+                        text: banner.content.banner.heading
+                        Accessible.ignored: !banner.visible
+                        Accessible.name: text
+                        Accessible.role: Accessible.StaticText
+                    }
+
+                    Label {
+                        objectName: "subline"
+                        width: words.width
+                        color: Inks.texts.of("secondary")
+                        font: Theme.bannerSubline
+                        text: banner.content.banner.subline
+                        Accessible.ignored: !banner.visible
+                        Accessible.name: text
+                        Accessible.role: Accessible.StaticText
+                    }
+                }
+
+                PlainButton {
+                    id: dismiss
+
+                    objectName: "dismissBanner"
+                    anchors.right: parent.right
+                    anchors.verticalCenter: parent.verticalCenter
+                    leftInset: 0
+                    rightInset: 0
+                    topInset: 0
+                    bottomInset: 0
+                    padding: Theme.bannerDismissPadding
+                    tip: banner.content.banner.dismissTip
+                    Accessible.name: banner.content.banner.dismissTip
+                    onClicked: banner.content.dismissWhatsNew()
+
+                    contentItem: Symbol {
+                        bold: true
+                        colour: Inks.texts.of(dismiss.hovered || dismiss.down ? "primary" : "secondary")
+                        name: "xmark"
+                        size: Theme.dismissSymbol
+                    }
+                }
+            }
+
+            Column {
+                id: notes
+
+                objectName: "notes"
+                leftPadding: Theme.bannerNoteIndent
+                spacing: Theme.bannerNoteSpacing
+                visible: banner.content.banner.notes.length > 0
+
+                Repeater {
+                    model: banner.content.banner.notes
+
+                    Item {
+                        id: note
+
+                        required property string modelData
+
+                        objectName: "note"
+                        width: column.innerWidth - Theme.bannerNoteIndent
+                        height: line.height
+                        Accessible.ignored: !banner.visible
+                        Accessible.name: modelData
+                        Accessible.role: Accessible.StaticText
+
+                        // A capsule as long as it is high.
+                        GaugeBar {
+                            objectName: "dot"
+                            y: Theme.bannerDotTop
+                            width: Theme.bannerDot
+                            height: Theme.bannerDot
+                            colour: Qt.alpha(Inks.fills.of("cyan"), Theme.bannerDotOpacity)
+                            fraction: 1
+                            shortest: 0
+                            trackColour: "transparent"
+                        }
+
+                        Label {
+                            id: line
+
+                            objectName: "line"
+                            x: Theme.bannerDot + Theme.bannerDotSpacing
+                            width: note.width - x
+                            color: Inks.texts.of("secondary")
+                            font: Theme.bannerNote
+                            maximumLineCount: 6 // a note may be of any length
+                            text: note.modelData
+                            wrapMode: Text.Wrap
+                        }
+                    }
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,158 @@
+// How an update gets from the server into the running bundle's place.
+
+#include <memory>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "platform/archive.h"
+#include "platform/bundle.h"
+#include "platform/code_signature.h"
+#include "platform/defaults.h"
+#include "platform/digest.h"
+#include "platform/file_manager.h"
+#include "platform/files.h"
+#include "platform/http.h"
+#include "platform/workspace.h"
+#include "update/updater.h"
+#include "update/whats_new.h"
+
+namespace korvel {
+
+namespace {
+
+constexpr int kStatusOk = 200;
+constexpr const char* kUnpackFailed = "Update could not be unpacked";
+
+std::string hexadecimal(const platform::Sha256& digest) {
+    std::string digits;
+    for (const std::uint8_t byte : digest) {
+        digits += fmt::format("{:02x}", byte);
+    }
+    return digits;
+}
+
+/// The folder that holds `path`.
+std::string parentOf(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos || slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::string lastComponentOf(const std::string& path) {
+    return path == "/" ? path : path.substr(path.rfind('/') + 1);
+}
+
+/// The first of a folder's entries that is a program bundle by its name.
+std::optional<std::string> bundleIn(platform::FileManager& files, const std::string& folder) {
+    for (const std::string& name : files.contents(folder).value_or(std::vector<std::string>())) {
+        if (name.ends_with(".app")) {
+            return folder + "/" + name;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+class Updater::WorkDirectory {
+  public:
+    WorkDirectory(platform::FileManager& files, const Uuid& uuid)
+        : files_(files), path_(files.temporaryDirectory() + "/korvel-update-" + uuid.text()) {
+        files_.createDirectory(path_);
+    }
+    WorkDirectory(const WorkDirectory&) = delete;
+    WorkDirectory& operator=(const WorkDirectory&) = delete;
+    ~WorkDirectory() { files_.remove(path_); }
+
+    std::string operator/(const char* name) const { return path_ + "/" + name; }
+
+  private:
+    platform::FileManager& files_;
+    std::string path_;
+};
+
+void Updater::installPending() {
+    if (!pending) {
+        return;
+    }
+    // A check may replace what is pending while this one is on its way.
+    const auto release = std::make_shared<const Release>(*pending);
+    set(State::Case::downloading);
+    auto work = std::make_shared<const WorkDirectory>(services_.fileManager, newUuid_());
+    services_.http.download(
+        release->url, [self = shared_from_this(), release, work = std::move(work)](
+                          const std::optional<platform::HttpDownload>& download) {
+            if (!download || download->status != kStatusOk) {
+                self->fail("Download failed");
+                return;
+            }
+            // Where it cannot be moved, there is nothing to be read next.
+            static_cast<void>(
+                self->services_.fileManager.move(download->path, *work / "update.zip"));
+            self->install(*release, *work);
+        });
+}
+
+void Updater::install(const Release& release, const WorkDirectory& work) {
+    set(State::Case::installing);
+    const std::string archive = work / "update.zip";
+    const std::optional<std::string> bytes = services_.files.read(archive);
+    if (!bytes) {
+        fail("Could not read the download");
+        return;
+    }
+    if (hexadecimal(services_.digest.sha256(*bytes)) != release.sha256) {
+        fail("Update failed its integrity check");
+        return;
+    }
+    const std::string out = work / "out";
+    services_.fileManager.createDirectory(out);
+    if (!services_.archive.unpack(archive, out)) {
+        fail(kUnpackFailed);
+        return;
+    }
+    const std::optional<std::string> bundle = bundleIn(services_.fileManager, out);
+    if (!bundle) {
+        fail(kUnpackFailed);
+        return;
+    }
+    if (!verifySignature(*bundle, release.build)) {
+        fail("Update is not signed by Oxbrook; refusing to install");
+        return;
+    }
+    if (!services_.bundle.parentWritable()) {
+        services_.workspace.reveal(*bundle);
+        fail("Can't write to " + lastComponentOf(parentOf(services_.bundle.path())) +
+             ". The new version is in Finder; drag it over.");
+        return;
+    }
+    if (const std::optional<std::string> error = swap(*bundle, work)) {
+        fail("Could not replace the app: " + *error);
+        return;
+    }
+    services_.defaults.set(WhatsNew::handoffKey, release.notes);
+    set(State::Case::readyToRelaunch);
+}
+
+bool Updater::verifySignature(const std::string& bundle, std::int64_t build) {
+    const std::optional<std::string> text = services_.codeSignature.describe(bundle);
+    return text && text->find("TeamIdentifier=" + teamID) != std::string::npos &&
+           services_.codeSignature.verifyStrictly(bundle, build);
+}
+
+std::optional<std::string> Updater::swap(const std::string& bundle, const WorkDirectory& work) {
+    const std::string running = services_.bundle.path();
+    const std::string old = work / "old.app";
+    std::optional<std::string> error = services_.fileManager.move(running, old);
+    if (!error) {
+        error = services_.fileManager.move(bundle, running);
+    }
+    if (error) {
+        // It may be that nothing was moved, or that it cannot be moved back: the first error says
+        // more than what this has to say.
+        static_cast<void>(services_.fileManager.move(old, running));
+    }
+    return error;
+}
+
+} // namespace korvel

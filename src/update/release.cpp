@@ -1,0 +1,210 @@
+#include "update/release.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+
+#include <simdjson.h>
+
+#include "core/decimal.h"
+#include "update/https_url.h"
+
+namespace korvel {
+
+namespace {
+
+using simdjson::ondemand::json_type;
+using simdjson::ondemand::value;
+
+std::string_view trimmedToken(std::string_view token) {
+    return token.substr(0, token.find_last_not_of(" \t\r\n") + 1);
+}
+
+/// Reads a value to its end. The reader looks only at what it is asked for, and the feed is valid
+/// as a whole or not at all. Throws or gives false where it is not.
+bool isValid(value element, int depth = 0) { // NOLINT(misc-no-recursion): bounded
+    constexpr int kDeepest = 512;
+    if (depth > kDeepest) {
+        return false;
+    }
+    switch (element.type().value()) {
+    case json_type::object:
+        for (auto field : element.get_object()) {
+            field.unescaped_key().value();
+            if (!isValid(field.value().value(), depth + 1)) {
+                return false;
+            }
+        }
+        return true;
+    case json_type::array:
+        for (auto item : element.get_array()) {
+            if (!isValid(item.value(), depth + 1)) {
+                return false;
+            }
+        }
+        return true;
+    case json_type::string:
+        element.get_string().value();
+        return true;
+    case json_type::number:
+        return isJsonNumber(trimmedToken(element.raw_json_token()));
+    case json_type::boolean:
+        element.get_bool().value();
+        return true;
+    case json_type::null:
+        return element.is_null();
+    }
+    return false;
+}
+
+/// The text of a string; nullopt, when it is a valid value of another type.
+std::optional<std::string> stringOf(value element) {
+    if (element.type().value() == json_type::string) {
+        return std::string(element.get_string().value());
+    }
+    if (!isValid(element)) {
+        throw simdjson::simdjson_error(simdjson::TAPE_ERROR);
+    }
+    return std::nullopt;
+}
+
+std::optional<std::int64_t> integerOf(value element) {
+    if (element.type().value() == json_type::number) {
+        const std::string_view token = trimmedToken(element.raw_json_token());
+        if (isJsonNumber(token)) {
+            return exactInteger(token);
+        }
+    }
+    if (!isValid(element)) {
+        throw simdjson::simdjson_error(simdjson::TAPE_ERROR);
+    }
+    return std::nullopt;
+}
+
+std::string lowerCased(std::string text) {
+    for (char& c : text) {
+        if (c >= 'A' && c <= 'Z') {
+            c = static_cast<char>(c - 'A' + 'a');
+        }
+    }
+    return text;
+}
+
+/// What of the feed is read, before it is known to be whole.
+struct Entry {
+    std::optional<std::string> version;
+    std::optional<std::int64_t> build;
+    std::optional<std::string> url;
+    std::optional<std::string> sha256;
+    std::optional<std::string> notes;
+    std::optional<std::string> minimumOS;
+};
+
+void readMember(Entry& entry, std::string_view key, value element) {
+    if (key == "version") {
+        entry.version = stringOf(element);
+    } else if (key == "build") {
+        entry.build = integerOf(element);
+    } else if (key == "url") {
+        entry.url = stringOf(element);
+    } else if (key == "sha256") {
+        entry.sha256 = stringOf(element);
+    } else if (key == "notes") {
+        entry.notes = stringOf(element);
+    } else if (key == "minimumOS") {
+        entry.minimumOS = stringOf(element);
+    } else {
+        stringOf(element);
+    }
+}
+
+} // namespace
+
+std::optional<Release> decodeRelease(std::string feed) {
+    constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+    if (feed.starts_with(kByteOrderMark)) {
+        feed.erase(0, kByteOrderMark.size());
+    }
+    Entry entry;
+    feed.reserve(feed.size() + simdjson::SIMDJSON_PADDING);
+    try {
+        simdjson::ondemand::parser parser;
+        simdjson::ondemand::document document = parser.iterate(feed);
+        for (auto field : document.get_object()) {
+            // A copy: the next string that is read may lie where this one does.
+            const std::string key(field.unescaped_key().value());
+            readMember(entry, key, field.value().value());
+        }
+        if (document.current_location().error() != simdjson::OUT_OF_BOUNDS) {
+            return std::nullopt; // something follows the object
+        }
+    } catch (const simdjson::simdjson_error&) {
+        return std::nullopt;
+    }
+    if (!entry.version || !entry.build || !entry.url || !isHttpsUrl(*entry.url) || !entry.sha256) {
+        return std::nullopt;
+    }
+    return Release{*entry.version,
+                   *entry.build,
+                   *entry.url,
+                   lowerCased(*entry.sha256),
+                   entry.notes.value_or(""),
+                   entry.minimumOS.value_or(Release::kDefaultMinimumOS)};
+}
+
+std::optional<std::int64_t> exactInteger(std::string_view number) {
+    const std::size_t mark = std::min(number.find_first_of("eE"), number.size());
+    std::string_view mantissa = number.substr(0, mark);
+    std::int64_t exponent = 0;
+    if (mark < number.size()) {
+        std::string_view power = number.substr(mark + 1);
+        const bool isNegative = power.starts_with('-');
+        power.remove_prefix(power.starts_with('-') || power.starts_with('+') ? 1 : 0);
+        constexpr std::int64_t kFar = std::numeric_limits<std::int32_t>::max();
+        const auto read = std::from_chars(power.data(), power.data() + power.size(), exponent);
+        exponent = read.ec == std::errc() ? std::min(exponent, kFar) : kFar;
+        exponent = isNegative ? -exponent : exponent;
+    }
+    // As digits without a dot, and how many of them stand behind it.
+    std::string digits(mantissa.starts_with('-') ? "-" : "");
+    mantissa.remove_prefix(digits.size());
+    const std::size_t dot = std::min(mantissa.find('.'), mantissa.size());
+    digits += mantissa.substr(0, dot);
+    std::int64_t behind = -exponent;
+    if (dot < mantissa.size()) {
+        digits += mantissa.substr(dot + 1);
+        behind += static_cast<std::int64_t>(mantissa.size() - dot - 1);
+    }
+    if (digits.find_first_of("123456789") == std::string::npos) {
+        return 0;
+    }
+    for (; behind > 0; --behind) {
+        if (digits.empty() || digits.back() != '0') {
+            return std::nullopt;
+        }
+        digits.pop_back();
+    }
+    constexpr std::int64_t kMostDigits = std::numeric_limits<std::int64_t>::digits10 + 1;
+    if (-behind > kMostDigits) {
+        return std::nullopt;
+    }
+    digits.append(static_cast<std::size_t>(-behind), '0');
+    std::int64_t integer = 0;
+    const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), integer);
+    return read.ec == std::errc() ? std::optional(integer) : std::nullopt;
+}
+
+std::int64_t buildNumber(std::string_view text) {
+    if (text.starts_with('+')) {
+        text.remove_prefix(1);
+        if (text.starts_with('-')) {
+            return 0;
+        }
+    }
+    std::int64_t build = 0;
+    const char* const end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, build);
+    return read.ec == std::errc() && read.ptr == end ? build : 0;
+}
+
+} // namespace korvel

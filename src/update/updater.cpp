@@ -1,0 +1,130 @@
+#include "update/updater.h"
+
+#include <utility>
+
+#include "core/fatal.h"
+#include "platform/bundle.h"
+#include "platform/defaults.h"
+#include "platform/http.h"
+#include "platform/run_loop.h"
+#include "platform/workspace.h"
+
+#ifndef KORVEL_UPDATE_HOST
+#error "the build names the host of the feed"
+#endif
+
+namespace korvel {
+
+namespace {
+
+constexpr int kStatusOk = 200;
+constexpr double kFeedTimeout = 15;      // seconds
+constexpr double kUpToDateShown = 4;     // seconds
+constexpr double kCheckInterval = 86400; // seconds
+
+} // namespace
+
+const std::shared_ptr<Updater>& Updater::shared() {
+    static const std::shared_ptr<Updater> updater = [] {
+        if (platform::installedServices == nullptr) {
+            fatal();
+        }
+        return std::make_shared<Updater>(*platform::installedServices);
+    }();
+    return updater;
+}
+
+const std::string& Updater::appcast() {
+    static const std::string url = "https://" KORVEL_UPDATE_HOST "/appcast.json";
+    return url;
+}
+
+Updater::Updater(const platform::Services& services, std::function<Uuid()> newUuid)
+    : services_(services), newUuid_(std::move(newUuid)) {
+    if (const double last = services_.defaults.real(checkedKey); last > 0) {
+        lastChecked = last;
+    }
+}
+
+std::string Updater::currentVersion() const {
+    return services_.bundle.infoString("CFBundleShortVersionString").value_or("0");
+}
+
+std::int64_t Updater::currentBuild() const {
+    return buildNumber(services_.bundle.infoString("CFBundleVersion").value_or("0"));
+}
+
+std::string Updater::releaseNotes() const {
+    return pending ? pending->notes : "";
+}
+
+void Updater::fetchAppcast(std::function<void(std::optional<Release>)> done) {
+    services_.http.get(appcast(), kFeedTimeout,
+                       [done = std::move(done)](std::optional<platform::HttpResponse> response) {
+                           const bool isFeed = response && response->status == kStatusOk;
+                           done(isFeed ? decodeRelease(std::move(response->body)) : std::nullopt);
+                       });
+}
+
+void Updater::check(bool userInitiated, Done done) {
+    set(State::Case::checking);
+    fetchAppcast([self = shared_from_this(), userInitiated,
+                  done = std::move(done)](const std::optional<Release>& release) {
+        self->settle(release, userInitiated);
+        if (done) {
+            done();
+        }
+    });
+}
+
+void Updater::settle(const std::optional<Release>& release, bool userInitiated) {
+    if (!release && userInitiated) {
+        fail("Could not reach the update server");
+    } else if (!release) {
+        set(State::Case::idle);
+    } else if (currentBuild() >= release->build) {
+        set(State::Case::upToDate);
+        // Each check has its own end of that state; an older one may end it early.
+        services_.runLoop.after(kUpToDateShown,
+                                [self = shared_from_this()] { self->endUpToDate(); });
+    } else {
+        pending = release;
+        state = State{State::Case::available, release->version, 0};
+    }
+    const platform::Date now = services_.clock.now();
+    lastChecked = now;
+    services_.defaults.set(checkedKey, now);
+}
+
+void Updater::endUpToDate() {
+    if (state->value == State::Case::upToDate) {
+        set(State::Case::idle);
+    }
+}
+
+void Updater::checkInBackground() {
+    // A date in the future is less than a day ago too.
+    if (*lastChecked && services_.clock.now() - **lastChecked < kCheckInterval) {
+        return;
+    }
+    check(false);
+}
+
+void Updater::notesForCurrentVersion(NotesDone done) {
+    fetchAppcast(
+        [self = shared_from_this(), done = std::move(done)](const std::optional<Release>& release) {
+            const bool isThis = release && release->build == self->currentBuild();
+            done(isThis ? std::optional(release->notes) : std::nullopt);
+        });
+}
+
+void Updater::fail(std::string message) {
+    state = State{State::Case::failed, std::move(message), 0};
+}
+
+void Updater::relaunch() {
+    services_.workspace.relaunch(services_.bundle.path());
+    services_.runLoop.terminate();
+}
+
+} // namespace korvel

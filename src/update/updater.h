@@ -1,0 +1,98 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "core/observable.h"
+#include "core/uuid.h"
+#include "platform/clock.h"
+#include "platform/services.h"
+#include "update/release.h"
+
+namespace korvel {
+
+/// Finds, checks and installs newer builds of the program. Main thread only.
+class Updater : public ObservableObject, public std::enable_shared_from_this<Updater> {
+  public:
+    struct State {
+        enum class Case {
+            available,   ///< a newer build is pending
+            downloading, ///< its archive is on the way
+            failed,      ///< the last check or installation did
+            idle,
+            checking,
+            upToDate,
+            installing,      ///< the archive is being verified and put in place
+            readyToRelaunch, ///< the new bundle is in place
+        };
+
+        Case value = Case::idle;
+        std::string text;    ///< available: the version; failed: the message; else empty
+        double progress = 0; ///< downloading: 0 to 1, though only 0 is ever set
+
+        bool operator==(const State&) const = default;
+    };
+
+    using Done = std::function<void()>;
+    using NotesDone = std::function<void(std::optional<std::string> notes)>;
+
+    /// The program's own, built on the installed services at first use.
+    static const std::shared_ptr<Updater>& shared();
+
+    /// URL of the feed, on the host that the build was given.
+    static const std::string& appcast();
+
+    /// `newUuid` names the folder of an installation.
+    explicit Updater(const platform::Services& services,
+                     std::function<Uuid()> newUuid = Uuid::random);
+
+    /// The code-signing team that an update must carry.
+    const std::string teamID = "7QX4D1K9WB";
+    Published<State> state{*this};
+    Published<std::optional<platform::Date>> lastChecked{*this}; ///< when the last check ended
+    std::optional<Release> pending; ///< what the last check that found something newer found
+    const std::string checkedKey = "lastUpdateCheck";
+
+    std::string currentVersion() const; ///< "0" when the bundle does not say
+    std::int64_t currentBuild() const;  ///< 0 when the bundle does not say
+    std::string releaseNotes() const;   ///< of `pending`, or ""
+
+    /// One check of the feed. Failures are told only to a user who asked. `done` follows the last
+    /// change; it may be empty.
+    void check(bool userInitiated, Done done = {});
+
+    /// The same, unasked, unless the last one is less than a day ago.
+    void checkInBackground();
+
+    /// The feed's notes, when it is the running build that it tells of. Never fails.
+    void notesForCurrentVersion(NotesDone done);
+
+    /// Downloads, verifies and puts in place what is pending. All but the download blocks. Nothing
+    /// on the disk changes unless all is well, and nothing is left behind in any case.
+    void installPending();
+
+    /// Starts the bundle in place in a second, and ends this program.
+    void relaunch();
+
+  private:
+    /// The folder of one installation; removed with the object.
+    class WorkDirectory;
+
+    void fetchAppcast(std::function<void(std::optional<Release>)> done);
+    void settle(const std::optional<Release>& release, bool userInitiated);
+    void endUpToDate();
+    void install(const Release& release, const WorkDirectory& work);
+    bool verifySignature(const std::string& bundle, std::int64_t build);
+    /// The message of what went wrong; nullopt: the new bundle is in place.
+    std::optional<std::string> swap(const std::string& bundle, const WorkDirectory& work);
+    void fail(std::string message);
+    void set(State::Case value) { state = State{value, "", 0}; }
+
+    platform::Services services_;
+    std::function<Uuid()> newUuid_;
+};
+
+} // namespace korvel

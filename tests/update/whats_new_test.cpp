@@ -1,0 +1,249 @@
+#include "update/whats_new.h"
+
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/simulated/services.h"
+#include "update/updater.h"
+
+namespace korvel {
+
+// For the messages of a failed test.
+void PrintTo(const WhatsNew::Kind& kind, std::ostream* stream) {
+    *stream << static_cast<int>(kind.value) << " from \"" << kind.from << "\"";
+}
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Case = WhatsNew::Kind::Case;
+using Kind = WhatsNew::Kind;
+using Lines = std::vector<std::string>;
+
+const Kind kNone{Case::none, ""};
+const Kind kInstalled{Case::installed, ""};
+const Lines kWelcome{"Your score lives in the menu bar. Click it for the detail.",
+                     "Amber or red names the one thing dragging it down.",
+                     "Nothing is uploaded and nothing runs as admin."};
+
+class Greeting : public testing::Test {
+  protected:
+    /// Has the user seen that build, of that version.
+    void seen(std::int64_t build, const std::string& version = "0.9") {
+        simulated.defaults.values["seenBuild"] = build;
+        simulated.defaults.values["seenVersion"] = version;
+    }
+    void handOver(const std::string& notes) {
+        simulated.defaults.values["pendingReleaseNotes"] = notes;
+    }
+    bool isHandedOver() { return simulated.defaults.has("pendingReleaseNotes"); }
+    void feed(std::int64_t build, const std::string& notes, double delay = 0) {
+        simulated.http.document = platform::SimulatedHttp::Answer{
+            200,
+            R"({"version": "1", "build": )" + std::to_string(build) +
+                R"(, "url": "https://h", "sha256": "", "notes": ")" + notes + "\"}",
+            delay};
+    }
+    /// The next launch.
+    void launch() {
+        updater = std::make_shared<Updater>(simulated.services());
+        whatsNew = std::make_shared<WhatsNew>(simulated.services(), updater);
+        whatsNew->evaluate();
+    }
+
+    platform::SimulatedServices simulated; ///< of build 100, version 1.0.0
+    std::shared_ptr<Updater> updater;
+    std::shared_ptr<WhatsNew> whatsNew;
+};
+
+TEST_F(Greeting, StartsWithNothing) {
+    updater = std::make_shared<Updater>(simulated.services());
+    whatsNew = std::make_shared<WhatsNew>(simulated.services(), updater);
+    EXPECT_EQ(*whatsNew->kind, kNone);
+    EXPECT_THAT(*whatsNew->notes, IsEmpty());
+    EXPECT_FALSE(whatsNew->shouldAutoPresent());
+    EXPECT_EQ(whatsNew->version(), "1.0.0");
+    EXPECT_STREQ(WhatsNew::handoffKey, "pendingReleaseNotes");
+}
+
+TEST_F(Greeting, TheFirstLaunchIsAWelcome) {
+    handOver("- Never shown");
+    launch();
+    EXPECT_EQ(*whatsNew->kind, kInstalled);
+    EXPECT_EQ(*whatsNew->notes, kWelcome);
+    EXPECT_TRUE(isHandedOver()) << "it is not touched";
+    EXPECT_FALSE(simulated.defaults.has("seenBuild"));
+    simulated.runLoop.advance(10);
+    EXPECT_THAT(simulated.http.urls, IsEmpty());
+}
+
+TEST_F(Greeting, AnUpdateTellsWhatWasHandedOver) {
+    seen(99);
+    handOver("- One\n- Two");
+    launch();
+    EXPECT_EQ(*whatsNew->kind, (Kind{Case::updated, "0.9"}));
+    EXPECT_THAT(*whatsNew->notes, ElementsAre("One", "Two"));
+    EXPECT_FALSE(isHandedOver());
+    simulated.runLoop.advance(10);
+    EXPECT_THAT(simulated.http.urls, IsEmpty());
+    EXPECT_EQ(simulated.defaults.integer("seenBuild"), 99);
+    EXPECT_EQ(simulated.defaults.string("seenVersion"), "0.9");
+}
+
+TEST_F(Greeting, AnUpdateFromAVersionThatWasNeverStored) {
+    seen(99);
+    simulated.defaults.values.erase("seenVersion");
+    launch();
+    EXPECT_EQ(*whatsNew->kind, (Kind{Case::updated, ""}));
+}
+
+TEST_F(Greeting, WithoutAHandOverTheFeedIsAsked) {
+    for (const bool empty : {false, true}) {
+        seen(99);
+        simulated.defaults.values.erase("pendingReleaseNotes");
+        if (empty) {
+            handOver("");
+        }
+        feed(100, "One • Two");
+        launch();
+        EXPECT_EQ(whatsNew->kind->value, Case::updated);
+        EXPECT_THAT(*whatsNew->notes, IsEmpty());
+        simulated.runLoop.advance(0);
+        EXPECT_THAT(*whatsNew->notes, ElementsAre("One", "Two"));
+        EXPECT_EQ(isHandedOver(), empty) << "an empty one is left in place";
+        EXPECT_EQ(updater->state->value, Updater::State::Case::idle);
+    }
+}
+
+TEST_F(Greeting, AFeedWithNothingOnThisBuildLeavesTheHeadingAlone) {
+    seen(99);
+    for (const auto& [build, notes] :
+         std::vector<std::pair<std::int64_t, std::string>>{{101, "x"}, {99, "x"}, {100, ""}}) {
+        feed(build, notes);
+        launch();
+        simulated.runLoop.advance(1);
+        EXPECT_THAT(*whatsNew->notes, IsEmpty()) << build;
+        EXPECT_EQ(whatsNew->kind->value, Case::updated);
+    }
+    simulated.http.document.reset();
+    launch();
+    simulated.runLoop.advance(1);
+    EXPECT_EQ(whatsNew->kind->value, Case::updated);
+}
+
+TEST_F(Greeting, NotesThatComeLateAreAnnouncedInPlace) {
+    seen(99);
+    feed(100, "Late", 7);
+    launch();
+    simulated.runLoop.advance(6.9);
+    int announced = 0;
+    const Observation observation = whatsNew->observe([&] { ++announced; });
+    simulated.runLoop.advance(0.1);
+    EXPECT_EQ(announced, 1);
+    EXPECT_THAT(*whatsNew->notes, ElementsAre("Late"));
+}
+
+TEST_F(Greeting, NotesThatComeAfterItIsGoneAreDropped) {
+    seen(99);
+    feed(100, "Late", 7);
+    launch();
+    simulated.runLoop.advance(1);
+    const std::weak_ptr<WhatsNew> weak = whatsNew;
+    whatsNew.reset();
+    EXPECT_TRUE(weak.expired()) << "the question does not keep it";
+    simulated.runLoop.advance(10);
+}
+
+TEST_F(Greeting, TheSameBuildOrAnOlderOneIsNoNews) {
+    for (const std::int64_t build : {100, 101, 1000000}) {
+        seen(build);
+        handOver("- Left");
+        launch();
+        EXPECT_EQ(*whatsNew->kind, kNone) << build;
+        EXPECT_THAT(*whatsNew->notes, IsEmpty());
+        EXPECT_FALSE(whatsNew->shouldAutoPresent());
+        EXPECT_TRUE(isHandedOver());
+    }
+}
+
+TEST_F(Greeting, OpensByItselfOnceForEachBuild) {
+    launch();
+    EXPECT_TRUE(whatsNew->shouldAutoPresent());
+    EXPECT_FALSE(whatsNew->shouldAutoPresent());
+    EXPECT_EQ(std::get<std::int64_t>(simulated.defaults.values["whatsNewAutoShownBuild"]), 100);
+    launch();
+    EXPECT_EQ(*whatsNew->kind, kInstalled) << "it comes back until it is dismissed";
+    EXPECT_FALSE(whatsNew->shouldAutoPresent());
+    simulated.bundle.info["CFBundleVersion"] = "101";
+    launch();
+    EXPECT_TRUE(whatsNew->shouldAutoPresent());
+}
+
+TEST_F(Greeting, WithNothingToShowNothingIsWritten) {
+    seen(100);
+    launch();
+    EXPECT_FALSE(whatsNew->shouldAutoPresent());
+    EXPECT_FALSE(simulated.defaults.has("whatsNewAutoShownBuild"));
+}
+
+TEST_F(Greeting, DismissedItStaysAwayForThatBuildAndKeepsItsLines) {
+    launch();
+    whatsNew->dismiss();
+    EXPECT_EQ(*whatsNew->kind, kNone);
+    EXPECT_EQ(*whatsNew->notes, kWelcome);
+    EXPECT_EQ(std::get<std::int64_t>(simulated.defaults.values["seenBuild"]), 100);
+    EXPECT_EQ(std::get<std::string>(simulated.defaults.values["seenVersion"]), "1.0.0");
+    launch();
+    EXPECT_EQ(*whatsNew->kind, kNone);
+    simulated.bundle.info["CFBundleVersion"] = "101";
+    simulated.bundle.info["CFBundleShortVersionString"] = "1.1";
+    launch();
+    EXPECT_EQ(*whatsNew->kind, (Kind{Case::updated, "1.0.0"}));
+}
+
+TEST(Bullets, AreAtMostThreeTrimmedLines) {
+    const struct {
+        const char* text;
+        Lines lines;
+    } cases[] = {
+        {"\u2022 Faster sampling\n\u2022 Fixed swap readout\n- New icon\n* Extra line",
+         {"Faster sampling", "Fixed swap readout", "New icon"}},
+        {"   \n\n", {}},
+        {"", {}},
+        {"Uses a-b notation -", {"Uses a-b notation"}},
+        {"- - x -", {"x"}},
+        {"--\n**\n\u2013\n\u2022\u2022", {}},
+        {"one\u2022two\u2022three\u2022four", {"one", "two", "three"}},
+        {"\n\none\n\n\ntwo\n", {"one", "two"}},
+        {"one\r\ntwo\r\n", {"one", "two"}},
+        {"one\rtwo", {"one\rtwo"}},
+        {"* - \u2013 mixed \u2013 - *", {"mixed"}},
+        {"\u00a0\u2003\u3000\u2028\u2029\u0085\t\v\fwide\u202f\u205f\u1680", {"wide"}},
+        {"a\u00a0b", {"a\u00a0b"}},
+        {"\u2014 dash \u2014", {"\u2014 dash \u2014"}},
+        {"+ plus +", {"+ plus +"}},
+        {"\u2212 minus", {"\u2212 minus"}},
+        {"\u00b7 dot", {"\u00b7 dot"}},
+        {"1. first", {"1. first"}},
+        {"\u200bzero width", {"\u200bzero width"}},
+        {"same\nsame", {"same", "same"}},
+        {"<b>bold</b> & more", {"<b>bold</b> & more"}},
+    };
+    for (const auto& row : cases) {
+        EXPECT_EQ(WhatsNew::bullets(row.text), row.lines) << row.text;
+    }
+}
+
+TEST(Bullets, BytesThatAreNoTextStay) {
+    EXPECT_EQ(WhatsNew::bullets(" \xff\xe2\x80 "), (Lines{"\xff\xe2\x80"}));
+    EXPECT_EQ(WhatsNew::bullets(std::string_view("a\0b\n", 4)), (Lines{std::string("a\0b", 3)}));
+}
+
+} // namespace
+} // namespace korvel
