@@ -1,0 +1,148 @@
+// What script/release makes a release with, and judges it with as the program will: the manifest of
+// a bundle, the program's own unpacking and its own checks.
+
+#include <charconv>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "platform/linux/bundle_manifest.h"
+#include "platform/linux/bundle_scan.h"
+#include "platform/linux/info_plist.h"
+#include "platform/linux/linux_code_signature.h"
+#include "platform/linux/update_root.h"
+#include "platform/linux/zip_archive.h"
+#include "platform/posix/files.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace korvel::platform;
+using Words = std::vector<std::string>;
+
+constexpr int kRefused = 1;
+constexpr int kWrongUsage = 2;
+constexpr const char* kUsage = "usage: korvel-release manifest BUNDLE | verify BUNDLE BUILD "
+                               "[--root PEM] | unpack ARCHIVE FOLDER";
+
+int fail(const std::string& reason, int status = kRefused) {
+    fmt::print(stderr, "korvel-release: {}\n", reason);
+    return status;
+}
+
+/// A build's number as it is written in Info.plist.
+std::optional<std::int64_t> buildOf(std::string_view digits) {
+    std::int64_t build = 0;
+    const char* const end = digits.data() + digits.size();
+    const auto read = std::from_chars(digits.data(), end, build);
+    if (read.ec != std::errc() || read.ptr != end || build < 1) {
+        return std::nullopt;
+    }
+    return build;
+}
+
+int writeManifestOf(const std::string& bundle) {
+    constexpr std::size_t kLargest = std::size_t{1} << 20;
+    const auto description = readInBundle(bundle, "Contents/Info.plist", kLargest);
+    const auto strings = infoPlistStrings(description.value_or(""));
+    if (!strings) {
+        return fail("Contents/Info.plist: cannot be read");
+    }
+    const auto valueOf = [&](const char* key) {
+        const auto found = strings->find(key);
+        return found == strings->end() ? std::string() : found->second;
+    };
+    std::error_code error;
+    const fs::path file = fs::path(bundle) / kManifestPath;
+    fs::create_directory(file.parent_path(), error);
+
+    std::string why;
+    auto found = scanBundle(bundle, why);
+    if (!found) {
+        return fail(why);
+    }
+    const auto text =
+        writeManifest({valueOf("CFBundleIdentifier"), valueOf("CFBundleShortVersionString"),
+                       buildOf(valueOf("CFBundleVersion")).value_or(0), std::move(*found)});
+    if (!text) {
+        return fail("Contents/Info.plist: its identifier, version or build is not as it is to be");
+    }
+    if (!PosixFiles().write(file.string(), *text)) {
+        return fail(fmt::format("{}: cannot be written", kManifestPath));
+    }
+    using fs::perms;
+    fs::permissions(file,
+                    perms::owner_read | perms::owner_write | perms::group_read | perms::others_read,
+                    error);
+    return error ? fail(fmt::format("{}: cannot be given its mode", kManifestPath)) : 0;
+}
+
+int verify(const std::string& bundle, std::int64_t build, std::string rootPem) {
+    LinuxCodeSignature::Options options;
+    options.rootPem = std::move(rootPem);
+    options.now = [] {
+        const auto now = std::chrono::system_clock::now().time_since_epoch();
+        return std::chrono::duration_cast<std::chrono::seconds>(now).count();
+    };
+    LinuxCodeSignature signature(options);
+    // Both steps that the program takes.
+    const std::string description = signature.describe(bundle).value_or("");
+    auto fault = signature.fault(bundle, build);
+    if (!fault &&
+        description.find("TeamIdentifier=" + options.teamIdentifier) == std::string::npos) {
+        fault = "the description does not name the team";
+    }
+    if (fault) {
+        fmt::print("refused: {}\n", *fault);
+        return kRefused;
+    }
+    fmt::print("good: {}, build {}, signed by {}\n", options.identifier, build,
+               options.teamIdentifier);
+    return 0;
+}
+
+int verifyWords(const Words& words) {
+    const bool ownRoot = words.size() == 3;
+    if (!ownRoot && (words.size() != 5 || words[3] != "--root")) {
+        return fail(kUsage, kWrongUsage);
+    }
+    const auto build = buildOf(words[2]);
+    if (!build) {
+        return fail(fmt::format("{}: is no build", words[2]), kWrongUsage);
+    }
+    std::optional<std::string> root(builtInUpdateRoot());
+    if (!ownRoot) {
+        root = PosixFiles().read(words[4]);
+    }
+    if (!root) {
+        return fail(fmt::format("{}: cannot be read", words[4]), kWrongUsage);
+    }
+    return verify(words[1], *build, std::move(*root));
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const Words words(argv + 1, argv + argc);
+    const std::string_view command = words.empty() ? "" : std::string_view(words[0]);
+    if (command == "manifest" && words.size() == 2) {
+        return writeManifestOf(words[1]);
+    }
+    if (command == "verify") {
+        return verifyWords(words);
+    }
+    if (command == "unpack" && words.size() == 3) {
+        return ZipArchive().unpack(words[1], words[2])
+                   ? 0
+                   : fail(fmt::format("{}: could not be unpacked", words[1]));
+    }
+    return fail(kUsage, kWrongUsage);
+}
