@@ -166,7 +166,7 @@ std::string treeFault(const BundleTree& tree) {
             }
         }
         if (!fault.empty()) {
-            return path + ": " + fault;
+            return fmt::format("{}: {}", path, fault);
         }
     }
     return {};

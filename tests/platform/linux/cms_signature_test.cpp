@@ -10,7 +10,6 @@
 namespace korvel {
 namespace {
 
-using platform::CmsSigner;
 using platform::readCmsClaim;
 using platform::verifyCms;
 using namespace test;

@@ -53,7 +53,7 @@ class CodeSignatureOnLinux : public testing::Test {
 
     /// Empty when the bundle is good, else the reason.
     std::string fault(std::int64_t build = kBuild) const {
-        const std::string why = signature_.fault(bundle_.path(), build).value_or("");
+        std::string why = signature_.fault(bundle_.path(), build).value_or("");
         LinuxCodeSignature again = signature_;
         EXPECT_EQ(again.verifyStrictly(bundle_.path(), build), why.empty());
         return why;
