@@ -97,6 +97,17 @@ TEST(CmsSignature, StrongerDigestsAreGoodAndWeakerOnesAreNot) {
     }
 }
 
+TEST(CmsSignature, TheTwoAlgorithmsThatItNamesGoTogether) {
+    // The last place that names ECDSA with SHA-256 is the signer's, which is not itself signed.
+    std::string signature = teamSignature();
+    const std::size_t name = signature.rfind("\x2a\x86\x48\xce\x3d\x04\x03\x02");
+    ASSERT_NE(name, std::string::npos);
+    for (const char digest : {'\x01', '\x03'}) { // SHA-224, SHA-384
+        signature[name + 7] = digest;
+        EXPECT_EQ(faultOf(signature), "the signature's algorithms are not accepted");
+    }
+}
+
 TEST(CmsSignature, ItIsOverTheseBytesOnly) {
     constexpr const char* kReason = "the signature is not over this manifest";
     EXPECT_EQ(faultOf(teamSignature(), "what is signed!"), kReason);
