@@ -84,6 +84,8 @@ class Rules {
                 broken(seed_, t_, "two notifications within 900 s");
             }
             lastAt_ = at;
+        } else if (what == "updater") {
+            readUpdater(root["state"].get_string().value());
         } else if (what == "assertion") {
             held_ += root["op"].get_string().value() == "create" ? 1 : -1;
         } else if (what == "awake") {
@@ -96,6 +98,13 @@ class Rules {
         }
         if (held_ < 0 || held_ > 2) {
             broken(seed_, t_, fmt::format("{} assertions are held", held_));
+        }
+    }
+
+    /// Before an event, when what the one before it began is over.
+    void lookBefore(ScriptedProgram& program) {
+        if (program.simulated().fileManager.folders.size() > 1) {
+            broken(seed_, t_, "an installation left its folder");
         }
     }
 
@@ -115,6 +124,8 @@ class Rules {
         program.simulated().statusBar.titles.clear();
         program.simulated().files.writes.clear();
         program.simulated().files.contents.clear();
+        program.simulated().workspace.revealed.clear();
+        program.http().urls.clear();
         program.simulated().processes.terminated.clear();
         program.simulated().notifications.posted.clear();
         const std::size_t used = mallinfo2().uordblks;
@@ -127,14 +138,26 @@ class Rules {
     }
 
     void summary() const {
-        fmt::print("seed {}: {} lines, {} notifications, {} switches of keep-awake\n", seed_,
-                   lines_, notifications_, switches_);
-        if (notifications_ == 0 || switches_ == 0) {
+        fmt::print("seed {}: {} lines, {} notifications, {} switches of keep-awake, {} updates\n",
+                   seed_, lines_, notifications_, switches_, updates_);
+        if (notifications_ == 0 || switches_ == 0 || updates_ == 0) {
             broken(seed_, t_, "a year in which nothing happened proves nothing");
         }
     }
 
+    /// An installation is to end well now and then, and never otherwise.
+    bool mayInstall = false;
+
   private:
+    void readUpdater(std::string_view state) {
+        if (state == "readyToRelaunch") {
+            ++updates_;
+            if (!mayInstall) {
+                broken(seed_, t_, "an update was installed that should not have been");
+            }
+        }
+    }
+
     std::uint64_t seed_;
     double start_;
     simdjson::dom::parser parser_;
@@ -142,6 +165,7 @@ class Rules {
     std::uint64_t lines_ = 0;
     int notifications_ = 0;
     int switches_ = 0;
+    int updates_ = 0;
     int held_ = 0;
     std::optional<double> lastAt_;
     std::optional<std::size_t> flat_;
@@ -182,9 +206,54 @@ void load(Generator& generator, ScriptedProgram& program) {
     }
 }
 
+/// What the feed answers, and what a download and an installation meet; now and then all is well.
+void releaseSomething(Generator& generator, ScriptedProgram& program, Rules& rules) {
+    const auto fails = [&] { return generator.below(16) == 0; };
+    constexpr const char* kDigest =
+        "4a70fe9aa6436e02c2dea340fbd1e352e4ef2d8ce6ca52ad25d4b95471fc8bf2"; // of "zip"
+    program.http().document = platform::SimulatedHttp::Answer{
+        fails() ? 500 : 200,
+        fmt::format(
+            R"({{"version": "1.1", "build": {}, "url": "https://host/a.zip", "sha256": "{}"}})",
+            98 + generator.below(20), kDigest),
+        generator.between(0, 18)};
+    if (fails()) {
+        program.http().document.reset();
+    }
+    ScriptedArchive archive;
+    archive.reachable = !fails();
+    archive.status = fails() ? 404 : 200;
+    archive.bytes = fails() ? "zap" : "zip";
+    archive.unpackStatus = fails() ? 1 : 0;
+    archive.strict = !fails();
+    if (fails()) {
+        archive.entries = {"readme"};
+    }
+    if (fails()) {
+        archive.team.reset();
+    }
+    if (fails()) {
+        archive.moves[generator.below(2)] = "It cannot be moved.";
+    }
+    program.setArchive(archive);
+    program.simulated().bundle.writable = !fails();
+    rules.mayInstall = archive.reachable && archive.status == 200 && archive.bytes == "zip" &&
+                       archive.unpackStatus == 0 && archive.strict && archive.entries.size() == 1 &&
+                       archive.entries[0] == "Korvel.app" && archive.team && !archive.moves[0] &&
+                       !archive.moves[1] && program.simulated().bundle.writable;
+}
+
 /// Something that a user or the system does.
-void act(Generator& generator, ScriptedProgram& program) {
-    switch (generator.below(16)) {
+void act(Generator& generator, ScriptedProgram& program, Rules& rules) {
+    switch (generator.below(20)) {
+    case 16:
+        return program.checkForUpdates();
+    case 17:
+        return program.installPending();
+    case 18:
+        return releaseSomething(generator, program, rules);
+    case 19:
+        return program.dismissWhatsNew();
     case 0:
         return program.enableAwake(static_cast<std::int64_t>(generator.below(200)));
     case 1:
@@ -235,6 +304,7 @@ void live(std::uint64_t seed) {
     Rules rules(seed, scenario.start);
     const auto happens = [&](double at, std::function<void(ScriptedProgram&)> work) {
         scenario.events.push_back({at, [work = std::move(work), &rules](ScriptedProgram& program) {
+                                       rules.lookBefore(program);
                                        work(program);
                                        rules.look(program);
                                    }});
@@ -243,7 +313,7 @@ void live(std::uint64_t seed) {
         happens(at, [&](ScriptedProgram& program) { load(generator, program); });
     }
     for (double at = 0; at < kOn; at += generator.between(1, 500)) {
-        happens(at, [&](ScriptedProgram& program) { act(generator, program); });
+        happens(at, [&](ScriptedProgram& program) { act(generator, program, rules); });
     }
     for (int i = 0; i < kSleeps; ++i) {
         happens(generator.between(0, kOn), [&](ScriptedProgram& program) {

@@ -100,8 +100,8 @@ class Install : public testing::Test {
         EXPECT_EQ(updater->pending, release());
     }
 
-    platform::SimulatedServices simulated;
     CallLog log;
+    platform::SimulatedServices simulated;
     std::uint64_t uuids = 0;
     std::shared_ptr<Updater> updater = std::make_shared<Updater>(simulated.services(), [this] {
         return Uuid{{++uuids, 0}};

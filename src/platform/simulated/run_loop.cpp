@@ -124,6 +124,15 @@ std::shared_ptr<SimulatedRunLoop::Scheduled> SimulatedRunLoop::schedule(double s
     return scheduled;
 }
 
+void SimulatedRunLoop::clear() {
+    // What goes may queue more as it goes, so all is taken out first.
+    const auto events = std::exchange(events_, {});
+    const auto background = std::exchange(background_, {});
+    const auto arrivals = std::exchange(arrivals_, {});
+    const auto queue = std::exchange(queue_, {});
+    const auto timers = std::exchange(timers_, {});
+}
+
 void SimulatedRunLoop::run() {
     while (!terminated_ && turn()) {
     }

@@ -53,6 +53,9 @@ class SimulatedRunLoop final : public RunLoop, public Logging {
     /// comes so much nearer.
     void sleep(double seconds);
 
+    /// Drops all that is still to run.
+    void clear();
+
     /// How many timers of `once` are running.
     std::size_t waitingOnce() const;
 

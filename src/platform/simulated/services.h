@@ -44,6 +44,8 @@ struct SimulatedServices {
     SimulatedWorkspace workspace;
 
     SimulatedServices() = default;
+    /// Work that is still to run may hold what uses the services.
+    ~SimulatedServices() { runLoop.clear(); }
     SimulatedServices(const SimulatedServices&) = delete;
     SimulatedServices& operator=(const SimulatedServices&) = delete;
 

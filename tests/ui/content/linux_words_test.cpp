@@ -12,6 +12,7 @@
 #include "ui/content/action_sections.h"
 #include "ui/content/metric_rows.h"
 #include "ui/content/score_sections.h"
+#include "ui/content/update_sections.h"
 
 namespace korvel {
 namespace {
@@ -32,6 +33,10 @@ TEST(LinuxWords, SayTheSameOfLinux) {
         {"Running hot. macOS is throttling to cool down",
          "Running hot. Linux is throttling to cool down"},
         {"Mac slowing down: score 42", "Computer slowing down: score 42"},
+        {"Your score lives in the menu bar. Click it for the detail.",
+         "Your score lives in the tray. Click it for the detail."},
+        {"Can't write to Applications. The new version is in Finder; drag it over.",
+         "Can't write to Applications. The new version is in the file manager; drag it over."},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(linuxWords(row.mac), row.linux);
@@ -83,7 +88,58 @@ std::vector<std::string> textsOf(const Snapshot& snap, platform::Processes& proc
     return texts;
 }
 
-const std::regex kMac("macOS|\\bMac\\b|Finder|OS X|Apple");
+const std::regex kMac("macOS|\\bMac\\b|Finder|OS X|Apple|menu bar");
+
+TEST(LinuxWords, NoTextOfAnUpdateNamesTheMacAfterThem) {
+    test::SimulatedModel simulated;
+    std::vector<std::string> texts{PopoverContent::kDismissTooltip};
+    const auto collect = [&] {
+        if (const auto line = updateLineOf(*simulated.updater)) {
+            texts.insert(texts.end(), {line->text, line->control});
+        }
+    };
+    simulated.updater->state.didSet = collect;
+    platform::SimulatedServices& system = simulated.system;
+    simulated.updater->pending =
+        Release{"2.0", 101, "https://host/a.zip", std::string(64, '0'), "", ""};
+    const auto install = [&] {
+        simulated.updater->installPending();
+        simulated.settle();
+    };
+    simulated.updater->check(true);
+    simulated.settle();
+    install();
+    system.http.archive = platform::SimulatedHttp::Answer{};
+    system.files.unreadable.insert("/tmp/nothing");
+    install();
+    system.bundle.writable = false;
+    install();
+    system.bundle.writable = true;
+    system.codeSignature.strict = false;
+    install();
+    system.archive.unpacks = false;
+    install();
+    simulated.updater->pending->sha256 = "0";
+    install();
+    simulated.updater->state = Updater::State{Updater::State::Case::available, "2.0", 0};
+    for (const auto& kind : {WhatsNew::Kind{WhatsNew::Kind::Case::updated, "1"},
+                             WhatsNew::Kind{WhatsNew::Kind::Case::updated, ""}}) {
+        simulated.whatsNew->kind = kind;
+        const auto banner = WhatsNewBanner(simulated.whatsNew).content();
+        texts.insert(texts.end(), {banner.heading, banner.subline});
+    }
+    simulated.whatsNew->evaluate();
+    const auto welcome = WhatsNewBanner(simulated.whatsNew).content();
+    texts.insert(texts.end(), {welcome.heading, welcome.subline});
+    texts.insert(texts.end(), welcome.notes.begin(), welcome.notes.end());
+    int changed = 0;
+    for (const std::string& text : texts) {
+        const std::string words = linuxWords(text);
+        EXPECT_FALSE(std::regex_search(words, kMac)) << words;
+        changed += static_cast<int>(words != text);
+    }
+    EXPECT_EQ(changed, 2) << "the welcome, and the folder that cannot be written";
+}
 
 TEST(LinuxWords, NoTextOfTheActionsNamesTheMacAfterThem) {
     test::SimulatedModel simulated;

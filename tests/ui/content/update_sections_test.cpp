@@ -1,0 +1,168 @@
+#include "ui/content/update_sections.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "core/json_writer.h"
+#include "support/simulated_model.h"
+#include "ui/content/content_json.h"
+#include "ui/content/content_view.h"
+#include "ui/content/linux_words.h"
+
+namespace korvel {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Case = Updater::State::Case;
+using Kind = WhatsNew::Kind;
+using Line = PopoverContent::UpdateLine;
+
+class UpdateSections : public testing::Test {
+  protected:
+    void become(Case value, const std::string& text = "", double progress = 0) {
+        simulated.updater->state = Updater::State{value, text, progress};
+    }
+    std::optional<Line> line() const { return view.content().update; }
+    std::string json() const {
+        JsonWriter writer;
+        writer.beginObject();
+        writeContentMembers(writer, view.content());
+        writer.endObject();
+        return writer.text();
+    }
+
+    test::SimulatedModel simulated;
+    ContentView view{simulated.model, simulated.awake, simulated.updater, simulated.whatsNew,
+                     simulated.system.services()};
+};
+
+TEST_F(UpdateSections, IdleOrUpToDateThereIsNoLine) {
+    EXPECT_EQ(line(), std::nullopt);
+    become(Case::upToDate);
+    EXPECT_EQ(line(), std::nullopt);
+    EXPECT_THAT(json(), HasSubstr(R"("update":null)"));
+}
+
+TEST_F(UpdateSections, EachOtherStateHasItsLine) {
+    using Action = Line::Action;
+    using Progress = Line::Progress;
+    using Style = Line::Style;
+    const struct {
+        Case state;
+        std::string text;
+        Line line;
+    } cases[] = {
+        {Case::checking,
+         "",
+         {"", Ink::cyan, Progress::spinning, 0, "Checking for updates…", Style::regular, "",
+          Action::none}},
+        {Case::available,
+         "2.0 \"beta\"",
+         {"arrow.down.circle.fill", Ink::cyan, Progress::none, 0,
+          "Version 2.0 \"beta\" is available", Style::semibold, "Update", Action::install}},
+        {Case::downloading,
+         "",
+         {"", Ink::cyan, Progress::determinate, 0, "Downloading…", Style::regular, "",
+          Action::none}},
+        {Case::installing,
+         "",
+         {"", Ink::cyan, Progress::spinning, 0, "Verifying and installing…", Style::regular, "",
+          Action::none}},
+        {Case::readyToRelaunch,
+         "",
+         {"checkmark.circle.fill", Ink::good, Progress::none, 0, "Update installed", Style::regular,
+          "Relaunch", Action::relaunch}},
+        {Case::failed,
+         "Download <b>failed</b>",
+         {"exclamationmark.triangle.fill", Ink::warn, Progress::none, 0, "Download <b>failed</b>",
+          Style::small, "", Action::none}},
+    };
+    for (const auto& row : cases) {
+        become(row.state, row.text);
+        ASSERT_TRUE(line()) << row.line.text;
+        EXPECT_EQ(*line(), row.line) << row.line.text;
+    }
+    become(Case::downloading, "", 0.25);
+    EXPECT_EQ(line()->value, 0.25);
+}
+
+TEST_F(UpdateSections, TheButtonDoesWhatItSays) {
+    view.pressUpdate();
+    EXPECT_THAT(simulated.system.http.urls, IsEmpty());
+    simulated.updater->pending = Release{"2.0", 101, "https://host/a.zip", "", "", ""};
+    become(Case::available, "2.0");
+    view.pressUpdate();
+    EXPECT_THAT(simulated.system.http.urls, ElementsAre("https://host/a.zip"));
+    view.pressUpdate();
+    EXPECT_EQ(simulated.system.http.urls.size(), 1U) << "no button while it downloads";
+    become(Case::readyToRelaunch);
+    view.pressUpdate();
+    EXPECT_THAT(simulated.system.workspace.relaunched, ElementsAre("/Applications/Korvel.app"));
+}
+
+TEST_F(UpdateSections, EveryChangeOfBothIsAnnounced) {
+    int announced = 0;
+    const Observation observation = view.observe([&] { ++announced; });
+    become(Case::checking);
+    EXPECT_EQ(announced, 1);
+    simulated.whatsNew->evaluate();
+    EXPECT_EQ(announced, 3) << "the kind and the lines";
+    view.dismissWhatsNew();
+    EXPECT_EQ(announced, 4);
+}
+
+TEST_F(UpdateSections, ThereIsABannerOnlyWhileThereIsSomethingToGreetWith) {
+    EXPECT_EQ(view.content().banner, std::nullopt);
+    EXPECT_THAT(json(), HasSubstr(R"("banner":null)"));
+    simulated.whatsNew->evaluate();
+    ASSERT_TRUE(view.content().banner);
+    EXPECT_EQ(view.content().banner->heading, "Welcome to Korvel");
+    EXPECT_EQ(view.content().banner->subline, "Version 1.0.0");
+    EXPECT_EQ(view.content().banner->notes.size(), 3U);
+    view.dismissWhatsNew();
+    EXPECT_EQ(view.content().banner, std::nullopt);
+}
+
+TEST_F(UpdateSections, TheBannerSaysWhatTheUpdateCameFrom) {
+    const struct {
+        Kind kind;
+        std::string heading;
+        std::string subline;
+    } cases[] = {
+        {{Kind::Case::installed, ""}, "Welcome to Korvel", "Version 1.0.0"},
+        {{Kind::Case::updated, "0.9"}, "Updated to 1.0.0", "Was 0.9 · what changed"},
+        {{Kind::Case::updated, ""}, "Updated to 1.0.0", "What changed"},
+        {{Kind::Case::none, ""}, "", ""},
+    };
+    const WhatsNewBanner banner(simulated.whatsNew);
+    for (const auto& row : cases) {
+        simulated.whatsNew->kind = row.kind;
+        EXPECT_EQ(banner.content().heading, row.heading);
+        EXPECT_EQ(banner.content().subline, row.subline);
+        EXPECT_EQ(banner.isShown(), !row.heading.empty());
+    }
+}
+
+TEST_F(UpdateSections, LinesThatComeLateOrTwiceAreShown) {
+    simulated.whatsNew->kind = Kind{Kind::Case::updated, "0.9"};
+    EXPECT_THAT(view.content().banner->notes, IsEmpty());
+    simulated.whatsNew->notes = {"Same", "Same"};
+    EXPECT_THAT(view.content().banner->notes, ElementsAre("Same", "Same"));
+    EXPECT_THAT(json(), HasSubstr(R"("banner":{"heading":"Updated to 1.0.0","subline":"Was 0.9 )"
+                                  "·"
+                                  R"( what changed","notes":["Same","Same"]})"));
+}
+
+TEST_F(UpdateSections, ByItselfTheBannerIsThatOfTheProgram) {
+    const platform::Services services = simulated.system.services();
+    platform::installedServices = &services;
+    EXPECT_EQ(WhatsNewBanner().wn, WhatsNew::shared());
+    EXPECT_EQ(WhatsNew::shared(), WhatsNew::shared());
+    EXPECT_EQ(WhatsNew::shared()->version(), Updater::shared()->currentVersion());
+    platform::installedServices = nullptr;
+}
+
+} // namespace
+} // namespace korvel
