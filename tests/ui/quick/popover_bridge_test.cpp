@@ -163,6 +163,83 @@ TEST_F(Bridge, TakesWhatCannotBePaintedOutOfNamesTipsAndAlerts) {
     EXPECT_EQ(at(bridge.status(), 0, "words"), "a\uFFFDb is holding 9.0GB");
 }
 
+TEST_F(Bridge, HandsOverKeepAwakeAndTheFooter) {
+    stage.show(healthyReading());
+    render();
+    EXPECT_FALSE(bridge.awake().on);
+    EXPECT_EQ(bridge.awake().control, "On");
+    EXPECT_EQ(bridge.awake().choices.size(), 4);
+    bridge.enableAwake(1);
+    render();
+    EXPECT_TRUE(bridge.awake().on);
+    EXPECT_EQ(bridge.awake().remaining, "on for 1h 1m more");
+    EXPECT_TRUE(bridge.awake().choices.isEmpty());
+    bridge.enableAwake(0);
+    EXPECT_EQ(stage.simulated.awake->remainingLabel(), "on for 1h 1m more")
+        << "a choice of a menu that is not there";
+    bridge.disableAwake();
+    render();
+    bridge.enableAwake(-1);
+    bridge.enableAwake(4);
+    EXPECT_FALSE(*stage.simulated.awake->on);
+    EXPECT_EQ(bridge.footer().warden, "Warden off");
+    EXPECT_EQ(bridge.footer().reclaim, "Reclaim");
+    EXPECT_EQ(bridge.footer().quit, "Quit Halden");
+    EXPECT_TRUE(bridge.footer().reclaimEnabled);
+}
+
+TEST_F(Bridge, HandsOverTheGreetingAndKeepsItsTextsWhileItFades) {
+    stage.show(healthyReading());
+    render();
+    EXPECT_FALSE(bridge.banner().shown);
+    stage.simulated.whatsNew->evaluate();
+    render();
+    EXPECT_TRUE(bridge.banner().shown);
+    EXPECT_EQ(bridge.banner().heading, "Welcome to Korvel");
+    EXPECT_EQ(bridge.banner().notes.size(), 3);
+    EXPECT_EQ(bridge.banner().dismissTip, "Dismiss");
+    bridge.dismissWhatsNew();
+    render();
+    EXPECT_FALSE(bridge.banner().shown);
+    EXPECT_EQ(bridge.banner().heading, "Welcome to Korvel");
+    EXPECT_EQ(bridge.banner().notes.size(), 3);
+}
+
+TEST_F(Bridge, HandsOverTheLineOfAnUpdate) {
+    using State = Updater::State;
+    stage.show(healthyReading());
+    render();
+    EXPECT_FALSE(bridge.update().shown);
+    stage.simulated.updater->state = State{State::Case::downloading, "", 0.5};
+    render();
+    EXPECT_TRUE(bridge.update().shown);
+    EXPECT_TRUE(bridge.update().progressing);
+    EXPECT_EQ(bridge.update().progress, 0.5);
+    EXPECT_FALSE(bridge.update().spinning);
+    stage.simulated.updater->state = State{State::Case::failed, "Download failed", 0};
+    render();
+    EXPECT_EQ(bridge.update().words, "Download failed");
+    EXPECT_EQ(bridge.update().colour, "warn");
+    EXPECT_TRUE(bridge.update().small);
+    EXPECT_EQ(bridge.update().control, "");
+    stage.simulated.updater->pending = Release{"2", 101, "https://host/a.zip", "", "", ""};
+    stage.simulated.updater->state = State{State::Case::available, "2", 0};
+    render();
+    EXPECT_TRUE(bridge.update().semibold);
+    bridge.pressUpdate();
+    EXPECT_THAT(stage.simulated.system.http.urls, testing::ElementsAre("https://host/a.zip"));
+}
+
+TEST_F(Bridge, AnUpdateThatStandsStillIsNotAnnounced) {
+    stage.show(healthyReading());
+    stage.simulated.whatsNew->evaluate();
+    stage.simulated.updater->state = Updater::State{Updater::State::Case::available, "2", 0};
+    render();
+    const Signals signals(bridge);
+    render();
+    EXPECT_EQ(signals.count, 0);
+}
+
 } // namespace
 } // namespace korvel
 

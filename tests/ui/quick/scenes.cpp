@@ -15,6 +15,11 @@ std::vector<ProcInfo> usualProcesses() {
             {500, "korvel", 0.05}};
 }
 
+void showUpdate(Stage& stage, const Updater::State& state) {
+    stage.show(healthyReading());
+    stage.simulated.updater->state = state;
+}
+
 } // namespace
 
 Stage::Stage() {
@@ -171,6 +176,52 @@ const std::vector<Scene>& scenes() {
          [](Stage& stage) {
              stage.show(fairReading());
              stage.model->reclaimResult = "reclaimed 2.3 GB · 52 GB free";
+         }},
+        {"welcome",
+         [](Stage& stage) {
+             stage.show(healthyReading());
+             stage.simulated.whatsNew->evaluate();
+         }},
+        {"updated",
+         [](Stage& stage) {
+             stage.show(healthyReading());
+             stage.simulated.whatsNew->kind = {WhatsNew::Kind::Case::updated, "0.9"};
+             stage.simulated.whatsNew->notes = {"Twice the same", "Twice the same",
+                                                "<b>A note</b> that is so long that it takes "
+                                                "more than the one line of its predecessors"};
+         }},
+        {"updated_without_notes",
+         [](Stage& stage) {
+             stage.show(healthyReading());
+             stage.simulated.whatsNew->notes = std::vector<std::string>();
+             stage.simulated.whatsNew->kind = {WhatsNew::Kind::Case::updated, ""};
+         }},
+        {"update_checking",
+         [](Stage& stage) {
+             showUpdate(stage, {Updater::State::Case::checking, "", 0});
+         }},
+        {"update_available",
+         [](Stage& stage) {
+             showUpdate(stage, {Updater::State::Case::available, "1.1.0", 0});
+         }},
+        {"update_downloading",
+         [](Stage& stage) {
+             showUpdate(stage, {Updater::State::Case::downloading, "", 0.25});
+         }},
+        {"update_installing",
+         [](Stage& stage) {
+             showUpdate(stage, {Updater::State::Case::installing, "", 0});
+         }},
+        {"update_ready",
+         [](Stage& stage) {
+             showUpdate(stage, {Updater::State::Case::readyToRelaunch, "", 0});
+         }},
+        {"update_failed",
+         [](Stage& stage) {
+             showUpdate(stage, {Updater::State::Case::failed,
+                                "Can't write to Applications. The new version is in Finder; drag "
+                                "it over.",
+                                0});
          }},
         {"short_screen",
          [](Stage& stage) {

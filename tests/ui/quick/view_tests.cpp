@@ -31,6 +31,10 @@ class Theatre : public QObject {
         stage_.model->reclaimPreview = std::nullopt;
         stage_.model->reclaimResult = std::nullopt;
         stage_.root.disableAwake();
+        stage_.simulated.whatsNew->kind = WhatsNew::Kind();
+        stage_.simulated.updater->state = Updater::State();
+        stage_.simulated.updater->pending = Release{"1.1.0", 101, "https://host/a.zip", "", "", ""};
+        stage_.simulated.system.http.urls.clear();
         stage_.showHistory(60, 20, 50);
         if (stage_.root.content().breakdown) {
             stage_.root.toggleBreakdown();
@@ -78,6 +82,25 @@ class Theatre : public QObject {
     Q_INVOKABLE bool reclaiming() const { return *stage_.model->reclaiming; }
     Q_INVOKABLE bool terminatedProgram() const {
         return stage_.simulated.system.runLoop.terminated();
+    }
+
+    /// How many archives were asked for.
+    Q_INVOKABLE int downloads() const {
+        return static_cast<int>(stage_.simulated.system.http.urls.size());
+    }
+    Q_INVOKABLE int relaunches() const {
+        return static_cast<int>(stage_.simulated.system.workspace.relaunched.size());
+    }
+    Q_INVOKABLE bool greets() const {
+        return stage_.simulated.whatsNew->kind->value != WhatsNew::Kind::Case::none;
+    }
+    Q_INVOKABLE void bringNotes(const QStringList& notes) {
+        std::vector<std::string> lines;
+        for (const QString& note : notes) {
+            lines.push_back(note.toStdString());
+        }
+        stage_.simulated.whatsNew->notes = lines;
+        render();
     }
 
     Q_INVOKABLE bool scanning() const { return *stage_.model->scanningSwap; }
