@@ -23,7 +23,7 @@ BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Config
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <type>session</type>
-  <listen>unix:dir={folder}</listen>
+  <listen>unix:{address}</listen>
   <policy context="default">
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>
@@ -219,13 +219,15 @@ class Desktop:
         self.environment["DISPLAY"] = ":" + number
 
     def start_bus(self):
-        """A bus without service folders: only what a test starts is there."""
+        """A bus without service folders: only what a test starts is there. Started again, it has
+        the address that it had."""
         config = os.path.join(self.folder, "bus.conf")
         with open(config, "w", encoding="utf-8") as file:
-            file.write(BUS_CONFIG.format(folder=self.runtime))
+            file.write(BUS_CONFIG.format(address="path=" + self.runtime + "/session-bus"))
         self.bus = bus = self.spawn(["dbus-daemon", "--config-file", config, "--print-address", "--nofork"],
                          stdout=subprocess.PIPE, text=True)
-        self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
+        # Without the bus's own number, as a desktop's address is.
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip().split(",guid=")[0]
 
     def spawn(self, command, **more):
         for stream in ("stdin", "stdout", "stderr"):

@@ -51,7 +51,7 @@ def system_bus(place):
     """A bus of its own that stands for the system's, for what is started from here on."""
     config = os.path.join(place.folder, "system-bus.conf")
     with open(config, "w", encoding="ascii") as file:
-        file.write(BUS_CONFIG.format(folder=place.folder))
+        file.write(BUS_CONFIG.format(address="dir=" + place.folder))
     bus = place.spawn(["dbus-daemon", "--config-file", config, "--nofork", "--print-address"],
                       stdout=subprocess.PIPE, text=True)
     address = bus.stdout.readline().strip()
@@ -177,6 +177,20 @@ def screen_saver_that_comes_back_is_asked_again():
         session.start()
         equal(session.wait(2, "the second request")[1],
               ["screen-saver", "Inhibit", NAME, REASON], "the second request")
+
+
+@case("xfce4-panel")
+def session_bus_that_comes_back_is_asked_again():
+    with kept_awake("screen-saver") as (place, program, session, _):
+        session.wait(1, "the request")
+        place.end(place.bus, signal.SIGKILL)
+        place.start_bus()
+        session.start()
+        equal(wait_for("the second request",
+                       lambda: session.calls() if len(session.calls()) >= 2 else None, 25)[-1],
+              ["screen-saver", "Inhibit", NAME, REASON], "the second request")
+        equal(program.send(signal.SIGTERM), 0, "exit status")
+        equal(session.wait(3, "the release")[-1], ["screen-saver", "UnInhibit", 71], "the release")
 
 
 @case("xfce4-panel")

@@ -45,17 +45,24 @@ QDBusMessage sessionCall(const QString& service, const char* method) {
 
 } // namespace
 
-DesktopPower::DesktopPower() {
-    const auto watch = [this](QDBusServiceWatcher& watcher, const QDBusConnection& bus,
-                              const QStringList& services) {
-        watcher.setConnection(bus);
-        watcher.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
-        watcher.setWatchedServices(services);
-        QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, &watcher,
+DesktopPower::DesktopPower()
+    : sessionServices_(QDBusConnection::SessionBus, QStringLiteral("korvel power session watch"),
+                       {kSession, kScreenSaver}),
+      logind_(QDBusConnection::SystemBus, QStringLiteral("korvel power system watch"), {kLogind}) {
+    for (BusWatch* watch : {&sessionServices_, &logind_}) {
+        QObject::connect(watch, &BusWatch::appeared, watch,
                          [this](const QString& service) { takeAgain(service); });
-    };
-    watch(sessionServices_, QDBusConnection::sessionBus(), {kSession, kScreenSaver});
-    watch(logind_, QDBusConnection::systemBus(), {kLogind});
+    }
+    QObject::connect(&sessionServices_, &BusWatch::lost, &sessionServices_,
+                     [this] { sessionBusWentAway(); });
+    QObject::connect(&sessionServices_, &BusWatch::returned, &sessionServices_, [this] {
+        takeAgain(kSession);
+        takeAgain(kScreenSaver);
+    });
+    // What logind holds goes with the descriptor, not with the bus.
+    QObject::connect(&logind_, &BusWatch::lost, &logind_,
+                     [] { QDBusConnection::disconnectFromBus(kSystemConnection); });
+    QObject::connect(&logind_, &BusWatch::returned, &logind_, [this] { takeAgain(kLogind); });
 }
 
 DesktopPower::~DesktopPower() {
@@ -71,6 +78,7 @@ std::optional<PowerAssertionId> DesktopPower::create(PowerAssertionType type,
         return std::nullopt;
     }
     held_.emplace(++made_, std::move(held));
+    wantBuses();
     return made_;
 }
 
@@ -79,6 +87,21 @@ void DesktopPower::release(PowerAssertionId id) {
     if (found != held_.end()) {
         giveBack(found->second);
         held_.erase(found);
+    }
+    wantBuses();
+}
+
+void DesktopPower::wantBuses() {
+    for (BusWatch* watch : {&sessionServices_, &logind_}) {
+        watch->setWanted(!held_.empty());
+    }
+}
+
+void DesktopPower::sessionBusWentAway() {
+    QDBusConnection::disconnectFromBus(kSessionConnection);
+    for (auto& [id, held] : held_) {
+        held.grantor.clear();
+        held.cookie = 0;
     }
 }
 
@@ -159,7 +182,7 @@ void DesktopPower::takeAgain(const QString& service) {
             continue;
         }
         // The new one first, so that there is no gap; where another service holds it, that stays.
-        if (display && held.grantor != service.toStdString()) {
+        if (display && !held.grantor.empty() && held.grantor != service.toStdString()) {
             continue;
         }
         Held again{held.type, held.name, {}, 0, {}};

@@ -5,9 +5,7 @@
 #include <optional>
 #include <string>
 
-#include <QDBusConnection>
-#include <QDBusServiceWatcher>
-
+#include "platform/linux/bus_watch.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/power.h"
 
@@ -17,7 +15,8 @@ namespace korvel::platform {
 /// or screen saver (org.freedesktop.ScreenSaver), and the machine through an "idle" inhibitor of
 /// logind. Neither touches the lid or the user's own suspend. A service that does not answer
 /// within half a second has refused. What is held goes with the process, for the services watch the
-/// connection, and logind its descriptor. A service that comes back is asked anew for what is held.
+/// connection, and logind its descriptor. A service that comes back, or whose bus does, is asked
+/// anew for what is held.
 class DesktopPower final : public PowerAssertions {
   public:
     DesktopPower();
@@ -30,7 +29,7 @@ class DesktopPower final : public PowerAssertions {
     void release(PowerAssertionId id) override;
 
   private:
-    /// One that was granted.
+    /// One that was granted. Without a grantor and a descriptor it is one whose bus went away.
     struct Held {
         PowerAssertionType type;
         std::string name;
@@ -44,11 +43,13 @@ class DesktopPower final : public PowerAssertions {
     bool inhibitIdle(Held& held);
     void giveBack(Held& held);
     void takeAgain(const QString& service);
+    void sessionBusWentAway();
+    void wantBuses();
 
     std::map<PowerAssertionId, Held> held_;
     PowerAssertionId made_ = 0;
-    QDBusServiceWatcher sessionServices_;
-    QDBusServiceWatcher logind_;
+    BusWatch sessionServices_;
+    BusWatch logind_;
 };
 
 } // namespace korvel::platform

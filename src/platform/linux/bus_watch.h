@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusServiceWatcher>
+#include <QObject>
+#include <QStringList>
+#include <QTimer>
+
+namespace korvel::platform {
+
+/// Tells when services appear on a bus, and when the bus itself goes away and is back. On a
+/// connection of its own, for the program's shared one does not come back.
+class BusWatch final : public QObject {
+    Q_OBJECT
+
+  public:
+    /// `connection` names the connection.
+    BusWatch(QDBusConnection::BusType bus, QString connection, const QStringList& services);
+    ~BusWatch() override;
+
+    /// Whether a bus that is away is looked for; nobody is woken for what nobody waits for.
+    void setWanted(bool wanted);
+
+  Q_SIGNALS:
+    void appeared(const QString& service);
+    void lost();
+    void returned();
+
+  private Q_SLOTS:
+    void disconnected();
+
+  private:
+    bool connectToBus();
+    void look();
+
+    const QDBusConnection::BusType bus_;
+    const QString connection_;
+    bool connected_ = false;
+    bool wanted_ = false;
+    QDBusServiceWatcher watcher_;
+    QTimer retry_;
+};
+
+} // namespace korvel::platform
