@@ -1,3 +1,4 @@
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -11,6 +12,7 @@
 #include "model/model.h"
 #include "platform/posix/child_processes.h"
 #include "platform/simulated/services.h"
+#include "support/ordinary_user.h"
 
 // The reclaim script as a real shell runs it, with all that a script may do.
 namespace korvel {
@@ -124,6 +126,18 @@ TEST_F(RealScript, ThatIsMissingClearsNothing) {
 TEST_F(RealScript, ThatIsAFolderClearsNothing) {
     fs::create_directory(home_ / "reclaim.sh");
     EXPECT_THAT(preview(), Optional(std::string(kNothing)));
+}
+
+TEST_F(RealScript, ThatMayNotBeReadClearsNothing) {
+    script("echo TOTAL RECLAIMABLE 4.7 GB\n");
+    fs::permissions(home_, fs::perms::owner_all | fs::perms::others_exec);
+    fs::permissions(home_ / "reclaim.sh", fs::perms::owner_exec | fs::perms::others_exec);
+    // The superuser may read anything.
+    const auto check = [&] {
+        const bool nothing = test::becomeOrdinaryUser() && preview() == std::string(kNothing);
+        std::_Exit(nothing ? 0 : 1);
+    };
+    EXPECT_EXIT(check(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(RealScript, ThatIsBrokenClearsNothing) {
