@@ -57,7 +57,8 @@ std::optional<std::string> bundleIn(platform::FileManager& files, const std::str
 class Updater::WorkDirectory {
   public:
     WorkDirectory(platform::FileManager& files, const Uuid& uuid)
-        : files_(files), path_(files.temporaryDirectory() + "/korvel-update-" + uuid.text()) {
+        : files_(files),
+          path_(fmt::format("{}/korvel-update-{}", files.temporaryDirectory(), uuid.text())) {
         files_.createDirectory(path_);
     }
     WorkDirectory(const WorkDirectory&) = delete;

@@ -35,6 +35,7 @@ class WhatsNew : public ObservableObject, public std::enable_shared_from_this<Wh
     };
 
     /// Where an installation leaves the notes of what it installed.
+    // NOLINTNEXTLINE(readability-identifier-naming): one of the settings' keys, named as they are
     static constexpr const char* handoffKey = "pendingReleaseNotes";
 
     /// The program's own, built on the installed services at first use.
@@ -67,7 +68,7 @@ class WhatsNew : public ObservableObject, public std::enable_shared_from_this<Wh
   private:
     void lookUpNotes();
 
-    platform::UserDefaults& d;
+    platform::UserDefaults& d; // NOLINT(readability-identifier-naming): as short as its use
     platform::RunLoop& runLoop_;
     std::shared_ptr<Updater> updater_;
 };

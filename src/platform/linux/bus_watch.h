@@ -28,8 +28,6 @@ class BusWatch final : public QObject {
 
   private Q_SLOTS:
     void disconnected();
-
-  private:
     bool connectToBus();
     void look();
 
