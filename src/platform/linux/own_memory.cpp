@@ -19,7 +19,9 @@ struct Mapping {
 };
 
 /// A line of /proc/self/maps, "start-end rwxp offset device inode path", when it is a mapping that
-/// holds nothing but a file's own bytes: code, which no relocation writes into.
+/// holds nothing but a file's own bytes: code, which no relocation writes into. Code that was made
+/// in memory, as Qt makes it for what runs often, looks the same but for a file without a name, and
+/// would be gone for good.
 bool isCode(std::string_view line, Mapping& mapping) {
     const char* const end = line.data() + line.size();
     const auto first = std::from_chars(line.data(), end, mapping.start, 16);
@@ -28,8 +30,8 @@ bool isCode(std::string_view line, Mapping& mapping) {
     }
     const auto second = std::from_chars(first.ptr + 1, end, mapping.end, 16);
     const std::string_view rest(second.ptr, static_cast<std::size_t>(end - second.ptr));
-    return second.ec == std::errc() && rest.substr(0, 6) == " r-xp " &&
-           rest.find(" /") != std::string_view::npos;
+    return second.ec == std::errc() && rest.starts_with(" r-xp ") &&
+           rest.find(" /") != std::string_view::npos && !rest.ends_with(" (deleted)");
 }
 
 } // namespace
