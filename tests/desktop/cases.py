@@ -19,17 +19,21 @@ PALETTE = [GREEN, AMBER, RED]
 TOOLS = ["Xvfb", "openbox", "dbus-daemon", "dbus-monitor", "gdbus", "xdotool", "xprop", "xclock"]
 CASES = []
 ALONE = set()
+BEFORE = {}
 
 
-def case(*tools, alone=False):
+def case(*tools, alone=False, before=None):
     """Registers a case; `tools` are the panels and the like that it needs beside the common ones.
-    One that starts heavy processes, or counts what the machine does, runs alone.
+    One that starts heavy processes, or counts what the machine does, runs alone. `before` makes
+    what several cases share; it is called once, ahead of the first of them.
     """
 
     def register(function):
         CASES.append((function.__name__, function, tools))
         if alone:
             ALONE.add(function.__name__)
+        if before is not None:
+            BEFORE[function.__name__] = before
         return function
 
     return register
@@ -49,9 +53,9 @@ class Program:
 
     path = ""
 
-    def __init__(self, desktop, *arguments, load=None):
+    def __init__(self, desktop, *arguments, load=None, command=None):
         self.printed = open(os.path.join(desktop.folder, "printed"), "ab+")
-        command = load.command(Program.path) if load else [Program.path]
+        command = command or (load.command(Program.path) if load else [Program.path])
         self.process = desktop.spawn([*command, *arguments], stdout=self.printed,
                                      stderr=self.printed)
 
@@ -96,6 +100,17 @@ def middle(box):
 
 def wait_for_item(place):
     return wait_for("the item on the bus", place.items)[0]
+
+
+def menu_of(place, item):
+    return place.call(item, "/MenuBar", "com.canonical.dbusmenu.GetLayout", "0", "-1", "[]")
+
+
+def choose(place, label):
+    """Chooses from the item's menu, as a panel does that shows it."""
+    item = wait_for_item(place)
+    number = re.search(rf"\((\d+), \{{[^}}]*'{label}'", menu_of(place, item)).group(1)
+    place.call(item, "/MenuBar", "com.canonical.dbusmenu.Event", number, "clicked", "<0>", "0")
 
 
 def score_of(place, item):
@@ -369,11 +384,10 @@ def closing_click_does_not_open_it_again():
 def menu_looks_for_updates_and_quits():
     with desktop("xfce4-panel") as (place, program):
         item = wait_for_item(place)
-        layout = place.call(item, "/MenuBar", "com.canonical.dbusmenu.GetLayout", "0", "-1", "[]")
+        layout = menu_of(place, item)
         equal(re.findall(r"'label': <'([^']*)'>", layout), ["Check for Updates…", "Quit Korvel"],
               "the menu's labels")
-        number = re.search(r"\((\d+), \{[^}]*'Quit Korvel'", layout).group(1)
-        place.call(item, "/MenuBar", "com.canonical.dbusmenu.Event", number, "clicked", "<0>", "0")
+        choose(place, "Quit Korvel")
         equal(program.exit_status(), 0, "exit status")
         check(len(history(place)) >= 1, "the history is empty")
 
@@ -555,6 +569,8 @@ def main(arguments):
     if absent:
         print("skipped, not installed: " + " ".join(absent))
         return 77
+    for prepare in dict.fromkeys(BEFORE[c[0]] for c in chosen if c[0] in BEFORE):
+        prepare()
     # Side by side: each has a desktop of its own, and mostly waits.
     with concurrent.futures.ProcessPoolExecutor(2, multiprocessing.get_context("fork")) as pool:
         results = list(pool.map(run_chosen, [c for c in chosen if c[0] not in ALONE]))

@@ -1,0 +1,354 @@
+"""Updates from a real server, installed by the real program into its own bundle."""
+
+import json
+import os
+import shutil
+import signal
+import time
+import urllib.parse
+
+from cases import case, check, equal, geometry, history, opened
+from desktop import wait_for
+from popover_cases import LAUNCHER
+from remedy_cases import Services, defaults, system_bus, tooltip
+from update_site import (NEW, NOTES, OLD, PROGRAM, Releases, Signer, certificates, command,
+                         contents, packed, trial)
+
+TOOLS = ("xfce4-panel", LAUNCHER, "unshare", "nsenter", "openssl")
+UNSIGNED = "Update is not signed by Oxbrook; refusing to install"
+UNREACHABLE = "Could not reach the update server"
+HOSTILE = "It's \"My\" $(touch hole) `touch hole` ;touch hole; Programs"
+ROWS = [[1600000000 + i, 1.5, 2.5] for i in range(100)]
+
+
+def update_case():
+    return case(*TOOLS, before=Releases.make)
+
+
+def keep_picture(place, name):
+    folder = os.environ.get("KORVEL_PICTURES")
+    if folder:
+        time.sleep(0.5)  # past the moving in
+        box = geometry(place, opened(place))
+        place.screenshot().crop(*box).save(os.path.join(folder, name))
+
+
+@update_case()
+def update_is_found_installed_relaunched_and_greeted():
+    logind = []
+
+    def prepare(made):
+        made.site.publish(NEW)
+        logind.append(Services(made.place, "logind", environment=system_bus(made.place)))
+        with open(os.path.join(made.place.home, ".korvel-history.json"), "w", encoding="utf-8") as file:
+            json.dump(ROWS, file)
+
+    with trial(home=HOSTILE, before=prepare, lastUpdateCheck=None, seenBuild={"integer": int(OLD)},
+               seenVersion={"string": "1." + OLD}, awakeOn={"bool": True},
+               awakeUntil={"integer": 0}) as made:
+        place, tree, old = made.place, made.tree, made.pid()
+        wait_for("the check of the launch", lambda: "lastUpdateCheck" in defaults(place))
+        made.open()
+        tree.find(f"Version 1.{NEW} is available")
+        keep_picture(place, "update-available.png")
+        made.press("Update")
+        tree.find("Update installed")
+        keep_picture(place, "update-installed.png")
+        equal(made.pid(), old, "the process")
+        check(made.is_release(NEW), "another bundle than was published is in place")
+        equal(made.leftovers(), [], "left in the temporary folder")
+        equal(defaults(place)["pendingReleaseNotes"], {"string": NOTES}, "what is handed over")
+
+        made.press("Relaunch")
+        equal(made.program.exit_status(), 0, "exit status")
+        ended = time.monotonic()
+        new = wait_for("the new copy", made.pid)
+        check(0.5 < time.monotonic() - ended < 6, f"it came {time.monotonic() - ended:.1f} s later")
+        equal(os.readlink(f"/proc/{new}/exe"), os.path.join(made.bundle, PROGRAM), "what runs")
+        opened(place)  # by itself
+        tree.find(f"Updated to 1.{NEW}")
+        shown = [node.name for node in tree.nodes()]
+        for line in (f"Was 1.{OLD} · what changed", "Faster sampling", "Fixed <b>swap</b> readout",
+                     "New icon"):
+            check(line in shown, f"{line!r} is not shown")
+        check("A fourth line" not in shown, "more than three notes are shown")
+        keep_picture(place, "update-greeting.png")
+        check("pendingReleaseNotes" not in defaults(place), "the notes are still there")
+        wait_for("the cup", lambda: "☕" in tooltip(place))
+        equal([call[1] for call in logind[0].calls()], ["Inhibit", "closed", "Inhibit"], "keep-awake")
+        rows = history(place)
+        equal(rows[:len(ROWS)], ROWS, "the history")
+        check(len(rows) > len(ROWS), "the history of the first run is lost")
+        equal([os.path.join(top, "hole") for top, _, files in os.walk(place.folder) if "hole" in files],
+              [], "what a shell made of the path")
+        check(not os.path.exists("/hole"), "what a shell made of the path")
+
+
+def refused(made, version, sentence):
+    """Sees the release that is offered refused with this sentence, and nothing changed."""
+    before, process = contents(made.bundle), made.pid()
+    made.check()
+    made.tree.find(f"Version {version} is available")
+    made.press("Update")
+    made.tree.find(sentence)
+    equal(made.pid(), process, f"{version}: the process")
+    equal(contents(made.bundle), before, f"{version}: the bundle")
+    equal(made.leftovers(), [], f"{version}: left in the temporary folder")
+    check("pendingReleaseNotes" not in defaults(made.place), f"{version}: notes are handed over")
+
+
+@update_case()
+def download_that_is_not_the_release_is_refused():
+    with trial() as made:
+        made.open()
+        made.site.publish(NEW, version="2.digest", sha256="0" * 64)
+        refused(made, "2.digest", "Update failed its integrity check")
+        made.site.publish(NEW, version="2.missing", url=f"https://{made.releases.host}/archives/none.zip")
+        refused(made, "2.missing", "Download failed")
+        made.site.publish(NEW, version="2.plain", url=f"http://{made.releases.host}/archives/none.zip")
+        made.check()
+        made.tree.find(UNREACHABLE)
+        with open(made.releases.archive(NEW), "rb") as file:
+            whole = file.read()
+        made.site.offer("2.text", b"This is no archive.\n" * 100)
+        refused(made, "2.text", "Update could not be unpacked")
+        made.site.offer("2.cut", whole[:len(whole) // 2])
+        refused(made, "2.cut", "Update could not be unpacked")
+        folder = os.path.join(made.place.folder, "no-bundle")
+        shutil.copytree(made.releases.bundles[NEW], os.path.join(folder, "Korvel"))
+        made.site.offer("2.folder", packed(folder))
+        refused(made, "2.folder", "Update could not be unpacked")
+        # The digest in capitals is the same digest; and after all of that an update works.
+        made.site.publish(NEW, version="2.good", sha256=made.releases.feed(NEW)["sha256"].upper())
+        made.check()
+        made.tree.find("Version 2.good is available")
+        made.press("Update")
+        made.tree.find("Update installed")
+        check(made.is_release(NEW), "another bundle than was published is in place")
+
+
+def remove_signature(bundle):
+    shutil.rmtree(os.path.join(bundle, "Contents/_CodeSignature"))
+
+
+def change_a_byte(bundle):
+    with open(os.path.join(bundle, PROGRAM), "r+b") as file:
+        file.seek(5000)
+        byte = file.read(1)
+        file.seek(5000)
+        file.write(bytes([byte[0] ^ 1]))
+
+
+def add_a_file(bundle):
+    with open(os.path.join(bundle, "Contents/Resources/more"), "w", encoding="ascii") as file:
+        file.write("more")
+
+
+def remove_a_file(bundle):
+    os.remove(os.path.join(bundle, "Contents/Resources/com.oxbrook.korvel.svg"))
+
+
+def change_a_mode(bundle):
+    os.chmod(os.path.join(bundle, "Contents/Info.plist"), 0o755)
+
+
+def link_out(bundle):
+    os.symlink("/etc/passwd", os.path.join(bundle, "Contents/Resources/link"))
+
+
+@update_case()
+def bundle_that_the_team_did_not_sign_is_refused():
+    with trial() as made:
+        folder, releases = made.place.folder, made.releases
+
+        certificates.make_authority(folder, "other")
+        foreign = Signer(folder, "foreign", os.path.join(folder, "other"))
+        other = Signer(folder, "elsewhere", releases.root, "ZZZZZZZZZZ")
+
+        def seal(signer):
+            return lambda bundle: releases.seal(bundle, signer)
+
+        made.open()
+        for version, origin, change in (
+                ("3.unsigned", NEW, remove_signature), ("3.team", NEW, seal(other)),
+                ("3.root", NEW, seal(foreign)), ("3.byte", NEW, change_a_byte),
+                ("3.added", NEW, add_a_file), ("3.removed", NEW, remove_a_file),
+                ("3.mode", NEW, change_a_mode), ("3.link", NEW, link_out),
+                ("3.older", OLD, lambda bundle: None)):
+            unpacked = os.path.join(folder, version)
+            bundle = os.path.join(unpacked, "Korvel.app")
+            shutil.copytree(releases.bundles[origin], bundle, symlinks=True)
+            change(bundle)
+            made.site.offer(version, packed(unpacked))
+            refused(made, version, UNSIGNED)
+        # Offered in the same way, the bundle as it was signed is installed.
+        made.site.offer("3.good", packed(os.path.dirname(releases.bundles[NEW])))
+        made.check()
+        made.tree.find("Version 3.good is available")
+        made.press("Update")
+        made.tree.find("Update installed")
+
+
+@update_case()
+def folder_that_cannot_be_written_has_the_new_bundle_shown():
+    lock = ("mount --bind {0} {0}", "mount -o remount,ro,bind {0}")
+    with trial(mounts=[step.format("{trial.place.folder}/Programs") for step in lock]) as made:
+        manager = Services(made.place, "file-manager")
+        made.open()
+        made.site.publish(NEW)
+        refused(made, "1." + NEW, "Can't write to Programs. The new version is in the file manager; "
+                                  "drag it over.")
+        call = manager.wait(1, "the file manager")[0]
+        equal(call[:2] + call[3:], ["file-manager", "ShowItems", ""], "what is asked")
+        equal(len(call[2]), 1, "bundles shown")
+        shown = urllib.parse.urlparse(call[2][0])
+        equal((shown.scheme, os.path.dirname(os.path.dirname(os.path.dirname(shown.path))),
+               shown.path.rsplit("/", 2)[1:]), ("file", made.temporary, ["out", "Korvel.app"]), "what is shown")
+
+
+@update_case()
+def check_from_the_menu_tells_what_the_server_does():
+    with trial() as made:
+        made.open()
+        site = made.site
+        site.publish(OLD)
+
+        def time_of_check():
+            return defaults(made.place)["lastUpdateCheck"]["double"]
+
+        def checked():
+            before = time_of_check()
+            made.check()
+            wait_for("the end of the check", lambda: time_of_check() > before)
+
+        def strange():
+            site.stop()
+            site.start("strange")
+
+        def back():
+            site.stop()
+            site.start()
+
+        for what, worsen, mend in (("500", lambda: site.status(500), site.status),
+                                   ("another authority", strange, back),
+                                   ("down", site.stop, site.start)):
+            worsen()
+            checked()
+            made.tree.find(UNREACHABLE)
+            keep_picture(made.place, "update-unreachable.png")
+            mend()
+            checked()  # and this is the newest release
+            wait_for(f"no line after {what}", lambda: not made.shows(UNREACHABLE))
+        site.publish(NEW)
+        checked()
+        made.tree.find(f"Version 1.{NEW} is available")
+
+
+def tmpfs(size):
+    return f"mount -t tmpfs -o size={size},mode=1777 tmpfs {{trial.temporary}}"
+
+
+@update_case()
+def temporary_folder_on_another_file_system_serves_as_well():
+    with trial(mounts=[tmpfs("200m")]) as made:
+        made.open()
+        made.site.publish(NEW)
+        made.check()
+        made.tree.find(f"Version 1.{NEW} is available")
+        made.press("Update")
+        made.tree.find("Update installed")
+        check(made.is_release(NEW), "another bundle than was published is in place")
+        equal(os.listdir(os.path.dirname(made.bundle)), ["Korvel.app"], "beside the bundle")
+        equal(made.leftovers(), [], "left in the temporary folder")
+
+
+@update_case()
+def full_disk_fails_the_update_and_nothing_is_left():
+    with trial(mounts=[tmpfs("16m")]) as made:
+        archive = os.path.getsize(made.releases.archive(NEW))
+        bundle = sum(os.path.getsize(os.path.join(top, name))
+                     for top, _, files in os.walk(made.releases.bundles[NEW]) for name in files)
+        made.open()
+        for size, sentence in ((archive + bundle // 2, "Update could not be unpacked"),
+                               (archive // 2, "Download failed")):
+            command(*made.site.inside("mount", "-o", f"remount,size={size}", made.temporary))
+            made.site.publish(NEW, version=f"4.{size}")
+            refused(made, f"4.{size}", sentence)
+
+
+def bundles_on_disk(made):
+    """Where there are bundles, whole or in part, and which release each is; None: it is in part."""
+    found = {}
+    for top in (os.path.dirname(made.bundle), made.site.path(made.temporary)):
+        for folder, folders, _ in os.walk(top):
+            for name in [name for name in folders if ".app" in name]:
+                folders.remove(name)
+                path = os.path.join(folder, name)
+                if path == made.bundle:
+                    where = "in place"
+                elif name.startswith("."):
+                    where = "hidden beside " + ("the place" if folder == top else os.path.basename(folder))
+                else:
+                    where = name
+                found[where] = next((n for n in (OLD, NEW) if made.is_release(n, path)), None)
+    return found
+
+
+def kill_at(made, point):
+    """Kills the program at this point of the moves and tells what is on the disk then."""
+    made.start(LD_PRELOAD=made.releases.killer, KORVEL_KILL_AT=point)
+    made.open()
+    made.check()
+    made.press("Update")
+    equal(made.program.exit_status(), -signal.SIGKILL, f"exit status at point {point}")
+    wait_for("the item gone", lambda: not made.place.items())
+    return bundles_on_disk(made)
+
+
+def start_over(made):
+    for name in made.leftovers():
+        shutil.rmtree(os.path.join(made.site.path(made.temporary), name))
+    shutil.rmtree(os.path.dirname(made.bundle))
+    os.mkdir(os.path.dirname(made.bundle))
+    made.put_old()
+
+
+def quit_program(made):
+    equal(made.program.send(signal.SIGTERM), 0, "exit status")
+    wait_for("the item gone", lambda: not made.place.items())
+
+
+@update_case()
+def killed_during_the_swap_there_is_a_way_back():
+    with trial() as made:
+        made.site.publish(NEW)
+        quit_program(made)
+        for point, expected in (
+                ("1", {"in place": OLD, "Korvel.app": NEW}),
+                ("4", {"in place": NEW, "old.app": OLD}),
+                ("2", {"old.app": OLD, "Korvel.app": NEW})):
+            start_over(made)
+            equal(kill_at(made, point), expected, f"bundles at point {point}")
+        work = os.path.join(made.temporary, *made.leftovers())
+        old = os.path.join(work, "old.app")
+        made.start(old)  # from where it lies
+        equal(os.readlink(f"/proc/{made.pid()}/exe"), os.path.join(old, PROGRAM), "what runs")
+        quit_program(made)
+        os.rename(old, made.bundle)
+        made.start()
+        equal(os.readlink(f"/proc/{made.pid()}/exe"), os.path.join(made.bundle, PROGRAM), "what runs")
+
+
+@update_case()
+def killed_during_the_swap_across_file_systems_there_is_a_way_back():
+    with trial(mounts=[tmpfs("200m")]) as made:
+        made.site.publish(NEW)
+        quit_program(made)
+        for point, expected in (
+                ("4", {"in place": OLD, "old.app": OLD, "Korvel.app": NEW}),
+                ("6", {"hidden beside the place": OLD, "old.app": OLD, "Korvel.app": NEW}),
+                ("9", {"hidden beside the place": NEW, "old.app": OLD, "Korvel.app": NEW}),
+                ("10", {"in place": NEW, "old.app": OLD, "Korvel.app": NEW})):
+            start_over(made)
+            equal(kill_at(made, point), expected, f"bundles at point {point}")
+        made.start()
