@@ -168,12 +168,21 @@ def bundle_that_the_team_did_not_sign_is_refused():
         def seal(signer):
             return lambda bundle: releases.seal(bundle, signer)
 
+        def rename_program(bundle):
+            path = os.path.join(bundle, "Contents/Info.plist")
+            with open(path, encoding="utf-8") as file:
+                text = file.read()
+            with open(path, "w", encoding="utf-8") as file:
+                file.write(text.replace("com.oxbrook.korvel", "com.oxbrook.other"))
+            releases.seal(bundle, releases.team)
+
         made.open()
         for version, origin, change in (
                 ("3.unsigned", NEW, remove_signature), ("3.team", NEW, seal(other)),
                 ("3.root", NEW, seal(foreign)), ("3.byte", NEW, change_a_byte),
                 ("3.added", NEW, add_a_file), ("3.removed", NEW, remove_a_file),
                 ("3.mode", NEW, change_a_mode), ("3.link", NEW, link_out),
+                ("3.program", NEW, rename_program),
                 ("3.older", OLD, lambda bundle: None)):
             unpacked = os.path.join(folder, version)
             bundle = os.path.join(unpacked, "Korvel.app")

@@ -93,6 +93,10 @@ class Releases:
     @classmethod
     def make(cls):
         try:
+            if accessible is None:
+                raise Skip(absent)
+            if os.geteuid() != 0:
+                raise Skip("a network of one's own takes the superuser")
             cls.shared = cls()
         except Exception as error:  # pylint: disable=broad-except
             cls.problem = error  # told by each case
@@ -309,10 +313,6 @@ def trial(home="Programs", mounts=(), before=None, **stored):
     """`before` is called with the trial before the program starts; `stored` are its settings. With
     nothing stored about a check, the launch makes one.
     """
-    if accessible is None:
-        raise Skip(absent)
-    if os.geteuid() != 0:
-        raise Skip("a network of one's own takes the superuser")
     if Releases.problem is not None:
         raise Releases.problem
     with desktop("xfce4-panel", program=False, size="800x1000") as place:
