@@ -207,6 +207,7 @@ def folder_that_cannot_be_written_has_the_new_bundle_shown():
         made.site.publish(NEW)
         refused(made, "1." + NEW, "Can't write to Programs. The new version is in the file manager; "
                                   "drag it over.")
+        keep_picture(made.place, "update-cannot-write.png")
         call = manager.wait(1, "the file manager")[0]
         equal(call[:2] + call[3:], ["file-manager", "ShowItems", ""], "what is asked")
         equal(len(call[2]), 1, "bundles shown")
