@@ -48,6 +48,8 @@ using namespace korvel;
 
 constexpr const char* kIdentifier = "com.oxbrook.korvel";
 
+constexpr double kLaunchedAfter = 15; // seconds; what only the launch needed can then go
+
 AppDelegate* running = nullptr;
 
 /// The one place where the program ends, whichever way: the menu, a signal, the end of the desktop
@@ -146,6 +148,7 @@ int main(int, char** argv) {
     std::atexit(finish);
     terminationSignals.notify([&runLoop] { runLoop.terminate(); });
     delegate->applicationDidFinishLaunching();
+    runLoop.after(kLaunchedAfter, platform::giveMemoryBack);
     QApplication::exec();
     finish();
     // What is left is the kernel's to take back. Taking the tray item down in good order would ask

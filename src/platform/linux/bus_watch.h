@@ -28,6 +28,8 @@ class BusWatch final : public QObject {
 
   private Q_SLOTS:
     void disconnected();
+
+  private: // NOLINT(readability-redundant-access-specifiers): to moc the one above is another
     bool connectToBus();
     void look();
 
