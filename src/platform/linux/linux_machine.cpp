@@ -40,6 +40,9 @@ std::optional<int> countProcessors(std::string_view list) {
             return std::nullopt;
         }
         count += *last - *first + 1;
+        if (count > kMost) {
+            return std::nullopt; // some of them stand twice
+        }
     }
     return count > 0 ? std::optional(count) : std::nullopt;
 }

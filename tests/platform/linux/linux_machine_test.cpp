@@ -261,6 +261,16 @@ TEST(ProcessorList, CountsRangesAndSingleNumbers) {
     }
 }
 
+TEST(ProcessorList, OfMoreThanTheMostProcessorsIsMalformed) {
+    EXPECT_EQ(countProcessors("0-1048575\n"), 1 << 20);
+    EXPECT_FALSE(countProcessors("0-1048575,0\n"));
+    std::string list; // the sum of all would not fit in an int
+    for (int i = 0; i < 2048; ++i) {
+        list += "0-1048575,";
+    }
+    EXPECT_FALSE(countProcessors(list + "0\n"));
+}
+
 TEST(LoadAverages, AreAllThreeOrZeros) {
     EXPECT_EQ(parseLoadAverages("0.09 1.19 20.10 1/85 1234\n"), (std::array{0.09, 1.19, 20.1}));
     const std::array<double, 3> zeros{};
