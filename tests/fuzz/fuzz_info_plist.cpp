@@ -1,27 +1,19 @@
 #include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string_view>
 
+#include "fuzz/fuzz.h"
 #include "platform/linux/info_plist.h"
 
 // Any bytes give strings or none, no more of them than the bytes can hold.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+void fuzz(std::string_view bytes) {
     const auto strings = korvel::platform::infoPlistStrings(bytes);
     if (!strings) {
-        return 0;
+        return;
     }
-    if (strings->size() > size) {
-        std::abort();
-    }
+    require(strings->size() <= bytes.size(), "no more strings than bytes");
     std::size_t total = 0;
     for (const auto& [key, value] : *strings) {
         total += key.size() + value.size();
     }
     constexpr std::size_t kMost = std::size_t{3} << 20; // bytes of UTF-8 for 1 Mi characters
-    if (total > kMost) {
-        std::abort();
-    }
-    return 0;
+    require(total <= kMost, "no more characters than a description may have");
 }

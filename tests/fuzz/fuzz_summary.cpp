@@ -1,19 +1,10 @@
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string_view>
-
 #include "core/system_tools.h"
+#include "fuzz/fuzz.h"
 
 // Any summary gives a number that is not negative.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+void fuzz(std::string_view text) {
     const double bytes = korvel::swappedOutInSummary(text);
-    if (!(bytes >= 0)) {
-        std::abort();
-    }
-    if (bytes > 0 && text.find("swapped_out=") == std::string_view::npos) {
-        std::abort();
-    }
-    return 0;
+    require(bytes >= 0, "a number of 0 or more");
+    require(bytes == 0 || text.find("swapped_out=") != std::string_view::npos,
+            "0 where nothing is said");
 }

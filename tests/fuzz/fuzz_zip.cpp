@@ -1,13 +1,12 @@
-#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <string_view>
 
 #include <unistd.h>
 
+#include "fuzz/fuzz.h"
 #include "platform/linux/zip_archive.h"
 #include "platform/linux/zip_index.h"
 
@@ -35,22 +34,19 @@ const fs::path& workFolder() {
 
 // Any bytes are unpacked into the folder or refused; nothing comes to lie beside it, no link leads
 // out of it, and no more is there than the index told.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+void fuzz(std::string_view bytes) {
     const auto index = korvel::platform::readZipIndex(bytes);
     if (!index) {
-        return 0;
+        return;
     }
     std::uintmax_t told = 0;
     for (const auto& [name, entry] : index->entries) {
-        if (!korvel::platform::isPlainRelativePath(name)) {
-            std::abort();
-        }
+        require(korvel::platform::isPlainRelativePath(name), "names are plain relative paths");
         told += entry.size;
     }
     constexpr std::uintmax_t kQuick = std::uintmax_t{1} << 20;
     if (told > kQuick) {
-        return 0;
+        return;
     }
     const fs::path archive = workFolder() / "update.zip";
     const fs::path out = workFolder() / "out";
@@ -64,20 +60,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (entry.is_symlink()) {
             std::error_code nowhere;
             const std::string real = fs::canonical(entry.path(), nowhere).string();
-            if (!nowhere && real.rfind(out.string(), 0) != 0) {
-                std::abort();
-            }
+            require(nowhere || real.starts_with(out.string()), "no link leads out");
         } else if (entry.is_regular_file()) {
             found += entry.file_size();
-        } else if (!entry.is_directory()) {
-            std::abort();
+        } else {
+            require(entry.is_directory(), "files, folders and links only");
         }
     }
     const auto beside = std::distance(fs::directory_iterator(workFolder()), {});
-    if (beside != 2 || found > told ||
-        (unpacked && entries != index->entries.size() + index->impliedFolders.size())) {
-        std::abort();
-    }
+    require(beside == 2, "nothing lies beside the folder");
+    require(found <= told, "no more bytes than the index told");
+    require(!unpacked || entries == index->entries.size() + index->impliedFolders.size(),
+            "every entry and nothing else");
     fs::remove_all(out);
-    return 0;
 }

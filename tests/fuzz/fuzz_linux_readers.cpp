@@ -1,0 +1,146 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "fuzz/fuzz.h"
+#include "platform/linux/cpu_ticks.h"
+#include "platform/linux/linux_machine.h"
+#include "platform/linux/linux_processes.h"
+#include "platform/linux/meminfo.h"
+#include "platform/linux/pressure.h"
+#include "platform/linux/process_name.h"
+#include "platform/linux/process_status.h"
+#include "platform/linux/thermal_rule.h"
+#include "platform/linux/zram_reader.h"
+
+namespace {
+
+using namespace korvel::platform;
+
+/// The text up to the next form feed, which no kernel writes, taken off it.
+std::string_view takePart(std::string_view& text) {
+    const std::size_t end = std::min(text.find('\f'), text.size());
+    const std::string_view part = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    return part;
+}
+
+void fuzzMemory(std::string_view text) {
+    const auto memory = parseMeminfo(text);
+    if (!memory) {
+        return;
+    }
+    require(memory->memTotal > 0, "there is memory");
+    const auto available = availableMemory(*memory);
+    require(available.value_or(0) <= memory->memTotal, "no more is available than there is");
+    if (const auto swap = swapUsage(*memory)) {
+        require(swap->xsu_avail <= swap->xsu_total &&
+                    swap->xsu_used == swap->xsu_total - swap->xsu_avail,
+                "used and available swap are all of it");
+    }
+    constexpr std::uint64_t kPage = 4096;
+    const auto pages = vmStatistics(*memory, memory->zswap.value_or(0), kPage);
+    require(pages.has_value() == available.has_value(), "statistics where memory is known");
+    if (pages && memory->memTotal / kPage <= std::numeric_limits<std::uint32_t>::max()) {
+        const std::uint64_t sum = std::uint64_t{pages->free_count} + pages->inactive_count +
+                                  pages->wire_count + pages->compressor_page_count +
+                                  pages->active_count;
+        require(sum == memory->memTotal / kPage, "all pages together are the total");
+    }
+}
+
+/// A first reading and those after it.
+void fuzzTicks(std::string_view text) {
+    CpuTickAccumulator accumulator;
+    std::optional<korvel::platform::CpuTicks> before;
+    while (!text.empty()) {
+        const KernelStat stat = parseKernelStat(takePart(text));
+        std::set<std::uint32_t> numbers;
+        for (const ProcessorTicks& processor : stat.processors) {
+            require(numbers.insert(processor.number).second, "a processor stands once");
+        }
+        const auto now = accumulator.add(stat.processors);
+        require(now.has_value() == !stat.processors.empty(), "ticks where there is a processor");
+        if (now && before) {
+            require(now->user >= before->user && now->system >= before->system &&
+                        now->idle >= before->idle && now->nice >= before->nice,
+                    "no counter falls");
+        }
+        before = now ? now : before;
+    }
+}
+
+void fuzzPressure(std::string_view text) {
+    PressureRule rule;
+    PressureFigures figures;
+    figures.memTotal = 1000;
+    figures.swapTotal = text.size() % 3;
+    while (!text.empty()) {
+        const std::string_view part = takePart(text);
+        figures.stall = parseMemoryStall(part);
+        if (figures.stall) {
+            for (const double share : {figures.stall->some, figures.stall->full}) {
+                require(share >= 0 && share <= 100, "a share of the time");
+            }
+        }
+        figures.memAvailable = part.size() % 1000;
+        const std::int32_t level = rule.level(figures);
+        require(level == 1 || level == 2 || level == 4, "one of the levels");
+    }
+}
+
+void fuzzThermal(std::string_view text) {
+    const std::string_view type = takePart(text);
+    const std::string_view at = takePart(text);
+    const auto trip = parseTripPoint(type, at, takePart(text));
+    if (trip) {
+        require(trip->temperature > 0 && trip->temperature < 150'000, "a real temperature");
+        require(trip->hysteresis >= 0 && trip->hysteresis <= 20'000, "a real hysteresis");
+    }
+    ThermalZoneRule rule(trip ? std::vector{*trip} : std::vector<TripPoint>());
+    while (!text.empty()) {
+        const int state = rule.state(parseTemperature(takePart(text)));
+        require(state >= 0 && state <= (trip ? 3 : 0), "one of the states");
+    }
+}
+
+void fuzzProcess(std::string_view text) {
+    if (const auto statm = parseStatm(text)) {
+        require(statm->anonymous() <= statm->resident, "no more anonymous than resident pages");
+    }
+    require(parseVmSwap(text).value_or(0) % 1024 == 0, "whole kibibytes");
+    const std::string_view comm = takePart(text);
+    const std::string name = lengthenedName(comm, text);
+    require(name.starts_with(comm) && name.size() <= std::max<std::size_t>(comm.size(), 255),
+            "a longer name goes on from the short one");
+}
+
+void fuzzMachine(std::string_view text) {
+    const int processors = countProcessors(text).value_or(1);
+    require(processors >= 1 && processors <= 1 << 20, "a number of processors");
+    for (const double load : parseLoadAverages(text)) {
+        require(std::isfinite(load) && load >= 0, "a load of 0 or more");
+    }
+    const auto pages = parseSwapouts(text);
+    require(!pages || text.find("pswpout ") != std::string_view::npos, "swapouts where told");
+    const auto occupied = parseMmStat(text);
+    require(!occupied || text.find(std::to_string(*occupied)) != std::string_view::npos,
+            "the number that stands there");
+}
+
+} // namespace
+
+// Whatever the files of /proc and /sys hold, the figures stay within what can be.
+void fuzz(std::string_view bytes) {
+    fuzzMemory(bytes);
+    fuzzTicks(bytes);
+    fuzzPressure(bytes);
+    fuzzThermal(bytes);
+    fuzzProcess(bytes);
+    fuzzMachine(bytes);
+}
