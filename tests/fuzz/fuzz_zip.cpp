@@ -1,5 +1,4 @@
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -14,21 +13,29 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// A folder with the archive and the folder that it is unpacked into, in memory where there is
-/// such a place.
-const fs::path& workFolder() {
-    static const fs::path folder = [] {
+/// A folder for the archive and the folder that it is unpacked into, in memory where there is such
+/// a place. It goes after each input: the fuzzer ends without taking anything down.
+class WorkFolder {
+  public:
+    WorkFolder() {
         const fs::path memory = "/dev/shm";
         const fs::path base = fs::is_directory(memory) ? memory : fs::temp_directory_path();
         std::string name = (base / "korvel-fuzz-XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr) {
-            std::abort();
-        }
-        std::atexit([] { fs::remove_all(workFolder()); });
-        return fs::path(name);
-    }();
-    return folder;
-}
+        require(::mkdtemp(name.data()) != nullptr, "a folder to work in");
+        path_ = name;
+    }
+    WorkFolder(const WorkFolder&) = delete;
+    WorkFolder& operator=(const WorkFolder&) = delete;
+    ~WorkFolder() {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+
+    const fs::path& path() const { return path_; }
+
+  private:
+    fs::path path_;
+};
 
 } // namespace
 
@@ -48,8 +55,9 @@ void fuzz(std::string_view bytes) {
     if (told > kQuick) {
         return;
     }
-    const fs::path archive = workFolder() / "update.zip";
-    const fs::path out = workFolder() / "out";
+    const WorkFolder folder;
+    const fs::path archive = folder.path() / "update.zip";
+    const fs::path out = folder.path() / "out";
     std::ofstream(archive, std::ios::binary | std::ios::trunc) << bytes;
     fs::create_directory(out);
     const bool unpacked = korvel::platform::ZipArchive().unpack(archive, out);
@@ -67,10 +75,9 @@ void fuzz(std::string_view bytes) {
             require(entry.is_directory(), "files, folders and links only");
         }
     }
-    const auto beside = std::distance(fs::directory_iterator(workFolder()), {});
+    const auto beside = std::distance(fs::directory_iterator(folder.path()), {});
     require(beside == 2, "nothing lies beside the folder");
     require(found <= told, "no more bytes than the index told");
     require(!unpacked || entries == index->entries.size() + index->impliedFolders.size(),
             "every entry and nothing else");
-    fs::remove_all(out);
 }
