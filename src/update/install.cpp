@@ -46,7 +46,7 @@ std::string lastComponentOf(const std::string& path) {
 std::optional<std::string> bundleIn(platform::FileManager& files, const std::string& folder) {
     for (const std::string& name : files.contents(folder).value_or(std::vector<std::string>())) {
         if (name.ends_with(".app")) {
-            return folder + "/" + name;
+            return fmt::format("{}/{}", folder, name);
         }
     }
     return std::nullopt;
