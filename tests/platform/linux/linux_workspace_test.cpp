@@ -1,18 +1,16 @@
 #include "platform/linux/linux_workspace.h"
 
 #include <cstdlib>
-#include <functional>
 
 #include <QCoreApplication>
 #include <QDBusPendingCallWatcher>
-#include <QEventLoop>
-#include <QTimer>
 #include <QUrl>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include "platform/linux/event_loop.h"
 #include "platform/linux/fake_file_manager.h"
 #include "platform/linux/private_bus.h"
 #include "platform/linux/temp_tree.h"
@@ -60,24 +58,6 @@ class LinuxWorkspaceTest : public testing::Test {
         own.registerObject(QStringLiteral("/org/freedesktop/FileManager1"), &fileManager_,
                            QDBusConnection::ExportAllSlots);
         ASSERT_TRUE(own.registerService(QStringLiteral("org.freedesktop.FileManager1")));
-    }
-
-    /// Runs the event loop until `condition` holds, at most for five seconds; whether it did.
-    static bool runUntil(const std::function<bool()>& condition) {
-        QEventLoop loop;
-        QTimer poll;
-        constexpr int kMost = 5000;
-        QTimer::singleShot(kMost, &loop, &QEventLoop::quit);
-        bool held = false;
-        QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-            held = condition();
-            if (held) {
-                loop.quit();
-            }
-        });
-        poll.start(1);
-        loop.exec();
-        return held;
     }
 
     /// Until what was sent before this is answered, by the order of messages.

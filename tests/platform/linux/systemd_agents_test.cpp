@@ -14,6 +14,7 @@
 #include <QTimer>
 #include <gtest/gtest.h>
 
+#include "platform/linux/event_loop.h"
 #include "platform/linux/fake_manager.h"
 #include "platform/linux/private_bus.h"
 
@@ -75,24 +76,6 @@ class SystemdAgentsTest : public testing::Test {
     }
 
     /// Runs the event loop until `condition` holds, at most for five seconds; whether it did.
-    static bool runUntil(const std::function<bool()>& condition) { return runFor(5000, condition); }
-
-    static bool runFor(int milliseconds, const std::function<bool()>& condition) {
-        QEventLoop loop;
-        QTimer poll;
-        QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
-        bool held = false;
-        QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-            held = condition();
-            if (held) {
-                loop.quit();
-            }
-        });
-        poll.start(10);
-        loop.exec();
-        return held;
-    }
-
     /// `isLoaded` as it answers while an event loop runs.
     static bool inLoop(SystemdAgents& agents) {
         bool loaded = false;

@@ -1,17 +1,15 @@
 // Against the manager on the session bus; run by systemd_user_test.
 
-#include <functional>
 #include <string>
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
-#include <QTimer>
 #include <gtest/gtest.h>
 
+#include "platform/linux/event_loop.h"
 #include "platform/linux/systemd_agents.h"
 
 namespace korvel::platform {
@@ -19,22 +17,6 @@ namespace {
 
 const char* const kLabel = "com.example.agent.of.test";
 const QString kUnit = QStringLiteral("com.example.agent.of.test.service");
-
-bool runFor(int milliseconds, const std::function<bool()>& condition) {
-    QEventLoop loop;
-    QTimer poll;
-    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
-    bool held = false;
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        held = condition();
-        if (held) {
-            loop.quit();
-        }
-    });
-    poll.start(10);
-    loop.exec();
-    return held;
-}
 
 QDBusMessage tell(const QString& method, const QVariantList& arguments = {}) {
     QDBusMessage call = QDBusMessage::createMethodCall(
