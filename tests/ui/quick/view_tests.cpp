@@ -31,6 +31,7 @@ class Theatre : public QObject {
         stage_.model->reclaimPreview = std::nullopt;
         stage_.model->reclaimResult = std::nullopt;
         stage_.root.disableAwake();
+        stage_.simulated.system.defaults.remove("seenBuild"); // dismissed in an earlier test
         stage_.simulated.whatsNew->kind = WhatsNew::Kind();
         stage_.simulated.updater->state = Updater::State();
         stage_.simulated.updater->pending = Release{"1.1.0", 101, "https://host/a.zip", "", "", ""};
