@@ -7,16 +7,12 @@
 #include <thread>
 #include <vector>
 
-#include <QCoreApplication>
-
 #include <unistd.h>
 
 #include "core/metrics.h"
-#include "platform/linux/linux_machine.h"
-#include "platform/linux/linux_processes.h"
-#include "platform/linux/systemd_agents.h"
-#include "platform/posix/files.h"
-#include "platform/posix/system_clock.h"
+#include "platform/posix/child_processes.h"
+#include "tools/local_machine.h"
+#include "tools/self_check.h"
 #include "tools/snapshot_arguments.h"
 #include "tools/snapshot_report.h"
 
@@ -62,15 +58,14 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s\n", kSnapshotUsage);
         return kWrongUsage;
     }
-    const QCoreApplication application(argc, argv); // the bus needs one; its loop never runs
-
-    platform::raiseDescriptorLimit();
-    platform::PosixFiles files;
-    platform::SystemClock clock;
-    platform::LinuxMachine machine("/", files.homeDirectory());
-    platform::LinuxProcesses processes;
-    platform::SystemdAgents agents;
-    Metrics metrics(machine, processes, agents, clock);
+    LocalMachine machine;
+    if (arguments->selfcheck) {
+        platform::PosixChildProcesses children;
+        const SelfCheck check =
+            selfCheck(machine.comparisons(), machine.declarationFaults(), children);
+        return print(check.text) && check.passed ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    Metrics& metrics = machine.metrics();
 
     Snapshot snapshot = metrics.snapshot();
     if (!arguments->once) {
@@ -81,7 +76,7 @@ int main(int argc, char** argv) {
     const Colours colours = coloursOfOutput();
     while (print(formatted(snapshot, arguments->format, colours)) && arguments->watchInterval) {
         sleepSeconds(*arguments->watchInterval);
-        QCoreApplication::processEvents(); // what the bus said meanwhile
+        machine.catchUp();
         snapshot = metrics.snapshot();
     }
     return 0;

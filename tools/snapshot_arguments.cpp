@@ -5,12 +5,16 @@
 namespace korvel {
 
 const char* const kSnapshotUsage =
-    "usage: korvel-snapshot [--json | --bar] [--once] [--watch SECONDS]";
+    "usage: korvel-snapshot [--json | --bar] [--once] [--watch SECONDS] | --selfcheck";
 
 std::optional<SnapshotArguments> parseSnapshotArguments(const std::vector<std::string>& words) {
     constexpr double kShortestInterval = 0.1;
     constexpr double kLongestInterval = 86400;
     SnapshotArguments arguments;
+    if (words == std::vector<std::string>{"--selfcheck"}) {
+        arguments.selfcheck = true;
+        return arguments;
+    }
     for (auto word = words.begin(); word != words.end(); ++word) {
         const bool formatGiven = arguments.format != SnapshotArguments::Format::report;
         if (*word == "--json" && !formatGiven) {

@@ -11,6 +11,7 @@ struct SnapshotArguments {
     enum class Format { report, json, bar };
 
     Format format = Format::report;
+    bool selfcheck = false;              ///< readings beside the system's tools, and nothing else
     bool once = false;                   ///< one sample, without waiting for processor time
     std::optional<double> watchInterval; ///< seconds between readings; none: one reading
 };

@@ -8,6 +8,7 @@
 #include "core/json_writer.h"
 #include "core/snapshot.h"
 #include "core/snapshot_json.h"
+#include "tools/printable.h"
 #include "ui/content/palette.h"
 #include "ui/content/score_sections.h"
 
@@ -40,24 +41,6 @@ class Painter {
   private:
     bool ansi_;
 };
-
-/// `text` (UTF-8) without characters that a terminal acts on: C0, DEL, and C1 (U+0080 to U+009F).
-std::string printable(std::string_view text) {
-    std::string safe;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if (byte < 0x20 || byte == 0x7f) {
-            safe += '?';
-        } else if (byte == 0xc2 && i + 1 < text.size() &&
-                   static_cast<unsigned char>(text[i + 1]) < 0xa0) {
-            safe += '?';
-            ++i;
-        } else {
-            safe += text[i];
-        }
-    }
-    return safe;
-}
 
 std::string machineLine(const Snapshot& snapshot) {
     return fmt::format("{} cores · {:.0f} GB · up {}", snapshot.cores, snapshot.memTotalGB,

@@ -24,6 +24,13 @@ TEST(SnapshotArguments, GoTogetherInAnyOrder) {
     EXPECT_EQ(parseSnapshotArguments({"--json"})->format, Format::json);
 }
 
+TEST(SnapshotArguments, ASelfCheckStandsAlone) {
+    EXPECT_TRUE(parseSnapshotArguments({"--selfcheck"})->selfcheck);
+    EXPECT_FALSE(parseSnapshotArguments({"--selfcheck", "--once"}));
+    EXPECT_FALSE(parseSnapshotArguments({"--once", "--selfcheck"}));
+    EXPECT_FALSE(parseSnapshotArguments({})->selfcheck);
+}
+
 TEST(SnapshotArguments, WrongOnesAreRefused) {
     const std::vector<std::vector<std::string>> wrong = {
         {"--help"},

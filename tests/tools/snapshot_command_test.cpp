@@ -46,6 +46,16 @@ TEST(SnapshotCommand, JsonIsOneLineWithAWholeReading) {
     EXPECT_LE(std::int64_t(reading["score"]), 100);
 }
 
+TEST(SnapshotCommand, ASelfCheckAgreesWithTheSystemsTools) {
+    const ChildResult result = run({"--selfcheck"});
+    EXPECT_EQ(result.status, 0) << result.output;
+    for (const char* exact :
+         {"physicalMemory [same]", "processorCount [same]", "pageSize [same]"}) {
+        EXPECT_THAT(result.output, testing::HasSubstr(exact));
+    }
+    EXPECT_THAT(result.output, testing::HasSubstr("processes [compare]"));
+}
+
 TEST(SnapshotCommand, AReportOutsideATerminalIsPlain) {
     const ChildResult result = run({"--once"});
     EXPECT_EQ(result.status, 0);

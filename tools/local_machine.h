@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/self_check.h"
+
+namespace korvel {
+
+class Metrics;
+
+/// This machine's readings, by the services of the system that the program was built for.
+class LocalMachine {
+  public:
+    LocalMachine();
+    ~LocalMachine();
+    LocalMachine(const LocalMachine&) = delete;
+    LocalMachine& operator=(const LocalMachine&) = delete;
+
+    Metrics& metrics();
+
+    /// Takes in what the system's services said since the last reading.
+    void catchUp();
+
+    /// Every reading, beside what the system's own tools say of it.
+    std::vector<Comparison> comparisons();
+
+    /// What the system's classes and methods differ in from what this program was built against, a
+    /// sentence each; empty where nothing differs or nothing was declared.
+    std::vector<std::string> declarationFaults();
+
+  private:
+    struct Parts;
+    std::unique_ptr<Parts> parts_;
+};
+
+} // namespace korvel

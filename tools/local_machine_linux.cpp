@@ -1,0 +1,86 @@
+#include "tools/local_machine.h"
+
+#include <optional>
+
+#include <QCoreApplication>
+
+#include <fmt/format.h>
+
+#include "core/metrics.h"
+#include "platform/linux/linux_machine.h"
+#include "platform/linux/linux_processes.h"
+#include "platform/linux/systemd_agents.h"
+#include "platform/posix/files.h"
+#include "platform/posix/system_clock.h"
+#include "tools/reading_texts.h"
+
+namespace korvel {
+
+namespace {
+
+/// The bus needs an application; its loop never runs.
+struct Application {
+    int count = 1;
+    char name[7] = "korvel"; // NOLINT(modernize-avoid-c-arrays): what QCoreApplication takes
+    char* words[2] = {name, nullptr}; // NOLINT(modernize-avoid-c-arrays)
+    QCoreApplication application{count, words};
+};
+
+} // namespace
+
+struct LocalMachine::Parts {
+    Application application;
+    platform::PosixFiles files;
+    platform::SystemClock clock;
+    platform::LinuxMachine machine{"/", files.homeDirectory()};
+    platform::LinuxProcesses processes;
+    platform::SystemdAgents agents;
+    Metrics metrics{machine, processes, agents, clock};
+};
+
+LocalMachine::LocalMachine() {
+    platform::raiseDescriptorLimit();
+    parts_ = std::make_unique<Parts>();
+}
+
+LocalMachine::~LocalMachine() = default;
+
+Metrics& LocalMachine::metrics() {
+    return parts_->metrics;
+}
+
+void LocalMachine::catchUp() {
+    QCoreApplication::processEvents();
+}
+
+std::vector<Comparison> LocalMachine::comparisons() {
+    ReadingTexts texts(parts_->machine, parts_->processes);
+    const std::string home = parts_->files.homeDirectory();
+    return {
+        {"physicalMemory", texts.physicalMemory(), "/usr/bin/free", {"--bytes"}, {"Mem:"}, true},
+        {"processorCount",
+         texts.processorCount(),
+         "/usr/bin/getconf",
+         {"_NPROCESSORS_ONLN"},
+         {},
+         true},
+        {"pageSize", texts.pageSize(), "/usr/bin/getconf", {"PAGESIZE"}, {}, true},
+        {"vmStatistics", texts.vmStatistics(), "/usr/bin/vmstat", {"--stats"}, {"memory", "swap"}},
+        {"memoryPressureLevel",
+         texts.memoryPressureLevel(),
+         "/usr/bin/cat",
+         {"/proc/pressure/memory"}},
+        {"swapUsage", texts.swapUsage(), "/usr/bin/free", {"--bytes"}, {"Swap:"}},
+        {"dataVolume", texts.dataVolume(), "/usr/bin/df", {"--block-size=1", home}},
+        {"cpuTicks", texts.cpuTicks(), "/usr/bin/vmstat", {"--stats"}, {"ticks"}},
+        {"loadAverages", texts.loadAverages(), "/usr/bin/uptime", {}},
+        {"bootTime", texts.bootTime(), "/usr/bin/uptime", {"--since"}},
+        {"processes", texts.processes(), "/usr/bin/ps", {"-eo", "pid,rss,comm", "--sort=-rss"}},
+    };
+}
+
+std::vector<std::string> LocalMachine::declarationFaults() {
+    return {};
+}
+
+} // namespace korvel

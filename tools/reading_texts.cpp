@@ -1,0 +1,103 @@
+#include "tools/reading_texts.h"
+
+#include <cstdint>
+#include <optional>
+
+#include <fmt/format.h>
+
+#include "core/utf8.h"
+#include "platform/machine.h"
+#include "platform/processes.h"
+
+namespace korvel {
+
+namespace {
+
+constexpr const char* kNone = "none";
+
+} // namespace
+
+std::string ReadingTexts::physicalMemory() {
+    return fmt::format("{} bytes", machine_.physicalMemory());
+}
+
+std::string ReadingTexts::processorCount() {
+    return fmt::format("{}", machine_.processorCount());
+}
+
+std::string ReadingTexts::pageSize() {
+    return fmt::format("{} bytes", machine_.pageSize());
+}
+
+std::string ReadingTexts::thermalState() {
+    return fmt::format("{}", machine_.thermalState());
+}
+
+std::string ReadingTexts::vmStatistics() {
+    const auto vm = machine_.vmStatistics();
+    return vm ? fmt::format("free {}, active {}, inactive {}, wired {}, speculative {}, "
+                            "purgeable {}, compressor {} pages; {} swapped out",
+                            vm->free_count, vm->active_count, vm->inactive_count, vm->wire_count,
+                            vm->speculative_count, vm->purgeable_count, vm->compressor_page_count,
+                            vm->swapouts)
+              : kNone;
+}
+
+std::string ReadingTexts::memoryPressureLevel() {
+    const auto level = machine_.memoryPressureLevel();
+    return level ? fmt::format("{}", *level) : kNone;
+}
+
+std::string ReadingTexts::swapUsage() {
+    const auto swap = machine_.swapUsage();
+    return swap ? fmt::format("total {}, used {}, free {} bytes", swap->xsu_total, swap->xsu_used,
+                              swap->xsu_avail)
+                : kNone;
+}
+
+std::string ReadingTexts::dataVolume() {
+    const auto volume = machine_.dataVolume();
+    return volume ? fmt::format("total {}, available {} bytes", volume->f_blocks * volume->f_bsize,
+                                volume->f_bavail * volume->f_bsize)
+                  : kNone;
+}
+
+std::string ReadingTexts::cpuTicks() {
+    const auto ticks = machine_.cpuTicks();
+    return ticks ? fmt::format("user {}, system {}, idle {}, nice {}", ticks->user, ticks->system,
+                               ticks->idle, ticks->nice)
+                 : kNone;
+}
+
+std::string ReadingTexts::loadAverages() {
+    const auto loads = machine_.loadAverages();
+    return fmt::format("{:.2f} {:.2f} {:.2f}", loads[0], loads[1], loads[2]);
+}
+
+std::string ReadingTexts::bootTime() {
+    const auto boot = machine_.bootTime();
+    return boot ? fmt::format("{} s since 1970", *boot) : kNone;
+}
+
+std::string ReadingTexts::processes() {
+    std::size_t readable = 0;
+    std::optional<std::int32_t> heaviest;
+    std::uint64_t most = 0;
+    const auto pids = processes_.listAllPids();
+    for (const std::int32_t pid : pids) {
+        const auto footprint = processes_.physFootprint(pid);
+        readable += footprint ? 1 : 0;
+        if (footprint && *footprint > most) {
+            most = *footprint;
+            heaviest = pid;
+        }
+    }
+    std::string text = fmt::format("{} listed, {} readable", pids.size(), readable);
+    if (heaviest) {
+        text += fmt::format("; heaviest: {} {} with {} bytes", *heaviest,
+                            decodeUtf8Lossy(processes_.name(*heaviest)), most);
+    }
+    return text;
+}
+
+} // namespace korvel

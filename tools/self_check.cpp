@@ -1,0 +1,94 @@
+#include "tools/self_check.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "core/utf8.h"
+#include "platform/child_process.h"
+#include "tools/printable.h"
+
+namespace korvel {
+
+namespace {
+
+constexpr std::string_view kDigits = "0123456789";
+constexpr std::size_t kMostLines = 12; // of one tool
+
+std::vector<std::string_view> linesOf(std::string_view text) {
+    std::vector<std::string_view> lines;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        lines.push_back(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return lines;
+}
+
+/// The lines of the tool's output that are to be shown; none when it did not run.
+std::vector<std::string> said(const Comparison& comparison, platform::ChildProcesses& children) {
+    const auto result = children.run(comparison.tool, comparison.arguments, {});
+    std::vector<std::string> lines;
+    for (const std::string_view line : result ? linesOf(result->output) : linesOf("")) {
+        const bool wanted = comparison.lines.empty() ||
+                            std::any_of(comparison.lines.begin(), comparison.lines.end(),
+                                        [line](const std::string& part) {
+                                            return line.find(part) != std::string_view::npos;
+                                        });
+        if (wanted && lines.size() < kMostLines) {
+            lines.emplace_back(line);
+        }
+    }
+    return lines;
+}
+
+} // namespace
+
+std::string_view firstNumber(std::string_view text) {
+    constexpr std::size_t kMostDigits = 20;
+    const std::size_t start = text.find_first_of(kDigits);
+    if (start == std::string_view::npos) {
+        return "";
+    }
+    text.remove_prefix(start);
+    return text.substr(0, std::min(text.find_first_not_of(kDigits), kMostDigits));
+}
+
+SelfCheck selfCheck(const std::vector<Comparison>& comparisons,
+                    const std::vector<std::string>& declarationFaults,
+                    platform::ChildProcesses& children) {
+    SelfCheck check;
+    auto out = std::back_inserter(check.text);
+    for (const Comparison& comparison : comparisons) {
+        const std::vector<std::string> lines = said(comparison, children);
+        std::string_view verdict = "compare";
+        if (comparison.exact) {
+            const bool same =
+                !lines.empty() && firstNumber(comparison.ours) == firstNumber(lines.front());
+            verdict = same ? "same" : "DIFFERS";
+            check.passed = check.passed && same;
+        }
+        fmt::format_to(out, "{} [{}]\n  korvel: {}\n", comparison.reading, verdict,
+                       printable(comparison.ours));
+        fmt::format_to(out, "  {}{}{}:\n", comparison.tool, comparison.arguments.empty() ? "" : " ",
+                       fmt::join(comparison.arguments, " "));
+        for (const std::string& line : lines) {
+            fmt::format_to(out, "    {}\n", printable(decodeUtf8Lossy(line)));
+        }
+        if (lines.empty()) {
+            fmt::format_to(out, "    (it says nothing)\n");
+        }
+    }
+    for (const std::string& fault : declarationFaults) {
+        fmt::format_to(out, "declaration [DIFFERS]\n  {}\n", fault);
+        check.passed = false;
+    }
+    fmt::format_to(out, "{}\n",
+                   check.passed ? "Nothing that has to be the same differs."
+                                : "Something that has to be the same differs.");
+    return check;
+}
+
+} // namespace korvel
