@@ -17,7 +17,8 @@ struct Uuid {
     /// The standard text, 36 characters, upper case.
     std::string text() const;
 
-    auto operator<=>(const Uuid&) const = default;
+    // Not "auto": there are standard libraries whose arrays have only == and <.
+    std::strong_ordering operator<=>(const Uuid&) const = default;
 };
 
 } // namespace korvel
