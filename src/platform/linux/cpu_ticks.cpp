@@ -1,7 +1,6 @@
 #include "platform/linux/cpu_ticks.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "platform/linux/text_scan.h"
 
@@ -69,43 +68,19 @@ KernelStat parseKernelStat(std::string_view text) {
 }
 
 std::optional<CpuTicks> CpuTickAccumulator::add(const std::vector<ProcessorTicks>& processors) {
-    constexpr std::uint64_t kHalfFull = std::uint64_t{1} << 31;
-    constexpr std::uint64_t kSlowdown = 8;
-    constexpr std::uint64_t kFull = std::numeric_limits<std::uint32_t>::max();
     if (processors.empty()) {
         return std::nullopt;
     }
-    const Sums added = advance(processors);
-    const bool slow = *std::max_element(counted_.begin(), counted_.end()) >= kHalfFull;
-    const std::uint64_t divisor = processors.size() * (slow ? kSlowdown : 1);
-    Sums next = counted_;
-    Sums remainders{};
-    for (std::size_t i = 0; i < next.size(); ++i) {
-        const std::uint64_t ticks = added[i] + remainders_[i];
-        next[i] += ticks / divisor;
-        remainders[i] = ticks % divisor;
-    }
-    // All or none: were only the full one held, the shares would be wrong.
-    if (*std::max_element(next.begin(), next.end()) <= kFull) {
-        counted_ = next;
-        remainders_ = remainders;
-    }
-    CpuTicks ticks;
-    ticks.user = static_cast<std::uint32_t>(counted_[0]);
-    ticks.system = static_cast<std::uint32_t>(counted_[1]);
-    ticks.idle = static_cast<std::uint32_t>(counted_[2]);
-    ticks.nice = static_cast<std::uint32_t>(counted_[3]);
-    return ticks;
+    return record_.add(advance(processors), processors.size());
 }
 
-CpuTickAccumulator::Sums
-CpuTickAccumulator::advance(const std::vector<ProcessorTicks>& processors) {
+CpuTickRecord::Sums CpuTickAccumulator::advance(const std::vector<ProcessorTicks>& processors) {
     constexpr std::array<std::size_t, ProcessorTicks::kCounters> kSumOfCounter{0, 3, 1, 2,
                                                                                2, 1, 1, 1};
     // No machine counts so much between two readings; a nonsensical counter must not fill the sum.
     constexpr std::uint64_t kMostAdded = std::uint64_t{1} << 32;
     std::vector<bool> online(processors_.size());
-    Sums added{};
+    CpuTickRecord::Sums added{};
     for (const ProcessorTicks& processor : processors) {
         if (processor.number >= processors_.size()) {
             processors_.resize(processor.number + 1);

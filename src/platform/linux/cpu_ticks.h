@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/machine.h"
+#include "platform/posix/cpu_tick_record.h"
 
 namespace korvel::platform {
 
@@ -33,11 +34,10 @@ KernelStat parseKernelStat(std::string_view text);
 ///
 /// The kernel counts since boot, in 64 bits, and some of its counters may step back; the sampler's
 /// record has 32 bits and no counter of it may ever fall. So each counter of each processor is held
-/// at its highest value so far, what is added to it since the previous reading is what counts, and
-/// the sum is divided by the number of processors: summed up, those of 128 processors would fill 32
-/// bits in four days. A processor that comes back after it was offline starts from the value that
-/// it comes back with. At 100 ticks a second a counter is half full after 248 days; from then on an
-/// eighth of the ticks is counted, which lasts for another five years; then all four stand still.
+/// at its highest value so far, and what is added to it since the previous reading is what counts.
+/// A processor that comes back after it was offline starts from the value that it comes back with.
+/// The record is the mean of the processors from the start: summed up, the ticks of 128 of them
+/// would fill 32 bits in four days.
 class CpuTickAccumulator {
   public:
     /// Takes one reading and hands out the ticks since the first one; nullopt (and nothing is
@@ -50,14 +50,11 @@ class CpuTickAccumulator {
         std::array<std::uint64_t, ProcessorTicks::kCounters> highest{};
     };
 
-    /// user, system, idle, nice
-    using Sums = std::array<std::uint64_t, 4>;
-
-    Sums advance(const std::vector<ProcessorTicks>& processors);
+    /// What is added to all processors by this reading.
+    CpuTickRecord::Sums advance(const std::vector<ProcessorTicks>& processors);
 
     std::vector<Processor> processors_; ///< by number
-    Sums counted_{};                    ///< mean ticks of a processor since the first reading
-    Sums remainders_{};                 ///< ticks not yet handed out by the division
+    CpuTickRecord record_{CpuTickRecord::Start::meanOfProcessors};
 };
 
 } // namespace korvel::platform
