@@ -102,6 +102,11 @@ bool makePipe(FileDescriptor& readEnd, FileDescriptor& writeEnd) {
     if (::pipe(ends.data()) != 0) {
         return false;
     }
+    // This system has no pipe2(). Children of ours get none of the others' descriptors; those that
+    // a library starts are kept from the pipe as soon as can be.
+    for (const int end : ends) {
+        ::fcntl(end, F_SETFD, FD_CLOEXEC);
+    }
 #else
     // Close-on-exec from the first: another thread may be starting a child of its own.
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
