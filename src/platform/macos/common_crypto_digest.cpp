@@ -1,0 +1,24 @@
+#include "platform/macos/common_crypto_digest.h"
+
+#include <CommonCrypto/CommonDigest.h>
+
+namespace korvel::platform {
+
+static_assert(Sha256().size() == CC_SHA256_DIGEST_LENGTH);
+
+Sha256 CommonCryptoDigest::sha256(std::string_view bytes) {
+    // A length has 32 bits there, which a text of ours need not fit.
+    constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;
+    CC_SHA256_CTX context{};
+    ::CC_SHA256_Init(&context);
+    while (!bytes.empty()) {
+        const std::string_view part = bytes.substr(0, kMostAtOnce);
+        ::CC_SHA256_Update(&context, part.data(), static_cast<CC_LONG>(part.size()));
+        bytes.remove_prefix(part.size());
+    }
+    Sha256 digest{};
+    ::CC_SHA256_Final(digest.data(), &context);
+    return digest;
+}
+
+} // namespace korvel::platform
