@@ -1,0 +1,150 @@
+// What Korvel uses of Foundation, declared by ourselves so that its Objective-C++ compiles where
+// there is no SDK. With the SDK this file is not used. Every class, method, property, enumeration
+// value and constant was compared once, by a script, with the machine-readable description of the
+// macOS 26.2 SDK that the bridge package @nativescript/macos-node-api 0.4.0 carries: its name, its
+// selector and the number and kind of its parameters. That description knows one kind of number
+// only; the widths of the numbers (NSInteger, NSUInteger, CGFloat, BOOL) are from memory of the
+// public documentation. Nullability, availability and protocol adoptions are left out.
+#pragma once
+
+#include <objc/NSObject.h>
+#include <objc/objc.h>
+
+#include <limits.h>
+#include <stddef.h>
+
+#ifdef __cplusplus
+#define KORVEL_EXTERN extern "C"
+#else
+#define KORVEL_EXTERN extern
+#endif
+
+#define NS_ENUM(type, name) \
+    enum name : type name;  \
+    enum name : type
+#ifdef __cplusplus
+#define NS_OPTIONS(type, name) \
+    type name;                 \
+    enum : type
+#else
+#define NS_OPTIONS(type, name) NS_ENUM(type, name)
+#endif
+
+typedef double CGFloat;
+struct CGPoint {
+    CGFloat x;
+    CGFloat y;
+};
+typedef struct CGPoint CGPoint;
+struct CGSize {
+    CGFloat width;
+    CGFloat height;
+};
+typedef struct CGSize CGSize;
+struct CGRect {
+    CGPoint origin;
+    CGSize size;
+};
+typedef struct CGRect CGRect;
+typedef CGPoint NSPoint;
+typedef CGSize NSSize;
+typedef CGRect NSRect;
+
+static inline NSSize NSMakeSize(CGFloat width, CGFloat height) {
+    NSSize size;
+    size.width = width;
+    size.height = height;
+    return size;
+}
+
+typedef NS_ENUM(NSUInteger, NSRectEdge){
+    NSRectEdgeMinX = 0,
+    NSRectEdgeMinY = 1,
+    NSRectEdgeMaxX = 2,
+    NSRectEdgeMaxY = 3,
+};
+
+typedef struct _NSRange {
+    NSUInteger location;
+    NSUInteger length;
+} NSRange;
+
+static inline NSRange NSMakeRange(NSUInteger location, NSUInteger length) {
+    NSRange range;
+    range.location = location;
+    range.length = length;
+    return range;
+}
+
+@class NSError, NSNotification, NSOperationQueue;
+
+typedef NSUInteger NSStringEncoding;
+enum : NSStringEncoding { NSUTF8StringEncoding = 4 };
+
+@interface NSString : NSObject
+@property(readonly) NSUInteger length;
+@property(readonly) const char* UTF8String;
+@property(readonly, copy) NSString* stringByDeletingLastPathComponent;
+- (instancetype)init;
+- (instancetype)initWithBytes:(const void*)bytes
+                       length:(NSUInteger)length
+                     encoding:(NSStringEncoding)encoding;
+@end
+
+typedef NSString* NSAttributedStringKey;
+typedef NSString* NSNotificationName;
+
+@interface NSArray <__covariant ObjectType> : NSObject
++ (instancetype)arrayWithObject:(ObjectType)object;
+@end
+
+@interface NSDictionary <__covariant KeyType, __covariant ObjectType> : NSObject
+- (ObjectType)objectForKey:(KeyType)key;
+@end
+
+@interface NSAttributedString : NSObject
+@property(readonly) NSUInteger length;
+- (instancetype)initWithString:(NSString*)string;
+@end
+
+@interface NSMutableAttributedString : NSAttributedString
+- (void)addAttribute:(NSAttributedStringKey)name value:(id)value range:(NSRange)range;
+- (void)appendAttributedString:(NSAttributedString*)string;
+@end
+
+@interface NSURL : NSObject
++ (NSURL*)fileURLWithPath:(NSString*)path;
+@end
+
+@interface NSBundle : NSObject
+@property(class, readonly, strong) NSBundle* mainBundle;
+@property(readonly, copy) NSString* bundlePath;
+@property(readonly, copy) NSString* bundleIdentifier;
+@property(readonly, copy) NSDictionary<NSString*, id>* infoDictionary;
+@end
+
+@interface NSFileManager : NSObject
+@property(class, readonly, strong) NSFileManager* defaultManager;
+- (BOOL)isWritableFileAtPath:(NSString*)path;
+@end
+
+typedef NS_ENUM(NSInteger, NSProcessInfoThermalState){
+    NSProcessInfoThermalStateNominal,
+    NSProcessInfoThermalStateFair,
+    NSProcessInfoThermalStateSerious,
+    NSProcessInfoThermalStateCritical,
+};
+
+@interface NSProcessInfo : NSObject
+@property(class, readonly, strong) NSProcessInfo* processInfo;
+@property(readonly) NSProcessInfoThermalState thermalState;
+@end
+
+@interface NSNotificationCenter : NSObject
+@property(class, readonly, strong) NSNotificationCenter* defaultCenter;
+- (id<NSObject>)addObserverForName:(NSNotificationName)name
+                            object:(id)object
+                             queue:(NSOperationQueue*)queue
+                        usingBlock:(void (^)(NSNotification* notification))block;
+- (void)removeObserver:(id)observer;
+@end

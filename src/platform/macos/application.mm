@@ -1,0 +1,42 @@
+#include "platform/macos/application.h"
+
+#import <AppKit/AppKit.h>
+
+#include <utility>
+
+namespace korvel::platform {
+
+void becomeAccessory() {
+    [NSApplication.sharedApplication setActivationPolicy:NSApplicationActivationPolicyAccessory];
+}
+
+void activateApplication() {
+    [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+}
+
+std::optional<double> visibleScreenHeight() {
+    NSScreen* screen = NSScreen.mainScreen;
+    if (screen == nil) {
+        return std::nullopt;
+    }
+    return screen.visibleFrame.size.height;
+}
+
+struct TerminationNotice::Observer {
+    id<NSObject> token;
+};
+
+TerminationNotice::TerminationNotice(std::function<void()> notify)
+    : observer_(new Observer{[NSNotificationCenter.defaultCenter
+          addObserverForName:NSApplicationWillTerminateNotification
+                      object:nil
+                       queue:nil
+                  usingBlock:^(NSNotification*) {
+                    notify();
+                  }]}) {}
+
+TerminationNotice::~TerminationNotice() {
+    [NSNotificationCenter.defaultCenter removeObserver:observer_->token];
+}
+
+} // namespace korvel::platform
