@@ -1,10 +1,16 @@
 // What Korvel uses of Foundation, declared by ourselves so that its Objective-C++ compiles where
-// there is no SDK. With the SDK this file is not used. Every class, method, property, enumeration
-// value and constant was compared once, by a script, with the machine-readable description of the
-// macOS 26.2 SDK that the bridge package @nativescript/macos-node-api 0.4.0 carries: its name, its
-// selector and the number and kind of its parameters. That description knows one kind of number
-// only; the widths of the numbers (NSInteger, NSUInteger, CGFloat, BOOL) are from memory of the
-// public documentation. Nullability, availability and protocol adoptions are left out.
+// there is no SDK. With the SDK this file is not used.
+//
+// Checked once against the description of the macOS 26.2 SDK that the bridge package
+// @nativescript/macos-node-api 0.4.0 (npm) carries: by a script, each method of the table in
+// declared_selectors.mm (class or instance method, its owner, its selector, the number of its
+// arguments and the kind of each: string, number, truth value, selector, structure, enumeration by
+// name, class by name, block); by eye, the results, the values of the enumerations and the names of
+// the constants. The description has one kind of number: that NSInteger, NSUInteger, CGFloat and
+// BOOL stand in the right places, and the values -1 and 4 of NSVariableStatusItemLength and
+// NSUTF8StringEncoding, are known from the public documentation and were checked against nothing
+// else. Nullability, availability and adopted protocols are left out. Which framework a symbol comes
+// from, in the .tbd files, is a guess.
 #pragma once
 
 #include <objc/NSObject.h>
