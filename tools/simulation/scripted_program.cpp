@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include "model/awake.h"
-#include "platform/linux/openssl_digest.h"
+#include "simulation/system_digest.h"
 #include "ui/content/content_view.h"
 #include "update/updater.h"
 #include "update/whats_new.h"
@@ -77,7 +77,7 @@ ScriptedProgram::ScriptedProgram(const Scenario& scenario, const Stage* stage)
         simulated_.files.contents[simulated_.files.inHome(name)] = text;
     }
     simulated_.digest.digest = [](std::string_view bytes) {
-        return platform::OpensslDigest().sha256(bytes);
+        return SystemDigest().sha256(bytes);
     };
     http_.document = scenario.feed;
     answerTools();

@@ -7,8 +7,8 @@ namespace korvel {
 namespace {
 
 platform::Colour fromLevels(int red, int green, int blue) {
-    constexpr double kLevels = 255;
-    return {red / kLevels, green / kLevels, blue / kLevels};
+    constexpr double kHighest = 255;
+    return {red / kHighest, green / kHighest, blue / kHighest};
 }
 
 } // namespace

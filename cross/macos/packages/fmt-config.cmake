@@ -1,0 +1,5 @@
+if(NOT TARGET fmt::fmt-header-only)
+    add_library(fmt::fmt-header-only INTERFACE IMPORTED)
+    target_compile_definitions(fmt::fmt-header-only INTERFACE FMT_HEADER_ONLY=1)
+    target_include_directories(fmt::fmt-header-only INTERFACE ${KORVEL_CROSS_HEADERS})
+endif()

@@ -1,0 +1,99 @@
+#include "tools/local_machine.h"
+
+#include <fmt/format.h>
+
+#include "core/metrics.h"
+#include "core/system_tools.h"
+#include "platform/macos/declared_selectors.h"
+#include "platform/macos/macos_machine.h"
+#include "platform/macos/macos_processes.h"
+#include "platform/macos/thermal_state.h"
+#include "platform/posix/child_processes.h"
+#include "platform/posix/system_clock.h"
+#include "tools/reading_texts.h"
+
+namespace korvel {
+
+struct LocalMachine::Parts {
+    platform::PosixChildProcesses children;
+    platform::SystemClock clock;
+    platform::MacosMachine machine{platform::thermalState};
+    platform::MacosProcesses processes;
+    LaunchctlAgents agents{children};
+    VmmapSwappedMemory swappedMemory{children};
+    Metrics metrics{machine, processes, agents, clock};
+};
+
+LocalMachine::LocalMachine() : parts_(std::make_unique<Parts>()) {}
+
+LocalMachine::~LocalMachine() = default;
+
+Metrics& LocalMachine::metrics() {
+    return parts_->metrics;
+}
+
+void LocalMachine::catchUp() {}
+
+std::vector<Comparison> LocalMachine::comparisons() {
+    constexpr const char* kSysctl = "/usr/sbin/sysctl";
+    ReadingTexts texts(parts_->machine, parts_->processes);
+    const std::string self = fmt::format("{}", parts_->processes.currentProcessIdentifier());
+    const std::string label(Metrics::wardenLabel);
+    const double swapped =
+        Metrics::swappedGB(parts_->processes.currentProcessIdentifier(), parts_->swappedMemory);
+    return {
+        {"physicalMemory", texts.physicalMemory(), kSysctl, {"-n", "hw.memsize"}, {}, true},
+        {"processorCount", texts.processorCount(), kSysctl, {"-n", "hw.ncpu"}, {}, true},
+        {"pageSize", texts.pageSize(), "/usr/bin/vm_stat", {}, {"page size"}, true},
+        {"thermalState", texts.thermalState(), "/usr/bin/pmset", {"-g", "therm"}},
+        {"vmStatistics", texts.vmStatistics(), "/usr/bin/vm_stat", {}, {"Pages", "Swapouts"}},
+        {"memoryPressureLevel",
+         texts.memoryPressureLevel(),
+         kSysctl,
+         {"-n", "kern.memorystatus_vm_pressure_level"}},
+        {"swapUsage", texts.swapUsage(), kSysctl, {"-n", "vm.swapusage"}},
+        {"dataVolume", texts.dataVolume(), "/bin/df", {"-k", "/System/Volumes/Data"}},
+        {"cpuTicks", texts.cpuTicks(), "/usr/bin/top", {"-l", "1", "-n", "0"}, {"CPU usage"}},
+        {"loadAverages", texts.loadAverages(), kSysctl, {"-n", "vm.loadavg"}},
+        {"bootTime", texts.bootTime(), kSysctl, {"-n", "kern.boottime"}, {}, true},
+        {"processes",
+         texts.processes(),
+         "/usr/bin/top",
+         {"-l", "1", "-n", "5", "-o", "mem", "-stats", "pid,mem,command"}},
+        {"swappedOut",
+         fmt::format("{:.3f} GB of process {}", swapped, self),
+         "/usr/bin/vmmap",
+         {"--summary", self},
+         {"Writable regions"}},
+        {"isLoaded",
+         fmt::format("{}: {}", label, parts_->agents.isLoaded(label)),
+         "/bin/launchctl",
+         {"list"},
+         {"warden"}},
+    };
+}
+
+std::vector<std::string> LocalMachine::declarationFaults() {
+    using Answer = platform::SelectorReport::Answer;
+    std::vector<std::string> faults;
+    for (const auto& report : platform::askForDeclaredSelectors()) {
+        const std::string method = report.className + " " + report.selector;
+        switch (report.answer) {
+        case Answer::ok:
+            break;
+        case Answer::classMissing:
+            faults.push_back(report.className + " is missing");
+            break;
+        case Answer::selectorMissing:
+            faults.push_back(method + " is missing");
+            break;
+        case Answer::encodingDiffers:
+            faults.push_back(
+                fmt::format("{} is {}, declared as {}", method, report.found, report.declared));
+            break;
+        }
+    }
+    return faults;
+}
+
+} // namespace korvel
