@@ -1,5 +1,6 @@
 #include "platform/qt/termination_signals.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -25,10 +26,23 @@ extern "C" void wakeMainThread(int) {
     errno = savedErrno;
 }
 
+bool openSignalPipe() {
+#ifdef __APPLE__
+    // This system has no pipe2(); the program has no other thread yet that could start a child.
+    return ::pipe(signalPipe.data()) == 0 &&
+           std::all_of(signalPipe.begin(), signalPipe.end(), [](int end) {
+               return ::fcntl(end, F_SETFD, FD_CLOEXEC) == 0 &&
+                      ::fcntl(end, F_SETFL, O_NONBLOCK) == 0;
+           });
+#else
+    return ::pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK) == 0;
+#endif
+}
+
 } // namespace
 
 TerminationSignals::TerminationSignals() {
-    if (::pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
+    if (!openSignalPipe()) {
         return; // the signals then end the program as they end any other
     }
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
