@@ -39,7 +39,7 @@ JSON = re.compile(r"^simdjson\.h$")
 PLIST = re.compile(r"^plist/plist\.h$")
 OPENSSL = re.compile(r"^openssl/[a-z0-9_]+\.h$")
 APPLE = re.compile(
-    r"^(mach|os|libkern|IOKit|AppKit|Foundation|UserNotifications|CoreFoundation|CommonCrypto)/"
+    r"^(mach|objc|os|libkern|IOKit|AppKit|Foundation|UserNotifications|CoreFoundation|CommonCrypto)/"
 )
 
 # room -> outside headers that it may know, besides the standard library's.
