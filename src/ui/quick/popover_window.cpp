@@ -9,19 +9,14 @@
 #include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
-#include <QSGRendererInterface>
 #include <QScreen>
 
 #include "ui/content/content_view.h"
 #include "ui/content/popover_size.h"
-#include "ui/quick/inks.h"
+#include "ui/quick/quick_views.h"
 #include "ui/quick/shadow_item.h"
-
-// Made by the build from the QML module; a static library's module is registered by calling it.
-void qml_register_types_Korvel(); // NOLINT(readability-identifier-naming)
 
 namespace korvel {
 
@@ -130,20 +125,12 @@ bool PopoverWindow::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void PopoverWindow::makeView() {
-    // Drawn by the processor: a window this small needs no graphics driver, and its memory.
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    qml_register_types_Korvel();
     bridge_ = std::make_unique<PopoverBridge>(root_, desktop_.words);
-    view_ = std::make_unique<QQuickView>();
-    view_->engine()->setProperty(Inks::kColourSchemeProperty, QVariant::fromValue(&colourScheme_));
-    view_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-    view_->setColor(Qt::transparent); // behind the panel's round corners
-    view_->setTitle(QStringLiteral("Korvel"));
-    view_->setResizeMode(QQuickView::SizeViewToRootObject);
-    view_->setInitialProperties({{QStringLiteral("content"), QVariant::fromValue(bridge_.get())}});
-    view_->installEventFilter(this);
     render();
-    view_->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverFrame.qml")));
+    view_ = makeQuickViews(*bridge_, colourScheme_,
+                           Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint,
+                           QStringLiteral("PopoverFrame.qml"));
+    view_->installEventFilter(this);
     connect(view_.get(), &QWindow::activeChanged, this, &PopoverWindow::activeChanged);
     connect(view_.get(), &QWindow::widthChanged, this, &PopoverWindow::place);
     connect(view_.get(), &QWindow::heightChanged, this, &PopoverWindow::place);
