@@ -1,0 +1,109 @@
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include <QApplication>
+
+#include "app/app_delegate.h"
+#include "app/main_popover_macos.h"
+#include "core/metrics.h"
+#include "core/system_tools.h"
+#include "model/awake.h"
+#include "platform/macos/application.h"
+#include "platform/macos/common_crypto_digest.h"
+#include "platform/macos/macos_bundle.h"
+#include "platform/macos/macos_machine.h"
+#include "platform/macos/macos_notifications.h"
+#include "platform/macos/macos_power_assertions.h"
+#include "platform/macos/macos_processes.h"
+#include "platform/macos/macos_status_bar.h"
+#include "platform/macos/macos_workspace.h"
+#include "platform/macos/thermal_state.h"
+#include "platform/posix/child_processes.h"
+#include "platform/posix/file_manager.h"
+#include "platform/posix/files.h"
+#include "platform/posix/system_clock.h"
+#include "platform/qt/http.h"
+#include "platform/qt/run_loop.h"
+#include "platform/qt/termination_signals.h"
+#include "platform/qt/user_defaults.h"
+#include "platform/services.h"
+#include "update/system_tools.h"
+#include "update/updater.h"
+#include "update/whats_new.h"
+
+namespace {
+
+using namespace korvel;
+
+AppDelegate* running = nullptr;
+
+/// The one place where the program ends, whichever way: the menu, a signal, or the end of the
+/// session.
+void finish() {
+    if (AppDelegate* ending = std::exchange(running, nullptr)) {
+        ending->applicationWillTerminate();
+    }
+}
+
+/// Drops what Qt has to say. A message that Qt would abort after ends the program as a quit does.
+void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString&) {
+    if (type == QtFatalMsg) {
+        std::exit(EXIT_FAILURE);
+    }
+}
+
+} // namespace
+
+int main(int, char** argv) {
+    qInstallMessageHandler(keepQuiet);
+    platform::TerminationSignals terminationSignals;
+
+    int argumentCount = 1; // the program has no command line, and Qt is not to find one either
+    const QApplication application(argumentCount, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setApplicationName(QStringLiteral("korvel"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Korvel"));
+    platform::becomeAccessory();
+
+    platform::PosixFiles files;
+    platform::SystemClock clock;
+    platform::MacosMachine machine(platform::thermalState);
+    platform::MacosProcesses processes;
+    platform::PosixChildProcesses childProcesses;
+    VmmapSwappedMemory swappedMemory(childProcesses);
+    LaunchctlAgents agents(childProcesses);
+    platform::QtRunLoop runLoop;
+    platform::MacosStatusBar statusBar;
+    platform::QtUserDefaults defaults;
+    platform::MacosPowerAssertions power;
+    platform::MacosNotifications notifications;
+    platform::MacosBundle bundle;
+    platform::QtHttp http;
+    platform::PosixFileManager fileManager;
+    platform::CommonCryptoDigest digest;
+    DittoArchive archive(childProcesses);
+    CodesignSignature codeSignature(childProcesses);
+    platform::MacosWorkspace workspace([&childProcesses](const std::string& installed) {
+        openInASecond(childProcesses, installed);
+    });
+    const platform::Services services{
+        machine,     processes, swappedMemory, agents,        childProcesses, clock,  runLoop,
+        files,       statusBar, defaults,      power,         notifications,  bundle, http,
+        fileManager, digest,    archive,       codeSignature, workspace};
+    platform::installedServices = &services;
+
+    const auto delegate =
+        std::make_shared<AppDelegate>(services, Metrics::shared(), Awake::shared(),
+                                      Updater::shared(), WhatsNew::shared(), makeMacosPopover);
+    running = delegate.get();
+    std::atexit(finish);
+    const platform::TerminationNotice terminationNotice(finish);
+    terminationSignals.notify([&runLoop] { runLoop.terminate(); });
+    delegate->applicationDidFinishLaunching();
+    QApplication::exec();
+    finish();
+    // What is left is the system's to take back; work in the background would be waited for.
+    std::_Exit(EXIT_SUCCESS);
+}

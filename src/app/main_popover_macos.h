@@ -1,0 +1,14 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/status_bar.h"
+
+namespace korvel {
+
+class ContentView;
+
+/// The popover as it opens on a Mac. `root` outlives it.
+std::unique_ptr<platform::Popover> makeMacosPopover(ContentView& root);
+
+} // namespace korvel
