@@ -29,9 +29,9 @@ struct Declared {
 /// Whether two types have one encoding. It is not known to the compiler as a value; but all objects
 /// have the same, and blocks, which are objects too, another one of another length.
 template <class A, class B>
-constexpr bool kSameEncoding =
-    std::is_same_v<A, B> || (std::is_convertible_v<A, id> && std::is_convertible_v<B, id> &&
-                             sizeof(@encode(A)) == sizeof(@encode(B)));
+constexpr bool kSameEncoding = std::is_same_v<A, B> ||
+                               (std::is_convertible_v<A, id> && std::is_convertible_v<B, id> &&
+                                sizeof(@encode(A)) == sizeof(@encode(B)));
 
 /// Stands for an argument of a message that is compiled but never sent: fits a parameter whose
 /// declared type has the encoding of T, and stops the compiler at any other.
@@ -58,7 +58,7 @@ constexpr std::size_t argumentsOf(std::string_view selector) {
 }
 
 template <std::size_t Colons, class Message, class Result, class Receiver, class... Arguments>
-std::string encodingOfCall(Result (Message::*/*sends it*/)(Receiver, Arguments...) const) {
+std::string encodingOfCall(Result (Message::* /*sends it*/)(Receiver, Arguments...) const) {
     static_assert(sizeof...(Arguments) == Colons, "one argument for each colon");
     std::string encoding = @encode(Result);
     encoding += @encode(id);
@@ -194,7 +194,8 @@ const char* encodingInRuntime(const Declared& method, bool& ownerFound) {
         constexpr BOOL kRequired = NO; // what this program may leave out
         constexpr BOOL kOfInstances = YES;
         return ownerFound
-                   ? protocol_getMethodDescription(protocol, selector, kRequired, kOfInstances).types
+                   ? protocol_getMethodDescription(protocol, selector, kRequired, kOfInstances)
+                         .types
                    : nullptr;
     }
     const Class owner = objc_lookUpClass(method.owner);
@@ -202,13 +203,15 @@ const char* encodingInRuntime(const Declared& method, bool& ownerFound) {
     if (!ownerFound) {
         return nullptr;
     }
-    const Method found = method.kind == Kind::classMethod ? class_getClassMethod(owner, selector)
-                                                          : class_getInstanceMethod(owner, selector);
+    const Method found = method.kind == Kind::classMethod
+                             ? class_getClassMethod(owner, selector)
+                             : class_getInstanceMethod(owner, selector);
     return found != nullptr ? method_getTypeEncoding(found) : nullptr;
 }
 
 SelectorReport ask(const Declared& method) {
-    SelectorReport report{method.owner, method.selector, method.kind, withoutOffsets(method.encoding),
+    SelectorReport report{method.owner, method.selector,
+                          method.kind,  withoutOffsets(method.encoding),
                           {},           Answer::ok};
     bool ownerFound = false;
     const char* found = encodingInRuntime(method, ownerFound);

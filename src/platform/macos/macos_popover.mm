@@ -42,8 +42,10 @@ struct MacosPopover::Parts {
 };
 
 MacosPopover::MacosPopover(std::function<void()> closed)
-    : parts_(new Parts{[[NSPopover alloc] init], [[NSViewController alloc] init],
-                       [[KorvelPopoverDelegate alloc] init], nil}) {
+    : parts_(new Parts{[[NSPopover alloc] init],
+                       [[NSViewController alloc] init],
+                       [[KorvelPopoverDelegate alloc] init],
+                       nil}) {
     parts_->delegate->closed_ = std::move(closed);
     parts_->controller.view = [[NSView alloc] init];
     parts_->popover.behavior = NSPopoverBehaviorTransient;
@@ -78,9 +80,7 @@ void MacosPopover::show(StatusItem& item) {
         return;
     }
     parts_->delegate->anchor_ = button;
-    [parts_->popover showRelativeToRect:button.bounds
-                                 ofView:button
-                          preferredEdge:NSRectEdgeMinY];
+    [parts_->popover showRelativeToRect:button.bounds ofView:button preferredEdge:NSRectEdgeMinY];
 }
 
 void MacosPopover::close() {

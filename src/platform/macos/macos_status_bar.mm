@@ -84,8 +84,9 @@ NSMenuItem* menuItem(const MenuItem& item) {
 } // namespace
 
 MacosStatusItem::MacosStatusItem()
-    : parts_(new Parts{[NSStatusBar.systemStatusBar statusItemWithLength:NSVariableStatusItemLength],
-                       [[KorvelAction alloc] init]}) {
+    : parts_(
+          new Parts{[NSStatusBar.systemStatusBar statusItemWithLength:NSVariableStatusItemLength],
+                    [[KorvelAction alloc] init]}) {
     NSStatusBarButton* button = parts_->item.button;
     button.target = parts_->action;
     button.action = @selector(korvelAct);
