@@ -11,6 +11,7 @@
   @public
     std::function<void()> closed_;
     __weak NSView* anchor_; ///< that the popover stands at
+    BOOL asked_;            ///< this program closes it
 }
 @end
 
@@ -20,7 +21,7 @@
     // The press that would close it is the first half of the click that the item acts on, which
     // would open it again.
     NSEvent* event = NSApplication.sharedApplication.currentEvent;
-    return event.type != NSEventTypeLeftMouseDown || event.window == nil ||
+    return asked_ || event.type != NSEventTypeLeftMouseDown || event.window == nil ||
            event.window != anchor_.window;
 }
 
@@ -84,7 +85,9 @@ void MacosPopover::show(StatusItem& item) {
 }
 
 void MacosPopover::close() {
+    parts_->delegate->asked_ = YES;
     [parts_->popover performClose:nil];
+    parts_->delegate->asked_ = NO;
 }
 
 bool MacosPopover::shown() const {
