@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "fuzz/fuzz.h"
+#include "platform/linux/relative_path.h"
 #include "platform/linux/zip_archive.h"
 #include "platform/linux/zip_index.h"
 

@@ -6,7 +6,7 @@
 
 #include <fmt/format.h>
 
-#include "platform/linux/zip_index.h"
+#include "platform/linux/relative_path.h"
 
 namespace korvel::platform {
 

@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/zip_index.h"
+#include "platform/linux/relative_path.h"
 #include "platform/posix/file_descriptor.h"
 
 namespace korvel::platform {
@@ -180,7 +180,7 @@ class Scan {
     }
 
     bool link(int parent, const std::string& name, const std::string& path) {
-        std::vector<char> target(kLongestZipPath + 1);
+        std::vector<char> target(kLongestBundlePath + 1);
         const ssize_t length = ::readlinkat(parent, name.c_str(), target.data(), target.size());
         if (length < 0) {
             return fail(path, "cannot be read");

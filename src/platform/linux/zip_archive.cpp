@@ -9,6 +9,7 @@
 #include <archive_entry.h>
 #include <locale.h>
 
+#include "platform/linux/relative_path.h"
 #include "platform/linux/zip_index.h"
 #include "platform/posix/files.h"
 
