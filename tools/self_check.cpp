@@ -4,7 +4,6 @@
 #include <iterator>
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include "core/utf8.h"
 #include "platform/child_process.h"
@@ -72,8 +71,11 @@ SelfCheck selfCheck(const std::vector<Comparison>& comparisons,
         }
         fmt::format_to(out, "{} [{}]\n  korvel: {}\n", comparison.reading, verdict,
                        printable(comparison.ours));
-        fmt::format_to(out, "  {}{}{}:\n", comparison.tool, comparison.arguments.empty() ? "" : " ",
-                       fmt::join(comparison.arguments, " "));
+        std::string command = comparison.tool;
+        for (const std::string& argument : comparison.arguments) {
+            command += " " + argument;
+        }
+        fmt::format_to(out, "  {}:\n", command);
         for (const std::string& line : lines) {
             fmt::format_to(out, "    {}\n", printable(decodeUtf8Lossy(line)));
         }

@@ -15,6 +15,9 @@ namespace korvel {
 
 std::unique_ptr<QQuickView> makeQuickViews(PopoverBridge& bridge, ColourScheme& colourScheme,
                                            Qt::WindowFlags flags, const QString& file) {
+#ifdef KORVEL_QML_AS_WRITTEN
+    qputenv("QML_DISABLE_DISK_CACHE", "1"); // what it compiles is not to be kept in the home folder
+#endif
     // Drawn by the processor: a window this small needs no graphics driver, and its memory.
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     qml_register_types_Korvel();
