@@ -5,7 +5,7 @@
 
 #include <fmt/format.h>
 
-#include "core/utf8.h"
+#include "base/utf8.h"
 #include "platform/machine.h"
 #include "platform/processes.h"
 

@@ -1,6 +1,6 @@
 #include "tools/snapshot_arguments.h"
 
-#include "core/decimal.h"
+#include "base/decimal.h"
 
 namespace korvel {
 

@@ -5,7 +5,7 @@
 
 #include <fmt/format.h>
 
-#include "core/json_writer.h"
+#include "base/json_writer.h"
 #include "core/snapshot.h"
 #include "core/snapshot_json.h"
 #include "tools/printable.h"

@@ -4,7 +4,7 @@
 
 #include <fmt/format.h>
 
-#include "core/fatal.h"
+#include "base/fatal.h"
 #include "core/units.h"
 #include "platform/agents.h"
 #include "platform/services.h"

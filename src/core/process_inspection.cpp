@@ -1,9 +1,9 @@
 #include <algorithm>
 
-#include "core/fatal.h"
+#include "base/fatal.h"
+#include "base/utf8.h"
 #include "core/metrics.h"
 #include "core/units.h"
-#include "core/utf8.h"
 #include "platform/processes.h"
 #include "platform/swapped_memory.h"
 

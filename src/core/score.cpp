@@ -3,7 +3,7 @@
 
 #include <fmt/format.h>
 
-#include "core/fatal.h"
+#include "base/fatal.h"
 #include "core/metrics.h"
 
 namespace korvel {

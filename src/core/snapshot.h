@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/uuid.h"
+#include "base/uuid.h"
 
 namespace korvel::platform {
 class Processes;

@@ -1,6 +1,6 @@
 #include "core/snapshot_json.h"
 
-#include "core/json_writer.h"
+#include "base/json_writer.h"
 #include "core/snapshot.h"
 
 namespace korvel {

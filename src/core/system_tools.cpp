@@ -4,8 +4,8 @@
 
 #include <fmt/format.h>
 
-#include "core/decimal.h"
-#include "core/utf8.h"
+#include "base/decimal.h"
+#include "base/utf8.h"
 
 namespace korvel {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "core/observable.h"
+#include "base/observable.h"
 #include "platform/clock.h"
 #include "platform/power.h"
 #include "platform/run_loop.h"

@@ -5,7 +5,7 @@
 
 #include <fmt/format.h>
 
-#include "core/utf8.h"
+#include "base/utf8.h"
 #include "model/model.h"
 #include "platform/child_process.h"
 #include "platform/run_loop.h"

@@ -9,8 +9,8 @@
 #include <fmt/compile.h>
 #include <simdjson.h>
 
-#include "core/decimal.h"
-#include "core/fatal.h"
+#include "base/decimal.h"
+#include "base/fatal.h"
 
 namespace korvel {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "base/observable.h"
 #include "core/metrics.h"
-#include "core/observable.h"
 #include "model/history_store.h"
 #include "model/score_notifications.h"
 

@@ -5,8 +5,8 @@
 
 #include <fmt/format.h>
 
+#include "base/uuid.h"
 #include "core/snapshot.h"
-#include "core/uuid.h"
 #include "platform/defaults.h"
 #include "platform/notifications.h"
 

@@ -6,7 +6,7 @@
 
 #include <simdjson.h>
 
-#include "core/decimal.h"
+#include "base/decimal.h"
 #include "update/https_url.h"
 
 namespace korvel {

@@ -1,6 +1,6 @@
 #include "update/system_tools.h"
 
-#include "core/utf8.h"
+#include "base/utf8.h"
 
 namespace korvel {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "core/fatal.h"
+#include "base/fatal.h"
 #include "platform/bundle.h"
 #include "platform/defaults.h"
 #include "platform/http.h"

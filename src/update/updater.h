@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "core/observable.h"
-#include "core/uuid.h"
+#include "base/observable.h"
+#include "base/uuid.h"
 #include "platform/clock.h"
 #include "platform/services.h"
 #include "update/release.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "core/fatal.h"
+#include "base/fatal.h"
 #include "platform/defaults.h"
 #include "platform/run_loop.h"
 #include "platform/services.h"

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/observable.h"
+#include "base/observable.h"
 
 namespace korvel::platform {
 class RunLoop;

@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "core/decimal.h"
-#include "core/json_writer.h"
+#include "base/decimal.h"
+#include "base/json_writer.h"
 #include "core/system_tools.h"
 #include "support/readings.h"
 

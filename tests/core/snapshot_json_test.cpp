@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/json_writer.h"
+#include "base/json_writer.h"
 #include "core/metrics.h"
 
 namespace korvel {

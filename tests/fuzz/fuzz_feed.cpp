@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <string>
 
-#include "core/decimal.h"
-#include "core/json_writer.h"
-#include "core/utf8.h"
+#include "base/decimal.h"
+#include "base/json_writer.h"
+#include "base/utf8.h"
 #include "fuzz/fuzz.h"
 #include "update/https_url.h"
 #include "update/release.h"

@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <string>
 
-#include "core/json_writer.h"
-#include "core/utf8.h"
+#include "base/json_writer.h"
+#include "base/utf8.h"
 #include "fuzz/fuzz.h"
 
 // Decoded bytes are well-formed, stay as they are when they were, and make a JSON string of

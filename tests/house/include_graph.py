@@ -12,18 +12,19 @@ from pathlib import Path
 
 # room -> rooms that it may include, besides itself. The longest matching folder is a file's room.
 ROOMS = {
-    "platform": [],
-    "platform/posix": ["platform"],
-    "platform/linux": ["platform", "platform/posix"],
-    "platform/macos": ["platform", "platform/posix"],
-    "platform/qt": ["platform", "platform/posix"],
-    "platform/simulated": ["platform"],
-    "core": ["platform"],
-    "model": ["core", "platform"],
-    "update": ["core", "platform"],
-    "ui/content": ["model", "update", "core", "platform"],
-    "ui/quick": ["ui/content", "model", "update", "core", "platform"],
-    "app": ["ui/content", "update", "model", "core", "platform"],
+    "base": [],
+    "platform": ["base"],
+    "platform/posix": ["platform", "base"],
+    "platform/linux": ["platform", "platform/posix", "base"],
+    "platform/macos": ["platform", "platform/posix", "base"],
+    "platform/qt": ["platform", "platform/posix", "base"],
+    "platform/simulated": ["platform", "base"],
+    "core": ["platform", "base"],
+    "model": ["core", "platform", "base"],
+    "update": ["core", "platform", "base"],
+    "ui/content": ["model", "update", "core", "platform", "base"],
+    "ui/quick": ["ui/content", "model", "update", "core", "platform", "base"],
+    "app": ["ui/content", "update", "model", "core", "platform", "base"],
 }
 
 # The composition roots: the only files that name a backend.
@@ -44,6 +45,7 @@ APPLE = re.compile(
 
 # room -> outside headers that it may know, besides the standard library's.
 OUTSIDE = {
+    "base": [FMT],
     "platform": [],
     "platform/posix": [POSIX],
     "platform/linux": [POSIX, LINUX, QT, FMT, PLIST, OPENSSL],

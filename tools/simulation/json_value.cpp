@@ -5,7 +5,7 @@
 
 #include <fmt/format.h>
 
-#include "core/json_writer.h"
+#include "base/json_writer.h"
 
 namespace korvel::simulation {
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/observable.h"
+#include "base/observable.h"
 #include "core/snapshot.h"
 #include "simulation/scripted_program.h"
 #include "simulation/trace.h"

@@ -3,7 +3,7 @@
 #include <csignal>
 #include <utility>
 
-#include "core/json_writer.h"
+#include "base/json_writer.h"
 #include "core/snapshot.h"
 #include "core/snapshot_json.h"
 #include "model/awake.h"

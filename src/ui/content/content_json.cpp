@@ -1,6 +1,6 @@
 #include "ui/content/content_json.h"
 
-#include "core/json_writer.h"
+#include "base/json_writer.h"
 #include "ui/content/popover_content.h"
 
 namespace korvel {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "core/observable.h"
+#include "base/observable.h"
 #include "ui/content/popover_content.h"
 
 namespace korvel::platform {

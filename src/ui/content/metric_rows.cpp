@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "core/fatal.h"
+#include "base/fatal.h"
 #include "core/snapshot.h"
 
 namespace korvel {

@@ -1,6 +1,6 @@
 #include "ui/content/palette.h"
 
-#include "core/fatal.h"
+#include "base/fatal.h"
 
 namespace korvel {
 

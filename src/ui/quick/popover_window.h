@@ -8,7 +8,7 @@
 #include <QRect>
 #include <QTimer>
 
-#include "core/observable.h"
+#include "base/observable.h"
 #include "platform/status_bar.h"
 #include "ui/quick/colour_scheme.h"
 #include "ui/quick/popover_bridge.h"

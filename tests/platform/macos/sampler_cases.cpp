@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/uuid.h"
 #include "core/metrics.h"
-#include "core/uuid.h"
 #include "platform/agents.h"
 #include "platform/macos/cases.h"
 #include "platform/macos/macos_machine.h"

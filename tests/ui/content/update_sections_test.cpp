@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/json_writer.h"
+#include "base/json_writer.h"
 #include "support/simulated_model.h"
 #include "ui/content/content_json.h"
 #include "ui/content/content_view.h"

@@ -1,4 +1,4 @@
-#include "core/utf8.h"
+#include "base/utf8.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "core/json_writer.h"
+#include "base/json_writer.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,7 +6,7 @@
 
 #include <fmt/format.h>
 
-#include "core/utf8.h"
+#include "base/utf8.h"
 
 namespace korvel {
 

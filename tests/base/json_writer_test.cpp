@@ -1,4 +1,4 @@
-#include "core/json_writer.h"
+#include "base/json_writer.h"
 
 #include <cstdlib>
 #include <limits>
