@@ -12,8 +12,8 @@
 
 #include "bare_loop.h"
 #include "core/metrics.h"
-#include "platform/linux/linux_machine.h"
-#include "platform/linux/linux_processes.h"
+#include "platform/linux/kernel/linux_machine.h"
+#include "platform/linux/kernel/linux_processes.h"
 #include "platform/posix/system_clock.h"
 #include "platform/simulated/agents.h"
 #include "platform/simulated/processes.h"

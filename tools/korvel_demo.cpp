@@ -13,7 +13,7 @@
 
 #include "demo/demo_program.h"
 #include "demo/pictures.h"
-#include "platform/qt/surroundings.h"
+#include "platform/linux/session/surroundings.h"
 #include "platform/qt/termination_signals.h"
 #include "simulation/command_line.h"
 #include "simulation/json_value.h"

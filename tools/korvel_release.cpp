@@ -14,12 +14,12 @@
 
 #include <fmt/format.h>
 
-#include "platform/linux/bundle_manifest.h"
-#include "platform/linux/bundle_scan.h"
-#include "platform/linux/info_plist.h"
-#include "platform/linux/linux_code_signature.h"
-#include "platform/linux/update_root.h"
-#include "platform/linux/zip_archive.h"
+#include "platform/linux/update/bundle_manifest.h"
+#include "platform/linux/update/bundle_scan.h"
+#include "platform/linux/update/info_plist.h"
+#include "platform/linux/update/linux_code_signature.h"
+#include "platform/linux/update/update_root.h"
+#include "platform/linux/update/zip_archive.h"
 #include "platform/posix/files.h"
 
 namespace {

@@ -7,9 +7,9 @@
 #include <fmt/format.h>
 
 #include "core/metrics.h"
-#include "platform/linux/linux_machine.h"
-#include "platform/linux/linux_processes.h"
-#include "platform/linux/systemd_agents.h"
+#include "platform/linux/kernel/linux_machine.h"
+#include "platform/linux/kernel/linux_processes.h"
+#include "platform/linux/session/systemd_agents.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
 #include "tools/reading_texts.h"

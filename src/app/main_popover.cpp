@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "platform/linux/own_memory.h"
-#include "platform/qt/window_effects.h"
+#include "platform/linux/kernel/own_memory.h"
+#include "platform/linux/session/window_effects.h"
 #include "ui/content/linux_words.h"
 #include "ui/quick/popover_window.h"
 

@@ -4,7 +4,7 @@
 #include <QCoreApplication>
 #include <QTimer>
 
-#include "platform/linux/desktop_notifications.h"
+#include "platform/linux/session/desktop_notifications.h"
 #include "ui/content/linux_words.h"
 
 int main(int count, char** arguments) {

@@ -1,7 +1,7 @@
 #include <cstddef>
 
 #include "fuzz/fuzz.h"
-#include "platform/linux/info_plist.h"
+#include "platform/linux/update/info_plist.h"
 
 // Any bytes give strings or none, no more of them than the bytes can hold.
 void fuzz(std::string_view bytes) {

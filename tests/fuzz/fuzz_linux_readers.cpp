@@ -8,15 +8,15 @@
 #include <vector>
 
 #include "fuzz/fuzz.h"
-#include "platform/linux/cpu_ticks.h"
-#include "platform/linux/linux_machine.h"
-#include "platform/linux/linux_processes.h"
-#include "platform/linux/meminfo.h"
-#include "platform/linux/pressure.h"
-#include "platform/linux/process_name.h"
-#include "platform/linux/process_status.h"
-#include "platform/linux/thermal_rule.h"
-#include "platform/linux/zram_reader.h"
+#include "platform/linux/kernel/cpu_ticks.h"
+#include "platform/linux/kernel/linux_machine.h"
+#include "platform/linux/kernel/linux_processes.h"
+#include "platform/linux/kernel/meminfo.h"
+#include "platform/linux/kernel/pressure.h"
+#include "platform/linux/kernel/process_name.h"
+#include "platform/linux/kernel/process_status.h"
+#include "platform/linux/kernel/thermal_rule.h"
+#include "platform/linux/kernel/zram_reader.h"
 
 namespace {
 

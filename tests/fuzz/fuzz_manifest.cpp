@@ -1,5 +1,5 @@
 #include "fuzz/fuzz.h"
-#include "platform/linux/bundle_manifest.h"
+#include "platform/linux/update/bundle_manifest.h"
 
 // What is read is what is written, byte for byte, and never has a fault.
 void fuzz(std::string_view text) {

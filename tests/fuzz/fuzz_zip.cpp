@@ -6,9 +6,9 @@
 #include <unistd.h>
 
 #include "fuzz/fuzz.h"
-#include "platform/linux/relative_path.h"
-#include "platform/linux/zip_archive.h"
-#include "platform/linux/zip_index.h"
+#include "platform/linux/update/relative_path.h"
+#include "platform/linux/update/zip_archive.h"
+#include "platform/linux/update/zip_index.h"
 
 namespace fs = std::filesystem;
 

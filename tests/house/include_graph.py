@@ -15,7 +15,9 @@ ROOMS = {
     "base": [],
     "platform": ["base"],
     "platform/posix": ["platform", "base"],
-    "platform/linux": ["platform", "platform/posix", "base"],
+    "platform/linux/kernel": ["platform", "platform/posix", "base"],
+    "platform/linux/session": ["platform", "platform/posix", "base"],
+    "platform/linux/update": ["platform", "platform/posix", "base"],
     "platform/macos": ["platform", "platform/posix", "base"],
     "platform/qt": ["platform", "platform/posix", "base"],
     "platform/simulated": ["platform", "base"],
@@ -48,9 +50,11 @@ OUTSIDE = {
     "base": [FMT],
     "platform": [],
     "platform/posix": [POSIX],
-    "platform/linux": [POSIX, LINUX, QT, FMT, PLIST, OPENSSL],
+    "platform/linux/kernel": [POSIX, LINUX, FMT],
+    "platform/linux/session": [POSIX, QT, XCB],
+    "platform/linux/update": [POSIX, LINUX, FMT, PLIST, OPENSSL],
     "platform/macos": [POSIX, APPLE, FMT],
-    "platform/qt": [POSIX, QT, FMT, XCB],
+    "platform/qt": [POSIX, QT, FMT],
     "platform/simulated": [FMT],
     "core": [FMT],
     "model": [FMT, JSON],
@@ -111,10 +115,10 @@ def check(source):
 
 
 def self_test():
-    tracked = {"core/a.h", "model/a.h", "platform/a.h", "platform/linux/a.h", "app/a.h"}
+    tracked = {"core/a.h", "model/a.h", "platform/a.h", "platform/linux/kernel/a.h", "app/a.h"}
     refused = [
         ("core/x.cpp", '#include "model/a.h"'),
-        ("core/x.cpp", '#include "platform/linux/a.h"'),
+        ("core/x.cpp", '#include "platform/linux/kernel/a.h"'),
         ("core/x.cpp", "#include <QString>"),
         ("core/x.cpp", "#include <unistd.h>"),
         ("update/x.cpp", "#include <openssl/cms.h>"),
@@ -122,15 +126,15 @@ def self_test():
         ("core/x.cpp", 'open("/proc/meminfo")'),
         ("model/x.cpp", "#include <sys/stat.h>"),
         ("platform/x.h", "#include <fmt/format.h>"),
-        ("platform/linux/x.cpp", '#include "core/a.h"'),
+        ("platform/linux/kernel/x.cpp", '#include "core/a.h"'),
         ("platform/qt/x.cpp", '#include "app/a.h"'),
-        ("app/delegate.cpp", '#include "platform/linux/a.h"'),
+        ("app/delegate.cpp", '#include "platform/linux/kernel/a.h"'),
         ("stray.cpp", ""),
     ]
     allowed = [
         ("core/x.cpp", '#include "platform/a.h"\n#include <vector>\n#include <fmt/format.h>'),
-        ("app/main_linux.cpp", '#include "platform/linux/a.h"\n#include <QString>'),
-        ("platform/linux/x.cpp", '#include "platform/a.h"\n#include <fcntl.h>\nopen("/proc/stat")'),
+        ("app/main_linux.cpp", '#include "platform/linux/kernel/a.h"\n#include <QString>'),
+        ("platform/linux/kernel/x.cpp", '#include "platform/a.h"\n#include <fcntl.h>\nopen("/proc/stat")'),
     ]
     missed = [case for case in refused if not breaks(*case, tracked)]
     wrong = [case for case in allowed if breaks(*case, tracked)]

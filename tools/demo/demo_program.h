@@ -8,8 +8,8 @@
 #include <QTimer>
 
 #include "platform/clock.h"
+#include "platform/linux/session/status_bar.h"
 #include "platform/qt/run_loop.h"
-#include "platform/qt/status_bar.h"
 #include "simulation/scripted_program.h"
 
 namespace korvel::simulation {

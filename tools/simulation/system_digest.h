@@ -5,7 +5,7 @@
 #ifdef __APPLE__
 #include "platform/macos/common_crypto_digest.h"
 #else
-#include "platform/linux/openssl_digest.h"
+#include "platform/linux/update/openssl_digest.h"
 #endif
 
 namespace korvel {

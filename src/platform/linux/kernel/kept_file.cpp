@@ -1,0 +1,65 @@
+#include "platform/linux/kernel/kept_file.h"
+
+#include <cerrno>
+
+#include <fcntl.h>
+
+namespace korvel::platform {
+
+std::optional<std::string_view> readWhole(FileCalls& calls, int file, std::string& buffer) {
+    constexpr std::size_t kFirstSize = 8192;
+    constexpr std::size_t kLargest = std::size_t{16} << 20;
+    if (buffer.size() < kFirstSize) {
+        buffer.resize(kFirstSize);
+    }
+    std::size_t used = 0;
+    for (;;) {
+        if (used == buffer.size()) {
+            if (used >= kLargest) {
+                errno = EFBIG;
+                return std::nullopt;
+            }
+            buffer.resize(buffer.size() * 2);
+        }
+        // The kernel may hand a long file over in several pieces, so only a 0 is the end.
+        const ssize_t got = calls.readAt(file, buffer.data() + used, buffer.size() - used,
+                                         static_cast<off_t>(used));
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got < 0) {
+            return std::nullopt;
+        }
+        if (got == 0) {
+            return std::string_view(buffer).substr(0, used);
+        }
+        used += static_cast<std::size_t>(got);
+    }
+}
+
+std::optional<std::string_view> KeptFile::read(std::string& buffer) {
+    if (!file_ && !open()) {
+        return std::nullopt;
+    }
+    const std::optional<std::string_view> text = readWhole(*calls_, file_.get(), buffer);
+    if (!text && errno == ENODEV) {
+        // What the file told about is gone; the same path may come to stand for another device.
+        file_.reset();
+    }
+    return text;
+}
+
+bool KeptFile::open() {
+    constexpr int kSkipped = 11; // a minute, at one reading every five seconds
+    if (readingsToSkip_ > 0) {
+        --readingsToSkip_;
+        return false;
+    }
+    file_ = FileDescriptor(calls_->openAt(AT_FDCWD, path_.c_str(), 0));
+    if (!file_ && errno != EMFILE && errno != ENFILE && errno != EINTR) {
+        readingsToSkip_ = kSkipped;
+    }
+    return static_cast<bool>(file_);
+}
+
+} // namespace korvel::platform

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/linux/kernel/file_calls.h"
+#include "platform/posix/file_descriptor.h"
+
+namespace korvel::platform {
+
+/// Reads the whole of an open file from its start into `buffer`, which grows as needed and is made
+/// to be used again. nullopt on an error (errno tells) or beyond 16 MiB; the view lives until the
+/// buffer is next used.
+std::optional<std::string_view> readWhole(FileCalls& calls, int file, std::string& buffer);
+
+/// A file of /proc or /sys that is read again and again: opened at the first reading, kept open and
+/// read from its start each time, because opening costs several times what reading does.
+class KeptFile {
+  public:
+    KeptFile(FileCalls& calls, std::string path) : calls_(&calls), path_(std::move(path)) {}
+
+    /// The file's content now, as `readWhole`. A file that is not there or may not be opened is
+    /// looked for again at every twelfth reading only.
+    std::optional<std::string_view> read(std::string& buffer);
+
+  private:
+    bool open();
+
+    FileCalls* calls_;
+    std::string path_;
+    FileDescriptor file_;
+    int readingsToSkip_ = 0;
+};
+
+} // namespace korvel::platform

@@ -1,0 +1,52 @@
+#include "platform/linux/kernel/zram_reader.h"
+
+#include <set>
+
+#include "platform/linux/kernel/text_scan.h"
+
+namespace korvel::platform {
+
+std::optional<std::uint64_t> parseMmStat(std::string_view text) {
+    std::optional<std::string_view> line = takeLine(text);
+    if (!line) {
+        return std::nullopt;
+    }
+    takeWord(*line); // bytes stored
+    takeWord(*line); // bytes they were compressed to
+    return wholeNumber<std::uint64_t>(takeWord(*line));
+}
+
+ZramReader::ZramReader(FileCalls& calls, const std::string& root)
+    : calls_(calls), path_(root + "sys/block/"), directory_(calls, path_) {}
+
+std::uint64_t ZramReader::memoryUsed() {
+    constexpr int kSkipped = 11; // a minute, at one reading every five seconds
+    if (readingsToSkip_ > 0) {
+        --readingsToSkip_;
+    } else {
+        readingsToSkip_ = kSkipped;
+        findDevices();
+    }
+    std::uint64_t used = 0;
+    for (auto& [name, file] : devices_) {
+        const std::optional<std::string_view> text = file.read(buffer_);
+        used += text ? parseMmStat(*text).value_or(0) : 0;
+    }
+    return used;
+}
+
+void ZramReader::findDevices() {
+    constexpr std::string_view kPrefix = "zram";
+    std::set<std::string, std::less<>> present;
+    directory_.list([&](std::string_view name) {
+        if (name.substr(0, kPrefix.size()) == kPrefix) {
+            present.emplace(name);
+        }
+    });
+    std::erase_if(devices_, [&](const auto& device) { return !present.contains(device.first); });
+    for (const std::string& name : present) {
+        devices_.try_emplace(name, calls_, path_ + name + "/mm_stat");
+    }
+}
+
+} // namespace korvel::platform

@@ -1,0 +1,195 @@
+#include "platform/linux/session/desktop_power.h"
+
+#include <fcntl.h>
+
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QDBusUnixFileDescriptor>
+
+namespace korvel::platform {
+
+namespace {
+
+constexpr int kPatience = 500; // milliseconds
+
+const QString kSession = QStringLiteral("org.gnome.SessionManager");
+const QString kScreenSaver = QStringLiteral("org.freedesktop.ScreenSaver");
+const QString kLogind = QStringLiteral("org.freedesktop.login1");
+const QString kProgram = QStringLiteral("com.oxbrook.korvel");
+
+/// Connections of their own: to drop one takes back what a late answer might still grant.
+const QString kSessionConnection = QStringLiteral("korvel power session");
+const QString kSystemConnection = QStringLiteral("korvel power system");
+
+QDBusConnection sessionBus() {
+    return QDBusConnection::connectToBus(QDBusConnection::SessionBus, kSessionConnection);
+}
+
+QDBusConnection systemBus() {
+    return QDBusConnection::connectToBus(QDBusConnection::SystemBus, kSystemConnection);
+}
+
+QDBusMessage call(const QString& service, const char* path, const QString& interface,
+                  const char* method) {
+    QDBusMessage message = QDBusMessage::createMethodCall(service, QLatin1String(path), interface,
+                                                          QLatin1String(method));
+    message.setAutoStartService(false);
+    return message;
+}
+
+QDBusMessage sessionCall(const QString& service, const char* method) {
+    return call(service,
+                service == kSession ? "/org/gnome/SessionManager" : "/org/freedesktop/ScreenSaver",
+                service, method);
+}
+
+} // namespace
+
+DesktopPower::DesktopPower()
+    : sessionServices_(QDBusConnection::SessionBus, QStringLiteral("korvel power session watch"),
+                       {kSession, kScreenSaver}),
+      logind_(QDBusConnection::SystemBus, QStringLiteral("korvel power system watch"), {kLogind}) {
+    for (BusWatch* watch : {&sessionServices_, &logind_}) {
+        QObject::connect(watch, &BusWatch::appeared, watch,
+                         [this](const QString& service) { takeAgain(service); });
+    }
+    QObject::connect(&sessionServices_, &BusWatch::lost, &sessionServices_,
+                     [this] { sessionBusWentAway(); });
+    QObject::connect(&sessionServices_, &BusWatch::returned, &sessionServices_, [this] {
+        takeAgain(kSession);
+        takeAgain(kScreenSaver);
+    });
+    // What logind holds goes with the descriptor, not with the bus.
+    QObject::connect(&logind_, &BusWatch::lost, &logind_,
+                     [] { QDBusConnection::disconnectFromBus(kSystemConnection); });
+    QObject::connect(&logind_, &BusWatch::returned, &logind_, [this] { takeAgain(kLogind); });
+}
+
+DesktopPower::~DesktopPower() {
+    held_.clear();
+    QDBusConnection::disconnectFromBus(kSessionConnection);
+    QDBusConnection::disconnectFromBus(kSystemConnection);
+}
+
+std::optional<PowerAssertionId> DesktopPower::create(PowerAssertionType type,
+                                                     const std::string& name) {
+    Held held{type, name, {}, 0, {}};
+    if (!take(held)) {
+        return std::nullopt;
+    }
+    held_.emplace(++made_, std::move(held));
+    wantBuses();
+    return made_;
+}
+
+void DesktopPower::release(PowerAssertionId id) {
+    const auto found = held_.find(id);
+    if (found != held_.end()) {
+        giveBack(found->second);
+        held_.erase(found);
+    }
+    wantBuses();
+}
+
+void DesktopPower::wantBuses() {
+    for (BusWatch* watch : {&sessionServices_, &logind_}) {
+        watch->setWanted(!held_.empty());
+    }
+}
+
+void DesktopPower::sessionBusWentAway() {
+    QDBusConnection::disconnectFromBus(kSessionConnection);
+    for (auto& [id, held] : held_) {
+        held.grantor.clear();
+        held.cookie = 0;
+    }
+}
+
+bool DesktopPower::take(Held& held) {
+    return held.type == PowerAssertionType::noDisplaySleep ? inhibitDisplay(held)
+                                                           : inhibitIdle(held);
+}
+
+bool DesktopPower::inhibitDisplay(Held& held) {
+    constexpr std::uint32_t kNoWindow = 0;
+    constexpr std::uint32_t kIdle = 8;
+    const QString reason = QString::fromStdString(held.name);
+    for (const QString& service : {kSession, kScreenSaver}) {
+        QDBusConnection bus = sessionBus();
+        if (!bus.isConnected()) {
+            QDBusConnection::disconnectFromBus(kSessionConnection);
+            return false;
+        }
+        QDBusMessage inhibit = sessionCall(service, "Inhibit");
+        if (service == kSession) {
+            inhibit << kProgram << kNoWindow << reason << kIdle;
+        } else {
+            inhibit << kProgram << reason;
+        }
+        const QDBusReply<std::uint32_t> cookie = bus.call(inhibit, QDBus::Block, kPatience);
+        if (cookie.isValid()) {
+            held.grantor = service.toStdString();
+            held.cookie = cookie.value();
+            return true;
+        }
+        if (cookie.error().type() == QDBusError::NoReply) {
+            QDBusConnection::disconnectFromBus(kSessionConnection);
+        }
+    }
+    return false;
+}
+
+bool DesktopPower::inhibitIdle(Held& held) {
+    QDBusConnection bus = systemBus();
+    if (!bus.isConnected()) {
+        QDBusConnection::disconnectFromBus(kSystemConnection);
+        return false;
+    }
+    QDBusMessage inhibit = call(kLogind, "/org/freedesktop/login1",
+                                QStringLiteral("org.freedesktop.login1.Manager"), "Inhibit");
+    inhibit << QStringLiteral("idle") << QStringLiteral("Korvel")
+            << QString::fromStdString(held.name) << QStringLiteral("block");
+    const QDBusReply<QDBusUnixFileDescriptor> reply = bus.call(inhibit, QDBus::Block, kPatience);
+    if (!reply.isValid()) {
+        if (reply.error().type() == QDBusError::NoReply) {
+            QDBusConnection::disconnectFromBus(kSystemConnection);
+        }
+        return false;
+    }
+    // A duplicate, for the reply closes its own.
+    held.descriptor = FileDescriptor(::fcntl(reply.value().fileDescriptor(), F_DUPFD_CLOEXEC, 0));
+    return static_cast<bool>(held.descriptor);
+}
+
+void DesktopPower::giveBack(Held& held) {
+    held.descriptor.reset();
+    if (held.grantor.empty()) {
+        return;
+    }
+    const QString service = QString::fromStdString(held.grantor);
+    QDBusConnection bus = sessionBus();
+    QDBusMessage release = sessionCall(service, service == kSession ? "Uninhibit" : "UnInhibit");
+    release << held.cookie;
+    if (bus.call(release, QDBus::Block, kPatience).type() == QDBusMessage::ErrorMessage) {
+        QDBusConnection::disconnectFromBus(kSessionConnection); // which releases it too
+    }
+}
+
+void DesktopPower::takeAgain(const QString& service) {
+    for (auto& [id, held] : held_) {
+        const bool display = held.type == PowerAssertionType::noDisplaySleep;
+        if (display != (service != kLogind)) {
+            continue;
+        }
+        // The new one first, so that there is no gap; where another service holds it, that stays.
+        if (display && !held.grantor.empty() && held.grantor != service.toStdString()) {
+            continue;
+        }
+        Held again{held.type, held.name, {}, 0, {}};
+        if (take(again)) {
+            held = std::move(again);
+        }
+    }
+}
+
+} // namespace korvel::platform

@@ -1,0 +1,179 @@
+#include "platform/linux/session/icon_digits.h"
+
+#include <algorithm>
+
+#include <QPainterPathStroker>
+
+namespace korvel::platform {
+
+namespace {
+
+/// Half of it in whole pixels.
+int halfDown(int pixels) {
+    return pixels / 2;
+}
+
+/// The lines along which the middle of a stroke runs within one digit.
+struct Skeleton {
+    double left = 0;
+    double right = 0;
+    double top = 0;
+    double bottom = 0;
+    double middle = 0; ///< of the upper and the lower half's common bar
+    double radius = 0;
+
+    explicit Skeleton(const DigitMetrics& m)
+        : left(m.stroke / 2.0), right(m.width - left), top(left), bottom(m.height - left),
+          middle(halfDown(m.height - m.stroke) + left),
+          radius(std::min({(right - left) / 2, (bottom - top) / 4, m.stroke * 1.5})) {}
+
+    QRectF corner(double x, double y) const { return {x, y, 2 * radius, 2 * radius}; }
+    QRectF topLeft(double y) const { return corner(left, y); }
+    QRectF topRight(double y) const { return corner(right - 2 * radius, y); }
+    QRectF bottomLeft(double y) const { return corner(left, y - 2 * radius); }
+    QRectF bottomRight(double y) const { return corner(right - 2 * radius, y - 2 * radius); }
+
+    QPainterPath bowl(double upper, double lower) const {
+        QPainterPath path;
+        path.addRoundedRect(QRectF(QPointF(left, upper), QPointF(right, lower)), radius, radius);
+        return path;
+    }
+};
+
+QPainterPath one(const DigitMetrics& m, bool narrow) {
+    const int left =
+        narrow ? m.width - m.stroke : halfDown(m.width - m.stroke) + (m.width >= 6 ? 1 : 0);
+    const double stem = left + m.stroke / 2.0;
+    const double flag = narrow ? stem : std::max(1.0, stem - m.width * 0.45);
+    QPainterPath path(QPointF(stem, m.height));
+    path.lineTo(stem, m.stroke / 2.0);
+    path.lineTo(narrow ? stem - m.stroke : flag, m.stroke / 2.0 + m.stroke * 0.75);
+    return path;
+}
+
+QPainterPath skeletonOf(char16_t digit, const DigitMetrics& m) {
+    const Skeleton s(m);
+    QPainterPath path;
+    switch (digit) {
+    case u'0':
+        return s.bowl(s.top, s.bottom);
+    case u'1':
+        return one(m, false);
+    case u'2':
+        path.moveTo(s.left, s.top + 1.5 * s.radius);
+        path.lineTo(s.left, s.top + s.radius);
+        path.arcTo(s.topLeft(s.top), 180, -90);
+        path.lineTo(s.right - s.radius, s.top);
+        path.arcTo(s.topRight(s.top), 90, -90);
+        path.lineTo(s.right, s.middle - s.radius * 0.5);
+        path.lineTo(s.left, s.bottom);
+        path.lineTo(m.width, s.bottom);
+        return path;
+    case u'3':
+        path.moveTo(0, s.top);
+        path.lineTo(s.right - s.radius, s.top);
+        path.arcTo(s.topRight(s.top), 90, -90);
+        path.lineTo(s.right, s.middle - s.radius);
+        path.arcTo(s.bottomRight(s.middle), 0, -90);
+        path.lineTo(s.left + s.radius, s.middle);
+        path.moveTo(s.right - s.radius, s.middle);
+        path.arcTo(s.topRight(s.middle), 90, -90);
+        path.lineTo(s.right, s.bottom - s.radius);
+        path.arcTo(s.bottomRight(s.bottom), 0, -90);
+        path.lineTo(0, s.bottom);
+        return path;
+    case u'4': {
+        const int drop = (m.height - m.stroke) / 5;
+        const double bar = s.middle + drop;
+        const double stem = s.right - (m.width >= 7 ? halfDown(m.stroke) : 0);
+        path.moveTo(stem, m.height);
+        path.lineTo(stem, 0);
+        path.moveTo(stem, -s.top);
+        path.lineTo(s.left, bar);
+        path.lineTo(m.width, bar);
+        return path;
+    }
+    case u'5':
+        path.moveTo(m.width, s.top);
+        path.lineTo(s.left, s.top);
+        path.lineTo(s.left, s.middle);
+        path.lineTo(s.right - s.radius, s.middle);
+        path.arcTo(s.topRight(s.middle), 90, -90);
+        path.lineTo(s.right, s.bottom - s.radius);
+        path.arcTo(s.bottomRight(s.bottom), 0, -90);
+        path.lineTo(0, s.bottom);
+        return path;
+    case u'6':
+        path = s.bowl(s.middle, s.bottom);
+        path.moveTo(s.left, s.bottom - s.radius);
+        path.lineTo(s.left, s.top + s.radius);
+        path.arcTo(s.topLeft(s.top), 180, -90);
+        path.lineTo(m.width - m.stroke / 2.0, s.top);
+        return path;
+    case u'7':
+        path.moveTo(0, s.top);
+        path.lineTo(s.right, s.top);
+        path.lineTo(s.left + (s.right - s.left) * 0.2, m.height + s.top);
+        return path;
+    case u'8':
+        path = s.bowl(s.top, s.middle);
+        path.addPath(s.bowl(s.middle, s.bottom));
+        return path;
+    case u'9':
+        path = s.bowl(s.top, s.middle);
+        path.moveTo(s.right, s.top + s.radius);
+        path.lineTo(s.right, s.bottom - s.radius);
+        path.arcTo(s.bottomRight(s.bottom), 0, -90);
+        path.lineTo(m.stroke / 2.0, s.bottom);
+        return path;
+    default:
+        return path;
+    }
+}
+
+bool narrowOne(const QString& digits, qsizetype at) {
+    return at == 0 && digits.size() > 2 && digits[at] == u'1';
+}
+
+int advance(const QString& digits, qsizetype at, const DigitMetrics& m) {
+    return narrowOne(digits, at) ? m.stroke + (m.stroke - 1) / 2 : m.width;
+}
+
+} // namespace
+
+int digitsWidth(const QString& digits, const DigitMetrics& metrics) {
+    int width = 0;
+    for (qsizetype at = 0; at < digits.size(); ++at) {
+        width += advance(digits, at, metrics) + (at > 0 ? metrics.gap : 0);
+    }
+    return width;
+}
+
+QPainterPath digitsPath(const QString& digits, const DigitMetrics& metrics) {
+    QPainterPathStroker stroker;
+    stroker.setWidth(metrics.stroke);
+    stroker.setCapStyle(Qt::FlatCap);
+    stroker.setJoinStyle(Qt::MiterJoin);
+    stroker.setCurveThreshold(0.05);
+
+    QPainterPath path;
+    path.setFillRule(Qt::WindingFill);
+    int x = 0;
+    for (qsizetype at = 0; at < digits.size(); ++at) {
+        const int width = advance(digits, at, metrics);
+        DigitMetrics cell = metrics;
+        cell.width = width;
+        QPainterPath outline = stroker.createStroke(
+            narrowOne(digits, at) ? one(cell, true) : skeletonOf(digits[at].unicode(), cell));
+        outline.setFillRule(Qt::WindingFill);
+        // Cuts the ends of slanted strokes flush; the flag of a narrow 1 may stand out at the left.
+        const int overhang = narrowOne(digits, at) ? metrics.stroke : 0;
+        QPainterPath box;
+        box.addRect(-overhang, 0, width + overhang, metrics.height);
+        path.addPath(outline.simplified().intersected(box).translated(x, 0));
+        x += width + metrics.gap;
+    }
+    return path;
+}
+
+} // namespace korvel::platform

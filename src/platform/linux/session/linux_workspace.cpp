@@ -1,0 +1,76 @@
+#include "platform/linux/session/linux_workspace.h"
+
+#include <string_view>
+#include <utility>
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QStringList>
+#include <sys/stat.h>
+
+namespace korvel::platform {
+
+namespace {
+
+bool isFolder(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+} // namespace
+
+std::string fileUri(const std::string& path) {
+    constexpr std::string_view kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                        "0123456789-._~/";
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string uri = "file://";
+    for (const char c : path) {
+        if (kPlain.find(c) != std::string_view::npos) {
+            uri += c;
+        } else {
+            const auto byte = static_cast<unsigned char>(c);
+            uri += '%';
+            uri += kDigits[byte >> 4U];
+            uri += kDigits[byte & 0xfU];
+        }
+    }
+    return uri;
+}
+
+LinuxWorkspace::LinuxWorkspace(ChildProcesses& children, QDBusConnection bus)
+    : children_(children), bus_(std::move(bus)) {}
+
+void LinuxWorkspace::openFolderAround(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    children_.start("/usr/bin/xdg-open",
+                    {slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash)});
+}
+
+void LinuxWorkspace::reveal(const std::string& path) {
+    if (!bus_.isConnected()) {
+        openFolderAround(path);
+        return;
+    }
+    QDBusMessage show = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.FileManager1"),
+        QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    const QString noStartupNotice;
+    show << QStringList(QString::fromStdString(fileUri(path))) << noStartupNotice;
+    auto* shown = new QDBusPendingCallWatcher(bus_.asyncCall(show), &replies_);
+    QObject::connect(shown, &QDBusPendingCallWatcher::finished, shown,
+                     [this, path](QDBusPendingCallWatcher* watcher) {
+                         watcher->deleteLater();
+                         if (watcher->isError()) {
+                             openFolderAround(path);
+                         }
+                     });
+}
+
+void LinuxWorkspace::relaunch(const std::string& bundle) {
+    // The path is the shell's $0 and never part of its text.
+    const std::string program = isFolder(bundle) ? bundle + "/Contents/Linux/korvel" : bundle;
+    children_.start("/bin/sh", {"-c", "sleep 1; exec \"$0\"", program});
+}
+
+} // namespace korvel::platform

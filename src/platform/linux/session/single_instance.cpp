@@ -1,0 +1,76 @@
+#include "platform/linux/session/single_instance.h"
+
+#include <cstdlib>
+#include <string>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <QDBusConnection>
+#include <QDBusError>
+#include <QDBusMessage>
+
+namespace korvel::platform {
+
+namespace {
+
+constexpr int kAnswerTime = 5000; // milliseconds; a running one that hangs is left alone
+
+QString busName() {
+    return QStringLiteral("com.oxbrook.korvel");
+}
+
+QString objectPath() {
+    return QStringLiteral("/com/oxbrook/korvel");
+}
+
+} // namespace
+
+SingleInstance::SingleInstance(std::function<void()> activated)
+    : activated_(std::move(activated)) {}
+
+SingleInstance::~SingleInstance() = default;
+
+bool SingleInstance::acquire() {
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        return acquireLock();
+    }
+    // The object is there before the name is, so that no call can miss it.
+    bus.registerObject(objectPath(), this, QDBusConnection::ExportScriptableSlots);
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        if (bus.registerService(busName())) {
+            return true;
+        }
+        QDBusMessage activate = QDBusMessage::createMethodCall(
+            busName(), objectPath(), QStringLiteral("org.freedesktop.Application"),
+            QStringLiteral("Activate"));
+        activate.setArguments({QVariantMap()});
+        activate.setAutoStartService(false);
+        const QDBusMessage answer = bus.call(activate, QDBus::Block, kAnswerTime);
+        // The other one may have ended in between.
+        if (QDBusError(answer).type() != QDBusError::ServiceUnknown) {
+            return false;
+        }
+    }
+    return false;
+}
+
+void SingleInstance::Activate(const QVariantMap&) {
+    activated_();
+}
+
+bool SingleInstance::acquireLock() {
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    const std::string path = runtime && *runtime == '/'
+                                 ? std::string(runtime) + "/korvel.lock"
+                                 : "/tmp/korvel-" + std::to_string(::getuid()) + ".lock";
+    lock_ = FileDescriptor(
+        ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+    // Without a place for the lock nothing can be told, and running is better than not running.
+    return !lock_ || ::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0;
+}
+
+} // namespace korvel::platform

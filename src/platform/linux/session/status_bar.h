@@ -1,0 +1,61 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include <QDeadlineTimer>
+#include <QMenu>
+#include <QObject>
+#include <QSystemTrayIcon>
+
+#include "platform/linux/session/status_icon.h"
+#include "platform/linux/session/tray_host.h"
+#include "platform/status_bar.h"
+
+namespace korvel::platform {
+
+/// The icon in the tray: from the moment there is a tray, for as long as there is one, and again
+/// when it comes back.
+class QtStatusItem final : public QObject, public StatusItem {
+  public:
+    /// `menu` outlives the item.
+    explicit QtStatusItem(QMenu& menu);
+
+    void setTitle(const StatusTitle& title) override;
+    void setToolTip(const std::string& text) override;
+    void setAction(std::function<void()> action) override;
+    std::optional<Rectangle> frame() const override;
+    void ignoreClicks(double seconds) override;
+
+  private:
+    void appear();
+    void activated(QSystemTrayIcon::ActivationReason reason);
+
+    QMenu& menu_;
+    std::function<void()> action_;
+    StatusPicture picture_;
+    QString toolTip_;
+    QDeadlineTimer deaf_; ///< clicks count only once this has expired
+    std::unique_ptr<QSystemTrayIcon> icon_;
+    TrayHost host_; ///< last: it calls back into all of the above
+};
+
+/// The tray. The application's own menu is the context menu of the item, and its key equivalents
+/// work with the Control key while a window of the program has the keyboard.
+class QtStatusBar final : public QObject, public StatusBar {
+  public:
+    QtStatusBar();
+    ~QtStatusBar() override;
+
+    /// The item must not outlive the bar.
+    std::unique_ptr<StatusItem> makeStatusItem() override;
+    void setMainMenu(MainMenu menu) override;
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    MainMenu mainMenu_;
+    QMenu menu_;
+};
+
+} // namespace korvel::platform

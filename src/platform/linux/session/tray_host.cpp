@@ -1,0 +1,89 @@
+#include "platform/linux/session/tray_host.h"
+
+#include <chrono>
+#include <utility>
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
+#include <QGuiApplication>
+
+#include "platform/linux/session/x11.h"
+
+namespace korvel::platform {
+
+namespace {
+
+// A panel that speaks both takes its XEmbed selection first; it gets this long to say the rest.
+constexpr auto kGrace = std::chrono::seconds(2);
+
+QString watcherService() {
+    return QStringLiteral("org.kde.StatusNotifierWatcher");
+}
+
+QString watcherPath() {
+    return QStringLiteral("/StatusNotifierWatcher");
+}
+
+} // namespace
+
+TrayHost::TrayHost(std::function<void()> found)
+    : found_(std::move(found)), watcher_(watcherService(), QDBusConnection::sessionBus(),
+                                         QDBusServiceWatcher::WatchForRegistration) {
+    connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &TrayHost::askForHost);
+    // The watcher's name may be taken before any panel that draws is behind it.
+    QDBusConnection::sessionBus().connect(watcherService(), watcherPath(), watcherService(),
+                                          QStringLiteral("StatusNotifierHostRegistered"), this,
+                                          SLOT(hostRegistered()));
+    grace_.setSingleShot(true);
+    connect(&grace_, &QTimer::timeout, this, [this] {
+        if (xembedTray()) {
+            foundOnce();
+        }
+    });
+    askForHost();
+    lookAgain();
+}
+
+void TrayHost::lookAgain() {
+    if (found_ && !grace_.isActive() && xembedTray()) {
+        grace_.start(kGrace);
+    }
+}
+
+void TrayHost::hostRegistered() {
+    foundOnce();
+}
+
+void TrayHost::askForHost() {
+    QDBusMessage question = QDBusMessage::createMethodCall(
+        watcherService(), watcherPath(), QStringLiteral("org.freedesktop.DBus.Properties"),
+        QStringLiteral("Get"));
+    question.setArguments({watcherService(), QStringLiteral("IsStatusNotifierHostRegistered")});
+    question.setAutoStartService(false);
+    auto* reply = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question),
+                                              this); // deletes itself below
+    connect(reply, &QDBusPendingCallWatcher::finished, this, [this, reply] {
+        const QDBusPendingReply<QDBusVariant> answer = *reply;
+        if (!answer.isError() && answer.value().variant().toBool()) {
+            foundOnce();
+        }
+        reply->deleteLater();
+    });
+}
+
+void TrayHost::foundOnce() {
+    grace_.stop();
+    if (const auto found = std::exchange(found_, nullptr)) {
+        found();
+    }
+}
+
+bool TrayHost::xembedTray() const {
+    // The tray of the first screen: a server with several of them is one Qt cannot show there.
+    return x11SelectionIsHeld("_NET_SYSTEM_TRAY_S0");
+}
+
+} // namespace korvel::platform

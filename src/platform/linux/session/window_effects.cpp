@@ -1,0 +1,66 @@
+#include "platform/linux/session/window_effects.h"
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+#include <QGuiApplication>
+#include <QWindow>
+
+#include <xcb/shape.h>
+
+#include "platform/linux/session/x11.h"
+
+namespace korvel::platform {
+
+namespace {
+
+/// Known to window managers and compositors from the toolkits that draw their own frames.
+constexpr std::string_view kExtents = "_GTK_FRAME_EXTENTS";
+
+} // namespace
+
+bool desktopBlendsWindows() {
+    if (x11Connection()) {
+        // Of the first screen: a server with several of them is one Qt cannot show there.
+        return x11SelectionIsHeld("_NET_WM_CM_S0");
+    }
+    return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+bool desktopKnowsShadows() {
+    return x11Connection() != nullptr;
+}
+
+void declareShadow(QWindow& window, const QMargins& margins) {
+    const xcb_atom_t extents = x11Atom(kExtents, true);
+    if (extents == XCB_ATOM_NONE) {
+        return;
+    }
+    xcb_connection_t* connection = x11Connection();
+    const auto id = static_cast<xcb_window_t>(window.winId());
+    if (margins.isNull()) {
+        xcb_delete_property(connection, id, extents);
+        xcb_shape_mask(connection, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, id, 0, 0, XCB_PIXMAP_NONE);
+    } else {
+        const qreal scale = window.devicePixelRatio();
+        const auto pixels = [scale](int length) { return qRound(length * scale); };
+        const std::array<std::uint32_t, 4> edges = {
+            static_cast<std::uint32_t>(pixels(margins.left())),
+            static_cast<std::uint32_t>(pixels(margins.right())),
+            static_cast<std::uint32_t>(pixels(margins.top())),
+            static_cast<std::uint32_t>(pixels(margins.bottom()))};
+        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, id, extents, XCB_ATOM_CARDINAL, 32,
+                            edges.size(), edges.data());
+        const QSize inner = window.size().shrunkBy(margins);
+        const xcb_rectangle_t taken = {static_cast<std::int16_t>(pixels(margins.left())),
+                                       static_cast<std::int16_t>(pixels(margins.top())),
+                                       static_cast<std::uint16_t>(pixels(inner.width())),
+                                       static_cast<std::uint16_t>(pixels(inner.height()))};
+        xcb_shape_rectangles(connection, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT,
+                             XCB_CLIP_ORDERING_UNSORTED, id, 0, 0, 1, &taken);
+    }
+    xcb_flush(connection);
+}
+
+} // namespace korvel::platform

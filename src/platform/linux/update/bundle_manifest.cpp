@@ -1,0 +1,225 @@
+#include "platform/linux/update/bundle_manifest.h"
+
+#include <algorithm>
+#include <charconv>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "platform/linux/update/relative_path.h"
+
+namespace korvel::platform {
+
+namespace {
+
+constexpr std::string_view kFirstLine = "korvel-manifest 1";
+constexpr int kOctal = 8;
+constexpr int kDecimal = 10;
+
+bool isLetterOrDigit(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+bool isWord(std::string_view word, std::size_t longest, std::string_view others) {
+    return !word.empty() && word.size() <= longest &&
+           std::all_of(word.begin(), word.end(), [&](char c) {
+               return isLetterOrDigit(c) || others.find(c) != std::string_view::npos;
+           });
+}
+
+bool isDigest(std::string_view digest) {
+    constexpr std::size_t kLength = 64;
+    return digest.size() == kLength && std::all_of(digest.begin(), digest.end(), [](char c) {
+               return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
+           });
+}
+
+/// Nobody but the owner may write, and nothing runs with another's rights; the owner can read it.
+bool isPlainMode(const BundleEntry& entry) {
+    constexpr std::uint32_t kMost = 0755;
+    const std::uint32_t least = entry.kind == BundleEntryKind::folder ? 0700U : 0400U;
+    return (entry.mode & ~kMost) == 0 && (entry.mode & least) == least;
+}
+
+std::string entryFault(const BundleTree& tree, const std::string& path, const BundleEntry& entry) {
+    if (path == ".") {
+        return entry.kind == BundleEntryKind::folder ? "" : "is no folder";
+    }
+    if (!isPlainRelativePath(path) || path.back() == '/') {
+        return "is no plain path";
+    }
+    if (path == kManifestPath || path == kManifestSignaturePath) {
+        return "is part of the signature";
+    }
+    const std::size_t slash = path.rfind('/');
+    const auto parent = tree.find(slash == std::string::npos ? "." : path.substr(0, slash));
+    if (parent == tree.end() || parent->second.kind != BundleEntryKind::folder) {
+        return "lies in no folder";
+    }
+    if (entry.kind == BundleEntryKind::link && !linkStaysInside(path, entry.target)) {
+        return "is a link that leaves the bundle";
+    }
+    return {};
+}
+
+std::string line(const std::string& path, const BundleEntry& entry) {
+    switch (entry.kind) {
+    case BundleEntryKind::file:
+        return fmt::format("file\t{:o}\t{}\t{}\t{}\n", entry.mode, entry.size, entry.sha256, path);
+    case BundleEntryKind::folder:
+        return fmt::format("folder\t{:o}\t{}\n", entry.mode, path);
+    case BundleEntryKind::link:
+        break;
+    }
+    return fmt::format("link\t{}\t{}\n", path, entry.target);
+}
+
+std::vector<std::string_view> fields(std::string_view line) {
+    std::vector<std::string_view> parts;
+    for (;;) {
+        const std::size_t tab = line.find('\t');
+        parts.push_back(line.substr(0, tab));
+        if (tab == std::string_view::npos) {
+            return parts;
+        }
+        line.remove_prefix(tab + 1);
+    }
+}
+
+template <typename Number>
+bool readNumber(std::string_view digits, int base, Number& number) {
+    const char* const end = digits.data() + digits.size();
+    const auto read = std::from_chars(digits.data(), end, number, base);
+    return read.ec == std::errc() && read.ptr == end;
+}
+
+bool readEntry(std::string_view line, BundleTree& tree) {
+    const std::vector<std::string_view> parts = fields(line);
+    BundleEntry entry;
+    std::string_view path;
+    if (parts.size() == 5 && parts[0] == "file") {
+        if (!readNumber(parts[1], kOctal, entry.mode) ||
+            !readNumber(parts[2], kDecimal, entry.size)) {
+            return false;
+        }
+        entry.sha256 = parts[3];
+        path = parts[4];
+    } else if (parts.size() == 3 && parts[0] == "folder") {
+        entry.kind = BundleEntryKind::folder;
+        if (!readNumber(parts[1], kOctal, entry.mode)) {
+            return false;
+        }
+        path = parts[2];
+    } else if (parts.size() == 3 && parts[0] == "link") {
+        entry.kind = BundleEntryKind::link;
+        path = parts[1];
+        entry.target = parts[2];
+    } else {
+        return false;
+    }
+    return tree.emplace(path, std::move(entry)).second;
+}
+
+/// Takes the next line off the text; nullopt when there is none that ends.
+std::optional<std::string_view> takeLine(std::string_view& text) {
+    const std::size_t end = text.find('\n');
+    if (end == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string_view line = text.substr(0, end);
+    text.remove_prefix(end + 1);
+    return line;
+}
+
+/// Takes the next line off the text, which is to be `name`, a tab and the value.
+std::optional<std::string_view> takeValue(std::string_view& text, std::string_view name) {
+    const auto line = takeLine(text);
+    if (!line || line->size() <= name.size() || line->substr(0, name.size()) != name ||
+        (*line)[name.size()] != '\t') {
+        return std::nullopt;
+    }
+    return line->substr(name.size() + 1);
+}
+
+} // namespace
+
+std::string treeFault(const BundleTree& tree) {
+    if (tree.find(".") == tree.end()) {
+        return ".: is missing";
+    }
+    if (tree.size() > kMostBundleEntries) {
+        return ".: holds too many files";
+    }
+    std::uint64_t bytes = 0;
+    for (const auto& [path, entry] : tree) {
+        std::string fault = entryFault(tree, path, entry);
+        if (fault.empty() && entry.kind != BundleEntryKind::link && !isPlainMode(entry)) {
+            fault = fmt::format("has the mode {:o}", entry.mode);
+        }
+        if (fault.empty() && entry.kind == BundleEntryKind::file) {
+            if (!isDigest(entry.sha256)) {
+                fault = "has no digest";
+            } else if (entry.size > kMostBundleBytes - bytes) {
+                fault = "makes the bundle too large";
+            } else {
+                bytes += entry.size;
+            }
+        }
+        if (!fault.empty()) {
+            return fmt::format("{}: {}", path, fault);
+        }
+    }
+    return {};
+}
+
+std::optional<std::string> writeManifest(const BundleManifest& manifest) {
+    constexpr std::size_t kLongestIdentifier = 255;
+    constexpr std::size_t kLongestVersion = 64;
+    if (!isWord(manifest.identifier, kLongestIdentifier, ".-") ||
+        !isWord(manifest.version, kLongestVersion, ".-+") || manifest.build < 1 ||
+        !treeFault(manifest.entries).empty()) {
+        return std::nullopt;
+    }
+    std::string text = fmt::format("{}\nidentifier\t{}\nversion\t{}\nbuild\t{}\n", kFirstLine,
+                                   manifest.identifier, manifest.version, manifest.build);
+    for (const auto& [path, entry] : manifest.entries) {
+        text += line(path, entry);
+        if (text.size() > kLargestManifest) {
+            return std::nullopt;
+        }
+    }
+    return text;
+}
+
+std::optional<BundleManifest> readManifest(std::string_view text) {
+    if (text.size() > kLargestManifest) {
+        return std::nullopt;
+    }
+    std::string_view rest = text;
+    if (takeLine(rest) != kFirstLine) {
+        return std::nullopt;
+    }
+    const auto identifier = takeValue(rest, "identifier");
+    const auto version = identifier ? takeValue(rest, "version") : std::nullopt;
+    const auto build = version ? takeValue(rest, "build") : std::nullopt;
+    BundleManifest manifest;
+    if (!build || !readNumber(*build, kDecimal, manifest.build)) {
+        return std::nullopt;
+    }
+    manifest.identifier = *identifier;
+    manifest.version = *version;
+    while (!rest.empty()) {
+        const auto next = takeLine(rest);
+        if (!next || manifest.entries.size() == kMostBundleEntries ||
+            !readEntry(*next, manifest.entries)) {
+            return std::nullopt;
+        }
+    }
+    // Order, leading zeros and all else that could be written in two ways is settled here.
+    if (writeManifest(manifest) != text) {
+        return std::nullopt;
+    }
+    return manifest;
+}
+
+} // namespace korvel::platform

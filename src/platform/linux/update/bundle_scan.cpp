@@ -1,0 +1,280 @@
+#include "platform/linux/update/bundle_scan.h"
+
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <openssl/evp.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/update/relative_path.h"
+#include "platform/posix/file_descriptor.h"
+
+namespace korvel::platform {
+
+namespace {
+
+constexpr std::size_t kPiece = std::size_t{1} << 16;
+constexpr mode_t kModeBits = 07777;
+
+/// Takes the digest of what comes piece by piece.
+class Sha256 {
+  public:
+    Sha256() : context_(EVP_MD_CTX_new()) {
+        if (!context_ || EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr) != 1) {
+            throw std::bad_alloc();
+        }
+    }
+
+    void add(std::string_view bytes) {
+        if (EVP_DigestUpdate(context_.get(), bytes.data(), bytes.size()) != 1) {
+            throw std::bad_alloc();
+        }
+    }
+
+    std::string hexadecimal() {
+        std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+        unsigned length = 0;
+        if (EVP_DigestFinal_ex(context_.get(), digest.data(), &length) != 1) {
+            throw std::bad_alloc();
+        }
+        std::string text;
+        for (unsigned i = 0; i < length; ++i) {
+            text += fmt::format("{:02x}", digest.at(i));
+        }
+        return text;
+    }
+
+  private:
+    struct Free {
+        void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
+    };
+    std::unique_ptr<EVP_MD_CTX, Free> context_;
+};
+
+FileDescriptor openIn(int folder, const char* name, int flags) {
+    // Not blocking: the name may by now be that of a pipe.
+    return FileDescriptor(
+        ::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | flags));
+}
+
+/// Hands the file's bytes over; false when reading fails or there are more than `most`.
+template <typename Take>
+bool readAll(int file, std::uint64_t most, Take take) {
+    std::vector<char> piece(kPiece);
+    for (std::uint64_t total = 0;;) {
+        const ssize_t got = ::read(file, piece.data(), piece.size());
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return got == 0;
+        }
+        const auto count = static_cast<std::size_t>(got);
+        if (count > most - total) {
+            return false;
+        }
+        total += count;
+        take(std::string_view(piece.data(), count));
+    }
+}
+
+/// Why the opened file is not one to take in; empty when it is.
+std::string fileFault(int file, struct stat& facts) {
+    if (::fstat(file, &facts) != 0) {
+        return "cannot be read";
+    }
+    if (!S_ISREG(facts.st_mode)) {
+        return "is neither file, folder nor link";
+    }
+    // Through the other name it could be written after it was looked at.
+    return facts.st_nlink == 1 ? "" : "is a hard link";
+}
+
+/// The names in a folder but "." and ".."; nullopt when it cannot be listed.
+std::optional<std::vector<std::string>> namesIn(int folder) {
+    // Listed through a descriptor of its own, which the listing then owns.
+    const int own = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const std::unique_ptr<DIR, int (*)(DIR*)> listing(own < 0 ? nullptr : ::fdopendir(own),
+                                                      ::closedir);
+    if (!listing) {
+        const FileDescriptor unused(own);
+        return std::nullopt;
+    }
+    std::vector<std::string> names;
+    for (;;) {
+        errno = 0;
+        const dirent* const entry = ::readdir(listing.get());
+        if (entry == nullptr) {
+            return errno == 0 ? std::optional(std::move(names)) : std::nullopt;
+        }
+        const std::string_view name(entry->d_name);
+        if (name != "." && name != "..") {
+            if (names.size() == kMostBundleEntries) {
+                return std::nullopt;
+            }
+            names.emplace_back(name);
+        }
+    }
+}
+
+class Scan {
+  public:
+    /// Lists what is in the folder, whose path is given with a slash at the end, or is empty.
+    bool folder(int descriptor, const std::string& prefix) {
+        const auto names = namesIn(descriptor);
+        if (!names) {
+            return fail(prefix + ".", "cannot be listed");
+        }
+        for (const std::string& name : *names) {
+            if (!entry(descriptor, name, prefix + name)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    BundleTree tree;
+    std::string why;
+
+  private:
+    bool fail(const std::string& path, const std::string& reason) {
+        why = path + ": " + reason;
+        return false;
+    }
+
+    bool entry(int parent, const std::string& name, const std::string& path) {
+        if (!isPlainRelativePath(path)) {
+            return fail(".", "holds a name that is not plain"); // nor is it to be printed
+        }
+        if (tree.size() == kMostBundleEntries) {
+            return fail(".", "holds too many files");
+        }
+        struct stat facts {};
+        if (::fstatat(parent, name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) != 0) {
+            return fail(path, "cannot be read");
+        }
+        if (S_ISLNK(facts.st_mode)) {
+            return link(parent, name, path);
+        }
+        if (S_ISDIR(facts.st_mode)) {
+            const FileDescriptor opened = openIn(parent, name.c_str(), O_DIRECTORY);
+            if (!opened || ::fstat(opened.get(), &facts) != 0) {
+                return fail(path, "cannot be read");
+            }
+            BundleEntry& made = tree[path];
+            made.kind = BundleEntryKind::folder;
+            made.mode = facts.st_mode & kModeBits;
+            return folder(opened.get(), path + "/");
+        }
+        if (!S_ISREG(facts.st_mode)) {
+            return fail(path, "is neither file, folder nor link");
+        }
+        return path == kManifestPath || path == kManifestSignaturePath || file(parent, name, path);
+    }
+
+    bool link(int parent, const std::string& name, const std::string& path) {
+        std::vector<char> target(kLongestBundlePath + 1);
+        const ssize_t length = ::readlinkat(parent, name.c_str(), target.data(), target.size());
+        if (length < 0) {
+            return fail(path, "cannot be read");
+        }
+        BundleEntry& made = tree[path];
+        made.kind = BundleEntryKind::link;
+        made.target.assign(target.data(), static_cast<std::size_t>(length));
+        return true;
+    }
+
+    bool file(int parent, const std::string& name, const std::string& path) {
+        const FileDescriptor opened = openIn(parent, name.c_str(), 0);
+        struct stat facts {};
+        if (!opened) {
+            return fail(path, "cannot be read");
+        }
+        if (const std::string fault = fileFault(opened.get(), facts); !fault.empty()) {
+            return fail(path, fault);
+        }
+        const std::uint64_t most = kMostBundleBytes - bytes_;
+        if (static_cast<std::uint64_t>(facts.st_size) > most) {
+            return fail(path, "makes the bundle too large");
+        }
+        BundleEntry made;
+        made.mode = facts.st_mode & kModeBits;
+        Sha256 digest;
+        const bool whole = readAll(opened.get(), most, [&](std::string_view piece) {
+            digest.add(piece);
+            made.size += piece.size();
+        });
+        if (!whole) {
+            return fail(path, "cannot be read");
+        }
+        bytes_ += made.size;
+        made.sha256 = digest.hexadecimal();
+        tree[path] = std::move(made);
+        return true;
+    }
+
+    std::uint64_t bytes_ = 0;
+};
+
+} // namespace
+
+std::optional<BundleTree> scanBundle(const std::string& path, std::string& why) {
+    const FileDescriptor root = openIn(AT_FDCWD, path.c_str(), O_DIRECTORY);
+    struct stat facts {};
+    if (!root || ::fstat(root.get(), &facts) != 0) {
+        why = ".: is no folder, or cannot be read";
+        return std::nullopt;
+    }
+    Scan scan;
+    BundleEntry& bundle = scan.tree["."];
+    bundle.kind = BundleEntryKind::folder;
+    bundle.mode = facts.st_mode & kModeBits;
+    if (!scan.folder(root.get(), "")) {
+        why = scan.why;
+        return std::nullopt;
+    }
+    why = treeFault(scan.tree);
+    if (!why.empty()) {
+        return std::nullopt;
+    }
+    return std::move(scan.tree);
+}
+
+std::optional<std::string> readInBundle(const std::string& bundle, std::string_view path,
+                                        std::size_t most) {
+    FileDescriptor folder = openIn(AT_FDCWD, bundle.c_str(), O_DIRECTORY);
+    for (std::size_t slash = path.find('/'); slash != std::string_view::npos;
+         slash = path.find('/')) {
+        if (!folder) {
+            return std::nullopt;
+        }
+        folder = openIn(folder.get(), std::string(path.substr(0, slash)).c_str(), O_DIRECTORY);
+        path.remove_prefix(slash + 1);
+    }
+    if (!folder) {
+        return std::nullopt;
+    }
+    const FileDescriptor file = openIn(folder.get(), std::string(path).c_str(), 0);
+    struct stat facts {};
+    std::string bytes;
+    if (!file || !fileFault(file.get(), facts).empty() ||
+        !readAll(file.get(), most, [&](std::string_view piece) { bytes += piece; })) {
+        return std::nullopt;
+    }
+    return bytes;
+}
+
+std::string sha256Of(std::string_view bytes) {
+    Sha256 digest;
+    digest.add(bytes);
+    return digest.hexadecimal();
+}
+
+} // namespace korvel::platform

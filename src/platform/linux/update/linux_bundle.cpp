@@ -1,0 +1,71 @@
+#include "platform/linux/update/linux_bundle.h"
+
+#include <array>
+#include <climits>
+#include <string_view>
+#include <utility>
+
+#include <unistd.h>
+
+#include "platform/linux/update/info_plist.h"
+#include "platform/posix/files.h"
+
+namespace korvel::platform {
+
+namespace {
+
+/// The bundle that an executable lies in; nullopt when it lies in none.
+std::optional<std::string> bundleAround(std::string_view executable) {
+    constexpr std::string_view kPlace = "/Contents/Linux/korvel";
+    constexpr std::string_view kSuffix = ".app";
+    if (executable.size() < kPlace.size() ||
+        executable.substr(executable.size() - kPlace.size()) != kPlace) {
+        return std::nullopt;
+    }
+    const std::string_view bundle = executable.substr(0, executable.size() - kPlace.size());
+    const std::string_view name = bundle.substr(bundle.rfind('/') + 1);
+    if (name.size() <= kSuffix.size() || name.substr(name.size() - kSuffix.size()) != kSuffix) {
+        return std::nullopt;
+    }
+    return std::string(bundle);
+}
+
+} // namespace
+
+LinuxBundle::LinuxBundle(const std::string& executable, Strings ownStrings) {
+    const auto bundle = bundleAround(executable);
+    isBundle_ = bundle.has_value();
+    path_ = bundle.value_or(executable);
+    if (!isBundle_) {
+        strings_ = std::move(ownStrings);
+    } else if (const auto description = PosixFiles().read(path_ + "/Contents/Info.plist")) {
+        strings_ = infoPlistStrings(*description).value_or(Strings());
+    }
+}
+
+std::string LinuxBundle::runningExecutable() {
+    std::array<char, PATH_MAX> path;
+    const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
+    if (length <= 0 || static_cast<std::size_t>(length) == path.size()) {
+        return {};
+    }
+    return {path.data(), static_cast<std::size_t>(length)};
+}
+
+std::optional<std::string> LinuxBundle::infoString(const std::string& key) {
+    const auto found = strings_.find(key);
+    if (found == strings_.end()) {
+        return std::nullopt;
+    }
+    return found->second;
+}
+
+bool LinuxBundle::parentWritable() {
+    if (!isBundle_) {
+        return false;
+    }
+    const std::string parent = path_.substr(0, path_.rfind('/') + 1);
+    return ::access(parent.c_str(), W_OK | X_OK) == 0;
+}
+
+} // namespace korvel::platform

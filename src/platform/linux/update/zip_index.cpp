@@ -1,0 +1,227 @@
+#include "platform/linux/update/zip_index.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "platform/linux/update/relative_path.h"
+
+namespace korvel::platform {
+
+namespace {
+
+/// One of the three kinds of record in an archive; numbers are little-endian.
+class Record {
+  public:
+    /// At this place in the archive; nullopt where it does not fit or is of another kind.
+    static std::optional<Record> at(std::string_view archive, std::uint64_t place,
+                                    std::string_view signature, std::size_t length) {
+        if (place > archive.size() || archive.size() - place < length ||
+            archive.substr(place, signature.size()) != signature) {
+            return std::nullopt;
+        }
+        return Record(archive.substr(place, length));
+    }
+
+    std::uint32_t two(std::size_t at) const { return byte(at) | byte(at + 1) << 8U; }
+    std::uint32_t four(std::size_t at) const { return two(at) | two(at + 2) << 16U; }
+
+  private:
+    explicit Record(std::string_view bytes) : bytes_(bytes) {}
+    std::uint32_t byte(std::size_t at) const { return static_cast<unsigned char>(bytes_[at]); }
+
+    std::string_view bytes_;
+};
+
+constexpr std::string_view kLocalSignature("PK\3\4");
+constexpr std::string_view kCentralSignature("PK\1\2");
+constexpr std::string_view kEndSignature("PK\5\6");
+constexpr std::size_t kLocalLength = 30;
+constexpr std::size_t kCentralLength = 46;
+constexpr std::size_t kEndLength = 22;
+
+constexpr std::uint32_t kStored = 0;
+constexpr std::uint32_t kDeflated = 8;
+/// Encrypted, strongly encrypted, with a hidden index.
+constexpr std::uint32_t kRefusedFlags = 1U | 1U << 6U | 1U << 13U;
+constexpr std::uint32_t kMadeOnUnix = 3;
+constexpr std::uint32_t kMadeOnMac = 19;
+constexpr std::uint32_t kStandsFor64Bits = 0xffffffff;
+
+struct Range {
+    std::uint64_t begin;
+    std::uint64_t end;
+};
+
+struct Described {
+    std::string_view name;
+    ZipEntry entry;
+    Range bytes{0, 0}; ///< in the archive, from its own header to its data's end
+};
+
+/// By the mode, where that has a kind; nullopt: another kind, or one that the name is not of.
+std::optional<ZipKind> kindOf(std::uint32_t mode, std::string_view name) {
+    constexpr std::uint32_t kKindBits = 0170000;
+    const bool namedAsFolder = !name.empty() && name.back() == '/';
+    const auto unless = [](bool wrong, ZipKind kind) {
+        return wrong ? std::nullopt : std::optional(kind);
+    };
+    switch (mode & kKindBits) {
+    case 0:
+        return namedAsFolder ? ZipKind::folder : ZipKind::file;
+    case 0040000:
+        return unless(!namedAsFolder, ZipKind::folder);
+    case 0100000:
+        return unless(namedAsFolder, ZipKind::file);
+    case 0120000:
+        return unless(namedAsFolder, ZipKind::link);
+    default:
+        return std::nullopt;
+    }
+}
+
+/// The entry that the index describes at `place`, which moves on to the next.
+std::optional<Described> readEntry(std::string_view archive, std::uint64_t& place) {
+    const auto central = Record::at(archive, place, kCentralSignature, kCentralLength);
+    if (!central) {
+        return std::nullopt;
+    }
+    const std::uint32_t flags = central->two(8);
+    const std::uint32_t method = central->two(10);
+    const std::uint32_t packed = central->four(20);
+    const std::uint32_t unpacked = central->four(24);
+    const std::uint32_t nameLength = central->two(28);
+    const std::uint32_t begin = central->four(42);
+    const std::uint64_t next =
+        place + kCentralLength + nameLength + central->two(30) + central->two(32);
+    const auto local = Record::at(archive, begin, kLocalSignature, kLocalLength);
+    if (next > archive.size() || (flags & kRefusedFlags) != 0 ||
+        (method != kStored && method != kDeflated) || (method == kStored && packed != unpacked) ||
+        packed == kStandsFor64Bits || unpacked == kStandsFor64Bits || central->two(34) != 0 ||
+        !local || local->two(6) != flags || local->two(8) != method ||
+        local->two(26) != nameLength) {
+        return std::nullopt;
+    }
+    const std::string_view name = archive.substr(place + kCentralLength, nameLength);
+    const std::uint64_t end =
+        std::uint64_t{begin} + kLocalLength + nameLength + local->two(28) + packed;
+    if (end > archive.size() || archive.substr(begin + kLocalLength, nameLength) != name) {
+        return std::nullopt;
+    }
+    const std::uint32_t madeOn = central->two(4) >> 8U;
+    const auto kind = kindOf(central->four(38) >> 16U, name);
+    if ((madeOn != kMadeOnUnix && madeOn != kMadeOnMac) || !kind) {
+        return std::nullopt;
+    }
+    place = next;
+    return Described{name, {*kind, unpacked}, {begin, end}};
+}
+
+/// Whether they lie one behind the other from the start of the archive to `end`. What describes an
+/// entry's data behind it leaves small gaps.
+bool followEachOther(std::vector<Range> ranges, std::uint64_t end) {
+    std::sort(ranges.begin(), ranges.end(),
+              [](const Range& a, const Range& b) { return a.begin < b.begin; });
+    constexpr std::uint64_t kLargestGap = 24;
+    std::uint64_t at = 0;
+    ranges.push_back({end, end});
+    for (const Range& range : ranges) {
+        const std::uint64_t gap = at == 0 ? 0 : kLargestGap;
+        if (range.begin < at || range.begin - at > gap) {
+            return false;
+        }
+        at = range.end;
+    }
+    return true;
+}
+
+/// For comparison: file systems may take names for the same that differ in case only.
+std::string lowerCased(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower) {
+        if (c >= 'A' && c <= 'Z') {
+            c = static_cast<char>(c - 'A' + 'a');
+        }
+    }
+    return lower;
+}
+
+/// Finds a tree in which a path is there twice, or is a folder and something else.
+class PathKinds {
+  public:
+    /// False: the archive is to be refused.
+    bool add(std::string_view name) {
+        for (std::size_t slash = name.find('/'); slash != std::string_view::npos;
+             slash = name.find('/', slash + 1)) {
+            const std::string_view folder = name.substr(0, slash + 1);
+            const auto known = spelled_.emplace(lowerCased(folder.substr(0, slash)), folder).first;
+            if (known->second != folder) {
+                return false;
+            }
+        }
+        if (name.back() == '/') {
+            return entries_.insert(lowerCased(name)).second;
+        }
+        return spelled_.emplace(lowerCased(name), name).second;
+    }
+
+    std::set<std::string> folders() const {
+        std::set<std::string> folders;
+        for (const auto& [lower, path] : spelled_) {
+            if (path.back() == '/') {
+                folders.emplace(path);
+            }
+        }
+        return folders;
+    }
+
+  private:
+    std::map<std::string, std::string_view> spelled_; ///< by its path in lower case
+    std::set<std::string> entries_;                   ///< folders that are entries themselves
+};
+
+} // namespace
+
+std::optional<ZipIndex> readZipIndex(std::string_view archive) {
+    if (archive.size() < kEndLength) {
+        return std::nullopt;
+    }
+    const std::uint64_t endPlace = archive.size() - kEndLength;
+    const auto end = Record::at(archive, endPlace, kEndSignature, kEndLength);
+    if (!end) {
+        return std::nullopt;
+    }
+    constexpr std::size_t kNumbersOfVolumes = 4;
+    const std::uint32_t count = end->two(10);
+    const std::uint64_t begin = end->four(16);
+    if (end->four(kNumbersOfVolumes) != 0 || end->two(8) != count || count > kMostZipEntries ||
+        begin + end->four(12) != endPlace || end->two(20) != 0) {
+        return std::nullopt;
+    }
+    ZipIndex index;
+    std::vector<Range> ranges;
+    PathKinds kinds;
+    std::uint64_t unpacked = 0;
+    std::uint64_t place = begin;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const auto entry = readEntry(archive.substr(0, endPlace), place);
+        if (!entry || !isPlainRelativePath(entry->name) || !kinds.add(entry->name)) {
+            return std::nullopt;
+        }
+        unpacked += entry->entry.size;
+        ranges.push_back(entry->bytes);
+        index.entries.emplace(entry->name, entry->entry);
+    }
+    if (place != endPlace || !followEachOther(std::move(ranges), begin) ||
+        unpacked > kMostUnpackedBytes ||
+        (unpacked > kRatioFreeBytes && unpacked > kMostZipRatio * archive.size())) {
+        return std::nullopt;
+    }
+    index.impliedFolders = kinds.folders();
+    for (const auto& [name, entry] : index.entries) {
+        index.impliedFolders.erase(name);
+    }
+    return index;
+}
+
+} // namespace korvel::platform

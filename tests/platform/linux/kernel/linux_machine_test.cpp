@@ -1,0 +1,327 @@
+#include "platform/linux/kernel/linux_machine.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "platform/linux/kernel/counting_calls.h"
+#include "support/temp_tree.h"
+
+namespace korvel::platform {
+namespace {
+
+constexpr std::uint64_t kKiB = 1024;
+
+std::string fixture(const std::string& name) {
+    return std::string(KORVEL_FIXTURES) + "/linux/" + name;
+}
+
+std::uint64_t available(const VmStatistics& s) {
+    return std::uint64_t{s.free_count} + s.inactive_count + s.speculative_count + s.purgeable_count;
+}
+
+std::uint64_t used(const VmStatistics& s) {
+    return std::uint64_t{s.active_count} + s.wire_count + s.compressor_page_count;
+}
+
+TEST(LinuxMachine, ReadsALaptopWithThermalZonesAndCompressedSwap) {
+    LinuxMachine machine(fixture("laptop"));
+    const std::uint64_t page = machine.pageSize();
+    EXPECT_EQ(machine.physicalMemory(), 16116236 * kKiB);
+    EXPECT_EQ(machine.processorCount(), 8);
+    EXPECT_EQ(machine.thermalState(), 0) << "the disabled zone is over its trip point";
+    const auto pages = machine.vmStatistics();
+    ASSERT_TRUE(pages);
+    EXPECT_EQ(available(*pages), 5862108 * kKiB / page);
+    EXPECT_EQ(pages->free_count, 731932 * kKiB / page);
+    EXPECT_EQ(pages->compressor_page_count, 640221184 / page);
+    EXPECT_EQ(pages->wire_count, (301000 + 24064 + 88120 + 1200 + 14080 + 112) * kKiB / page);
+    EXPECT_EQ(used(*pages), 16116236 * kKiB / page - 5862108 * kKiB / page);
+    EXPECT_EQ(pages->swapouts, 512044U);
+    EXPECT_EQ(machine.memoryPressureLevel(), 1);
+    const auto swap = machine.swapUsage();
+    ASSERT_TRUE(swap);
+    EXPECT_EQ(swap->xsu_total, 8058108 * kKiB);
+    EXPECT_EQ(swap->xsu_used, (8058108 - 6010108) * kKiB);
+    EXPECT_EQ(machine.loadAverages(), (std::array{1.27, 0.94, 0.81}));
+    EXPECT_EQ(machine.bootTime(), 1763600000);
+    EXPECT_TRUE(machine.cpuTicks());
+}
+
+TEST(LinuxMachine, ReadsAServerWith128Processors) {
+    LinuxMachine machine(fixture("server_128_processors"));
+    EXPECT_EQ(machine.physicalMemory(), 528280572 * kKiB);
+    EXPECT_EQ(machine.processorCount(), 128);
+    const auto pages = machine.vmStatistics();
+    ASSERT_TRUE(pages);
+    EXPECT_EQ(available(*pages), 410220112 * kKiB / machine.pageSize());
+    EXPECT_GE(pages->wire_count, 16777216 * kKiB / machine.pageSize()) << "huge pages are held";
+    EXPECT_EQ(pages->compressor_page_count, 0U);
+    EXPECT_TRUE(machine.cpuTicks());
+    EXPECT_EQ(machine.bootTime(), 1751000000);
+    EXPECT_EQ(machine.loadAverages()[0], 41.9);
+}
+
+TEST(LinuxMachine, ReadsAContainerWithoutPressureFileThermalZonesOrSwap) {
+    LinuxMachine machine(fixture("container"));
+    EXPECT_EQ(machine.processorCount(), 2);
+    EXPECT_EQ(machine.thermalState(), 0);
+    EXPECT_EQ(machine.memoryPressureLevel(), 1) << "by available memory";
+    const auto swap = machine.swapUsage();
+    ASSERT_TRUE(swap);
+    EXPECT_EQ(swap->xsu_total, 0U);
+    EXPECT_EQ(swap->xsu_used, 0U);
+    ASSERT_TRUE(machine.vmStatistics());
+    EXPECT_EQ(machine.vmStatistics()->swapouts, 0U);
+}
+
+TEST(LinuxMachine, WhereThePressureFileCannotBeReadAvailableMemoryDecides) {
+    LinuxMachine opened(fixture("pressure_unreadable"));
+    EXPECT_EQ(opened.memoryPressureLevel(), 2) << "nine percent are available";
+
+    TempTree tree;
+    tree.copyFixture("laptop");
+    CountingCalls calls;
+    int pressure = -1;
+    calls.failOpen = [&](const std::string& path) {
+        // The next descriptor to be given out is the lowest free one.
+        if (path.ends_with("proc/pressure/memory")) {
+            pressure = ::dup(0);
+            ::close(pressure);
+        }
+        return 0;
+    };
+    calls.failRead = [&](int file) { return file == pressure ? EOPNOTSUPP : 0; };
+    tree.write("proc/meminfo", "MemTotal: 1000 kB\nMemFree: 10 kB\nMemAvailable: 40 kB\n"
+                               "SwapTotal: 0 kB\nSwapFree: 0 kB\n");
+    LinuxMachine unsupported(tree.root(), "/", calls);
+    EXPECT_EQ(unsupported.memoryPressureLevel(), 4);
+    EXPECT_GE(pressure, 0);
+}
+
+TEST(LinuxMachine, OnAKernelWithoutItsOwnEstimateAvailableMemoryIsReckoned) {
+    LinuxMachine machine(fixture("kernel_3_2"));
+    const auto pages = machine.vmStatistics();
+    ASSERT_TRUE(pages);
+    EXPECT_EQ(available(*pages),
+              (102400 + 20480 + (409600 - 10240) + 20480) * kKiB / machine.pageSize());
+    EXPECT_EQ(machine.processorCount(), 1) << "by the processors that /proc/stat lists";
+    EXPECT_EQ(machine.bootTime(), 1330000000);
+    EXPECT_TRUE(machine.cpuTicks());
+}
+
+TEST(LinuxMachine, PressureFiguresGiveTheLevel) {
+    TempTree tree;
+    tree.copyFixture("laptop");
+    LinuxMachine machine(tree.root());
+    EXPECT_EQ(machine.memoryPressureLevel(), 1);
+    tree.write("proc/pressure/memory", "some avg10=22.00 avg60=0.00 avg300=0.00 total=1\n"
+                                       "full avg10=11.00 avg60=0.00 avg300=0.00 total=1\n");
+    EXPECT_EQ(machine.memoryPressureLevel(), 4);
+    tree.write("proc/pressure/memory", "some avg10=22.00 avg60=0.00 avg300=0.00 total=1\n"
+                                       "full avg10=1.00 avg60=0.00 avg300=0.00 total=1\n");
+    EXPECT_EQ(machine.memoryPressureLevel(), 2);
+}
+
+struct Spoiled {
+    const char* name;
+    std::string text;
+};
+
+const std::vector<Spoiled>& spoiledTexts() {
+    static const std::vector<Spoiled> texts = {
+        {"empty", ""},
+        {"newlines", "\n\n\n"},
+        {"binary", std::string("\x7f\x45LF\0\0\xff\xfe\n\0", 10)},
+        {"text", "nothing of the kind\n"},
+        {"one long line", std::string(100000, '9')},
+    };
+    return texts;
+}
+
+TEST(LinuxMachine, AFileThatIsMissingOrSpoiltFailsItsOwnReadingsAlone) {
+    const std::vector<std::string> files = {
+        "proc/meminfo",         "proc/stat",
+        "proc/vmstat",          "proc/loadavg",
+        "proc/pressure/memory", "sys/devices/system/cpu/online"};
+    for (const std::string& file : files) {
+        std::vector<Spoiled> cases = spoiledTexts();
+        cases.push_back({"missing", ""});
+        cases.push_back({"a directory", ""});
+        for (const Spoiled& spoiled : cases) {
+            SCOPED_TRACE(file + " " + spoiled.name);
+            TempTree tree;
+            tree.copyFixture("laptop");
+            tree.remove(file);
+            if (spoiled.name == std::string("a directory")) {
+                tree.write(file + "/inside", "x\n");
+            } else if (spoiled.name != std::string("missing")) {
+                tree.write(file, spoiled.text);
+            }
+            LinuxMachine machine(tree.root());
+            const bool memory = file != "proc/meminfo";
+            EXPECT_EQ(machine.physicalMemory() != 0, memory);
+            EXPECT_EQ(machine.vmStatistics().has_value(), memory);
+            EXPECT_EQ(machine.swapUsage().has_value(), memory);
+            EXPECT_EQ(machine.memoryPressureLevel().has_value(), memory);
+            EXPECT_EQ(machine.cpuTicks().has_value(), file != "proc/stat");
+            EXPECT_EQ(machine.bootTime().has_value(), file != "proc/stat");
+            EXPECT_EQ(machine.loadAverages()[0] > 0, file != "proc/loadavg");
+            EXPECT_EQ(machine.processorCount(), 8);
+            if (memory) {
+                EXPECT_EQ(machine.vmStatistics()->swapouts, file == "proc/vmstat" ? 0U : 512044U);
+            }
+        }
+    }
+}
+
+TEST(LinuxMachine, SpoiltDevicesAndZonesAreLeftOut) {
+    for (const Spoiled& spoiled : spoiledTexts()) {
+        SCOPED_TRACE(spoiled.name);
+        TempTree tree;
+        tree.copyFixture("laptop");
+        tree.write("sys/block/zram0/mm_stat", spoiled.text);
+        tree.write("sys/block/zram1/mm_stat", "8192 4096 40960 0 0 0 0 0 0\n");
+        for (const char* part : {"temp", "mode", "trip_point_0_type", "trip_point_0_temp"}) {
+            tree.write(std::string("sys/class/thermal/thermal_zone0/") + part, spoiled.text);
+        }
+        LinuxMachine machine(tree.root());
+        ASSERT_TRUE(machine.vmStatistics());
+        EXPECT_EQ(machine.vmStatistics()->compressor_page_count, 40960 / machine.pageSize());
+        EXPECT_EQ(machine.thermalState(), 0);
+    }
+}
+
+TEST(LinuxMachine, CompressedMemoryIsThatOfZswapAndOfEveryDevice) {
+    TempTree tree;
+    tree.write("proc/meminfo", "MemTotal: 4000000 kB\nMemFree: 100 kB\nMemAvailable: 200000 kB\n"
+                               "Zswap: 400 kB\n");
+    tree.write("sys/block/zram0/mm_stat", "8192 4096 409600 0 0 0 0 0 0\n");
+    tree.write("sys/block/zram1/mm_stat", "1 1 819200\n");
+    tree.write("sys/block/sda/mm_stat", "1 1 99999999\n");
+    LinuxMachine machine(tree.root());
+    ASSERT_TRUE(machine.vmStatistics());
+    EXPECT_EQ(machine.vmStatistics()->compressor_page_count,
+              (400 * kKiB + 409600 + 819200) / machine.pageSize());
+}
+
+TEST(MmStat, TheThirdNumberIsTheMemoryUsed) {
+    EXPECT_EQ(parseMmStat("1 2 3\n"), 3U);
+    EXPECT_EQ(parseMmStat("      1        2        3        4 later ones\n"), 3U);
+    for (const char* bad : {"", "1 2\n", "1 2 3", "1 2 x\n", "1 2 -3\n"}) {
+        EXPECT_FALSE(parseMmStat(bad)) << '"' << bad << '"';
+    }
+}
+
+TEST(LinuxMachine, ASwapoutCountThatCannotBeReadLeavesTheLastOne) {
+    TempTree tree;
+    tree.copyFixture("laptop");
+    LinuxMachine machine(tree.root());
+    EXPECT_EQ(machine.vmStatistics()->swapouts, 512044U);
+    tree.write("proc/vmstat", "");
+    EXPECT_EQ(machine.vmStatistics()->swapouts, 512044U);
+    tree.write("proc/vmstat", "pswpin 1\npswpout 600000\n");
+    EXPECT_EQ(machine.vmStatistics()->swapouts, 600000U);
+}
+
+TEST(LinuxMachine, AReadingIsTakenAnewEachTime) {
+    TempTree tree;
+    tree.copyFixture("laptop");
+    LinuxMachine machine(tree.root());
+    EXPECT_EQ(machine.physicalMemory(), 16116236 * kKiB);
+    tree.write("proc/meminfo", "MemTotal: 1000 kB\nMemFree: 1 kB\n");
+    EXPECT_EQ(machine.physicalMemory(), 1000 * kKiB);
+    tree.write("proc/meminfo", "");
+    EXPECT_EQ(machine.physicalMemory(), 0U);
+}
+
+TEST(LinuxMachine, TicksAreThoseSinceTheFirstReading) {
+    TempTree tree;
+    LinuxMachine machine(tree.root());
+    EXPECT_FALSE(machine.cpuTicks()) << "no file yet";
+    TempTree later;
+    later.write("proc/stat", "cpu0 100 10 50 1000 5 1 1 1 0 0\ncpu1 100 10 50 1000 5 1 1 1 0 0\n");
+    LinuxMachine second(later.root());
+    EXPECT_EQ(second.cpuTicks()->idle, 0U);
+    later.write("proc/stat", "cpu0 200 10 50 1000 5 1 1 1 0 0\ncpu1 100 10 50 1100 5 1 1 1 0 0\n");
+    const auto ticks = second.cpuTicks();
+    EXPECT_EQ(ticks->user, 50U);
+    EXPECT_EQ(ticks->idle, 50U);
+}
+
+TEST(ProcessorList, CountsRangesAndSingleNumbers) {
+    EXPECT_EQ(countProcessors("0\n"), 1);
+    EXPECT_EQ(countProcessors("0-127\n"), 128);
+    EXPECT_EQ(countProcessors("0-3,6,8-9\n"), 7);
+    for (const char* bad : {"", "\n", "0-3", "x\n", "3-0\n", "-1\n", "0-\n", "0,,1\n", "0 1\n",
+                            "0-99999999999\n", "0-1048576\n"}) {
+        EXPECT_FALSE(countProcessors(bad)) << '"' << bad << '"';
+    }
+}
+
+TEST(ProcessorList, OfMoreThanTheMostProcessorsIsMalformed) {
+    EXPECT_EQ(countProcessors("0-1048575\n"), 1 << 20);
+    EXPECT_FALSE(countProcessors("0-1048575,0\n"));
+    std::string list; // the sum of all would not fit in an int
+    for (int i = 0; i < 2048; ++i) {
+        list += "0-1048575,";
+    }
+    EXPECT_FALSE(countProcessors(list + "0\n"));
+}
+
+TEST(LoadAverages, AreAllThreeOrZeros) {
+    EXPECT_EQ(parseLoadAverages("0.09 1.19 20.10 1/85 1234\n"), (std::array{0.09, 1.19, 20.1}));
+    const std::array<double, 3> zeros{};
+    for (const char* bad : {"", "1.0 2.0\n", "1.0 2.0 3.0", "1.0 x 3.0 1/1 1\n", "1,0 2,0 3,0\n",
+                            "nan 1 1 1/1 1\n", "-1 1 1 1/1 1\n", "inf 1 1 1/1 1\n"}) {
+        EXPECT_EQ(parseLoadAverages(bad), zeros) << '"' << bad << '"';
+    }
+}
+
+TEST(Swapouts, AreTheFieldOfThatNameAlone) {
+    EXPECT_EQ(parseSwapouts("pswpin 3\npswpout 18446744073709551615\n"), 18446744073709551615U);
+    EXPECT_EQ(parseSwapouts("pswpout 1\npswpout 2\n"), 1U);
+    for (const char* bad :
+         {"", "thp_pswpout 3\n", "pswpout\n", "pswpout x\n", "pswpout 12", "pswpout_more 1\n"}) {
+        EXPECT_FALSE(parseSwapouts(bad)) << '"' << bad << '"';
+    }
+}
+
+TEST(DataVolume, CountsAreInFragments) {
+    struct statvfs volume {};
+    volume.f_bsize = 1048576;
+    volume.f_frsize = 4096;
+    volume.f_blocks = 1000;
+    volume.f_bfree = 600;
+    volume.f_bavail = 500;
+    const auto statistics = volumeStatistics(volume);
+    ASSERT_TRUE(statistics);
+    EXPECT_EQ(statistics->f_bsize, 4096U);
+    EXPECT_EQ(statistics->f_blocks, 1000U);
+    EXPECT_EQ(statistics->f_bfree, 600U);
+    EXPECT_EQ(statistics->f_bavail, 500U);
+}
+
+TEST(DataVolume, OneWhoseShareInUseWouldBeNothingOfNothingIsNotReported) {
+    struct statvfs volume {};
+    volume.f_frsize = 4096;
+    EXPECT_FALSE(volumeStatistics(volume)) << "no blocks";
+    volume.f_blocks = 1000;
+    volume.f_bfree = 1000;
+    EXPECT_FALSE(volumeStatistics(volume)) << "all free, none available";
+    volume.f_bfree = 999;
+    EXPECT_TRUE(volumeStatistics(volume)) << "full for users";
+    volume.f_bfree = 1000;
+    volume.f_bavail = 1;
+    EXPECT_TRUE(volumeStatistics(volume));
+}
+
+TEST(DataVolume, APathThatIsNotThereHasNone) {
+    EXPECT_FALSE(LinuxMachine("/", "/nowhere/at/all").dataVolume());
+    EXPECT_TRUE(LinuxMachine("/", "/").dataVolume());
+}
+
+} // namespace
+} // namespace korvel::platform

@@ -1,0 +1,110 @@
+#include "platform/linux/session/status_icon.h"
+
+#include <set>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "app/status_title.h"
+
+namespace korvel::platform {
+namespace {
+
+constexpr QRgb kInk = 0xff101418;
+
+QImage draw(int score, int pixels, bool awake = false) {
+    return drawStatusPicture(statusPicture(statusTitle(score, awake)), pixels);
+}
+
+/// The number of pixels of exactly this colour.
+int count(const QImage& image, QRgb colour) {
+    int found = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            found += image.pixel(x, y) == colour;
+        }
+    }
+    return found;
+}
+
+class StatusIconAtSize : public testing::TestWithParam<int> {};
+
+TEST_P(StatusIconAtSize, ShowsTheExactColourOfTheScore) {
+    struct Case {
+        int score;
+        QRgb colour;
+    };
+    for (const Case& c : {Case{72, 0xff4fd982}, Case{71, 0xffffb84d}, Case{55, 0xffffb84d},
+                          Case{54, 0xffff5c5c}, Case{0, 0xffff5c5c}, Case{100, 0xff4fd982}}) {
+        EXPECT_GT(count(draw(c.score, GetParam()), c.colour), GetParam() * GetParam() / 5)
+            << "score " << c.score;
+    }
+}
+
+TEST_P(StatusIconAtSize, EveryScoreHasAPictureOfItsOwn) {
+    std::set<std::vector<uchar>> pictures;
+    for (int score = 0; score <= 100; ++score) {
+        const QImage image = draw(score, GetParam());
+        pictures.emplace(image.constBits(), image.constBits() + image.sizeInBytes());
+    }
+    EXPECT_EQ(pictures.size(), 101U);
+}
+
+TEST_P(StatusIconAtSize, TheNumberIsInkOnWholePixels) {
+    // Upright and level strokes lie on whole pixels, so at least half of the ink is not blended.
+    for (const int score : {0, 7, 10, 87, 88, 100}) {
+        const QImage image = draw(score, GetParam());
+        int dark = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                dark += qGray(image.pixel(x, y)) < 90 && qAlpha(image.pixel(x, y)) == 255;
+            }
+        }
+        EXPECT_GE(2 * count(image, kInk), dark) << "score " << score;
+        EXPECT_GT(dark, GetParam()) << "score " << score;
+    }
+}
+
+TEST_P(StatusIconAtSize, TheNumberKeepsOffTheEdge) {
+    for (int score = 0; score <= 100; ++score) {
+        const QImage image = draw(score, GetParam());
+        for (int i = 0; i < GetParam(); ++i) {
+            for (const QRgb pixel : {image.pixel(i, 0), image.pixel(i, GetParam() - 1),
+                                     image.pixel(GetParam() - 1, i)}) {
+                EXPECT_NE(pixel, kInk) << "score " << score;
+            }
+        }
+    }
+}
+
+TEST_P(StatusIconAtSize, TheCupChangesThePictureAndLeavesTheNumber) {
+    EXPECT_NE(draw(87, GetParam(), true), draw(87, GetParam(), false));
+    EXPECT_NE(draw(87, GetParam(), true), draw(86, GetParam(), true));
+}
+
+INSTANTIATE_TEST_SUITE_P(Panels, StatusIconAtSize,
+                         testing::Values(16, 22, 24, 32, 44, 48, 64, 128));
+
+TEST(StatusPicture, IsTheDotsColourAndTheLastRunsDigits) {
+    const StatusPicture picture = statusPicture(statusTitle(87, false));
+    EXPECT_EQ(picture.tile, QColor(79, 217, 130));
+    EXPECT_EQ(picture.digits, QStringLiteral("87"));
+    EXPECT_FALSE(picture.mark);
+    EXPECT_TRUE(statusPicture(statusTitle(87, true)).mark);
+}
+
+TEST(StatusPicture, OfAnEmptyTitleIsTransparent) {
+    const QImage image = drawStatusPicture(statusPicture({}), 22);
+    EXPECT_EQ(count(image, 0), 22 * 22);
+}
+
+TEST(StatusIcon, OffersTheSizesThatPanelsDraw) {
+    const QIcon icon = statusIcon(statusPicture(statusTitle(7, false)));
+    const QList<QSize> sizes = icon.availableSizes();
+    for (const int pixels : {16, 22, 24, 32, 48, 64}) {
+        EXPECT_TRUE(sizes.contains(QSize(pixels, pixels))) << pixels;
+    }
+}
+
+} // namespace
+} // namespace korvel::platform

@@ -1,0 +1,295 @@
+#include "platform/linux/session/systemd_agents.h"
+
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <memory>
+#include <thread>
+
+#include <QCoreApplication>
+#include <QDBusMessage>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QThread>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+#include "platform/linux/session/event_loop.h"
+#include "platform/linux/session/fake_manager.h"
+#include "platform/linux/session/private_bus.h"
+
+namespace korvel::platform {
+namespace {
+
+const char* const kLabel = "com.example.agent.of.test";
+constexpr std::chrono::milliseconds kSettle(40);
+constexpr int kQuiet = 250; // milliseconds; after which nothing more is to be expected
+const QString kUnit = QStringLiteral("com.example.agent.of.test.service");
+const QString kName = QStringLiteral("org.freedesktop.systemd1");
+const QString kPath = QStringLiteral("/org/freedesktop/systemd1");
+
+/// A bus with, on another thread, a manager that can be put on it and taken off.
+class SystemdAgentsTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_FALSE(bus_.address().isEmpty()) << "dbus-daemon could not be started";
+        qDBusRegisterMetaType<UnitRecord>();
+        qDBusRegisterMetaType<QList<UnitRecord>>();
+        static int number = 0;
+        suffix_ = QString::number(++number);
+        connection_ = bus_.connect(QStringLiteral("program") + suffix_);
+        ASSERT_TRUE(connection_.isConnected());
+        manager_.moveToThread(&thread_);
+        thread_.start();
+    }
+
+    void TearDown() override {
+        manager_.answers = true;
+        QThread* const here = QThread::currentThread();
+        inManager([&] {
+            const QString name = QStringLiteral("manager") + suffix_;
+            QDBusConnection(name).unregisterObject(kPath);
+            QDBusConnection::disconnectFromBus(name);
+            manager_.moveToThread(here);
+        });
+        thread_.quit();
+        thread_.wait();
+        QDBusConnection::disconnectFromBus(QStringLiteral("program") + suffix_);
+    }
+
+    void inManager(const std::function<void()>& work) {
+        QMetaObject::invokeMethod(&manager_, work, Qt::BlockingQueuedConnection);
+    }
+
+    void startManager() {
+        inManager([&] {
+            QDBusConnection own = bus_.connect(QStringLiteral("manager") + suffix_);
+            own.registerObject(kPath, &manager_,
+                               QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
+            EXPECT_TRUE(own.registerService(kName));
+        });
+    }
+
+    void stopManager() {
+        inManager(
+            [&] { QDBusConnection(QStringLiteral("manager") + suffix_).unregisterService(kName); });
+    }
+
+    /// Runs the event loop until `condition` holds, at most for five seconds; whether it did.
+    /// `isLoaded` as it answers while an event loop runs.
+    static bool inLoop(SystemdAgents& agents) {
+        bool loaded = false;
+        QEventLoop loop;
+        QTimer::singleShot(0, &loop, [&] {
+            loaded = agents.isLoaded(kLabel);
+            loop.quit();
+        });
+        loop.exec();
+        return loaded;
+    }
+
+    PrivateBus bus_;
+    QString suffix_;
+    QDBusConnection connection_{QString()};
+    FakeManager manager_;
+    QThread thread_;
+};
+
+TEST_F(SystemdAgentsTest, WithoutABusNoAgentIsLoaded) {
+    SystemdAgents agents(QDBusConnection(QStringLiteral("never connected")));
+    EXPECT_FALSE(agents.isLoaded(kLabel));
+    EXPECT_FALSE(inLoop(agents));
+}
+
+TEST_F(SystemdAgentsTest, WithoutAManagerNoAgentIsLoaded) {
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_FALSE(agents.isLoaded(kLabel));
+    EXPECT_FALSE(inLoop(agents));
+}
+
+TEST_F(SystemdAgentsTest, WithoutARunningLoopTheManagerIsAskedEachTime) {
+    startManager();
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_FALSE(agents.isLoaded(kLabel));
+    manager_.setLoaded(kUnit, true);
+    EXPECT_TRUE(agents.isLoaded(kLabel));
+    EXPECT_FALSE(agents.isLoaded("com.example.agent.of")) << "another agent";
+    manager_.setLoaded(kUnit, false);
+    EXPECT_FALSE(agents.isLoaded(kLabel));
+    EXPECT_EQ(manager_.questions, 4);
+    EXPECT_EQ(manager_.subscriptions, 0) << "nobody would take the signals in";
+}
+
+TEST_F(SystemdAgentsTest, InARunningLoopTheManagerIsAskedOnceAndThenLeftAlone) {
+    startManager();
+    manager_.setLoaded(kUnit, true);
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_TRUE(inLoop(agents));
+    EXPECT_TRUE(runUntil([&] { return manager_.subscriptions == 1; }));
+    // The question's own signals settle; they lead to no further question.
+    EXPECT_FALSE(runFor(kQuiet, [&] { return !agents.isLoaded(kLabel); }));
+    EXPECT_EQ(manager_.questions, 1);
+}
+
+TEST_F(SystemdAgentsTest, AnAnswerFromBeforeTheLoopIsKeptRight) {
+    startManager();
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_FALSE(agents.isLoaded(kLabel));
+    manager_.setLoaded(kUnit, true);
+    EXPECT_TRUE(runUntil([&] { return agents.isLoaded(kLabel); }));
+}
+
+TEST_F(SystemdAgentsTest, ChangesAreFollowedBySignals) {
+    startManager();
+    manager_.setLoaded(kUnit, false);
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_FALSE(inLoop(agents));
+    struct Change {
+        const char* name;
+        std::function<void()> signal;
+    };
+    const QDBusObjectPath path(QStringLiteral("/unit"));
+    bool loaded = false;
+    for (const Change& change : std::vector<Change>{
+             {"unit files changed", [&] { emit manager_.UnitFilesChanged(); }},
+             {"the manager was reloaded", [&] { emit manager_.Reloading(false); }},
+             {"the unit was made",
+              [&] {
+                  manager_.setInMemory(kUnit, true);
+                  emit manager_.UnitNew(kUnit, path);
+              }},
+             {"the unit was dropped",
+              [&] {
+                  manager_.setInMemory(kUnit, false);
+                  emit manager_.UnitRemoved(kUnit, path);
+              }},
+         }) {
+        loaded = !loaded;
+        manager_.setLoaded(kUnit, loaded);
+        inManager(change.signal);
+        EXPECT_TRUE(runUntil([&] { return agents.isLoaded(kLabel) == loaded; })) << change.name;
+    }
+}
+
+TEST_F(SystemdAgentsTest, AUnitThatIsTakenInAndDroppedAgainLeadsToNoQuestion) {
+    startManager();
+    SystemdAgents agents(connection_, kSettle);
+    inLoop(agents);
+    runUntil([&] { return manager_.subscriptions == 1; });
+    // A question that is asked by another program has the same signals.
+    inManager([&] { manager_.ListUnitsByNames({kUnit}); });
+    const int before = manager_.questions;
+    EXPECT_FALSE(runFor(kQuiet, [&] { return manager_.questions > before; }));
+    // And one of our own, after a change, ends after one round.
+    manager_.setLoaded(kUnit, true);
+    inManager([&] { emit manager_.UnitFilesChanged(); });
+    EXPECT_TRUE(runUntil([&] { return agents.isLoaded(kLabel); }));
+    const int after = manager_.questions;
+    EXPECT_FALSE(runFor(kQuiet, [&] { return manager_.questions > after; }));
+}
+
+TEST_F(SystemdAgentsTest, OtherUnitsSignalsLeadToNoQuestion) {
+    startManager();
+    SystemdAgents agents(connection_, kSettle);
+    inLoop(agents);
+    runUntil([&] { return manager_.subscriptions == 1; });
+    const int before = manager_.questions;
+    const QDBusObjectPath path(QStringLiteral("/unit"));
+    for (int i = 0; i < 20; ++i) {
+        inManager([&] { emit manager_.UnitNew(QStringLiteral("other.service"), path); });
+    }
+    EXPECT_FALSE(runFor(kQuiet, [&] { return manager_.questions > before; }));
+}
+
+TEST_F(SystemdAgentsTest, AManagerThatGoesAndComesIsFollowed) {
+    manager_.setLoaded(kUnit, true);
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_FALSE(inLoop(agents));
+    startManager();
+    EXPECT_TRUE(runUntil([&] { return agents.isLoaded(kLabel); }));
+    stopManager();
+    EXPECT_TRUE(runUntil([&] { return !agents.isLoaded(kLabel); }));
+    startManager();
+    EXPECT_TRUE(runUntil([&] { return agents.isLoaded(kLabel); }));
+}
+
+TEST_F(SystemdAgentsTest, AManagerThatHangsIsWaitedForOnlyBriefly) {
+    startManager();
+    manager_.setLoaded(kUnit, true);
+    manager_.answers = false;
+    SystemdAgents agents(connection_, kSettle);
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_FALSE(inLoop(agents));
+    EXPECT_LT(timer.elapsed(), 1000);
+    timer.start();
+    EXPECT_FALSE(inLoop(agents));
+    EXPECT_LT(timer.elapsed(), 100) << "the second time not at all";
+    manager_.answers = true;
+    EXPECT_TRUE(runUntil([&] { return agents.isLoaded(kLabel); })) << "once it goes on";
+}
+
+TEST_F(SystemdAgentsTest, ABusThatHangsIsWaitedForOnlyBriefly) {
+    SystemdAgents agents(connection_, kSettle);
+    ASSERT_EQ(::kill(static_cast<pid_t>(bus_.processId()), SIGSTOP), 0);
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_FALSE(inLoop(agents));
+    EXPECT_LT(timer.elapsed(), 1000);
+    ASSERT_EQ(::kill(static_cast<pid_t>(bus_.processId()), SIGCONT), 0);
+}
+
+TEST_F(SystemdAgentsTest, ABusThatGoesAwayLeavesNoAgentLoaded) {
+    startManager();
+    manager_.setLoaded(kUnit, true);
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_TRUE(inLoop(agents));
+    bus_.stop();
+    EXPECT_TRUE(runUntil([&] { return !agents.isLoaded(kLabel); }));
+}
+
+TEST_F(SystemdAgentsTest, AnotherThreadIsToldWhatIsKnown) {
+    startManager();
+    manager_.setLoaded(kUnit, true);
+    SystemdAgents agents(connection_, kSettle);
+    bool before = true;
+    std::thread([&] { before = agents.isLoaded(kLabel); }).join();
+    EXPECT_FALSE(before) << "not asked yet";
+    EXPECT_TRUE(inLoop(agents));
+    bool after = false;
+    std::thread([&] { after = agents.isLoaded(kLabel); }).join();
+    EXPECT_TRUE(after);
+}
+
+TEST_F(SystemdAgentsTest, AnInvalidLabelIsNotLoaded) {
+    startManager();
+    SystemdAgents agents(connection_, kSettle);
+    for (const char* label : {"", "a b", "\xff\xfe", "a/../b"}) {
+        EXPECT_FALSE(agents.isLoaded(label));
+    }
+}
+
+TEST(UserBus, WithoutAnAddressNoneIsStarted) {
+    const QByteArray address = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("XDG_RUNTIME_DIR", "/nowhere/at/all");
+    EXPECT_FALSE(userBus().isConnected());
+    if (!address.isNull()) {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+    }
+    if (runtime.isNull()) {
+        qunsetenv("XDG_RUNTIME_DIR");
+    } else {
+        qputenv("XDG_RUNTIME_DIR", runtime);
+    }
+}
+
+} // namespace
+} // namespace korvel::platform
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    const QCoreApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
