@@ -13,6 +13,7 @@
 #include "app/main_popover.h"
 #include "core/metrics.h"
 #include "model/awake.h"
+#include "platform/digest.h"
 #include "platform/linux/kernel/linux_machine.h"
 #include "platform/linux/kernel/linux_processes.h"
 #include "platform/linux/kernel/own_memory.h"
@@ -26,7 +27,6 @@
 #include "platform/linux/session/systemd_agents.h"
 #include "platform/linux/update/linux_bundle.h"
 #include "platform/linux/update/linux_code_signature.h"
-#include "platform/linux/update/openssl_digest.h"
 #include "platform/linux/update/update_root.h"
 #include "platform/linux/update/zip_archive.h"
 #include "platform/posix/child_processes.h"
@@ -127,7 +127,7 @@ int main(int, char** argv) {
                                               {"CFBundleVersion", KORVEL_BUILD}});
     platform::QtHttp http({.idle = platform::giveMemoryBack});
     platform::PosixFileManager fileManager;
-    platform::OpensslDigest digest;
+    platform::SystemDigest digest;
     platform::ZipArchive archive;
     platform::LinuxCodeSignature codeSignature(
         {.rootPem = std::string(platform::builtInUpdateRoot()),

@@ -10,8 +10,8 @@
 #include "core/metrics.h"
 #include "core/system_tools.h"
 #include "model/awake.h"
+#include "platform/digest.h"
 #include "platform/macos/application.h"
-#include "platform/macos/common_crypto_digest.h"
 #include "platform/macos/macos_bundle.h"
 #include "platform/macos/macos_machine.h"
 #include "platform/macos/macos_notifications.h"
@@ -82,7 +82,7 @@ int main(int, char** argv) {
     platform::MacosBundle bundle;
     platform::QtHttp http;
     platform::PosixFileManager fileManager;
-    platform::CommonCryptoDigest digest;
+    platform::SystemDigest digest;
     DittoArchive archive(childProcesses);
     CodesignSignature codeSignature(childProcesses);
     platform::MacosWorkspace workspace([&childProcesses](const std::string& installed) {

@@ -16,4 +16,10 @@ class Digest {
     virtual Sha256 sha256(std::string_view bytes) = 0;
 };
 
+/// By the system's own library; which one that is, the build decides.
+class SystemDigest final : public Digest {
+  public:
+    Sha256 sha256(std::string_view bytes) override;
+};
+
 } // namespace korvel::platform

@@ -27,6 +27,9 @@ ROOMS = {
     "ui/content": ["model", "update", "core", "platform", "base"],
     "ui/quick": ["ui/content", "model", "update", "core", "platform", "base"],
     "app": ["ui/content", "update", "model", "core", "platform", "base"],
+    "simulation": [
+        "app", "ui/content", "update", "model", "core", "platform/simulated", "platform/posix", "platform", "base",
+    ],
 }
 
 # The composition roots: the only files that name a backend.
@@ -62,6 +65,7 @@ OUTSIDE = {
     "ui/content": [FMT],
     "ui/quick": [QT],
     "app": [FMT],
+    "simulation": [POSIX, FMT, JSON],
 }
 
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*([<"])([^>"]+)[>"]', re.MULTILINE)

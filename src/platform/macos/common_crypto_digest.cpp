@@ -1,4 +1,4 @@
-#include "platform/macos/common_crypto_digest.h"
+#include "platform/digest.h"
 
 #include <CommonCrypto/CommonDigest.h>
 
@@ -6,7 +6,7 @@ namespace korvel::platform {
 
 static_assert(Sha256().size() == CC_SHA256_DIGEST_LENGTH);
 
-Sha256 CommonCryptoDigest::sha256(std::string_view bytes) {
+Sha256 SystemDigest::sha256(std::string_view bytes) {
     // A length has 32 bits there, which a text of ours need not fit.
     constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;
     CC_SHA256_CTX context{};

@@ -1,4 +1,4 @@
-#include "platform/macos/common_crypto_digest.h"
+#include "platform/digest.h"
 
 #include "platform/macos/cases.h"
 
@@ -7,25 +7,25 @@
 namespace korvel::standin {
 namespace {
 
-using platform::CommonCryptoDigest;
 using platform::Sha256;
+using platform::SystemDigest;
 
 void digestIsHandedOutAsItCame() {
     for (std::size_t i = 0; i < script->digest.size(); ++i) {
         script->digest[i] = static_cast<std::uint8_t>(0xA0 + i);
     }
-    EXPECT_EQUAL(CommonCryptoDigest().sha256("abc"), script->digest);
+    EXPECT_EQUAL(SystemDigest().sha256("abc"), script->digest);
     EXPECT_EQUAL(script->calls, {"CC_SHA256_Init", "CC_SHA256_Final"});
 }
 
 void digestIsOfAllTheBytes() {
     const std::string bytes("a\0b\xff", 4);
-    CommonCryptoDigest().sha256(bytes);
+    SystemDigest().sha256(bytes);
     EXPECT_EQUAL(script->digested, bytes);
 }
 
 void digestOfNothingIsOfNoBytes() {
-    CommonCryptoDigest().sha256({});
+    SystemDigest().sha256({});
     EXPECT_EQUAL(script->digestedBytes, 0U);
     EXPECT_EQUAL(script->calls, {"CC_SHA256_Init", "CC_SHA256_Final"});
 }
@@ -33,7 +33,7 @@ void digestOfNothingIsOfNoBytes() {
 void digestOfMoreThan32BitsOfBytesIsOfAllOfThem() {
     script->keepsDigested = false; // and so none of them is read
     constexpr std::uint64_t kBytes = (std::uint64_t{5} << 30) + 3;
-    CommonCryptoDigest().sha256(std::string_view("", kBytes));
+    SystemDigest().sha256(std::string_view("", kBytes));
     EXPECT_EQUAL(script->digestedBytes, kBytes);
 }
 

@@ -7,7 +7,7 @@ if(PEM)
         message(FATAL_ERROR "${PEM} is not the text of exactly one certificate")
     endif()
 endif()
-file(WRITE "${SOURCE}" "#include \"platform/linux/update_root.h\"
+file(WRITE "${SOURCE}" "#include \"platform/linux/update/update_root.h\"
 
 namespace korvel::platform {
 

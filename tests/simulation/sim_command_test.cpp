@@ -8,7 +8,7 @@
 
 #include "platform/posix/child_processes.h"
 #include "platform/posix/files.h"
-#include "tools/traced_run.h"
+#include "simulation/traced_run.h"
 
 namespace korvel::simulation {
 namespace {

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tools/traced_run.h"
+#include "simulation/traced_run.h"
 
 namespace korvel::simulation {
 namespace {

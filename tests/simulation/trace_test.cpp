@@ -7,7 +7,7 @@
 #include "app/status_title.h"
 #include "core/metrics.h"
 #include "core/snapshot.h"
-#include "tools/traced_run.h"
+#include "simulation/traced_run.h"
 #include "ui/content/palette.h"
 
 namespace korvel::simulation {

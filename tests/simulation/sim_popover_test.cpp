@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tools/traced_run.h"
+#include "simulation/traced_run.h"
 
 // What a simulated run shows of the popover, and what its buttons do.
 namespace korvel::simulation {

@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include "model/awake.h"
-#include "simulation/system_digest.h"
+#include "platform/digest.h"
 #include "ui/content/content_view.h"
 #include "update/updater.h"
 #include "update/whats_new.h"
@@ -76,7 +76,9 @@ ScriptedProgram::ScriptedProgram(const Scenario& scenario, const Stage* stage)
     for (const auto& [name, text] : scenario.home) {
         simulated_.files.contents[simulated_.files.inHome(name)] = text;
     }
-    simulated_.digest.digest = [](std::string_view bytes) { return SystemDigest().sha256(bytes); };
+    simulated_.digest.digest = [](std::string_view bytes) {
+        return platform::SystemDigest().sha256(bytes);
+    };
     http_.document = scenario.feed;
     answerTools();
     answerUpdateTools();
