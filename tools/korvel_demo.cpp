@@ -11,12 +11,12 @@
 
 #include <fmt/format.h>
 
-#include "demo/demo_program.h"
-#include "demo/pictures.h"
 #include "platform/linux/session/surroundings.h"
 #include "platform/qt/termination_signals.h"
 #include "simulation/command_line.h"
 #include "simulation/json_value.h"
+#include "tools/demo/demo_program.h"
+#include "tools/demo/pictures.h"
 
 namespace {
 

@@ -11,10 +11,10 @@
 
 #include "core/metrics.h"
 #include "platform/posix/child_processes.h"
+#include "report/self_check.h"
+#include "report/snapshot_arguments.h"
+#include "report/snapshot_report.h"
 #include "tools/local_machine.h"
-#include "tools/self_check.h"
-#include "tools/snapshot_arguments.h"
-#include "tools/snapshot_report.h"
 
 namespace {
 

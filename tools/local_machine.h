@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/self_check.h"
+#include "report/self_check.h"
 
 namespace korvel {
 

@@ -12,7 +12,7 @@
 #include "platform/linux/session/systemd_agents.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
-#include "tools/reading_texts.h"
+#include "report/reading_texts.h"
 
 namespace korvel {
 

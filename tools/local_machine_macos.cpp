@@ -10,7 +10,7 @@
 #include "platform/macos/thermal_state.h"
 #include "platform/posix/child_processes.h"
 #include "platform/posix/system_clock.h"
-#include "tools/reading_texts.h"
+#include "report/reading_texts.h"
 
 namespace korvel {
 

@@ -27,6 +27,7 @@ ROOMS = {
     "ui/content": ["model", "update", "core", "platform", "base"],
     "ui/quick": ["ui/content", "model", "update", "core", "platform", "base"],
     "app": ["ui/content", "update", "model", "core", "platform", "base"],
+    "report": ["ui/content", "core", "platform", "base"],
     "simulation": [
         "app", "ui/content", "update", "model", "core", "platform/simulated", "platform/posix", "platform", "base",
     ],
@@ -65,6 +66,7 @@ OUTSIDE = {
     "ui/content": [FMT],
     "ui/quick": [QT],
     "app": [FMT],
+    "report": [FMT],
     "simulation": [POSIX, FMT, JSON],
 }
 

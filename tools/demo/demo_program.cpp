@@ -1,4 +1,4 @@
-#include "demo/demo_program.h"
+#include "tools/demo/demo_program.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "demo/pictures.h"
+#include "tools/demo/pictures.h"
 
 #include <algorithm>
 

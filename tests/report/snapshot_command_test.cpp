@@ -7,7 +7,7 @@
 #include <simdjson.h>
 
 #include "platform/posix/child_processes.h"
-#include "tools/snapshot_arguments.h"
+#include "report/snapshot_arguments.h"
 
 // The korvel-snapshot program itself, on the readings of the machine that runs the test.
 namespace korvel {

@@ -1,4 +1,4 @@
-#include "tools/reading_texts.h"
+#include "report/reading_texts.h"
 
 #include <array>
 #include <string>

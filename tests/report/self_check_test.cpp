@@ -1,4 +1,4 @@
-#include "tools/self_check.h"
+#include "report/self_check.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "tools/snapshot_report.h"
+#include "report/snapshot_report.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "tools/snapshot_arguments.h"
+#include "report/snapshot_arguments.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/printable.h"
+#include "report/printable.h"
 
 namespace korvel {
 

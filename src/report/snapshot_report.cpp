@@ -1,4 +1,4 @@
-#include "tools/snapshot_report.h"
+#include "report/snapshot_report.h"
 
 #include <algorithm>
 #include <iterator>
@@ -8,7 +8,7 @@
 #include "base/json_writer.h"
 #include "core/snapshot.h"
 #include "core/snapshot_json.h"
-#include "tools/printable.h"
+#include "report/printable.h"
 #include "ui/content/palette.h"
 #include "ui/content/score_sections.h"
 

@@ -1,4 +1,4 @@
-#include "tools/self_check.h"
+#include "report/self_check.h"
 
 #include <algorithm>
 #include <iterator>
@@ -7,7 +7,7 @@
 
 #include "base/utf8.h"
 #include "platform/child_process.h"
-#include "tools/printable.h"
+#include "report/printable.h"
 
 namespace korvel {
 
