@@ -53,7 +53,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 
     statusItem_ = services_.statusBar.makeStatusItem();
     statusItem_->setAction(weakly(&AppDelegate::togglePopover));
-    contentView_ = std::make_unique<ContentView>(model_, awake_, updater_, whatsNew_, services_);
+    contentView_ = std::make_unique<ContentView>(model_, services_, awake_, updater_, whatsNew_);
     popover_ = makePopover_(*contentView_);
     model_->onUpdate = weakly(&AppDelegate::updateTitle);
     model_->refresh();

@@ -4,7 +4,6 @@
 #include <initializer_list>
 #include <utility>
 
-#include "model/awake.h"
 #include "model/model.h"
 #include "platform/run_loop.h"
 #include "platform/services.h"
@@ -12,14 +11,12 @@
 #include "ui/content/metric_rows.h"
 #include "ui/content/score_sections.h"
 #include "ui/content/update_sections.h"
-#include "update/updater.h"
-#include "update/whats_new.h"
 
 namespace korvel {
 
-ContentView::ContentView(std::shared_ptr<Model> model, std::shared_ptr<Awake> awake,
-                         std::shared_ptr<Updater> updater, std::shared_ptr<WhatsNew> whatsNew,
-                         const platform::Services& services)
+ContentView::ContentView(std::shared_ptr<Model> model, const platform::Services& services,
+                         std::shared_ptr<Awake> awake, std::shared_ptr<Updater> updater,
+                         std::shared_ptr<WhatsNew> whatsNew)
     : model_(std::move(model)), awake_(std::move(awake)), updater_(std::move(updater)),
       whatsNew_(std::move(whatsNew)), processes_(services.processes), runLoop_(services.runLoop) {
     const std::initializer_list<const ObservableObject*> observed{model_.get(), awake_.get(),

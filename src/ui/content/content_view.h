@@ -6,7 +6,10 @@
 #include <vector>
 
 #include "base/observable.h"
+#include "model/awake.h"
 #include "ui/content/popover_content.h"
+#include "update/updater.h"
+#include "update/whats_new.h"
 
 namespace korvel::platform {
 class Processes;
@@ -16,30 +19,25 @@ struct Services;
 
 namespace korvel {
 
-class Awake;
 class Model;
-class Updater;
-class WhatsNew;
 
 /// The popover's root view without a display: turns the observed state into what is to be seen,
 /// and takes what the user does to it. It never samples the machine. It announces its changes and
 /// those of all that it observes.
 class ContentView : public ObservableObject {
   public:
-    /// The services outlive the view.
-    ContentView(std::shared_ptr<Model> model, std::shared_ptr<Awake> awake,
-                std::shared_ptr<Updater> updater, std::shared_ptr<WhatsNew> whatsNew,
-                const platform::Services& services);
+    /// On the program's own `Awake`, `Updater` and `WhatsNew`, unless others are given. The
+    /// services outlive the view.
+    ContentView(std::shared_ptr<Model> model, const platform::Services& services,
+                std::shared_ptr<Awake> awake = Awake::shared(),
+                std::shared_ptr<Updater> updater = Updater::shared(),
+                std::shared_ptr<WhatsNew> whatsNew = WhatsNew::shared());
     ContentView(const ContentView&) = delete;
     ContentView& operator=(const ContentView&) = delete;
 
     PopoverContent content() const;
 
-    /// What the view shows the state of.
     Model& model() const { return *model_; }
-    Awake& awake() const { return *awake_; }
-    Updater& updater() const { return *updater_; }
-    WhatsNew& whatsNew() const { return *whatsNew_; }
 
     void toggleBreakdown();
     void findSwapHolders();

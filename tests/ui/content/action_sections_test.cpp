@@ -30,8 +30,8 @@ class Actions : public testing::Test {
     }
 
     test::SimulatedModel simulated;
-    ContentView view{simulated.model, simulated.awake, simulated.updater, simulated.whatsNew,
-                     simulated.system.services()};
+    ContentView view{simulated.model, simulated.system.services(), simulated.awake,
+                     simulated.updater, simulated.whatsNew};
 };
 
 TEST_F(Actions, WhileOffThereIsAMenuOfFourPeriodsAndNoTime) {

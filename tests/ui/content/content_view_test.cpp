@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "support/simulated_model.h"
+#include "ui/content/update_sections.h"
 
 namespace korvel {
 namespace {
@@ -11,8 +12,8 @@ namespace {
 class RootView : public testing::Test {
   protected:
     test::SimulatedModel simulated;
-    ContentView view{simulated.model, simulated.awake, simulated.updater, simulated.whatsNew,
-                     simulated.system.services()};
+    ContentView view{simulated.model, simulated.system.services(), simulated.awake,
+                     simulated.updater, simulated.whatsNew};
 };
 
 TEST_F(RootView, ShowsTheEmptyReadingBeforeTheFirstPublication) {
@@ -77,6 +78,28 @@ TEST_F(RootView, QuitsAProcessOfEitherListAndNoOther) {
     EXPECT_THAT(simulated.system.processes.terminated, testing::ElementsAre(7, 9));
     EXPECT_EQ(view.content().heaviest.size(), 1u) << "a line goes with the next reading";
     EXPECT_EQ(view.content().swapHolders.holders.size(), 1u);
+}
+
+TEST_F(RootView, ByThemselvesTheViewAndItsBannerAreThoseOfTheProgram) {
+    const platform::Services services = simulated.system.services();
+    platform::installedServices = &services;
+    EXPECT_EQ(WhatsNewBanner().wn, WhatsNew::shared());
+    EXPECT_EQ(WhatsNew::shared()->version(), Updater::shared()->currentVersion());
+
+    const ContentView programs(simulated.model, services);
+    Awake::shared()->on = true;
+    Updater::shared()->state = Updater::State{Updater::State::Case::checking, "", 0};
+    WhatsNew::shared()->kind = WhatsNew::Kind{WhatsNew::Kind::Case::installed, ""};
+    EXPECT_TRUE(programs.content().keepAwake.on);
+    EXPECT_TRUE(programs.content().update);
+    EXPECT_TRUE(programs.content().banner);
+
+    const ContentView others(simulated.model, services, simulated.awake);
+    EXPECT_FALSE(others.content().keepAwake.on);
+    EXPECT_TRUE(others.content().update);
+    EXPECT_FALSE(view.content().update);
+    EXPECT_FALSE(view.content().banner);
+    platform::installedServices = nullptr;
 }
 
 } // namespace

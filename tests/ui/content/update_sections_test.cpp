@@ -34,8 +34,8 @@ class UpdateSections : public testing::Test {
     }
 
     test::SimulatedModel simulated;
-    ContentView view{simulated.model, simulated.awake, simulated.updater, simulated.whatsNew,
-                     simulated.system.services()};
+    ContentView view{simulated.model, simulated.system.services(), simulated.awake,
+                     simulated.updater, simulated.whatsNew};
 };
 
 TEST_F(UpdateSections, IdleOrUpToDateThereIsNoLine) {
@@ -153,15 +153,6 @@ TEST_F(UpdateSections, LinesThatComeLateOrTwiceAreShown) {
     EXPECT_THAT(json(), HasSubstr(R"("banner":{"heading":"Updated to 1.0.0","subline":"Was 0.9 )"
                                   "·"
                                   R"( what changed","notes":["Same","Same"]})"));
-}
-
-TEST_F(UpdateSections, ByItselfTheBannerIsThatOfTheProgram) {
-    const platform::Services services = simulated.system.services();
-    platform::installedServices = &services;
-    EXPECT_EQ(WhatsNewBanner().wn, WhatsNew::shared());
-    EXPECT_EQ(WhatsNew::shared(), WhatsNew::shared());
-    EXPECT_EQ(WhatsNew::shared()->version(), Updater::shared()->currentVersion());
-    platform::installedServices = nullptr;
 }
 
 } // namespace

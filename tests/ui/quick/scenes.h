@@ -22,8 +22,8 @@ class Stage {
 
     test::SimulatedModel simulated;
     std::shared_ptr<Model> model = simulated.model;
-    ContentView root{model, simulated.awake, simulated.updater, simulated.whatsNew,
-                     simulated.system.services()};
+    ContentView root{model, simulated.system.services(), simulated.awake, simulated.updater,
+                     simulated.whatsNew};
 };
 
 Snapshot healthyReading();
