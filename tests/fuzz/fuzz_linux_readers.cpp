@@ -9,8 +9,8 @@
 
 #include "fuzz/fuzz.h"
 #include "platform/linux/kernel/cpu_ticks.h"
-#include "platform/linux/kernel/linux_machine.h"
 #include "platform/linux/kernel/linux_processes.h"
+#include "platform/linux/kernel/machine_texts.h"
 #include "platform/linux/kernel/meminfo.h"
 #include "platform/linux/kernel/pressure.h"
 #include "platform/linux/kernel/process_name.h"

@@ -5,70 +5,13 @@
 
 #include <unistd.h>
 
+#include "platform/linux/kernel/machine_texts.h"
 #include "platform/linux/kernel/root_folder.h"
-#include "platform/linux/kernel/text_scan.h"
+#include "platform/linux/kernel/volume_statistics.h"
 
 namespace korvel::platform {
 
 using User = SharedReading::User;
-
-std::optional<VolumeStatistics> volumeStatistics(const struct statvfs& volume) {
-    if (volume.f_blocks == 0 || (volume.f_bavail == 0 && volume.f_bfree >= volume.f_blocks)) {
-        return std::nullopt;
-    }
-    VolumeStatistics statistics;
-    // The counts are in fragments; f_bsize is only the size that is good for reading.
-    statistics.f_bsize = volume.f_frsize;
-    statistics.f_blocks = volume.f_blocks;
-    statistics.f_bfree = volume.f_bfree;
-    statistics.f_bavail = volume.f_bavail;
-    return statistics;
-}
-
-std::optional<int> countProcessors(std::string_view list) {
-    constexpr int kMost = 1 << 20;
-    std::optional<std::string_view> line = takeLine(list);
-    int count = 0;
-    while (line && !line->empty()) {
-        const std::size_t comma = std::min(line->find(','), line->size());
-        const std::string_view range = line->substr(0, comma);
-        line->remove_prefix(std::min(comma + 1, line->size()));
-        const std::size_t dash = std::min(range.find('-'), range.size());
-        const auto first = wholeNumber<int>(range.substr(0, dash));
-        const auto last = dash == range.size() ? first : wholeNumber<int>(range.substr(dash + 1));
-        if (!first || !last || *first < 0 || *last < *first || *last >= kMost) {
-            return std::nullopt;
-        }
-        count += *last - *first + 1;
-        if (count > kMost) {
-            return std::nullopt; // some of them stand twice
-        }
-    }
-    return count > 0 ? std::optional(count) : std::nullopt;
-}
-
-std::array<double, 3> parseLoadAverages(std::string_view text) {
-    std::optional<std::string_view> line = takeLine(text);
-    std::array<double, 3> averages{};
-    for (double& average : averages) {
-        const auto number = line ? wholeDecimal(takeWord(*line)) : std::nullopt;
-        if (!number) {
-            return {};
-        }
-        average = *number;
-    }
-    return averages;
-}
-
-std::optional<std::uint64_t> parseSwapouts(std::string_view text) {
-    constexpr std::string_view kField = "pswpout ";
-    while (const std::optional<std::string_view> line = takeLine(text)) {
-        if (line->substr(0, kField.size()) == kField) {
-            return wholeNumber<std::uint64_t>(line->substr(kField.size()));
-        }
-    }
-    return std::nullopt;
-}
 
 bool SharedReading::isCurrent(User user) {
     constexpr auto kOldest = std::chrono::milliseconds(100);

@@ -4,8 +4,6 @@
 #include <mutex>
 #include <string>
 
-#include <sys/statvfs.h>
-
 #include "platform/linux/kernel/cpu_ticks.h"
 #include "platform/linux/kernel/kept_file.h"
 #include "platform/linux/kernel/meminfo.h"
@@ -15,20 +13,6 @@
 #include "platform/machine.h"
 
 namespace korvel::platform {
-
-/// The record of a mounted file system; nullopt for one without blocks, and for one whose blocks
-/// are all free with none of them available (an overlay of a container may say so): such a one
-/// tells nothing about room, and its share in use would be 0 of 0.
-std::optional<VolumeStatistics> volumeStatistics(const struct statvfs& volume);
-
-/// The list of processors "0-3,6": how many there are. nullopt when it is malformed or empty.
-std::optional<int> countProcessors(std::string_view list);
-
-/// The three averages of /proc/loadavg; zeros when any of them cannot be read.
-std::array<double, 3> parseLoadAverages(std::string_view text);
-
-/// Pages written to swap since boot: pswpout of /proc/vmstat.
-std::optional<std::uint64_t> parseSwapouts(std::string_view text);
 
 /// One reading of a file from which several functions are answered: taken anew when a function asks
 /// for the second time, or when it is older than a tenth of a second. So a sample, which asks each
