@@ -11,7 +11,7 @@
 
 #include <fmt/format.h>
 
-#include "platform/linux/session/surroundings.h"
+#include "platform/linux/session/environment.h"
 #include "platform/qt/termination_signals.h"
 #include "simulation/command_line.h"
 #include "simulation/json_value.h"

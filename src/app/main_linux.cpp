@@ -10,7 +10,7 @@
 #include <QThread>
 
 #include "app/app_delegate.h"
-#include "app/main_popover.h"
+#include "app/main_popover_linux.h"
 #include "core/metrics.h"
 #include "model/awake.h"
 #include "platform/digest.h"
@@ -20,11 +20,11 @@
 #include "platform/linux/kernel/process_status.h"
 #include "platform/linux/session/desktop_notifications.h"
 #include "platform/linux/session/desktop_power.h"
+#include "platform/linux/session/environment.h"
 #include "platform/linux/session/linux_workspace.h"
 #include "platform/linux/session/single_instance.h"
-#include "platform/linux/session/status_bar.h"
-#include "platform/linux/session/surroundings.h"
 #include "platform/linux/session/systemd_agents.h"
+#include "platform/linux/session/tray_status_bar.h"
 #include "platform/linux/update/linux_bundle.h"
 #include "platform/linux/update/linux_code_signature.h"
 #include "platform/linux/update/update_root.h"

@@ -7,7 +7,7 @@
 #include <QPainter>
 
 #include "app/status_title.h"
-#include "platform/linux/session/status_icon.h"
+#include "platform/linux/session/tray_icon.h"
 
 namespace {
 

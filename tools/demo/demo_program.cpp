@@ -4,7 +4,7 @@
 #include <chrono>
 #include <optional>
 
-#include "app/main_popover.h"
+#include "app/main_popover_linux.h"
 
 namespace korvel::simulation {
 

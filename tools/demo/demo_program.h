@@ -8,7 +8,7 @@
 #include <QTimer>
 
 #include "platform/clock.h"
-#include "platform/linux/session/status_bar.h"
+#include "platform/linux/session/tray_status_bar.h"
 #include "platform/qt/run_loop.h"
 #include "simulation/scripted_program.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/session/status_icon.h"
+#include "platform/linux/session/tray_icon.h"
 
 #include <algorithm>
 #include <cmath>

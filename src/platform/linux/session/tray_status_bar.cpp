@@ -1,4 +1,4 @@
-#include "platform/linux/session/status_bar.h"
+#include "platform/linux/session/tray_status_bar.h"
 
 #include <chrono>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "platform/linux/session/surroundings.h"
+#include "platform/linux/session/environment.h"
 
 #include <QFileInfo>
 #include <QGuiApplication>

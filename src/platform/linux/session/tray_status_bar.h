@@ -8,8 +8,8 @@
 #include <QObject>
 #include <QSystemTrayIcon>
 
-#include "platform/linux/session/status_icon.h"
 #include "platform/linux/session/tray_host.h"
+#include "platform/linux/session/tray_icon.h"
 #include "platform/status_bar.h"
 
 namespace korvel::platform {

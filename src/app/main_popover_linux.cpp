@@ -1,4 +1,4 @@
-#include "app/main_popover.h"
+#include "app/main_popover_linux.h"
 
 #include <utility>
 
