@@ -2,7 +2,10 @@
 
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
+
+#include "base/result.h"
 
 namespace korvel::platform {
 
@@ -17,10 +20,10 @@ class FileManager {
     /// Makes the folder and those above it, for the user alone. False: it is not there afterwards.
     virtual bool createDirectory(const std::string& path) = 0;
 
-    /// Gives the file or folder a new path, also on another volume; never over what is there.
-    /// nullopt when it was moved, else why not, as a sentence for the user; then all is as before.
-    [[nodiscard]] virtual std::optional<std::string> move(const std::string& from,
-                                                          const std::string& to) = 0;
+    /// Gives the file or folder a new path, also on another volume; never over what is there. After
+    /// an error all is as before. It is about the path at which it went wrong: `from`, or what lies
+    /// in it; its detail is the system's own sentence for the user, where the system has one.
+    virtual Status<std::errc> move(const std::string& from, const std::string& to) = 0;
 
     /// Removes the file, or the folder with all that is in it; links are not followed. Failures are
     /// silent.

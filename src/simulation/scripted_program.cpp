@@ -133,24 +133,21 @@ void ScriptedProgram::answerUpdateTools() {
         openInASecond(simulated_.childProcesses, bundle);
     };
     simulated_.fileManager.onMove = [this](const std::string& from, const std::string& to) {
-        return moveError(from, to);
+        return move(from, to);
     };
 }
 
-std::optional<std::string> ScriptedProgram::moveError(const std::string& from,
-                                                      const std::string& to) const {
+Status<std::errc> ScriptedProgram::move(const std::string& from, const std::string& to) const {
     const std::string& running = scenario_.bundle.path;
+    std::optional<std::string> sentence;
     if (from == running) {
-        return archive_.moves[0];
+        sentence = archive_.moves[0];
+    } else if (to == running && !from.ends_with("/old.app")) {
+        sentence = archive_.moves[1];
+    } else if (to == running && !archive_.rollback) {
+        sentence = "It cannot be moved back.";
     }
-    if (to != running) {
-        return std::nullopt;
-    }
-    if (!from.ends_with("/old.app")) {
-        return archive_.moves[1];
-    }
-    return archive_.rollback ? std::nullopt
-                             : std::optional<std::string>("It cannot be moved back.");
+    return sentence ? Error{std::errc::io_error, from, *sentence} : Status<std::errc>();
 }
 
 void ScriptedProgram::setArchive(const ScriptedArchive& archive) {

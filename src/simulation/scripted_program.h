@@ -92,7 +92,8 @@ class ScriptedProgram {
   private:
     void answerTools();
     void answerUpdateTools();
-    std::optional<std::string> moveError(const std::string& from, const std::string& to) const;
+    /// What the scenario says of a move.
+    Status<std::errc> move(const std::string& from, const std::string& to) const;
     std::optional<platform::ChildResult>
     runScript(const platform::SimulatedChildProcesses::Arguments& arguments);
 

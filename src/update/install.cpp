@@ -1,5 +1,6 @@
 // How an update gets from the server into the running bundle's place.
 
+#include <cerrno>
 #include <memory>
 #include <utility>
 
@@ -50,6 +51,46 @@ std::optional<std::string> bundleIn(platform::FileManager& files, const std::str
         }
     }
     return std::nullopt;
+}
+
+/// Not the system's text for it, which speaks the language of the locale, and not to users.
+std::string reasonOf(std::errc code) {
+    const int number = static_cast<int>(code);
+    switch (number) {
+    case EACCES:
+    case EPERM:
+        return "permission denied";
+    case ENOSPC:
+    case EDQUOT:
+        return "the disk is full";
+    case EROFS:
+        return "the disk is read-only";
+    case EEXIST:
+    case ENOTEMPTY:
+        return "something else is already there";
+    case ENOENT:
+    case ENOTDIR:
+        return "it or the folder that it should go to does not exist";
+    case EINVAL:
+        return "a folder cannot be moved into itself";
+    case ENOTSUP:
+        return "it holds something that is no file, folder or link";
+    case EBUSY:
+        return "it is in use";
+    case EIO:
+        return "the disk reported an error";
+    default:
+        return fmt::format("error {}", number);
+    }
+}
+
+/// Why the bundle could not be moved, as a sentence for the user.
+std::string sentenceOf(const std::string& bundle, const Error<std::errc>& error) {
+    if (!error.detail.empty()) {
+        return error.detail;
+    }
+    return fmt::format("“{}” couldn’t be moved: {}.", lastComponentOf(bundle),
+                       reasonOf(error.code));
 }
 
 } // namespace
@@ -144,16 +185,19 @@ bool Updater::verifySignature(const std::string& bundle, std::int64_t build) {
 std::optional<std::string> Updater::swap(const std::string& bundle, const WorkDirectory& work) {
     const std::string running = services_.bundle.path();
     const std::string old = work / "old.app";
-    std::optional<std::string> error = services_.fileManager.move(running, old);
-    if (!error) {
-        error = services_.fileManager.move(bundle, running);
+    std::string moving = running;
+    Status<std::errc> moved = services_.fileManager.move(running, old);
+    if (moved) {
+        moving = bundle;
+        moved = services_.fileManager.move(bundle, running);
     }
-    if (error) {
-        // It may be that nothing was moved, or that it cannot be moved back: the first error says
-        // more than what this has to say.
-        static_cast<void>(services_.fileManager.move(old, running));
+    if (moved) {
+        return std::nullopt;
     }
-    return error;
+    // It may be that nothing was moved, or that it cannot be moved back: the first error says more
+    // than what this has to say.
+    static_cast<void>(services_.fileManager.move(old, running));
+    return sentenceOf(moving, moved.error());
 }
 
 } // namespace korvel

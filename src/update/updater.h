@@ -86,7 +86,7 @@ class Updater : public ObservableObject, public std::enable_shared_from_this<Upd
     void endUpToDate();
     void install(const Release& release, const WorkDirectory& work);
     bool verifySignature(const std::string& bundle, std::int64_t build);
-    /// The message of what went wrong; nullopt: the new bundle is in place.
+    /// The sentence of what went wrong; nullopt: the new bundle is in place.
     std::optional<std::string> swap(const std::string& bundle, const WorkDirectory& work);
     void fail(std::string message);
     void set(State::Case value) { state = State{value, "", 0}; }

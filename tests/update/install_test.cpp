@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -72,18 +73,15 @@ class Install : public testing::Test {
         return seen;
     }
 
-    /// The moves of the swap go wrong in this way, and the way back too if asked.
-    void breakMoves(bool first, bool second, bool back = false) {
-        simulated.fileManager.onMove = [=](const std::string& from,
-                                           const std::string& to) -> std::optional<std::string> {
+    using Move = Status<std::errc>;
+
+    /// What comes of the moves of the swap, and of the way back.
+    void scriptMoves(const Move& first, const Move& second, const Move& back = {}) {
+        simulated.fileManager.onMove = [=](const std::string& from, const std::string& to) {
             if (from == kRunning) {
-                return first ? std::optional<std::string>("The disk is full.") : std::nullopt;
+                return first;
             }
-            if (to == kRunning && from == kWork + "/old.app") {
-                return back ? std::optional<std::string>("Not even back.") : std::nullopt;
-            }
-            return to == kRunning && second ? std::optional<std::string>("It is not permitted.")
-                                            : std::nullopt;
+            return to != kRunning ? Move() : from == kWork + "/old.app" ? back : second;
         };
     }
 
@@ -163,7 +161,9 @@ TEST_F(Install, WithoutAWholeDownloadItEnds) {
 }
 
 TEST_F(Install, ADownloadThatCannotBeMovedCannotBeRead) {
-    simulated.fileManager.onMove = [](const auto&, const auto&) { return "The disk is full."; };
+    simulated.fileManager.onMove = [](const std::string& from, const auto&) {
+        return Error{std::errc::no_space_on_device, from};
+    };
     expectFailure("Could not read the download");
     EXPECT_THAT(states,
                 ElementsAre(kDownloading, kInstalling, failed("Could not read the download")));
@@ -276,18 +276,50 @@ TEST_F(Install, InAFolderThatCannotBeWrittenTheNewBundleIsShown) {
 }
 
 TEST_F(Install, AMoveThatFailsIsToldAndTheRunningBundleComesBack) {
-    breakMoves(true, false);
-    expectFailure("Could not replace the app: The disk is full.");
+    scriptMoves(Error{std::errc::no_space_on_device, kRunning + "/Contents"}, {});
+    expectFailure("Could not replace the app: “Korvel.app” couldn’t be moved: the disk is full.");
     uuids = 0;
-    breakMoves(false, true);
-    expectFailure("Could not replace the app: It is not permitted.");
+    simulated.archive.entries = {"New.app"};
+    scriptMoves({}, Error{std::errc::permission_denied, kWork + "/out/New.app"});
+    expectFailure("Could not replace the app: “New.app” couldn’t be moved: permission denied.");
     EXPECT_THAT(calls(), testing::Contains("move " + kWork + "/old.app " + kRunning).Times(2));
 }
 
+TEST_F(Install, EachErrorOfAMoveHasItsWords) {
+    const std::pair<int, const char*> kWords[] = {
+        {EACCES, "permission denied"},
+        {EPERM, "permission denied"},
+        {ENOSPC, "the disk is full"},
+        {EDQUOT, "the disk is full"},
+        {EROFS, "the disk is read-only"},
+        {EEXIST, "something else is already there"},
+        {ENOTEMPTY, "something else is already there"},
+        {ENOENT, "it or the folder that it should go to does not exist"},
+        {ENOTDIR, "it or the folder that it should go to does not exist"},
+        {EINVAL, "a folder cannot be moved into itself"},
+        {ENOTSUP, "it holds something that is no file, folder or link"},
+        {EBUSY, "it is in use"},
+        {EIO, "the disk reported an error"},
+        {12345, "error 12345"},
+    };
+    for (const auto& [number, words] : kWords) {
+        scriptMoves(Error{static_cast<std::errc>(number), kRunning}, {});
+        expectFailure("Could not replace the app: “Korvel.app” couldn’t be moved: " +
+                      std::string(words) + ".");
+    }
+}
+
+TEST_F(Install, ASystemThatDescribesItsErrorsIsQuoted) {
+    scriptMoves(Error{std::errc::io_error, kRunning, "The volume is asleep."}, {});
+    expectFailure("Could not replace the app: The volume is asleep.");
+}
+
 TEST_F(Install, AWayBackThatFailsTooLeavesTheFirstError) {
-    breakMoves(false, true, true);
+    scriptMoves({}, Error{std::errc::permission_denied, kWork + "/out/Korvel.app"},
+                Error{std::errc::no_space_on_device, kWork + "/old.app"});
     install();
-    EXPECT_EQ(states.back(), failed("Could not replace the app: It is not permitted."));
+    EXPECT_EQ(states.back(), failed("Could not replace the app: “Korvel.app” couldn’t be moved: "
+                                    "permission denied."));
 }
 
 TEST_F(Install, AReleaseThatIsReplacedMeanwhileIsNotMixedIn) {

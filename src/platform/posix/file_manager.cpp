@@ -41,25 +41,22 @@ bool isFolder(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-/// rename(2), but fails with EEXIST where something has the new path.
-bool renameToFree(const std::string& from, const std::string& to) {
+/// rename(2), but file_exists where something has the new path.
+Status<std::errc> renameToFree(const std::string& from, const std::string& to) {
 #ifdef __APPLE__
-    return ::renamex_np(from.c_str(), to.c_str(), RENAME_EXCL) == 0;
+    const bool renamed = ::renamex_np(from.c_str(), to.c_str(), RENAME_EXCL) == 0;
 #else
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
-        return true;
-    }
+    bool renamed = ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0;
     // Some file systems (of networks, mostly) do not know the flag. EINVAL is also said of a folder
     // that is to be moved into itself, of which rename() says the same again.
-    if (errno != EINVAL && errno != ENOSYS) {
-        return false;
+    if (!renamed && (errno == EINVAL || errno == ENOSYS)) {
+        if (exists(to)) {
+            return Error{std::errc::file_exists, from};
+        }
+        renamed = ::rename(from.c_str(), to.c_str()) == 0;
     }
-    if (exists(to)) {
-        errno = EEXIST;
-        return false;
-    }
-    return ::rename(from.c_str(), to.c_str()) == 0;
 #endif
+    return renamed ? Status<std::errc>() : lastError(from);
 }
 
 /// A path beside this one, in the same folder, that nothing has.
@@ -79,36 +76,6 @@ void flushFolder(const std::string& path) {
         ::open((folderOf(path) + ".").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder) {
         ::fsync(folder.get());
-    }
-}
-
-/// Not strerror(): it speaks the language of the locale, and not to users.
-std::string inWords(int error) {
-    switch (error) {
-    case EACCES:
-    case EPERM:
-        return "permission denied";
-    case ENOSPC:
-    case EDQUOT:
-        return "the disk is full";
-    case EROFS:
-        return "the disk is read-only";
-    case EEXIST:
-    case ENOTEMPTY:
-        return "something else is already there";
-    case ENOENT:
-    case ENOTDIR:
-        return "it or the folder that it should go to does not exist";
-    case EINVAL:
-        return "a folder cannot be moved into itself";
-    case ENOTSUP:
-        return "it holds something that is no file, folder or link";
-    case EBUSY:
-        return "it is in use";
-    case EIO:
-        return "the disk reported an error";
-    default:
-        return "error " + std::to_string(error);
     }
 }
 
@@ -140,46 +107,45 @@ bool PosixFileManager::createDirectory(const std::string& path) {
     return isFolder(path);
 }
 
-std::optional<std::string> PosixFileManager::move(const std::string& from, const std::string& to) {
+Status<std::errc> PosixFileManager::move(const std::string& from, const std::string& to) {
     const std::string oldPath = withoutSlashAtEnd(from);
     const std::string newPath = withoutSlashAtEnd(to);
-    if (renameToFree(oldPath, newPath) || (errno == EXDEV && moveToOtherVolume(oldPath, newPath))) {
-        return std::nullopt;
+    Status<std::errc> moved = renameToFree(oldPath, newPath);
+    if (!moved && moved.error().code == std::errc::cross_device_link) {
+        moved = moveToOtherVolume(oldPath, newPath);
     }
-    const int error = errno;
-    return "“" + nameOf(oldPath) + "” couldn’t be moved: " + inWords(error) + ".";
+    return moved;
 }
 
-bool PosixFileManager::moveToOtherVolume(const std::string& from, const std::string& to) {
+Status<std::errc> PosixFileManager::moveToOtherVolume(const std::string& from,
+                                                      const std::string& to) {
     if (exists(to)) {
-        errno = EEXIST;
-        return false;
+        return Error{std::errc::file_exists, from};
     }
     const std::string copy = hiddenBeside(to);
-    const auto removeCopyAfterFailure = [&copy] {
-        const int error = errno;
+    Status<std::errc> moved = copyTree(from, copy, [this] { done(MoveStep::entryCopied); });
+    if (moved) {
+        if (const auto placed = renameToFree(copy, to); !placed) {
+            moved = Error{placed.error().code, from};
+        }
+    }
+    if (!moved) {
         removeTree(copy, {});
-        errno = error;
-        return false;
-    };
-    if (!copyTree(from, copy, [this] { done(MoveStep::entryCopied); }) || !renameToFree(copy, to)) {
-        return removeCopyAfterFailure();
+        return moved;
     }
     flushFolder(to);
     done(MoveStep::inPlace);
 
     const std::string original = hiddenBeside(from);
-    if (!renameToFree(from, original)) {
-        const int error = errno;
+    moved = renameToFree(from, original);
+    if (!moved) {
         // Away from the new path in one step, as it came there.
-        const bool away = renameToFree(to, copy);
-        removeTree(away ? copy : to, {});
-        errno = error;
-        return false;
+        removeTree(renameToFree(to, copy) ? copy : to, {});
+        return moved;
     }
     done(MoveStep::asideFromOld);
     removeTree(original, [this] { done(MoveStep::entryRemoved); });
-    return true;
+    return {};
 }
 
 void PosixFileManager::remove(const std::string& path) {

@@ -29,14 +29,12 @@ class PosixFileManager final : public FileManager {
     /// $TMPDIR, or /tmp where that is no absolute path.
     std::string temporaryDirectory() override;
     bool createDirectory(const std::string& path) override;
-    [[nodiscard]] std::optional<std::string> move(const std::string& from,
-                                                  const std::string& to) override;
+    Status<std::errc> move(const std::string& from, const std::string& to) override;
     void remove(const std::string& path) override;
     std::optional<std::vector<std::string>> contents(const std::string& path) override;
 
   private:
-    /// False: errno tells, and all is as before.
-    bool moveToOtherVolume(const std::string& from, const std::string& to);
+    Status<std::errc> moveToOtherVolume(const std::string& from, const std::string& to);
     void done(MoveStep step) const;
 
     AfterStep afterStep_;

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <climits>
 #include <memory>
+#include <utility>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -79,6 +80,7 @@ bool finish(int copy, const struct stat& status) {
            ::fsync(copy) == 0;
 }
 
+/// False: errno tells.
 bool copyFile(Place from, Place to, const struct stat& status) {
     const FileDescriptor source(
         ::openat(from.folder, from.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
@@ -90,6 +92,7 @@ bool copyFile(Place from, Place to, const struct stat& status) {
     return copy && copyBytes(source.get(), copy.get()) && finish(copy.get(), status);
 }
 
+/// False: errno tells.
 bool copyLink(Place from, Place to, const struct stat& status) {
     std::array<char, PATH_MAX> target;
     const ssize_t length = ::readlinkat(from.folder, from.name, target.data(), target.size() - 1);
@@ -101,46 +104,47 @@ bool copyLink(Place from, Place to, const struct stat& status) {
            ::utimensat(to.folder, to.name, timesOf(status).data(), AT_SYMLINK_NOFOLLOW) == 0;
 }
 
-bool copyEntry(Place from, Place to, const AfterEntry& after);
+Status<std::errc> copyEntry(Place from, Place to, const AfterEntry& after);
 
 // A tree so deep that the recursion runs out of descriptors is not copied.
 // NOLINTNEXTLINE(misc-no-recursion)
-bool copyFolder(Place from, Place to, const struct stat& status, const AfterEntry& after) {
+Status<std::errc> copyFolder(Place from, Place to, const struct stat& status,
+                             const AfterEntry& after) {
     const FileDescriptor source = openFolder(from);
     if (!source) {
-        return false;
+        return lastError(from.name);
     }
     const auto names = folderNames(source.get());
     if (!names || ::mkdirat(to.folder, to.name, kOwnerOnly) != 0) {
-        return false;
+        return lastError(from.name);
     }
     const FileDescriptor copy = openFolder(to);
     if (!copy) {
-        return false;
+        return lastError(from.name);
     }
     for (const std::string& name : *names) {
-        if (!copyEntry({source.get(), name.c_str()}, {copy.get(), name.c_str()}, after)) {
-            return false;
+        if (const auto entry =
+                copyEntry({source.get(), name.c_str()}, {copy.get(), name.c_str()}, after);
+            !entry) {
+            return Error{entry.error().code, from.name + ("/" + entry.error().subject)};
         }
     }
-    return finish(copy.get(), status);
+    return finish(copy.get(), status) ? Status<std::errc>() : lastError(from.name);
 }
 
 // NOLINTNEXTLINE(misc-no-recursion)
-bool copyEntry(Place from, Place to, const AfterEntry& after) {
+Status<std::errc> copyEntry(Place from, Place to, const AfterEntry& after) {
     struct stat status {};
     if (::fstatat(from.folder, from.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        return false;
+        return lastError(from.name);
     }
-    bool copied = false;
-    if (S_ISREG(status.st_mode)) {
-        copied = copyFile(from, to, status);
-    } else if (S_ISLNK(status.st_mode)) {
-        copied = copyLink(from, to, status);
-    } else if (S_ISDIR(status.st_mode)) {
+    Status<std::errc> copied;
+    if (S_ISDIR(status.st_mode)) {
         copied = copyFolder(from, to, status, after);
-    } else {
-        errno = ENOTSUP;
+    } else if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
+        copied = Error{std::errc::not_supported, from.name};
+    } else if (!(S_ISREG(status.st_mode) ? copyFile : copyLink)(from, to, status)) {
+        copied = lastError(from.name);
     }
     if (copied && after) {
         after();
@@ -202,7 +206,12 @@ std::optional<std::vector<std::string>> folderNames(int folder) {
     return names;
 }
 
-bool copyTree(const std::string& from, const std::string& to, const AfterEntry& after) {
+Error<std::errc> lastError(std::string path) {
+    return {static_cast<std::errc>(errno), std::move(path)};
+}
+
+Status<std::errc> copyTree(const std::string& from, const std::string& to,
+                           const AfterEntry& after) {
     return copyEntry({AT_FDCWD, from.c_str()}, {AT_FDCWD, to.c_str()}, after);
 }
 

@@ -21,26 +21,25 @@ bool SimulatedFileManager::createDirectory(const std::string& path) {
     return creates;
 }
 
-SimulatedFileManager::Error SimulatedFileManager::move(const std::string& from,
-                                                       const std::string& to) {
+Status<std::errc> SimulatedFileManager::move(const std::string& from, const std::string& to) {
     note("move " + from + " " + to);
-    if (Error error = onMove ? onMove(from, to) : std::nullopt) {
-        return error;
+    if (Status<std::errc> scripted = onMove ? onMove(from, to) : Status<std::errc>(); !scripted) {
+        return scripted;
     }
     if (to.starts_with(temporary + "/") && folders.count(to.substr(0, to.rfind('/'))) == 0) {
-        return "There is no such folder.";
+        return Error{std::errc::no_such_file_or_directory, from, "There is no such folder."};
     }
     if (folders.erase(from) != 0) {
         folders.insert(to);
-        return std::nullopt;
+        return {};
     }
     auto file = files_.contents.extract(from);
     if (file.empty()) {
-        return "There is no such file.";
+        return Error{std::errc::no_such_file_or_directory, from, "There is no such file."};
     }
     file.key() = to;
     files_.contents.insert(std::move(file));
-    return std::nullopt;
+    return {};
 }
 
 void SimulatedFileManager::remove(const std::string& path) {

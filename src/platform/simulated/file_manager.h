@@ -16,8 +16,6 @@ namespace korvel::platform {
 /// Folders that are hardly more than their names, beside the files that live in memory.
 class SimulatedFileManager final : public FileManager, public Logging {
   public:
-    using Error = std::optional<std::string>;
-
     explicit SimulatedFileManager(SimulatedFiles& files) : files_(files) {}
 
     std::string temporary = "/tmp";
@@ -25,11 +23,11 @@ class SimulatedFileManager final : public FileManager, public Logging {
     std::map<std::string, std::vector<std::string>> listings; ///< of those that have entries
     bool creates = true;                                      ///< whether folders can be made
     /// Whether a move goes wrong; may be empty: none does.
-    std::function<Error(const std::string& from, const std::string& to)> onMove;
+    std::function<Status<std::errc>(const std::string& from, const std::string& to)> onMove;
 
     std::string temporaryDirectory() override { return temporary; }
     bool createDirectory(const std::string& path) override;
-    Error move(const std::string& from, const std::string& to) override;
+    Status<std::errc> move(const std::string& from, const std::string& to) override;
     void remove(const std::string& path) override;
     std::optional<std::vector<std::string>> contents(const std::string& path) override;
 

@@ -16,6 +16,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
+const Status<std::errc> kMoved;
+
 TEST_F(FileManagerTest, TemporaryDirectoryIsTheVariableWhereThatIsAbsolute) {
     const char* const before = std::getenv("TMPDIR");
     const std::string kept = before == nullptr ? "" : before;
@@ -123,7 +125,7 @@ TEST_F(FileManagerTest, FoldersThatTheirOwnerMayNotWriteAreRemoved) {
 TEST_F(FileManagerTest, MovingKeepsEverything) {
     makeBundle(path("Korvel.app"));
     const auto before = describedTree(path("Korvel.app"));
-    EXPECT_EQ(manager_.move(path("Korvel.app/"), path("old.app/")), std::nullopt);
+    EXPECT_EQ(manager_.move(path("Korvel.app/"), path("old.app/")), kMoved);
     EXPECT_EQ(describedTree(path("old.app")), before);
     EXPECT_FALSE(fs::exists(path("Korvel.app")));
 }
@@ -131,11 +133,11 @@ TEST_F(FileManagerTest, MovingKeepsEverything) {
 TEST_F(FileManagerTest, MovingALinkMovesTheLink) {
     write(path("file"), "x");
     fs::create_symlink("file", path("link"));
-    EXPECT_EQ(manager_.move(path("link"), path("moved")), std::nullopt);
+    EXPECT_EQ(manager_.move(path("link"), path("moved")), kMoved);
     EXPECT_EQ(fs::read_symlink(path("moved")), "file");
 }
 
-TEST_F(FileManagerTest, WhyItCouldNotBeMovedIsASentence) {
+TEST_F(FileManagerTest, WhyItCouldNotBeMovedIsToldWithThePath) {
     write(path("file"), "one");
     write(path("taken"), "two");
     fs::create_directories(path("folder"));
@@ -144,21 +146,21 @@ TEST_F(FileManagerTest, WhyItCouldNotBeMovedIsASentence) {
     const struct {
         const char* from;
         const char* to;
-        const char* expected;
+        std::errc expected;
     } cases[] = {
-        {"file", "taken", "“file” couldn’t be moved: something else is already there."},
-        {"folder", "empty", "“folder” couldn’t be moved: something else is already there."},
-        {"file", "dangling", "“file” couldn’t be moved: something else is already there."},
-        {"missing", "new",
-         "“missing” couldn’t be moved: it or the folder that it should go to does not exist."},
-        {"file", "missing/new",
-         "“file” couldn’t be moved: it or the folder that it should go to does not exist."},
-        {"folder", "folder/inside",
-         "“folder” couldn’t be moved: a folder cannot be moved into itself."},
+        {"file", "taken", std::errc::file_exists},
+        {"folder", "empty", std::errc::file_exists},
+        {"file", "dangling", std::errc::file_exists},
+        {"missing", "new", std::errc::no_such_file_or_directory},
+        {"file", "missing/new", std::errc::no_such_file_or_directory},
+        {"file", "taken/new", std::errc::not_a_directory},
+        {"folder", "folder/inside", std::errc::invalid_argument},
     };
     const auto before = describedTree(folder_);
     for (const auto& one : cases) {
-        EXPECT_EQ(manager_.move(path(one.from), path(one.to)), one.expected);
+        EXPECT_EQ(manager_.move(path(one.from), path(one.to)),
+                  (Error{one.expected, path(one.from)}))
+            << one.from << " to " << one.to;
     }
     EXPECT_EQ(describedTree(folder_), before);
 }
@@ -173,7 +175,7 @@ TEST_F(FileManagerTest, MoveThatIsNotAllowedSaysSo) {
     }
     EXPECT_EQ(asOrdinaryUser([this] {
                   return manager_.move(path("Korvel.app"), path("open/old.app")) ==
-                         "“Korvel.app” couldn’t be moved: permission denied.";
+                         Error{std::errc::permission_denied, path("Korvel.app")};
               }),
               0);
     EXPECT_TRUE(fs::exists(path("Korvel.app/Contents/Linux/korvel")));
