@@ -21,9 +21,9 @@ class ScriptedProgram;
 
 /// The parts of a simulated set that a scenario's machine keys describe.
 struct MachineState {
-    platform::MachineReadings& readings;
+    platform::SimulatedReadings& readings;
     platform::SimulatedProcesses& processes;
-    platform::Reading<std::string>& agents; ///< the text of the service listing
+    platform::Fallible<std::string>& agents; ///< the text of the service listing
 };
 
 /// Puts a scenario's readings into a machine. What they do not name stays as it is.

@@ -9,9 +9,9 @@ namespace korvel::simulation {
 namespace {
 
 using platform::CpuTicks;
-using platform::MachineReadings;
-using platform::Reading;
+using platform::Fallible;
 using platform::SimulatedProcess;
+using platform::SimulatedReadings;
 using platform::SwapUsage;
 using platform::VmStatistics;
 using platform::VolumeStatistics;
@@ -42,16 +42,16 @@ constexpr Key<VolumeStatistics> kVolumeKeys[] = {
 
 /// Reads null as "fails", and anything else into the value.
 template <typename T, typename ReadValue>
-void readReading(const JsonValue& value, Reading<T>& reading, ReadValue readValue) {
-    reading.fails = value.isNull();
-    if (!reading.fails) {
-        readValue(reading.value);
+void readFallible(const JsonValue& value, Fallible<T>& figure, ReadValue readValue) {
+    figure.fails = value.isNull();
+    if (!figure.fails) {
+        readValue(figure.value);
     }
 }
 
 template <typename T, std::size_t Count>
-void readRecord(const JsonValue& value, const Key<T> (&keys)[Count], Reading<T>& reading) {
-    readReading(value, reading, [&](T& record) { readMembers(value, keys, record); });
+void readRecord(const JsonValue& value, const Key<T> (&keys)[Count], Fallible<T>& figure) {
+    readFallible(value, figure, [&](T& record) { readMembers(value, keys, record); });
 }
 
 template <auto Field>
@@ -60,9 +60,8 @@ void readPlain(const JsonValue& value, MachineState& machine) {
 }
 
 template <auto Field>
-void readFallible(const JsonValue& value, MachineState& machine) {
-    auto& reading = machine.readings.*Field;
-    readReading(value, reading, [&](auto& into) { read(value, into); });
+void readOrFail(const JsonValue& value, MachineState& machine) {
+    readFallible(value, machine.readings.*Field, [&](auto& into) { read(value, into); });
 }
 
 void readProcessorCount(const JsonValue& value, MachineState& machine) {
@@ -71,7 +70,7 @@ void readProcessorCount(const JsonValue& value, MachineState& machine) {
 }
 
 void readCpuTicks(const JsonValue& value, MachineState& machine) {
-    readReading(value, machine.readings.cpuTicks, [&](CpuTicks& ticks) {
+    readFallible(value, machine.readings.cpuTicks, [&](CpuTicks& ticks) {
         std::array<std::uint32_t, 4> counters{};
         read(value, counters);
         ticks = {counters[0], counters[1], counters[2], counters[3]};
@@ -112,26 +111,26 @@ void readProcesses(const JsonValue& value, MachineState& machine) {
 }
 
 constexpr Key<MachineState> kMachineKeys[] = {
-    {"physicalMemory", readPlain<&MachineReadings::physicalMemory>},
+    {"physicalMemory", readPlain<&SimulatedReadings::physicalMemory>},
     {"processorCount", readProcessorCount},
-    {"thermalState", readPlain<&MachineReadings::thermalState>},
-    {"pageSize", readPlain<&MachineReadings::pageSize>},
+    {"thermalState", readPlain<&SimulatedReadings::thermalState>},
+    {"pageSize", readPlain<&SimulatedReadings::pageSize>},
     {"vm", [](const JsonValue& value,
               MachineState& machine) { readRecord(value, kVmKeys, machine.readings.vm); }},
     {"cpuTicks", readCpuTicks},
-    {"pressureLevel", readFallible<&MachineReadings::pressureLevel>},
+    {"pressureLevel", readOrFail<&SimulatedReadings::pressureLevel>},
     {"swap", [](const JsonValue& value,
                 MachineState& machine) { readRecord(value, kSwapKeys, machine.readings.swap); }},
     {"volume",
      [](const JsonValue& value, MachineState& machine) {
          readRecord(value, kVolumeKeys, machine.readings.volume);
      }},
-    {"load", readFallible<&MachineReadings::load>},
-    {"bootTime", readFallible<&MachineReadings::bootTime>},
+    {"load", readOrFail<&SimulatedReadings::load>},
+    {"bootTime", readOrFail<&SimulatedReadings::bootTime>},
     {"processes", readProcesses},
     {"agents",
      [](const JsonValue& value, MachineState& machine) {
-         readReading(value, machine.agents, [&](std::string& into) { read(value, into); });
+         readFallible(value, machine.agents, [&](std::string& into) { read(value, into); });
      }},
     {"ownPid",
      [](const JsonValue& value, MachineState& machine) { read(value, machine.processes.ownPid); }},
@@ -141,9 +140,9 @@ constexpr Key<MachineState> kMachineKeys[] = {
 
 MachineChange readMachine(const JsonValue& object, const Document& document) {
     // Once on a machine that nobody looks at, so that every error is found before the launch.
-    MachineReadings readings;
+    SimulatedReadings readings;
     platform::SimulatedProcesses processes;
-    Reading<std::string> agents;
+    Fallible<std::string> agents;
     MachineState scratch{readings, processes, agents};
     readMembers(object, kMachineKeys, scratch);
     return [element = object.element(), document](MachineState& machine) {

@@ -99,7 +99,7 @@ class ScriptedProgram {
 
     const Scenario& scenario_;
     platform::SimulatedServices simulated_;
-    platform::Reading<std::string> agents_;
+    platform::Fallible<std::string> agents_;
     LaunchctlAgents launchctlAgents_{simulated_.childProcesses};
     VmmapSwappedMemory vmmapMemory_{simulated_.childProcesses};
     ReclaimScript script_;

@@ -17,7 +17,7 @@ struct Program : test::SimulatedModel {
 
     Program() { system.logTo(log); }
 
-    platform::MachineReadings& readings() { return system.machine.readings; }
+    platform::SimulatedReadings& readings() { return system.machine.readings; }
 };
 
 TEST(Model, StartsWithTheEmptyReadingAndNothingUnderWay) {

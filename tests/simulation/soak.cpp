@@ -175,7 +175,7 @@ class Rules {
 /// with readings that cannot be taken.
 void load(Generator& generator, ScriptedProgram& program) {
     const MachineState machine = program.machine();
-    platform::MachineReadings& r = machine.readings;
+    platform::SimulatedReadings& r = machine.readings;
     const double strain = generator.between(0, 1) * generator.between(0, 1.4);
     const std::int32_t levels[] = {1, 1, 2, 4};
     r.pressureLevel.value = levels[static_cast<std::size_t>(strain * 2.8)];

@@ -12,7 +12,7 @@ namespace korvel::test {
 /// A sampler on a simulated machine, with a log of what it asks.
 struct SimulatedSampler : platform::SimulatedServices {
     platform::CallLog log;
-    platform::MachineReadings& readings = machine.readings;
+    platform::SimulatedReadings& readings = machine.readings;
     Metrics metrics{machine, processes, agents, clock};
 
     SimulatedSampler() { logTo(log); }

@@ -10,19 +10,19 @@
 
 namespace korvel::platform {
 
-/// One reading of a simulated machine, and whether taking it fails. The value is kept while it
-/// fails, so that a reading which comes back goes on from where it was.
+/// A figure of a simulated machine, and whether asking for it fails. The value is kept while it
+/// fails, so that a figure which comes back goes on from where it was.
 template <typename T>
-struct Reading {
+struct Fallible {
     T value{};
     bool fails = false;
 
     T* operator->() { return &value; }
-    /// What taking it gives from now on; nullopt: it fails.
-    void set(std::optional<T> reading) {
-        fails = !reading;
-        if (reading) {
-            value = std::move(*reading);
+    /// What asking for it gives from now on; nullopt: it fails.
+    void set(std::optional<T> figure) {
+        fails = !figure;
+        if (figure) {
+            value = std::move(*figure);
         }
     }
     std::optional<T> take() const { return fails ? std::nullopt : std::optional<T>(value); }
@@ -33,36 +33,36 @@ inline constexpr double kSimulatedStart = 1700000000.0;
 /// How long before the launch a simulated machine was started: 3 days and 4 hours, in seconds.
 inline constexpr std::int64_t kSimulatedUptime = 273600;
 
-/// The counters of a simulated machine. As made, those of an idle, healthy one with 10 processors
+/// The figures of a simulated machine. As made, those of an idle, healthy one with 10 processors
 /// and 16 GiB of memory, which scores 100.
-struct MachineReadings {
+struct SimulatedReadings {
     std::uint64_t physicalMemory = std::uint64_t{16} << 30;
     int processorCount = 10;
     int thermalState = 0;
     std::uint64_t pageSize = 16384;
     /// 3 GiB free, 5 GiB in use, 6 GiB inactive, 2 GiB wired.
-    Reading<VmStatistics> vm{{.free_count = 196608,
-                              .active_count = 327680,
-                              .inactive_count = 393216,
-                              .wire_count = 131072,
-                              .speculative_count = 0,
-                              .purgeable_count = 0,
-                              .compressor_page_count = 0,
-                              .swapouts = 0}};
-    Reading<CpuTicks> cpuTicks{{.user = 1000, .system = 500, .idle = 100000, .nice = 0}};
-    Reading<std::int32_t> pressureLevel{1};
-    Reading<SwapUsage> swap;
+    Fallible<VmStatistics> vm{{.free_count = 196608,
+                               .active_count = 327680,
+                               .inactive_count = 393216,
+                               .wire_count = 131072,
+                               .speculative_count = 0,
+                               .purgeable_count = 0,
+                               .compressor_page_count = 0,
+                               .swapouts = 0}};
+    Fallible<CpuTicks> cpuTicks{{.user = 1000, .system = 500, .idle = 100000, .nice = 0}};
+    Fallible<std::int32_t> pressureLevel{1};
+    Fallible<SwapUsage> swap;
     /// 500 GiB, half of it free.
-    Reading<VolumeStatistics> volume{
+    Fallible<VolumeStatistics> volume{
         {.f_bsize = 4096, .f_blocks = 131072000, .f_bfree = 65536000, .f_bavail = 65536000}};
-    Reading<std::array<double, 3>> load;
-    Reading<std::int64_t> bootTime{static_cast<std::int64_t>(kSimulatedStart) - kSimulatedUptime};
+    Fallible<std::array<double, 3>> load;
+    Fallible<std::int64_t> bootTime{static_cast<std::int64_t>(kSimulatedStart) - kSimulatedUptime};
 };
 
 /// Answers from `readings`, which may change at any time.
 class SimulatedMachine final : public Machine, public Logging {
   public:
-    MachineReadings readings;
+    SimulatedReadings readings;
 
     std::uint64_t physicalMemory() override;
     int processorCount() override;

@@ -96,13 +96,13 @@ TEST(SimulatedAgents, ALabelIsLoadedWhenItIsListedAsAWhole) {
     EXPECT_FALSE(agents.isLoaded("org.example"));
 }
 
-TEST(SimulatedReading, SetToNothingFailsAndKeepsItsValue) {
-    Reading<int> reading{5};
-    reading.set(std::nullopt);
-    EXPECT_EQ(reading.take(), std::nullopt);
-    EXPECT_EQ(reading.value, 5);
-    reading.set(7);
-    EXPECT_EQ(reading.take(), 7);
+TEST(FallibleFigure, SetToNothingFailsAndKeepsItsValue) {
+    Fallible<int> figure{5};
+    figure.set(std::nullopt);
+    EXPECT_EQ(figure.take(), std::nullopt);
+    EXPECT_EQ(figure.value, 5);
+    figure.set(7);
+    EXPECT_EQ(figure.take(), 7);
 }
 
 TEST(SimulatedSwappedMemory, CannotBeToldOfAProcessThatIsNotListed) {

@@ -26,7 +26,7 @@ Backend::Instance makeHealthy() {
 
 Backend::Instance makeFailing() {
     const auto simulated = std::make_shared<Simulated>();
-    MachineReadings& readings = simulated->machine.readings;
+    SimulatedReadings& readings = simulated->machine.readings;
     readings.vm.fails = true;
     readings.cpuTicks.fails = true;
     readings.pressureLevel.fails = true;
