@@ -102,6 +102,6 @@ int main(int argc, char** argv) {
         return complain(error.what());
     }
     qInstallMessageHandler(keepQuiet);
-    platform::settleSurroundings();
+    platform::prepareEnvironment();
     return arguments->pictures ? drawPictures(scenario, *arguments, argv) : show(scenario, argv);
 }

@@ -92,7 +92,7 @@ int main(int, char** argv) {
     qInstallMessageHandler(keepQuiet);
     platform::TerminationSignals terminationSignals;
 
-    platform::settleSurroundings();
+    platform::prepareEnvironment();
     int argumentCount = 1; // the program has no command line, and Qt is not to find one either
     const QApplication application(argumentCount, argv);
     QApplication::setQuitOnLastWindowClosed(false);

@@ -3,21 +3,22 @@
 #include <utility>
 
 #include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
+#include <QDBusReply>
 #include <QStringList>
 #include <QVariantMap>
+
+#include "platform/linux/session/bus_object.h"
 
 namespace korvel::platform {
 
 namespace {
 
-QDBusMessage call(const char* method) {
-    return QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.Notifications"),
-                                          QStringLiteral("/org/freedesktop/Notifications"),
-                                          QStringLiteral("org.freedesktop.Notifications"),
-                                          QLatin1String(method));
+/// Of the session bus. A service that is not running is started: most desktops wait with that for
+/// the first notification.
+BusObject notificationService() {
+    return {QDBusConnection::sessionBus(), QStringLiteral("org.freedesktop.Notifications"),
+            QStringLiteral("/org/freedesktop/Notifications"),
+            QStringLiteral("org.freedesktop.Notifications"), Activation::allowed};
 }
 
 /// Without what a bus message or a line of text cannot hold.
@@ -62,34 +63,26 @@ std::string DesktopNotifications::body(const std::string& text, bool markup) {
 }
 
 void DesktopNotifications::post(const Notification& notification) {
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) {
-        return;
-    }
+    const BusObject service = notificationService();
     const std::string title = printable(words_(notification.title));
     const std::string text = words_(notification.body);
     // Asked each time: another service may have taken over.
-    auto* asked = new QDBusPendingCallWatcher(bus.asyncCall(call("GetCapabilities")), &replies_);
-    QObject::connect(asked, &QDBusPendingCallWatcher::finished, asked,
-                     [bus, title, text](QDBusPendingCallWatcher* watcher) mutable {
-                         watcher->deleteLater();
-                         const QDBusPendingReply<QStringList> capabilities = *watcher;
-                         if (capabilities.isError()) {
-                             return;
-                         }
-                         const bool markup =
-                             capabilities.value().contains(QStringLiteral("body-markup"));
-                         constexpr int kServicesOwnTimeout = -1;
-                         QDBusMessage notify = call("Notify");
-                         notify << QStringLiteral("Korvel") << 0U
-                                << QStringLiteral("com.oxbrook.korvel")
-                                << QString::fromStdString(title)
-                                << QString::fromStdString(body(text, markup)) << QStringList()
-                                << QVariantMap{{QStringLiteral("desktop-entry"),
-                                                QStringLiteral("com.oxbrook.korvel")}}
-                                << kServicesOwnTimeout;
-                         bus.asyncCall(notify);
-                     });
+    service.ask(
+        "GetCapabilities", {}, replies_, [service, title, text](const QDBusMessage& answer) {
+            const QDBusReply<QStringList> capabilities(answer);
+            if (!capabilities.isValid()) {
+                return;
+            }
+            const bool markup = capabilities.value().contains(QStringLiteral("body-markup"));
+            const QString icon = QStringLiteral("com.oxbrook.korvel");
+            const QVariantMap hints{{QStringLiteral("desktop-entry"), icon}};
+            constexpr unsigned kReplacesNone = 0;
+            constexpr int kServicesOwnTimeout = -1;
+            service.tell("Notify",
+                         {QStringLiteral("Korvel"), kReplacesNone, icon,
+                          QString::fromStdString(title), QString::fromStdString(body(text, markup)),
+                          QStringList(), hints, kServicesOwnTimeout});
+        });
 }
 
 } // namespace korvel::platform

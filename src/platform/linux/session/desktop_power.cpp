@@ -1,16 +1,19 @@
 #include "platform/linux/session/desktop_power.h"
 
+#include <chrono>
+
 #include <fcntl.h>
 
-#include <QDBusMessage>
 #include <QDBusReply>
 #include <QDBusUnixFileDescriptor>
+
+#include "platform/linux/session/bus_object.h"
 
 namespace korvel::platform {
 
 namespace {
 
-constexpr int kPatience = 500; // milliseconds
+constexpr std::chrono::milliseconds kPatience(500);
 
 const QString kSession = QStringLiteral("org.gnome.SessionManager");
 const QString kScreenSaver = QStringLiteral("org.freedesktop.ScreenSaver");
@@ -29,18 +32,10 @@ QDBusConnection systemBus() {
     return QDBusConnection::connectToBus(QDBusConnection::SystemBus, kSystemConnection);
 }
 
-QDBusMessage call(const QString& service, const char* path, const QString& interface,
-                  const char* method) {
-    QDBusMessage message = QDBusMessage::createMethodCall(service, QLatin1String(path), interface,
-                                                          QLatin1String(method));
-    message.setAutoStartService(false);
-    return message;
-}
-
-QDBusMessage sessionCall(const QString& service, const char* method) {
-    return call(service,
-                service == kSession ? "/org/gnome/SessionManager" : "/org/freedesktop/ScreenSaver",
-                service, method);
+BusObject sessionService(const QString& name) {
+    const QString path = name == kSession ? QStringLiteral("/org/gnome/SessionManager")
+                                          : QStringLiteral("/org/freedesktop/ScreenSaver");
+    return {sessionBus(), name, path, name};
 }
 
 } // namespace
@@ -115,18 +110,15 @@ bool DesktopPower::inhibitDisplay(Held& held) {
     constexpr std::uint32_t kIdle = 8;
     const QString reason = QString::fromStdString(held.name);
     for (const QString& service : {kSession, kScreenSaver}) {
-        QDBusConnection bus = sessionBus();
-        if (!bus.isConnected()) {
+        if (!sessionBus().isConnected()) {
             QDBusConnection::disconnectFromBus(kSessionConnection);
             return false;
         }
-        QDBusMessage inhibit = sessionCall(service, "Inhibit");
-        if (service == kSession) {
-            inhibit << kProgram << kNoWindow << reason << kIdle;
-        } else {
-            inhibit << kProgram << reason;
-        }
-        const QDBusReply<std::uint32_t> cookie = bus.call(inhibit, QDBus::Block, kPatience);
+        const QVariantList arguments = service == kSession
+                                           ? QVariantList{kProgram, kNoWindow, reason, kIdle}
+                                           : QVariantList{kProgram, reason};
+        const QDBusReply<std::uint32_t> cookie =
+            sessionService(service).call("Inhibit", arguments, kPatience);
         if (cookie.isValid()) {
             held.grantor = service.toStdString();
             held.cookie = cookie.value();
@@ -140,16 +132,18 @@ bool DesktopPower::inhibitDisplay(Held& held) {
 }
 
 bool DesktopPower::inhibitIdle(Held& held) {
-    QDBusConnection bus = systemBus();
+    const QDBusConnection bus = systemBus();
     if (!bus.isConnected()) {
         QDBusConnection::disconnectFromBus(kSystemConnection);
         return false;
     }
-    QDBusMessage inhibit = call(kLogind, "/org/freedesktop/login1",
-                                QStringLiteral("org.freedesktop.login1.Manager"), "Inhibit");
-    inhibit << QStringLiteral("idle") << QStringLiteral("Korvel")
-            << QString::fromStdString(held.name) << QStringLiteral("block");
-    const QDBusReply<QDBusUnixFileDescriptor> reply = bus.call(inhibit, QDBus::Block, kPatience);
+    const BusObject manager(bus, kLogind, QStringLiteral("/org/freedesktop/login1"),
+                            QStringLiteral("org.freedesktop.login1.Manager"));
+    const QDBusReply<QDBusUnixFileDescriptor> reply =
+        manager.call("Inhibit",
+                     {QStringLiteral("idle"), QStringLiteral("Korvel"),
+                      QString::fromStdString(held.name), QStringLiteral("block")},
+                     kPatience);
     if (!reply.isValid()) {
         if (reply.error().type() == QDBusError::NoReply) {
             QDBusConnection::disconnectFromBus(kSystemConnection);
@@ -167,10 +161,9 @@ void DesktopPower::giveBack(Held& held) {
         return;
     }
     const QString service = QString::fromStdString(held.grantor);
-    QDBusConnection bus = sessionBus();
-    QDBusMessage release = sessionCall(service, service == kSession ? "Uninhibit" : "UnInhibit");
-    release << held.cookie;
-    if (bus.call(release, QDBus::Block, kPatience).type() == QDBusMessage::ErrorMessage) {
+    const char* method = service == kSession ? "Uninhibit" : "UnInhibit";
+    const QDBusMessage answer = sessionService(service).call(method, {held.cookie}, kPatience);
+    if (answer.type() == QDBusMessage::ErrorMessage) {
         QDBusConnection::disconnectFromBus(kSessionConnection); // which releases it too
     }
 }

@@ -1,7 +1,8 @@
 #include "platform/linux/session/environment.h"
 
-#include <QFileInfo>
 #include <QGuiApplication>
+
+#include "platform/linux/session/session_bus.h"
 
 namespace korvel::platform {
 
@@ -15,16 +16,14 @@ void keepThemePluginsOut() {
 }
 
 void startNoBus() {
-    const bool named = !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS");
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (!named && (runtime.isEmpty() || !QFileInfo::exists(runtime + QStringLiteral("/bus")))) {
+    if (!sessionBusIsThere()) {
         qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     }
 }
 
 } // namespace
 
-void settleSurroundings() {
+void prepareEnvironment() {
     startNoBus();
     keepThemePluginsOut();
 }

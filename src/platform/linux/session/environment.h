@@ -2,11 +2,12 @@
 
 namespace korvel::platform {
 
-/// Settles, before the application object is made, what it takes from the desktop around it.
+/// Sets the environment variables that Qt and the D-Bus library read. To be called before the
+/// application object is made.
 ///
 /// A desktop's own theme plugin would load its whole toolkit (tens of megabytes) for fonts and
 /// dialogs that this program has no use for: it stays out unless the environment asks for it. A
 /// session without a bus stays one: left to itself, the D-Bus library would start a bus here.
-void settleSurroundings();
+void prepareEnvironment();
 
 } // namespace korvel::platform

@@ -3,10 +3,11 @@
 #include <string_view>
 #include <utility>
 
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QStringList>
 #include <sys/stat.h>
+
+#include <QStringList>
+
+#include "platform/linux/session/bus_object.h"
 
 namespace korvel::platform {
 
@@ -51,20 +52,18 @@ void LinuxWorkspace::reveal(const std::string& path) {
         openFolderAround(path);
         return;
     }
-    QDBusMessage show = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.FileManager1"),
-        QStringLiteral("/org/freedesktop/FileManager1"),
-        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    const BusObject fileManager(bus_, QStringLiteral("org.freedesktop.FileManager1"),
+                                QStringLiteral("/org/freedesktop/FileManager1"),
+                                QStringLiteral("org.freedesktop.FileManager1"),
+                                Activation::allowed);
+    const QStringList uris(QString::fromStdString(fileUri(path)));
     const QString noStartupNotice;
-    show << QStringList(QString::fromStdString(fileUri(path))) << noStartupNotice;
-    auto* shown = new QDBusPendingCallWatcher(bus_.asyncCall(show), &replies_);
-    QObject::connect(shown, &QDBusPendingCallWatcher::finished, shown,
-                     [this, path](QDBusPendingCallWatcher* watcher) {
-                         watcher->deleteLater();
-                         if (watcher->isError()) {
-                             openFolderAround(path);
-                         }
-                     });
+    fileManager.ask("ShowItems", {uris, noStartupNotice}, replies_,
+                    [this, path](const QDBusMessage& answer) {
+                        if (answer.type() == QDBusMessage::ErrorMessage) {
+                            openFolderAround(path);
+                        }
+                    });
 }
 
 void LinuxWorkspace::relaunch(const std::string& bundle) {

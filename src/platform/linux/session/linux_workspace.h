@@ -4,7 +4,7 @@
 #include <QObject>
 
 #include "platform/child_process.h"
-#include "platform/linux/session/systemd_agents.h"
+#include "platform/linux/session/session_bus.h"
 #include "platform/workspace.h"
 
 namespace korvel::platform {
@@ -14,7 +14,7 @@ namespace korvel::platform {
 class LinuxWorkspace final : public Workspace {
   public:
     /// `children` outlives it.
-    explicit LinuxWorkspace(ChildProcesses& children, QDBusConnection bus = userBus());
+    explicit LinuxWorkspace(ChildProcesses& children, QDBusConnection bus = sessionBusIfThere());
 
     /// `path` is absolute.
     void reveal(const std::string& path) override;

@@ -1,5 +1,6 @@
 #include "platform/linux/session/single_instance.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -10,13 +11,14 @@
 
 #include <QDBusConnection>
 #include <QDBusError>
-#include <QDBusMessage>
+
+#include "platform/linux/session/bus_object.h"
 
 namespace korvel::platform {
 
 namespace {
 
-constexpr int kAnswerTime = 5000; // milliseconds; a running one that hangs is left alone
+constexpr std::chrono::seconds kAnswerTime(5); // a running one that hangs is left alone
 
 QString busName() {
     return QStringLiteral("com.oxbrook.korvel");
@@ -40,16 +42,13 @@ bool SingleInstance::acquire() {
     }
     // The object is there before the name is, so that no call can miss it.
     bus.registerObject(objectPath(), this, QDBusConnection::ExportScriptableSlots);
+    const BusObject running(bus, busName(), objectPath(),
+                            QStringLiteral("org.freedesktop.Application"));
     for (int attempt = 0; attempt < 3; ++attempt) {
         if (bus.registerService(busName())) {
             return true;
         }
-        QDBusMessage activate = QDBusMessage::createMethodCall(
-            busName(), objectPath(), QStringLiteral("org.freedesktop.Application"),
-            QStringLiteral("Activate"));
-        activate.setArguments({QVariantMap()});
-        activate.setAutoStartService(false);
-        const QDBusMessage answer = bus.call(activate, QDBus::Block, kAnswerTime);
+        const QDBusMessage answer = running.call("Activate", {QVariantMap()}, kAnswerTime);
         // The other one may have ended in between.
         if (QDBusError(answer).type() != QDBusError::ServiceUnknown) {
             return false;

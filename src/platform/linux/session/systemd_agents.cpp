@@ -5,9 +5,7 @@
 #include <QDBusArgument>
 #include <QDBusError>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusReply>
-#include <QFileInfo>
 #include <QThread>
 
 namespace korvel::platform {
@@ -31,19 +29,13 @@ QString unitName(const std::string& label) {
     return QString::fromStdString(label) + QStringLiteral(".service");
 }
 
-QDBusMessage managerCall(const QString& method) {
-    QDBusMessage call = QDBusMessage::createMethodCall(kManager(), kPath(), kInterface(), method);
-    call.setAutoStartService(false);
-    return call;
+constexpr const char* kQuestion = "ListUnitsByNames";
+
+QVariantList questionAbout(const std::string& label) {
+    return {QStringList{unitName(label)}};
 }
 
-QDBusMessage unitQuestion(const std::string& label) {
-    QDBusMessage call = managerCall(QStringLiteral("ListUnitsByNames"));
-    call << QStringList{unitName(label)};
-    return call;
-}
-
-/// Whether an answer to `unitQuestion` names a unit that is loaded. Each unit is a structure whose
+/// Whether an answer to the question names a unit that is loaded. Each unit is a structure whose
 /// first three members are its name, its description and its load state.
 bool saysLoaded(const QDBusMessage& answer) {
     if (answer.type() != QDBusMessage::ReplyMessage ||
@@ -68,17 +60,8 @@ bool saysLoaded(const QDBusMessage& answer) {
 
 } // namespace
 
-QDBusConnection userBus() {
-    const bool named = !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS");
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (named || (!runtime.isEmpty() && QFileInfo::exists(runtime + QStringLiteral("/bus")))) {
-        return QDBusConnection::sessionBus();
-    }
-    return QDBusConnection(QStringLiteral("korvel-no-bus"));
-}
-
 SystemdAgents::SystemdAgents(const QDBusConnection& bus, std::chrono::milliseconds settle)
-    : bus_(bus) {
+    : bus_(bus), manager_(bus, kManager(), kPath(), kInterface()) {
     settle_.setSingleShot(true);
     settle_.setInterval(settle);
     connect(&settle_, &QTimer::timeout, this, &SystemdAgents::askAgain);
@@ -123,21 +106,20 @@ bool SystemdAgents::isLoaded(const std::string& label) {
 }
 
 bool SystemdAgents::managerIsThere() {
-    constexpr int kPatience = 100; // milliseconds
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameHasOwner"));
-    call << kManager();
-    const QDBusReply<bool> answer = bus_.call(call, QDBus::Block, kPatience);
+    constexpr std::chrono::milliseconds kPatience(100);
+    const BusObject bus(bus_, QStringLiteral("org.freedesktop.DBus"),
+                        QStringLiteral("/org/freedesktop/DBus"),
+                        QStringLiteral("org.freedesktop.DBus"));
+    const QDBusReply<bool> answer = bus.call("NameHasOwner", {kManager()}, kPatience);
     return answer.isValid() && answer.value();
 }
 
 std::optional<bool> SystemdAgents::askNow(const std::string& label) {
-    constexpr int kPatience = 150; // milliseconds
+    constexpr std::chrono::milliseconds kPatience(150);
     if (!managerIsThere()) {
         return false;
     }
-    const QDBusMessage answer = bus_.call(unitQuestion(label), QDBus::Block, kPatience);
+    const QDBusMessage answer = manager_.call(kQuestion, questionAbout(label), kPatience);
     if (answer.errorName() == QDBusError::errorString(QDBusError::NoReply)) {
         return std::nullopt;
     }
@@ -145,12 +127,8 @@ std::optional<bool> SystemdAgents::askNow(const std::string& label) {
 }
 
 void SystemdAgents::ask(const std::string& label) {
-    auto* answer = new QDBusPendingCallWatcher(bus_.asyncCall(unitQuestion(label)), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this,
-            [this, label](QDBusPendingCallWatcher* finished) {
-                finished->deleteLater();
-                keep(label, saysLoaded(finished->reply()));
-            });
+    manager_.ask(kQuestion, questionAbout(label), *this,
+                 [this, label](const QDBusMessage& answer) { keep(label, saysLoaded(answer)); });
 }
 
 void SystemdAgents::keep(const std::string& label, bool loaded) {
@@ -172,7 +150,7 @@ void SystemdAgents::watch(const std::string& label) {
         watcher_.addWatchedService(kManager());
         on("Reloading", {}, SLOT(reloading(bool)));
         on("UnitFilesChanged", {}, SLOT(unitFilesChanged()));
-        bus_.asyncCall(managerCall(QStringLiteral("Subscribe")));
+        manager_.tell("Subscribe");
     }
     {
         const std::lock_guard lock(mutex_);
@@ -186,7 +164,7 @@ void SystemdAgents::watch(const std::string& label) {
 }
 
 void SystemdAgents::managerCame() {
-    bus_.asyncCall(managerCall(QStringLiteral("Subscribe")));
+    manager_.tell("Subscribe");
     askSoon(true);
 }
 

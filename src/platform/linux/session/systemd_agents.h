@@ -12,12 +12,10 @@
 #include <QTimer>
 
 #include "platform/agents.h"
+#include "platform/linux/session/bus_object.h"
+#include "platform/linux/session/session_bus.h"
 
 namespace korvel::platform {
-
-/// The session bus, where its address is known or it stands at its usual place; else a connection
-/// that is not connected. (Left to itself, the library would start a bus of its own.)
-QDBusConnection userBus();
 
 /// Agents as units of the user's systemd: "<label>.service", loaded when the manager says so of its
 /// name.
@@ -34,7 +32,7 @@ class SystemdAgents final : public QObject, public Agents {
   public:
     /// `settle`: how long the manager has to be quiet after signals before it is asked again; those
     /// of one change come close together.
-    explicit SystemdAgents(const QDBusConnection& bus = userBus(),
+    explicit SystemdAgents(const QDBusConnection& bus = sessionBusIfThere(),
                            std::chrono::milliseconds settle = std::chrono::milliseconds(500));
 
     bool isLoaded(const std::string& label) override;
@@ -67,6 +65,7 @@ class SystemdAgents final : public QObject, public Agents {
     void askSoon(bool all);
 
     QDBusConnection bus_;
+    BusObject manager_;
     QDBusServiceWatcher watcher_;
     QTimer settle_;
     bool started_ = false;

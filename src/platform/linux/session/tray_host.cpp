@@ -4,12 +4,9 @@
 #include <utility>
 
 #include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
-#include <QDBusVariant>
-#include <QGuiApplication>
+#include <QDBusReply>
 
+#include "platform/linux/session/bus_object.h"
 #include "platform/linux/session/x11.h"
 
 namespace korvel::platform {
@@ -58,20 +55,15 @@ void TrayHost::hostRegistered() {
 }
 
 void TrayHost::askForHost() {
-    QDBusMessage question = QDBusMessage::createMethodCall(
-        watcherService(), watcherPath(), QStringLiteral("org.freedesktop.DBus.Properties"),
-        QStringLiteral("Get"));
-    question.setArguments({watcherService(), QStringLiteral("IsStatusNotifierHostRegistered")});
-    question.setAutoStartService(false);
-    auto* reply = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question),
-                                              this); // deletes itself below
-    connect(reply, &QDBusPendingCallWatcher::finished, this, [this, reply] {
-        const QDBusPendingReply<QDBusVariant> answer = *reply;
-        if (!answer.isError() && answer.value().variant().toBool()) {
-            foundOnce();
-        }
-        reply->deleteLater();
-    });
+    const BusObject watcher(QDBusConnection::sessionBus(), watcherService(), watcherPath(),
+                            watcherService());
+    watcher.askProperty("IsStatusNotifierHostRegistered", *this,
+                        [this](const QDBusMessage& answer) {
+                            const QDBusReply<QVariant> registered(answer);
+                            if (registered.isValid() && registered.value().toBool()) {
+                                foundOnce();
+                            }
+                        });
 }
 
 void TrayHost::foundOnce() {

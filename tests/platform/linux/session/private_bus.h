@@ -9,7 +9,7 @@
 
 namespace korvel {
 
-/// A message bus of the test's own, which starts no services.
+/// A message bus of the test's own, which starts no services but those that are offered to it.
 class PrivateBus {
   public:
     PrivateBus() {
@@ -18,7 +18,8 @@ class PrivateBus {
             return;
         }
         config.write("<busconfig><type>session</type><listen>unix:dir=" + folder_.path().toUtf8() +
-                     "</listen><auth>EXTERNAL</auth><policy context=\"default\">"
+                     "</listen><servicedir>" + folder_.path().toUtf8() +
+                     "</servicedir><auth>EXTERNAL</auth><policy context=\"default\">"
                      "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
                      "<allow own=\"*\"/></policy></busconfig>");
         config.close();
@@ -41,6 +42,14 @@ class PrivateBus {
     /// Empty when the daemon could not be started.
     const QString& address() const { return address_; }
     qint64 processId() const { return daemon_.processId(); }
+
+    /// Lets the bus start `command` for calls to that name. False: it cannot be written down.
+    bool offer(const QString& service, const QByteArray& command) const {
+        QFile file(folder_.filePath(service + QStringLiteral(".service")));
+        return file.open(QIODevice::WriteOnly) &&
+               file.write("[D-BUS Service]\nName=" + service.toUtf8() + "\nExec=" + command +
+                          "\n") > 0;
+    }
 
     QDBusConnection connect(const QString& name) const {
         return QDBusConnection::connectToBus(address_, name);
