@@ -1,7 +1,6 @@
 // What script/release makes a release with, and judges it with as the program will: the manifest of
 // a bundle, the program's own unpacking and its own checks.
 
-#include <charconv>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -14,6 +13,7 @@
 
 #include <fmt/format.h>
 
+#include "base/whole_number.h"
 #include "platform/linux/update/bundle_manifest.h"
 #include "platform/linux/update/bundle_scan.h"
 #include "platform/linux/update/info_plist.h"
@@ -40,13 +40,8 @@ int fail(const std::string& reason, int status = kRefused) {
 
 /// A build's number as it is written in Info.plist.
 std::optional<std::int64_t> buildOf(std::string_view digits) {
-    std::int64_t build = 0;
-    const char* const end = digits.data() + digits.size();
-    const auto read = std::from_chars(digits.data(), end, build);
-    if (read.ec != std::errc() || read.ptr != end || build < 1) {
-        return std::nullopt;
-    }
-    return build;
+    const auto build = korvel::wholeNumber<std::int64_t>(digits);
+    return build && *build >= 1 ? build : std::nullopt;
 }
 
 int writeManifestOf(const std::string& bundle) {

@@ -59,6 +59,28 @@ bool isUtf8(std::string_view bytes) {
     return true;
 }
 
+std::size_t leadingControl(std::string_view text) {
+    const auto at = [&](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
+    if (text.empty()) {
+        return 0;
+    }
+    if (at(0) < 0x20 || at(0) == 0x7f) {
+        return 1;
+    }
+    return text.size() > 1 && at(0) == 0xc2 && at(1) >= 0x80 && at(1) < 0xa0 ? 2 : 0;
+}
+
+bool isPlainText(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const Sequence sequence = firstSequence(bytes);
+        if (!sequence.wellFormed || leadingControl(bytes) > 0) {
+            return false;
+        }
+        bytes.remove_prefix(sequence.length);
+    }
+    return true;
+}
+
 std::string decodeUtf8Lossy(std::string_view bytes) {
     std::string text;
     text.reserve(bytes.size());

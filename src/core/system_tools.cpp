@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "base/decimal.h"
+#include "base/lines.h"
 #include "base/utf8.h"
 
 namespace korvel {
@@ -24,12 +25,12 @@ std::optional<std::string> outputOf(platform::ChildProcesses& children,
 
 /// The first line that names writable regions; empty when there is none.
 std::string_view writableRegionsLine(std::string_view summary) {
-    const std::size_t found = summary.find("Writable regions");
-    if (found == std::string_view::npos) {
-        return {};
+    while (const auto line = takeLineOrRest(summary)) {
+        if (line->find("Writable regions") != std::string_view::npos) {
+            return *line;
+        }
     }
-    const std::size_t start = summary.rfind('\n', found) + 1; // npos + 1 is 0
-    return summary.substr(start, summary.find('\n', found) - start);
+    return {};
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "base/lines.h"
 #include "base/utf8.h"
 #include "model/model.h"
 #include "platform/child_process.h"
@@ -16,17 +17,17 @@ namespace {
 
 constexpr const char* kBash = "/bin/bash";
 
-/// The pieces between separators, without empty ones.
-std::vector<std::string_view> split(std::string_view text, char separator) {
-    std::vector<std::string_view> pieces;
-    while (!text.empty()) {
-        const std::size_t end = text.find(separator);
-        if (end != 0) {
-            pieces.push_back(text.substr(0, end));
+/// What stands between spaces.
+std::vector<std::string_view> wordsOf(std::string_view line) {
+    std::vector<std::string_view> words;
+    while (!line.empty()) {
+        const std::size_t end = std::min(line.find(' '), line.size());
+        if (end > 0) {
+            words.push_back(line.substr(0, end));
         }
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+        line.remove_prefix(std::min(end + 1, line.size()));
     }
-    return pieces;
+    return words;
 }
 
 /// A script that cannot be run says as much as one that prints nothing.
@@ -39,11 +40,11 @@ std::string run(platform::ChildProcesses& children, const std::vector<std::strin
 
 std::string reclaimableIn(std::string_view output) {
     std::string text = "nothing worth clearing";
-    for (const std::string_view line : split(output, '\n')) {
-        if (line.find("TOTAL RECLAIMABLE") == std::string_view::npos) {
+    while (const auto line = takeLineOrRest(output)) {
+        if (line->find("TOTAL RECLAIMABLE") == std::string_view::npos) {
             continue;
         }
-        const std::vector<std::string_view> words = split(line, ' ');
+        const std::vector<std::string_view> words = wordsOf(*line);
         if (words.size() >= 2) {
             text = std::string(words[words.size() - 2]) + " " + std::string(words.back());
         }

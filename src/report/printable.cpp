@@ -1,20 +1,17 @@
 #include "report/printable.h"
 
+#include <algorithm>
+
+#include "base/utf8.h"
+
 namespace korvel {
 
 std::string printable(std::string_view text) {
     std::string safe;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if (byte < 0x20 || byte == 0x7f) {
-            safe += '?';
-        } else if (byte == 0xc2 && i + 1 < text.size() &&
-                   static_cast<unsigned char>(text[i + 1]) < 0xa0) {
-            safe += '?';
-            ++i;
-        } else {
-            safe += text[i];
-        }
+    while (!text.empty()) {
+        const std::size_t control = leadingControl(text);
+        safe += control > 0 ? '?' : text.front();
+        text.remove_prefix(std::max<std::size_t>(control, 1));
     }
     return safe;
 }

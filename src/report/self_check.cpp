@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "base/lines.h"
 #include "base/utf8.h"
 #include "platform/child_process.h"
 #include "report/printable.h"
@@ -16,21 +17,13 @@ namespace {
 constexpr std::string_view kDigits = "0123456789";
 constexpr std::size_t kMostLines = 12; // of one tool
 
-std::vector<std::string_view> linesOf(std::string_view text) {
-    std::vector<std::string_view> lines;
-    while (!text.empty()) {
-        const std::size_t end = std::min(text.find('\n'), text.size());
-        lines.push_back(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return lines;
-}
-
 /// The lines of the tool's output that are to be shown; none when it did not run.
 std::vector<std::string> said(const Comparison& comparison, platform::ChildProcesses& children) {
     const auto result = children.run(comparison.tool, comparison.arguments, {});
     std::vector<std::string> lines;
-    for (const std::string_view line : result ? linesOf(result->output) : linesOf("")) {
+    std::string_view rest = result ? std::string_view(result->output) : "";
+    while (const auto taken = takeLineOrRest(rest)) {
+        const std::string_view line = *taken;
         const bool wanted = comparison.lines.empty() ||
                             std::any_of(comparison.lines.begin(), comparison.lines.end(),
                                         [line](const std::string& part) {

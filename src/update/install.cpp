@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "base/hexadecimal.h"
 #include "platform/archive.h"
 #include "platform/bundle.h"
 #include "platform/code_signature.h"
@@ -24,14 +25,6 @@ namespace {
 
 constexpr int kStatusOk = 200;
 constexpr const char* kUnpackFailed = "Update could not be unpacked";
-
-std::string hexadecimal(const platform::Sha256& digest) {
-    std::string digits;
-    for (const std::uint8_t byte : digest) {
-        digits += fmt::format("{:02x}", byte);
-    }
-    return digits;
-}
 
 /// The folder that holds `path`.
 std::string parentOf(const std::string& path) {

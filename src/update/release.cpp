@@ -7,6 +7,7 @@
 #include <simdjson.h>
 
 #include "base/decimal.h"
+#include "base/whole_number.h"
 #include "update/https_url.h"
 
 namespace korvel {
@@ -189,9 +190,7 @@ std::optional<std::int64_t> exactInteger(std::string_view number) {
         return std::nullopt;
     }
     digits.append(static_cast<std::size_t>(-behind), '0');
-    std::int64_t integer = 0;
-    const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), integer);
-    return read.ec == std::errc() ? std::optional(integer) : std::nullopt;
+    return wholeNumber<std::int64_t>(digits);
 }
 
 std::int64_t buildNumber(std::string_view text) {
@@ -201,10 +200,7 @@ std::int64_t buildNumber(std::string_view text) {
             return 0;
         }
     }
-    std::int64_t build = 0;
-    const char* const end = text.data() + text.size();
-    const auto read = std::from_chars(text.data(), end, build);
-    return read.ec == std::errc() && read.ptr == end ? build : 0;
+    return wholeNumber<std::int64_t>(text).value_or(0);
 }
 
 } // namespace korvel

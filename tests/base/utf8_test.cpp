@@ -1,6 +1,7 @@
 #include "base/utf8.h"
 
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -56,6 +57,7 @@ TEST(Utf8, IllFormedPartBecomesOneReplacementForEachMaximalSubpart) {
     };
     for (const auto& row : cases) {
         EXPECT_FALSE(isUtf8(row.bytes)) << row.name;
+        EXPECT_FALSE(isPlainText(row.bytes)) << row.name;
         EXPECT_EQ(decodeUtf8Lossy(row.bytes), replaced(row.expected)) << row.name;
     }
 }
@@ -77,6 +79,32 @@ TEST(Utf8, DecodedTextIsAlwaysWellFormed) {
             EXPECT_TRUE(isUtf8(text)) << first << ' ' << second;
             EXPECT_EQ(text == bytes, isUtf8(bytes)) << first << ' ' << second;
         }
+    }
+}
+
+TEST(PlainText, HasNoControlCharacterAnywhere) {
+    for (const std::string& text : {""s, " "s, "~"s, "a b"s, "\u00a0"s, "\u00ad"s, "Grüße, 世界 ☕"s,
+                                    "\u0480"s, "\u2028"s, "\ufeff"s, "\U0010ffff"s}) {
+        EXPECT_TRUE(isPlainText(text)) << text;
+    }
+    std::vector<std::string> controls;
+    for (char c = 0; c < 0x20; ++c) {
+        controls.emplace_back(1, c);
+    }
+    controls.emplace_back("\x7f");
+    for (int c = 0x80; c < 0xa0; ++c) {
+        controls.push_back("\xc2"s + static_cast<char>(c));
+    }
+    for (const std::string& control : controls) {
+        EXPECT_EQ(leadingControl(control), control.size()) << testing::PrintToString(control);
+        EXPECT_EQ(leadingControl(control + "x"), control.size());
+        for (const std::string& text :
+             {control, "é" + control, control + "é", "a" + control + "b"}) {
+            EXPECT_FALSE(isPlainText(text)) << testing::PrintToString(text);
+        }
+    }
+    for (const char* other : {"", "x\n", " ", "\u00a0", "\u0480", "\xc2", "\xc3\x80"}) {
+        EXPECT_EQ(leadingControl(other), 0U) << other;
     }
 }
 

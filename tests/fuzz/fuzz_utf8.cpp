@@ -11,6 +11,12 @@ void fuzz(std::string_view bytes) {
     const std::string text = korvel::decodeUtf8Lossy(bytes);
     require(korvel::isUtf8(text), "well-formed once decoded");
     require(korvel::isUtf8(bytes) == (text == bytes), "changed only where it was ill-formed");
+    bool controls = false;
+    for (std::string_view rest = text; !rest.empty(); rest.remove_prefix(1)) {
+        controls = controls || korvel::leadingControl(rest) > 0;
+    }
+    require(korvel::isPlainText(text) == !controls, "plain but for its control characters");
+    require(!korvel::isPlainText(bytes) || text == bytes, "plain only where it is well-formed");
     korvel::JsonWriter json;
     json.value(bytes);
     require(std::all_of(json.text().begin(), json.text().end(),

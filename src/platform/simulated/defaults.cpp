@@ -1,9 +1,10 @@
 #include "platform/simulated/defaults.h"
 
-#include <charconv>
 #include <cmath>
 #include <type_traits>
 #include <utility>
+
+#include "base/whole_number.h"
 
 namespace korvel::platform {
 
@@ -11,10 +12,7 @@ namespace {
 
 /// A whole number that a text holds from its start to its end; 0 where it holds none.
 double numberIn(const std::string& text) {
-    std::int64_t number = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && stop == end ? static_cast<double>(number) : 0;
+    return static_cast<double>(wholeNumber<std::int64_t>(text).value_or(0));
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+#include "base/utf8.h"
+
 namespace korvel {
 
 namespace {
@@ -12,15 +14,12 @@ unsigned char byteAt(std::string_view text, std::size_t i) {
 
 /// The length of the unpaintable character at `i`; 0 when it is paintable.
 std::size_t unpaintableAt(std::string_view text, std::size_t i) {
+    if (const std::size_t control = leadingControl(text.substr(i)); control > 0) {
+        return control;
+    }
     const unsigned first = byteAt(text, i);
     const unsigned second = byteAt(text, i + 1);
     const unsigned third = byteAt(text, i + 2);
-    if (first < 0x20 || first == 0x7f) {
-        return 1;
-    }
-    if (first == 0xc2 && second >= 0x80 && second <= 0x9f) { // U+0080 to U+009F
-        return 2;
-    }
     if (first == 0xe2 && second == 0x80 && third >= 0xa8 && third <= 0xae) { // U+2028 to U+202E
         return 3;
     }

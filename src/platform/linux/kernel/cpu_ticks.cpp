@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/lines.h"
+#include "base/whole_number.h"
 #include "platform/linux/kernel/text_scan.h"
 
 namespace korvel::platform {

@@ -11,6 +11,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "base/lines.h"
+#include "base/whole_number.h"
 #include "platform/linux/kernel/meminfo.h"
 #include "platform/linux/kernel/process_name.h"
 #include "platform/linux/kernel/process_status.h"

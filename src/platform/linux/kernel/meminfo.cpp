@@ -5,6 +5,8 @@
 #include <limits>
 #include <utility>
 
+#include "base/lines.h"
+#include "base/whole_number.h"
 #include "platform/linux/kernel/text_scan.h"
 
 namespace korvel::platform {

@@ -1,5 +1,6 @@
 #include "platform/linux/kernel/pressure.h"
 
+#include "base/lines.h"
 #include "platform/linux/kernel/text_scan.h"
 
 namespace korvel::platform {

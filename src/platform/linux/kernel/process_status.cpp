@@ -5,6 +5,8 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 
+#include "base/lines.h"
+#include "base/whole_number.h"
 #include "platform/linux/kernel/kept_file.h"
 #include "platform/linux/kernel/root_folder.h"
 #include "platform/linux/kernel/text_scan.h"

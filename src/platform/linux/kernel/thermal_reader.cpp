@@ -8,7 +8,8 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 
-#include "platform/linux/kernel/text_scan.h"
+#include "base/lines.h"
+#include "base/whole_number.h"
 
 namespace korvel::platform {
 

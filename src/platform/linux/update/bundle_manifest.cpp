@@ -1,11 +1,12 @@
 #include "platform/linux/update/bundle_manifest.h"
 
 #include <algorithm>
-#include <charconv>
 #include <vector>
 
 #include <fmt/format.h>
 
+#include "base/lines.h"
+#include "base/whole_number.h"
 #include "platform/linux/update/relative_path.h"
 
 namespace korvel::platform {
@@ -88,9 +89,9 @@ std::vector<std::string_view> fields(std::string_view line) {
 
 template <typename Number>
 bool readNumber(std::string_view digits, int base, Number& number) {
-    const char* const end = digits.data() + digits.size();
-    const auto read = std::from_chars(digits.data(), end, number, base);
-    return read.ec == std::errc() && read.ptr == end;
+    const auto read = wholeNumber<Number>(digits, base);
+    number = read.value_or(0);
+    return read.has_value();
 }
 
 bool readEntry(std::string_view line, BundleTree& tree) {
@@ -118,17 +119,6 @@ bool readEntry(std::string_view line, BundleTree& tree) {
         return false;
     }
     return tree.emplace(path, std::move(entry)).second;
-}
-
-/// Takes the next line off the text; nullopt when there is none that ends.
-std::optional<std::string_view> takeLine(std::string_view& text) {
-    const std::size_t end = text.find('\n');
-    if (end == std::string_view::npos) {
-        return std::nullopt;
-    }
-    const std::string_view line = text.substr(0, end);
-    text.remove_prefix(end + 1);
-    return line;
 }
 
 /// Takes the next line off the text, which is to be `name`, a tab and the value.

@@ -4,15 +4,16 @@
 #include <cerrno>
 #include <memory>
 #include <new>
+#include <span>
 #include <vector>
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <openssl/evp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/hexadecimal.h"
 #include "platform/linux/update/relative_path.h"
 #include "platform/posix/file_descriptor.h"
 
@@ -44,11 +45,7 @@ class Sha256 {
         if (EVP_DigestFinal_ex(context_.get(), digest.data(), &length) != 1) {
             throw std::bad_alloc();
         }
-        std::string text;
-        for (unsigned i = 0; i < length; ++i) {
-            text += fmt::format("{:02x}", digest.at(i));
-        }
-        return text;
+        return korvel::hexadecimal(std::span(digest).first(length));
     }
 
   private:

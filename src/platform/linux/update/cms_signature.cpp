@@ -9,8 +9,8 @@
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
 
+#include "base/utf8.h"
 #include "platform/linux/update/openssl_handles.h"
-#include "platform/linux/update/plain_text.h"
 
 namespace korvel::platform {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/linux/update/plain_text.h"
+#include "base/utf8.h"
 
 namespace korvel::platform {
 

@@ -17,6 +17,8 @@
 
 #include <fmt/format.h>
 
+#include "base/lines.h"
+#include "base/whole_number.h"
 #include "platform/linux/kernel/meminfo.h"
 #include "platform/linux/kernel/pressure.h"
 #include "platform/linux/kernel/text_scan.h"
@@ -24,6 +26,8 @@
 namespace {
 
 using namespace korvel::platform;
+using korvel::takeLine;
+using korvel::wholeNumber;
 using Clock = std::chrono::steady_clock;
 
 std::string readFile(const std::string& path) {
