@@ -117,7 +117,7 @@ int main(int, char** argv) {
     platform::LinuxSwappedMemory swappedMemory;
     platform::SystemdAgents agents;
     platform::QtRunLoop runLoop;
-    platform::QtStatusBar statusBar;
+    platform::TrayStatusBar statusBar;
     platform::PosixChildProcesses childProcesses;
     platform::QtUserDefaults defaults;
     platform::DesktopPower power;

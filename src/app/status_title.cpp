@@ -12,13 +12,25 @@ using platform::TitleFont;
 using platform::TitleInk;
 
 StatusTitle statusTitle(std::int64_t score, bool awake) {
-    StatusTitle title;
-    title.runs.push_back({"●", 9, TitleFont::system, TitleInk::colour, rgb(scoreColor(score))});
+    const Ink ink = scoreColor(score);
+    StatusTitle title{.score = score,
+                      .colourName = std::string(name(ink)),
+                      .colour = rgb(ink),
+                      .awake = awake,
+                      .runs = {}};
+    title.runs.push_back({.text = "●",
+                          .size = 9,
+                          .ink = TitleInk::colour,
+                          .inkName = title.colourName,
+                          .colour = title.colour});
     if (awake) {
-        title.runs.push_back({" ☕", 10, TitleFont::system, TitleInk::secondaryLabel, {}});
+        title.runs.push_back({.text = " ☕",
+                              .size = 10,
+                              .ink = TitleInk::secondaryLabel,
+                              .inkName = std::string(name(Ink::secondary))});
     }
     title.runs.push_back(
-        {fmt::format(" {}", score), 12, TitleFont::monospacedDigitMedium, TitleInk::label, {}});
+        {.text = fmt::format(" {}", score), .size = 12, .font = TitleFont::monospacedDigitMedium});
     return title;
 }
 

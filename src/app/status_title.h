@@ -9,8 +9,8 @@ namespace korvel {
 
 struct Snapshot;
 
-/// The status item's title: a dot in the score's colour, a cup while the machine is kept awake, and
-/// the score.
+/// The status item's title. It reads as a dot in the score's colour, a cup while the machine is
+/// kept awake, and the score.
 platform::StatusTitle statusTitle(std::int64_t score, bool awake);
 
 /// What a tray shows beside the title it has no room for: the whole title and the verdict.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -34,14 +35,20 @@ struct TitleRun {
     double size = 0; ///< points
     TitleFont font = TitleFont::system;
     TitleInk ink = TitleInk::label;
-    Colour colour; ///< read only when `ink` is `colour`
+    std::string inkName{}; ///< what the program calls the ink; empty when `ink` is `label`
+    Colour colour{};       ///< read only when `ink` is `colour`
 
     bool operator==(const TitleRun&) const = default;
 };
 
-/// The title of the status item, left to right.
+/// The title of the status item: the values that it tells, for a bar that has only room for a
+/// picture, and the finished text of them, for one that writes it.
 struct StatusTitle {
-    std::vector<TitleRun> runs;
+    std::int64_t score = 0;     ///< 0 to 100
+    std::string colourName{};   ///< what the program calls the score's colour
+    Colour colour{};            ///< of the score
+    bool awake = false;         ///< whether the machine is kept awake
+    std::vector<TitleRun> runs; ///< left to right
 
     /// The runs' texts, joined.
     std::string text() const {

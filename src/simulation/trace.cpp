@@ -12,7 +12,6 @@
 #include "platform/simulated/power.h"
 #include "platform/status_bar.h"
 #include "ui/content/content_json.h"
-#include "ui/content/palette.h"
 #include "ui/content/popover_content.h"
 #include "update/whats_new.h"
 
@@ -46,23 +45,6 @@ void writeOptional(JsonWriter& json, const std::optional<T>& value) {
     }
 }
 
-void writeColour(JsonWriter& json, const platform::TitleRun& run) {
-    json.key("colour");
-    if (run.ink == platform::TitleInk::secondaryLabel) {
-        json.value("secondary");
-        return;
-    }
-    if (run.ink == platform::TitleInk::colour) {
-        for (const Ink color : {Ink::cyan, Ink::pink, Ink::good, Ink::warn, Ink::bad}) {
-            if (rgb(color) == run.colour) {
-                json.value(name(color));
-                return;
-            }
-        }
-    }
-    json.value(nullptr);
-}
-
 } // namespace
 
 Trace::Trace(std::function<double()> elapsed, std::function<void(std::string_view)> print)
@@ -81,8 +63,12 @@ void Trace::title(const platform::StatusTitle& title) {
     line("title", [&](JsonWriter& json) {
         json.member("text", title.text()).key("runs").beginArray();
         for (const platform::TitleRun& run : title.runs) {
-            json.beginObject().member("text", run.text).member("size", run.size);
-            writeColour(json, run);
+            json.beginObject().member("text", run.text).member("size", run.size).key("colour");
+            if (run.inkName.empty()) {
+                json.value(nullptr);
+            } else {
+                json.value(run.inkName);
+            }
             json.endObject();
         }
         json.endArray();

@@ -1,5 +1,7 @@
 #include "app/status_title.h"
 
+#include <string>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -21,15 +23,17 @@ constexpr Colour kRed{1.0, 0.36, 0.36};
 TEST(StatusTitle, IsADotInTheScoresColourAndTheScoreInNone) {
     EXPECT_THAT(
         statusTitle(87, false).runs,
-        ElementsAre(TitleRun{"\u25cf", 9, TitleFont::system, TitleInk::colour, kGreen},
-                    TitleRun{" 87", 12, TitleFont::monospacedDigitMedium, TitleInk::label, {}}));
+        ElementsAre(
+            TitleRun{"\u25cf", 9, TitleFont::system, TitleInk::colour, "good", kGreen},
+            TitleRun{" 87", 12, TitleFont::monospacedDigitMedium, TitleInk::label, "", {}}));
 }
 
 TEST(StatusTitle, HasACupBetweenThemWhileTheMachineIsKeptAwake) {
     const platform::StatusTitle title = statusTitle(87, true);
     ASSERT_EQ(title.runs.size(), 3U);
-    EXPECT_EQ(title.runs[1],
-              (TitleRun{" \u2615", 10, TitleFont::system, TitleInk::secondaryLabel, {}}));
+    EXPECT_EQ(
+        title.runs[1],
+        (TitleRun{" \u2615", 10, TitleFont::system, TitleInk::secondaryLabel, "secondary", {}}));
     EXPECT_EQ(title.text(), "\u25cf \u2615 87");
 }
 
@@ -39,14 +43,27 @@ TEST(StatusTitle, ReadsWithoutPaddingOrPercentSign) {
     EXPECT_EQ(statusTitle(100, false).text(), "\u25cf 100");
 }
 
-TEST(StatusTitle, TheColourChangesAt72AndAt55) {
-    const auto colour = [](int score) { return statusTitle(score, false).runs.front().colour; };
-    EXPECT_EQ(colour(100), kGreen);
-    EXPECT_EQ(colour(72), kGreen);
-    EXPECT_EQ(colour(71), kAmber);
-    EXPECT_EQ(colour(55), kAmber);
-    EXPECT_EQ(colour(54), kRed);
-    EXPECT_EQ(colour(0), kRed);
+TEST(StatusTitle, TheColourAndItsNameChangeAt72AndAt55) {
+    struct Case {
+        int score;
+        std::string name;
+        Colour colour;
+    };
+    for (const Case& c :
+         {Case{100, "good", kGreen}, Case{72, "good", kGreen}, Case{71, "warn", kAmber},
+          Case{55, "warn", kAmber}, Case{54, "bad", kRed}, Case{0, "bad", kRed}}) {
+        const platform::StatusTitle title = statusTitle(c.score, false);
+        EXPECT_EQ(title.colourName, c.name) << c.score;
+        EXPECT_EQ(title.colour, c.colour) << c.score;
+        EXPECT_EQ(title.runs.front().inkName, c.name) << c.score;
+        EXPECT_EQ(title.runs.front().colour, c.colour) << c.score;
+    }
+}
+
+TEST(StatusTitle, TellsTheScoreAndWhetherTheMachineIsKeptAwake) {
+    EXPECT_EQ(statusTitle(7, false).score, 7);
+    EXPECT_FALSE(statusTitle(7, false).awake);
+    EXPECT_TRUE(statusTitle(7, true).awake);
 }
 
 TEST(StatusToolTip, IsTheTitleAndTheVerdict) {

@@ -30,8 +30,8 @@ void drawRows(QPainter& painter, int& y, int magnified, bool awake) {
             painter.fillRect(0, y, 2000, rowHeight(size, magnified), QColor::fromRgba(panel));
             int x = 4;
             for (const int score : kScores) {
-                const QImage image = korvel::platform::drawStatusPicture(
-                    korvel::platform::statusPicture(korvel::statusTitle(score, awake)), size);
+                const QImage image =
+                    korvel::platform::drawTrayIcon(korvel::statusTitle(score, awake), size);
                 painter.drawImage(QRect(x, y + 4, size * magnified, size * magnified), image);
                 x += cell;
             }
@@ -46,7 +46,7 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
     const QString file = application.arguments().value(1, QStringLiteral("icons.png"));
-    const int awake = application.arguments().contains(QStringLiteral("--awake"));
+    const bool awake = application.arguments().contains(QStringLiteral("--awake"));
     const int magnified = application.arguments().contains(QStringLiteral("--large")) ? 4 : 1;
     QImage sheet(magnified > 1 ? 1400 : 10 * kCell + 8, 4000, QImage::Format_RGB32);
     QPainter painter(&sheet);

@@ -51,7 +51,7 @@ struct DemoDesktop {
 
     StartedClock clock;
     OneThreadRunLoop runLoop;
-    platform::QtStatusBar statusBar;
+    platform::TrayStatusBar statusBar;
     Stage stage{clock, runLoop, statusBar};
 };
 

@@ -11,8 +11,8 @@ using testing::ElementsAre;
 TEST(SimulatedStatusBar, RemembersEveryTitle) {
     SimulatedStatusBar bar;
     const auto item = bar.makeStatusItem();
-    const StatusTitle one{{{"one", 9, TitleFont::system, TitleInk::label, {}}}};
-    const StatusTitle two{{{"two", 9, TitleFont::system, TitleInk::label, {}}}};
+    const StatusTitle one{.score = 1, .runs = {{.text = "one", .size = 9}}};
+    const StatusTitle two{.score = 2, .runs = {{.text = "two", .size = 9}}};
     item->setTitle(one);
     item->setTitle(two);
     item->setTitle(two);

@@ -21,18 +21,18 @@ struct Layout {
     double radius = 0;
     int digitsTop = 0;
     DigitMetrics digits;
-    int markTop = 0;
-    int markHeight = 0;
+    int cupTop = 0;
+    int cupHeight = 0;
 };
 
 int rounded(double value) {
     return static_cast<int>(std::lround(value));
 }
 
-Layout layoutFor(const QString& digits, bool mark, int pixels) {
+Layout layoutFor(const QString& digits, bool cup, int pixels) {
     Layout layout;
     layout.radius = pixels * 0.24;
-    const auto count = static_cast<int>(std::min<qsizetype>(digits.size(), 3));
+    const auto count = digits.size();
     const int margin = rounded(pixels * (pixels < 20 ? 0.06 : 0.085));
     const int room = pixels - 2 * margin;
 
@@ -57,21 +57,26 @@ Layout layoutFor(const QString& digits, bool mark, int pixels) {
         m.stroke = std::max(1, rounded(pixels * 0.135));
         m.width = rounded(pixels * 0.44);
     }
-    if (mark) {
+    if (cup) {
         m.height = rounded(pixels * 0.48);
-        layout.markHeight = rounded(pixels * 0.22);
+        layout.cupHeight = rounded(pixels * 0.22);
         const int between = std::max(1, rounded(pixels * 0.06));
-        const int all = m.height + between + layout.markHeight;
-        layout.markTop = (pixels - all) / 2;
-        layout.digitsTop = layout.markTop + layout.markHeight + between;
+        const int all = m.height + between + layout.cupHeight;
+        layout.cupTop = (pixels - all) / 2;
+        layout.digitsTop = layout.cupTop + layout.cupHeight + between;
     } else {
         layout.digitsTop = (pixels - m.height) / 2;
     }
     return layout;
 }
 
+QColor opaque(const Colour& colour) {
+    const auto channel = [](double value) { return rounded(std::clamp(value, 0.0, 1.0) * 255); };
+    return {channel(colour.red), channel(colour.green), channel(colour.blue)};
+}
+
 /// A cup from the side, with its handle at the right.
-void drawMark(QPainter& painter, int pixels, int top, int height, const QColor& ink) {
+void drawCup(QPainter& painter, int pixels, int top, int height, const QColor& ink) {
     const int width = rounded(height * 1.5);
     const int leftPixel = (pixels - width) / 2 - (height > 5 ? 1 : 0);
     const double left = leftPixel;
@@ -93,71 +98,49 @@ void drawMark(QPainter& painter, int pixels, int top, int height, const QColor& 
 
 } // namespace
 
-StatusPicture statusPicture(const StatusTitle& title) {
-    StatusPicture picture;
-    for (const TitleRun& run : title.runs) {
-        if (run.ink == TitleInk::colour) {
-            const auto channel = [](double value) {
-                return rounded(std::clamp(value, 0.0, 1.0) * 255);
-            };
-            picture.tile = QColor(channel(run.colour.red), channel(run.colour.green),
-                                  channel(run.colour.blue));
-        } else if (run.ink == TitleInk::secondaryLabel) {
-            picture.mark = true;
-        }
-    }
-    if (!title.runs.empty()) {
-        for (const QChar c : QString::fromStdString(title.runs.back().text)) {
-            if (c >= u'0' && c <= u'9' && picture.digits.size() < 3) {
-                picture.digits += c;
-            }
-        }
-    }
-    return picture;
-}
-
-QImage drawStatusPicture(const StatusPicture& picture, int pixels) {
+QImage drawTrayIcon(const StatusTitle& title, int pixels) {
     QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
-    if (pixels < 8 || !picture.tile.isValid()) {
+    if (pixels < 8) {
         return image;
     }
-    const Layout layout = layoutFor(picture.digits, picture.mark, pixels);
+    const QString digits = QString::number(title.score);
+    const Layout layout = layoutFor(digits, title.awake, pixels);
     const QColor ink = QColor::fromRgba(kInk);
+    const QColor colour = opaque(title.colour);
 
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     // A rim a shade darker keeps the tile's edge on a light panel.
     QPainterPath tile;
     tile.addRoundedRect(QRectF(0, 0, pixels, pixels), layout.radius, layout.radius);
-    painter.fillPath(tile, picture.tile.darker(135));
+    painter.fillPath(tile, colour.darker(135));
     const double rim = std::max(1.0, std::floor(pixels / 24.0));
     QPainterPath face;
     face.addRoundedRect(QRectF(rim, rim, pixels - 2 * rim, pixels - 2 * rim), layout.radius - rim,
                         layout.radius - rim);
-    painter.fillPath(face, picture.tile);
+    painter.fillPath(face, colour);
 
-    const int width = digitsWidth(picture.digits, layout.digits);
+    const int width = digitsWidth(digits, layout.digits);
     const int left = (pixels - width) / 2;
     painter.translate(left, layout.digitsTop);
-    painter.fillPath(digitsPath(picture.digits, layout.digits), ink);
+    painter.fillPath(digitsPath(digits, layout.digits), ink);
     painter.resetTransform();
-    if (picture.mark) {
-        drawMark(painter, pixels, layout.markTop, layout.markHeight, ink);
+    if (title.awake) {
+        drawCup(painter, pixels, layout.cupTop, layout.cupHeight, ink);
     }
     return image;
 }
 
 namespace {
 
-class StatusIconEngine final : public QIconEngine {
+class TrayIconEngine final : public QIconEngine {
   public:
-    explicit StatusIconEngine(StatusPicture picture) : picture_(std::move(picture)) {}
+    explicit TrayIconEngine(StatusTitle title) : title_(std::move(title)) {}
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode, QIcon::State) override {
         const double scale = painter->device() ? painter->device()->devicePixelRatioF() : 1.0;
-        QImage image =
-            drawStatusPicture(picture_, rounded(std::min(rect.width(), rect.height()) * scale));
+        QImage image = drawTrayIcon(title_, rounded(std::min(rect.width(), rect.height()) * scale));
         image.setDevicePixelRatio(scale);
         const QSizeF size = QSizeF(image.size()) / scale;
         painter->drawImage(QPointF(rect.x() + (rect.width() - size.width()) / 2,
@@ -166,8 +149,7 @@ class StatusIconEngine final : public QIconEngine {
     }
 
     QPixmap pixmap(const QSize& size, QIcon::Mode, QIcon::State) override {
-        return QPixmap::fromImage(
-            drawStatusPicture(picture_, std::min(size.width(), size.height())));
+        return QPixmap::fromImage(drawTrayIcon(title_, std::min(size.width(), size.height())));
     }
 
     /// The sizes that panels draw; a host that is handed all of them need not scale.
@@ -176,16 +158,16 @@ class StatusIconEngine final : public QIconEngine {
     }
 
     bool isNull() override { return false; }
-    QIconEngine* clone() const override { return new StatusIconEngine(*this); }
+    QIconEngine* clone() const override { return new TrayIconEngine(*this); }
 
   private:
-    StatusPicture picture_;
+    StatusTitle title_;
 };
 
 } // namespace
 
-QIcon statusIcon(const StatusPicture& picture) {
-    return QIcon(new StatusIconEngine(picture)); // the icon owns its engine
+QIcon trayIcon(const StatusTitle& title) {
+    return QIcon(new TrayIconEngine(title)); // the icon owns its engine
 }
 
 } // namespace korvel::platform

@@ -6,24 +6,27 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 
+#include "platform/linux/session/tray_icon.h"
+
 namespace korvel::platform {
 
-QtStatusItem::QtStatusItem(QMenu& menu) : menu_(menu), deaf_(0), host_([this] { appear(); }) {}
+TrayStatusItem::TrayStatusItem(QMenu& menu)
+    : menu_(menu), clicksIgnoredUntil_(0), host_([this] { appear(); }) {}
 
-void QtStatusItem::setTitle(const StatusTitle& title) {
+void TrayStatusItem::setTitle(const StatusTitle& title) {
     if (!icon_) {
         host_.lookAgain();
     }
     // An icon that is set anew travels to the panel and wakes it, changed or not.
-    if (StatusPicture picture = statusPicture(title); picture != picture_) {
-        picture_ = std::move(picture);
+    if (title_ != title) {
+        title_ = title;
         if (icon_) {
-            icon_->setIcon(statusIcon(picture_));
+            icon_->setIcon(trayIcon(title));
         }
     }
 }
 
-void QtStatusItem::setToolTip(const std::string& text) {
+void TrayStatusItem::setToolTip(const std::string& text) {
     if (QString toolTip = QString::fromStdString(text); toolTip != toolTip_) {
         toolTip_ = std::move(toolTip);
         if (icon_) {
@@ -32,11 +35,11 @@ void QtStatusItem::setToolTip(const std::string& text) {
     }
 }
 
-void QtStatusItem::setAction(std::function<void()> action) {
+void TrayStatusItem::setAction(std::function<void()> action) {
     action_ = std::move(action);
 }
 
-std::optional<Rectangle> QtStatusItem::frame() const {
+std::optional<Rectangle> TrayStatusItem::frame() const {
     const QRect place = icon_ ? icon_->geometry() : QRect();
     if (place.isEmpty()) {
         return std::nullopt;
@@ -45,39 +48,41 @@ std::optional<Rectangle> QtStatusItem::frame() const {
                      static_cast<double>(place.width()), static_cast<double>(place.height())};
 }
 
-void QtStatusItem::ignoreClicks(double seconds) {
-    deaf_.setRemainingTime(
+void TrayStatusItem::ignoreClicks(double seconds) {
+    clicksIgnoredUntil_.setRemainingTime(
         std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds)));
 }
 
-void QtStatusItem::appear() {
+void TrayStatusItem::appear() {
     icon_ = std::make_unique<QSystemTrayIcon>();
-    connect(icon_.get(), &QSystemTrayIcon::activated, this, &QtStatusItem::activated);
-    icon_->setIcon(statusIcon(picture_));
+    connect(icon_.get(), &QSystemTrayIcon::activated, this, &TrayStatusItem::activated);
+    if (title_) {
+        icon_->setIcon(trayIcon(*title_));
+    }
     icon_->setToolTip(toolTip_);
     icon_->setContextMenu(&menu_);
     icon_->show();
 }
 
-void QtStatusItem::activated(QSystemTrayIcon::ActivationReason reason) {
+void TrayStatusItem::activated(QSystemTrayIcon::ActivationReason reason) {
     // The second of two quick clicks is a click like any other.
     const bool click = reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick;
-    if (click && deaf_.hasExpired() && action_) {
+    if (click && clicksIgnoredUntil_.hasExpired() && action_) {
         action_();
     }
 }
 
-QtStatusBar::QtStatusBar() {
+TrayStatusBar::TrayStatusBar() {
     qGuiApp->installEventFilter(this);
 }
 
-QtStatusBar::~QtStatusBar() = default;
+TrayStatusBar::~TrayStatusBar() = default;
 
-std::unique_ptr<StatusItem> QtStatusBar::makeStatusItem() {
-    return std::make_unique<QtStatusItem>(menu_);
+std::unique_ptr<StatusItem> TrayStatusBar::makeStatusItem() {
+    return std::make_unique<TrayStatusItem>(menu_);
 }
 
-void QtStatusBar::setMainMenu(MainMenu menu) {
+void TrayStatusBar::setMainMenu(MainMenu menu) {
     mainMenu_ = std::move(menu);
     menu_.clear();
     if (mainMenu_.menus.empty()) {
@@ -92,7 +97,7 @@ void QtStatusBar::setMainMenu(MainMenu menu) {
     }
 }
 
-bool QtStatusBar::eventFilter(QObject* watched, QEvent* event) {
+bool TrayStatusBar::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() != QEvent::KeyPress || !watched->isWindowType()) {
         return false;
     }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include <QDeadlineTimer>
 #include <QMenu>
@@ -9,17 +11,16 @@
 #include <QSystemTrayIcon>
 
 #include "platform/linux/session/tray_host.h"
-#include "platform/linux/session/tray_icon.h"
 #include "platform/status_bar.h"
 
 namespace korvel::platform {
 
 /// The icon in the tray: from the moment there is a tray, for as long as there is one, and again
 /// when it comes back.
-class QtStatusItem final : public QObject, public StatusItem {
+class TrayStatusItem final : public QObject, public StatusItem {
   public:
     /// `menu` outlives the item.
-    explicit QtStatusItem(QMenu& menu);
+    explicit TrayStatusItem(QMenu& menu);
 
     void setTitle(const StatusTitle& title) override;
     void setToolTip(const std::string& text) override;
@@ -33,19 +34,19 @@ class QtStatusItem final : public QObject, public StatusItem {
 
     QMenu& menu_;
     std::function<void()> action_;
-    StatusPicture picture_;
+    std::optional<StatusTitle> title_; ///< none before the first
     QString toolTip_;
-    QDeadlineTimer deaf_; ///< clicks count only once this has expired
+    QDeadlineTimer clicksIgnoredUntil_;
     std::unique_ptr<QSystemTrayIcon> icon_;
     TrayHost host_; ///< last: it calls back into all of the above
 };
 
 /// The tray. The application's own menu is the context menu of the item, and its key equivalents
 /// work with the Control key while a window of the program has the keyboard.
-class QtStatusBar final : public QObject, public StatusBar {
+class TrayStatusBar final : public QObject, public StatusBar {
   public:
-    QtStatusBar();
-    ~QtStatusBar() override;
+    TrayStatusBar();
+    ~TrayStatusBar() override;
 
     /// The item must not outlive the bar.
     std::unique_ptr<StatusItem> makeStatusItem() override;

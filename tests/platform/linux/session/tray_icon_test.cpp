@@ -13,7 +13,7 @@ namespace {
 constexpr QRgb kInk = 0xff101418;
 
 QImage draw(int score, int pixels, bool awake = false) {
-    return drawStatusPicture(statusPicture(statusTitle(score, awake)), pixels);
+    return drawTrayIcon(statusTitle(score, awake), pixels);
 }
 
 /// The number of pixels of exactly this colour.
@@ -27,9 +27,9 @@ int count(const QImage& image, QRgb colour) {
     return found;
 }
 
-class StatusIconAtSize : public testing::TestWithParam<int> {};
+class TrayIconAtSize : public testing::TestWithParam<int> {};
 
-TEST_P(StatusIconAtSize, ShowsTheExactColourOfTheScore) {
+TEST_P(TrayIconAtSize, ShowsTheExactColourOfTheScore) {
     struct Case {
         int score;
         QRgb colour;
@@ -41,7 +41,7 @@ TEST_P(StatusIconAtSize, ShowsTheExactColourOfTheScore) {
     }
 }
 
-TEST_P(StatusIconAtSize, EveryScoreHasAPictureOfItsOwn) {
+TEST_P(TrayIconAtSize, EveryScoreHasAPictureOfItsOwn) {
     std::set<std::vector<uchar>> pictures;
     for (int score = 0; score <= 100; ++score) {
         const QImage image = draw(score, GetParam());
@@ -50,7 +50,7 @@ TEST_P(StatusIconAtSize, EveryScoreHasAPictureOfItsOwn) {
     EXPECT_EQ(pictures.size(), 101U);
 }
 
-TEST_P(StatusIconAtSize, TheNumberIsInkOnWholePixels) {
+TEST_P(TrayIconAtSize, TheNumberIsInkOnWholePixels) {
     // Upright and level strokes lie on whole pixels, so at least half of the ink is not blended.
     for (const int score : {0, 7, 10, 87, 88, 100}) {
         const QImage image = draw(score, GetParam());
@@ -65,7 +65,7 @@ TEST_P(StatusIconAtSize, TheNumberIsInkOnWholePixels) {
     }
 }
 
-TEST_P(StatusIconAtSize, TheNumberKeepsOffTheEdge) {
+TEST_P(TrayIconAtSize, TheNumberKeepsOffTheEdge) {
     for (int score = 0; score <= 100; ++score) {
         const QImage image = draw(score, GetParam());
         for (int i = 0; i < GetParam(); ++i) {
@@ -77,29 +77,25 @@ TEST_P(StatusIconAtSize, TheNumberKeepsOffTheEdge) {
     }
 }
 
-TEST_P(StatusIconAtSize, TheCupChangesThePictureAndLeavesTheNumber) {
+TEST_P(TrayIconAtSize, TheCupChangesThePictureAndLeavesTheNumber) {
     EXPECT_NE(draw(87, GetParam(), true), draw(87, GetParam(), false));
     EXPECT_NE(draw(87, GetParam(), true), draw(86, GetParam(), true));
 }
 
-INSTANTIATE_TEST_SUITE_P(Panels, StatusIconAtSize,
-                         testing::Values(16, 22, 24, 32, 44, 48, 64, 128));
+INSTANTIATE_TEST_SUITE_P(Panels, TrayIconAtSize, testing::Values(16, 22, 24, 32, 44, 48, 64, 128));
 
-TEST(StatusPicture, IsTheDotsColourAndTheLastRunsDigits) {
-    const StatusPicture picture = statusPicture(statusTitle(87, false));
-    EXPECT_EQ(picture.tile, QColor(79, 217, 130));
-    EXPECT_EQ(picture.digits, QStringLiteral("87"));
-    EXPECT_FALSE(picture.mark);
-    EXPECT_TRUE(statusPicture(statusTitle(87, true)).mark);
+TEST(TrayIcon, IsDrawnFromTheTitlesValuesAndNotFromItsText) {
+    StatusTitle title = statusTitle(87, true);
+    title.runs = statusTitle(12, false).runs;
+    EXPECT_EQ(drawTrayIcon(title, 32), draw(87, 32, true));
 }
 
-TEST(StatusPicture, OfAnEmptyTitleIsTransparent) {
-    const QImage image = drawStatusPicture(statusPicture({}), 22);
-    EXPECT_EQ(count(image, 0), 22 * 22);
+TEST(TrayIcon, IsTransparentWhereNothingCanBeRead) {
+    EXPECT_EQ(count(draw(87, 7), 0), 7 * 7);
 }
 
-TEST(StatusIcon, OffersTheSizesThatPanelsDraw) {
-    const QIcon icon = statusIcon(statusPicture(statusTitle(7, false)));
+TEST(TrayIcon, OffersTheSizesThatPanelsDraw) {
+    const QIcon icon = trayIcon(statusTitle(7, false));
     const QList<QSize> sizes = icon.availableSizes();
     for (const int pixels : {16, 22, 24, 32, 48, 64}) {
         EXPECT_TRUE(sizes.contains(QSize(pixels, pixels))) << pixels;
