@@ -5,7 +5,7 @@
 #include "platform/linux/kernel/own_memory.h"
 #include "platform/linux/session/window_effects.h"
 #include "ui/content/linux_words.h"
-#include "ui/quick/popover_window.h"
+#include "ui/quick/window_popover.h"
 
 namespace korvel {
 
@@ -15,7 +15,7 @@ std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root) {
     if (platform::desktopKnowsShadows()) {
         desktop.declareShadow = platform::declareShadow;
     }
-    return std::make_unique<PopoverWindow>(root, std::move(desktop));
+    return std::make_unique<WindowPopover>(root, std::move(desktop));
 }
 
 } // namespace korvel

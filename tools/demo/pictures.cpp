@@ -14,7 +14,7 @@
 #include "platform/simulated/status_bar.h"
 #include "simulation/program.h"
 #include "ui/content/linux_words.h"
-#include "ui/quick/popover_window.h"
+#include "ui/quick/window_popover.h"
 
 namespace korvel::simulation {
 
@@ -66,7 +66,7 @@ bool draw(ContentView& root, bool dark, const QString& file) {
     platform::SimulatedStatusBar bar;
     const auto item = bar.makeStatusItem();
     // As where windows blend: with its shadow.
-    PopoverWindow popover(
+    WindowPopover popover(
         root,
         PopoverDesktop{linuxWords, {}, [] { return true; }, [](QWindow&, const QMargins&) {}});
     popover.show(*item);

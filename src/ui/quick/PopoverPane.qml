@@ -20,7 +20,7 @@ Rectangle {
     height: Math.min(view.contentHeight, maximumHeight)
     color: Inks.ground
 
-    ContentView {
+    ScrolledSections {
         id: view
 
         anchors.fill: parent

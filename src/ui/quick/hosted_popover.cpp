@@ -9,7 +9,7 @@
 
 #include "ui/content/content_view.h"
 #include "ui/content/popover_size.h"
-#include "ui/quick/quick_views.h"
+#include "ui/quick/popover_views.h"
 
 namespace korvel {
 

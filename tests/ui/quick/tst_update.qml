@@ -9,7 +9,7 @@ Item {
     width: 400
     height: 1000
 
-    PopoverView {
+    PopoverPanel {
         id: view
 
         content: theatre.bridge

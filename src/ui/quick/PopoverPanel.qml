@@ -31,7 +31,7 @@ Rectangle {
         anchors.margins: root.inset
         clip: root.inset > 0
 
-        ContentView {
+        ScrolledSections {
             id: view
 
             anchors.fill: parent

@@ -33,11 +33,11 @@ struct PopoverDesktop {
 /// The popover as a frameless window at the status item. The views are loaded when it is opened,
 /// stay for a moment after it is closed, and are then let go: most of the time nobody looks.
 /// Nothing is drawn while it is closed.
-class PopoverWindow final : public QObject, public platform::Popover {
+class WindowPopover final : public QObject, public platform::Popover {
   public:
     /// `root` outlives the popover.
-    PopoverWindow(ContentView& root, PopoverDesktop desktop);
-    ~PopoverWindow() override;
+    WindowPopover(ContentView& root, PopoverDesktop desktop);
+    ~WindowPopover() override;
 
     void show(platform::StatusItem& item) override;
     void close() override;

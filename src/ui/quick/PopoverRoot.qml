@@ -30,7 +30,7 @@ Item {
         visible: root.shadowed
     }
 
-    PopoverView {
+    PopoverPanel {
         id: panel
 
         x: root.shadowed ? shadow.sideMargin : 0

@@ -8,7 +8,7 @@ Item {
     width: 400
     height: 900
 
-    PopoverView {
+    PopoverPanel {
         id: view
 
         content: theatre.bridge
@@ -419,7 +419,7 @@ Item {
             compare(theatre.terminatedProgram(), true);
         }
 
-        name: "ContentView"
+        name: "Sections"
         when: windowShown
     }
 }

@@ -8,7 +8,7 @@ Item {
     width: 400
     height: 900
 
-    PopoverFrame {
+    PopoverRoot {
         id: frame
 
         content: theatre.bridge
@@ -16,7 +16,7 @@ Item {
 
     TestCase {
         function panel() {
-            return Array.from(frame.children).find(child => child instanceof PopoverView);
+            return Array.from(frame.children).find(child => child instanceof PopoverPanel);
         }
 
         function init() {
@@ -59,7 +59,7 @@ Item {
             compare(panel().inset, 0);
         }
 
-        name: "PopoverFrame"
+        name: "PopoverRoot"
         when: windowShown
     }
 }

@@ -1,4 +1,4 @@
-#include "ui/quick/popover_window.h"
+#include "ui/quick/window_popover.h"
 
 #include <algorithm>
 #include <chrono>
@@ -15,7 +15,7 @@
 
 #include "ui/content/content_view.h"
 #include "ui/content/popover_size.h"
-#include "ui/quick/quick_views.h"
+#include "ui/quick/popover_views.h"
 #include "ui/quick/shadow_item.h"
 
 namespace korvel {
@@ -46,17 +46,17 @@ QPoint placeAt(const QRect& anchor, QSize size, const QRect& free) {
 
 } // namespace
 
-PopoverWindow::PopoverWindow(ContentView& root, PopoverDesktop desktop)
+WindowPopover::WindowPopover(ContentView& root, PopoverDesktop desktop)
     : root_(root), desktop_(std::move(desktop)),
       observation_(root.observe([this] { contentWillChange(); })) {
     unloading_.setSingleShot(true);
     unloading_.setInterval(kKeptLoaded);
-    connect(&unloading_, &QTimer::timeout, this, &PopoverWindow::unload);
+    connect(&unloading_, &QTimer::timeout, this, &WindowPopover::unload);
 }
 
-PopoverWindow::~PopoverWindow() = default;
+WindowPopover::~WindowPopover() = default;
 
-void PopoverWindow::show(platform::StatusItem& item) {
+void WindowPopover::show(platform::StatusItem& item) {
     if (shown()) {
         return;
     }
@@ -81,7 +81,7 @@ void PopoverWindow::show(platform::StatusItem& item) {
     view_->show();
 }
 
-void PopoverWindow::close() {
+void WindowPopover::close() {
     if (shown()) {
         item_ = nullptr;
         view_->hide();
@@ -90,23 +90,23 @@ void PopoverWindow::close() {
     }
 }
 
-bool PopoverWindow::shown() const {
+bool WindowPopover::shown() const {
     return item_ != nullptr;
 }
 
-void PopoverWindow::activate() {
+void WindowPopover::activate() {
     if (shown()) {
         view_->raise();
     }
 }
 
-void PopoverWindow::makeKey() {
+void WindowPopover::makeKey() {
     if (shown()) {
         view_->requestActivate();
     }
 }
 
-bool PopoverWindow::eventFilter(QObject* watched, QEvent* event) {
+bool WindowPopover::eventFilter(QObject* watched, QEvent* event) {
     if (watched != view_.get()) {
         return false;
     }
@@ -124,20 +124,20 @@ bool PopoverWindow::eventFilter(QObject* watched, QEvent* event) {
     return false;
 }
 
-void PopoverWindow::makeView() {
+void WindowPopover::makeView() {
     bridge_ = std::make_unique<PopoverBridge>(root_, desktop_.words);
     render();
     view_ = makeQuickViews(*bridge_, colourScheme_,
                            Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint,
-                           QStringLiteral("PopoverFrame.qml"));
+                           QStringLiteral("PopoverRoot.qml"));
     view_->installEventFilter(this);
-    connect(view_.get(), &QWindow::activeChanged, this, &PopoverWindow::activeChanged);
-    connect(view_.get(), &QWindow::widthChanged, this, &PopoverWindow::place);
-    connect(view_.get(), &QWindow::heightChanged, this, &PopoverWindow::place);
+    connect(view_.get(), &QWindow::activeChanged, this, &WindowPopover::activeChanged);
+    connect(view_.get(), &QWindow::widthChanged, this, &WindowPopover::place);
+    connect(view_.get(), &QWindow::heightChanged, this, &WindowPopover::place);
     view_->create();
 }
 
-void PopoverWindow::unload() {
+void WindowPopover::unload() {
     view_.reset();
     bridge_.reset();
     if (desktop_.released) {
@@ -153,14 +153,14 @@ void PopoverWindow::unload() {
     }
 }
 
-void PopoverWindow::dress() {
+void WindowPopover::dress() {
     const bool blends = desktop_.blendsWindows && desktop_.blendsWindows();
     shadowed_ = blends && desktop_.declareShadow;
     view_->rootObject()->setProperty("rounded", blends);
     view_->rootObject()->setProperty("shadowed", shadowed_);
 }
 
-void PopoverWindow::place() {
+void WindowPopover::place() {
     if (!shown()) {
         return;
     }
@@ -182,17 +182,17 @@ void PopoverWindow::place() {
     declareShadow();
 }
 
-QMargins PopoverWindow::shadowMargins() const {
+QMargins WindowPopover::shadowMargins() const {
     return shadowed_ ? ShadowItem::kMargins : QMargins();
 }
 
-void PopoverWindow::declareShadow() {
+void WindowPopover::declareShadow() {
     if (desktop_.declareShadow) {
         desktop_.declareShadow(*view_, shadowMargins());
     }
 }
 
-void PopoverWindow::contentWillChange() {
+void WindowPopover::contentWillChange() {
     if (!shown() || renderPending_) {
         return;
     }
@@ -209,11 +209,11 @@ void PopoverWindow::contentWillChange() {
         Qt::QueuedConnection);
 }
 
-void PopoverWindow::render() {
+void WindowPopover::render() {
     bridge_->setContent(root_.content());
 }
 
-void PopoverWindow::activeChanged() {
+void WindowPopover::activeChanged() {
     if (view_->isActive()) {
         wasActive_ = true;
         // Some window managers hear of it only once they look after the window.

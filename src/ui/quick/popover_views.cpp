@@ -1,4 +1,4 @@
-#include "ui/quick/quick_views.h"
+#include "ui/quick/popover_views.h"
 
 #include <QQmlEngine>
 #include <QQuickView>
