@@ -1,15 +1,16 @@
 import QtQuick
 import Korvel
 
-// The popover's panel: as tall as its content, up to a limit.
+// The popover's panel: the ground under the sections, as tall as they are, up to a limit.
 Rectangle {
     id: root
 
     required property PopoverBridge content
 
     property alias animated: view.animated
-    property alias menuShown: view.menuShown // it takes the Escape key
-    property real maximumHeight: 740
+    property alias menuShown: view.menuShown
+    property bool bordered: true
+    property real maximumHeight: Infinity
     property bool rounded: false
 
     // Keeps what scrolls by out of the round corners.
@@ -23,6 +24,7 @@ Rectangle {
     width: Theme.popoverWidth
     height: Math.min(view.contentHeight, maximumHeight)
     border.color: Qt.tint(Inks.ground, Theme.track(Theme.borderOpacity))
+    border.width: bordered ? 1 : 0
     color: Inks.ground
     radius: rounded ? Theme.popoverRadius : 0
 

@@ -6,20 +6,18 @@ Item {
     id: root
 
     required property PopoverBridge content
+    required property PopoverFrame frame
 
-    property alias animated: panel.animated
-    property alias maximumHeight: panel.maximumHeight
-    property alias menuShown: panel.menuShown // it takes the Escape key
-    property alias rounded: panel.rounded
-    property bool shadowed: false
+    width: panel.width + (frame.shadowed ? 2 * shadow.sideMargin : 0)
+    height: panel.height + (frame.shadowed ? shadow.topMargin + shadow.bottomMargin : 0)
 
-    // To be called before the popover opens.
-    function layOut() {
-        panel.layOut();
+    Connections {
+        target: root.frame
+
+        function onLayOut() {
+            panel.layOut();
+        }
     }
-
-    width: panel.width + (shadowed ? 2 * shadow.sideMargin : 0)
-    height: panel.height + (shadowed ? shadow.topMargin + shadow.bottomMargin : 0)
 
     Shadow {
         id: shadow
@@ -27,14 +25,19 @@ Item {
         anchors.fill: parent
         colour: Qt.alpha("black", Inks.dark ? Theme.shadowOpacityDark : Theme.shadowOpacity)
         radius: panel.radius
-        visible: root.shadowed
+        visible: root.frame.shadowed
     }
 
     PopoverPanel {
         id: panel
 
-        x: root.shadowed ? shadow.sideMargin : 0
-        y: root.shadowed ? shadow.topMargin : 0
+        x: root.frame.shadowed ? shadow.sideMargin : 0
+        y: root.frame.shadowed ? shadow.topMargin : 0
+        animated: root.frame.animated
+        bordered: root.frame.bordered
         content: root.content
+        maximumHeight: root.frame.maximumHeight
+        rounded: root.frame.rounded
+        onMenuShownChanged: root.frame.menuShown = menuShown
     }
 }

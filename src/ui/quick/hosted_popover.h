@@ -5,18 +5,11 @@
 #include <optional>
 
 #include <QObject>
-#include <QTimer>
 
-#include "base/observable.h"
 #include "platform/status_bar.h"
-#include "ui/quick/colour_scheme.h"
-#include "ui/quick/popover_bridge.h"
-
-class QQuickView;
+#include "ui/quick/popover_views.h"
 
 namespace korvel {
-
-class ContentView;
 
 /// A popover of the desktop's own, which stands around a native view.
 struct PopoverHost {
@@ -27,8 +20,7 @@ struct PopoverHost {
     std::function<std::optional<double>()> visibleScreenHeight;
 };
 
-/// The popover where the desktop has one: the views are the content of its own. They are loaded
-/// when it is opened, stay for a moment after it has closed, and are then let go.
+/// The popover where the desktop has one: the views are the content of its own.
 class HostedPopover final : public QObject, public platform::Popover {
   public:
     /// Makes the host. It is to call `closed` each time the popover has closed, whoever closed it,
@@ -37,7 +29,6 @@ class HostedPopover final : public QObject, public platform::Popover {
 
     /// `root` outlives the popover.
     HostedPopover(ContentView& root, Words words, const MakeHost& makeHost);
-    ~HostedPopover() override;
 
     void show(platform::StatusItem& item) override;
     void close() override;
@@ -45,28 +36,12 @@ class HostedPopover final : public QObject, public platform::Popover {
     void activate() override;
     void makeKey() override;
 
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
   private:
-    void makeViews();
-    void unload();
-    void closed();
-    void limitHeight();
+    void loaded();
     void resize();
-    void contentWillChange();
-    void render();
 
-    ContentView& root_;
-    Words words_;
-    Observation observation_;
-    /// Without a portal: such a desktop tells by the palette.
-    ColourScheme colourScheme_{QDBusConnection(QString())};
-    QTimer unloading_;
-    bool renderPending_ = false;
-    std::unique_ptr<PopoverBridge> bridge_;
-    std::unique_ptr<QQuickView> view_;
-    PopoverHost
-        host_; ///< last: it calls back into all of the above, and holds the view's native one
+    PopoverViews views_;
+    PopoverHost host_; ///< last: it calls back into the views, and holds their native one
 };
 
 } // namespace korvel

@@ -1,35 +1,118 @@
 #include "ui/quick/popover_views.h"
 
+#include <utility>
+
+#include <QKeyEvent>
 #include <QQmlEngine>
+#include <QQuickItem>
 #include <QQuickView>
 #include <QSGRendererInterface>
 
-#include "ui/quick/colour_scheme.h"
+#include "ui/content/content_view.h"
 #include "ui/quick/inks.h"
-#include "ui/quick/popover_bridge.h"
 
 // Made by the build from the QML module; a static library's module is registered by calling it.
 void qml_register_types_Korvel(); // NOLINT(readability-identifier-naming)
 
 namespace korvel {
 
-std::unique_ptr<QQuickView> makeQuickViews(PopoverBridge& bridge, ColourScheme& colourScheme,
-                                           Qt::WindowFlags flags, const QString& file) {
+PopoverViews::PopoverViews(ContentView& root, Options options)
+    : root_(root), options_(std::move(options)),
+      observation_(root.observe([this] { contentWillChange(); })), colourScheme_(options_.portal) {
+    unloading_.setSingleShot(true);
+    unloading_.setInterval(options_.keptLoaded);
+    connect(&unloading_, &QTimer::timeout, this, &PopoverViews::unload);
+}
+
+PopoverViews::~PopoverViews() = default;
+
+void PopoverViews::prepare() {
+    unloading_.stop();
+    if (!view_) {
+        load();
+    }
+    frame_.setAnimated(false);
+    render();
+    Q_EMIT frame_.layOut();
+    frame_.setAnimated(true);
+    fit();
+}
+
+void PopoverViews::show() {
+    shown_ = true;
+    view_->show();
+}
+
+void PopoverViews::hide() {
+    shown_ = false;
+    if (view_) {
+        view_->hide();
+        view_->releaseResources();
+        unloading_.start();
+    }
+}
+
+void PopoverViews::fit() {
+    view_->resize(view_->rootObject()->size().toSize());
+}
+
+bool PopoverViews::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == view_.get() && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && !frame_.menuShown()) {
+        Q_EMIT escaped();
+        return true;
+    }
+    return false;
+}
+
+void PopoverViews::load() {
 #ifdef KORVEL_QML_AS_WRITTEN
     qputenv("QML_DISABLE_DISK_CACHE", "1"); // what it compiles is not to be kept in the home folder
 #endif
     // Drawn by the processor: a window this small needs no graphics driver, and its memory.
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     qml_register_types_Korvel();
-    auto view = std::make_unique<QQuickView>();
-    view->engine()->setProperty(Inks::kColourSchemeProperty, QVariant::fromValue(&colourScheme));
-    view->setFlags(flags);
-    view->setColor(Qt::transparent); // behind the panel's round corners
-    view->setTitle(QStringLiteral("Korvel"));
-    view->setResizeMode(QQuickView::SizeViewToRootObject);
-    view->setInitialProperties({{QStringLiteral("content"), QVariant::fromValue(&bridge)}});
-    view->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/") + file));
-    return view;
+    bridge_ = std::make_unique<PopoverBridge>(root_, options_.words);
+    render(); // before the views ask for it
+    view_ = std::make_unique<QQuickView>();
+    view_->engine()->setProperty(Inks::kColourSchemeProperty, QVariant::fromValue(&colourScheme_));
+    view_->setFlags(options_.flags);
+    view_->setColor(Qt::transparent); // behind the panel's round corners
+    view_->setTitle(QStringLiteral("Korvel"));
+    view_->setResizeMode(QQuickView::SizeViewToRootObject);
+    view_->setInitialProperties({{QStringLiteral("content"), QVariant::fromValue(bridge_.get())},
+                                 {QStringLiteral("frame"), QVariant::fromValue(&frame_)}});
+    view_->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverRoot.qml")));
+    view_->installEventFilter(this);
+    Q_EMIT loaded();
+}
+
+void PopoverViews::unload() {
+    Q_EMIT unloading();
+    view_.reset();
+    bridge_.reset();
+    frame_.setMenuShown(false); // which may have been open to the end
+}
+
+void PopoverViews::contentWillChange() {
+    if (!shown_ || renderPending_) {
+        return;
+    }
+    renderPending_ = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            renderPending_ = false;
+            if (shown_) {
+                render();
+                Q_EMIT rendered();
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+void PopoverViews::render() {
+    bridge_->setContent(root_.content());
 }
 
 } // namespace korvel

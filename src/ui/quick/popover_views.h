@@ -1,21 +1,85 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 
-#include <QString>
-#include <Qt>
+#include <QDBusConnection>
+#include <QObject>
+#include <QTimer>
+
+#include "base/observable.h"
+#include "ui/quick/colour_scheme.h"
+#include "ui/quick/popover_bridge.h"
+#include "ui/quick/popover_frame.h"
 
 class QQuickView;
 
 namespace korvel {
 
-class ColourScheme;
-class PopoverBridge;
+class ContentView;
 
-/// Loads the views of `file`, one of the module's, into a window that takes its size from them and
-/// is not shown yet. The views ask `bridge` for their content as they are loaded. Both outlive the
-/// window.
-std::unique_ptr<QQuickView> makeQuickViews(PopoverBridge& bridge, ColourScheme& colourScheme,
-                                           Qt::WindowFlags flags, const QString& file);
+/// The popover's views, in a window that whoever owns this shows and places. They are loaded when
+/// they are first needed, stay for a moment after they were hidden, and are then let go: most of
+/// the time nobody looks. While they are shown, a change of the content is rendered on the next
+/// turn of the run loop, once however many there were; while they are hidden nothing is.
+class PopoverViews final : public QObject {
+    Q_OBJECT
+
+  public:
+    struct Options {
+        Words words;            ///< what the texts are said in
+        Qt::WindowFlags flags;  ///< of the window
+        QDBusConnection portal; ///< where to ask for the colour scheme; not connected: nowhere
+        /// How long they stay after they were hidden, for whoever looks again at once.
+        std::chrono::milliseconds keptLoaded = std::chrono::seconds(10);
+    };
+
+    /// `root` outlives the views.
+    PopoverViews(ContentView& root, Options options);
+    ~PopoverViews() override;
+
+    /// How they stand on the desktop; said before they are loaded too.
+    PopoverFrame& frame() { return frame_; }
+
+    /// Makes them ready to be shown, with the content and in the size of now: what has changed
+    /// since they were last shown is not seen to change. Loads them where they are not.
+    void prepare();
+    /// Once they are prepared.
+    void show();
+    /// Also where they were prepared and then not shown.
+    void hide();
+    bool shown() const { return shown_; }
+
+    /// Their window; null while they are not loaded.
+    QQuickView* window() const { return view_.get(); }
+    /// Gives the window the size of the views now; by itself it takes it on a later turn.
+    void fit();
+
+  Q_SIGNALS:
+    void loaded();    ///< the window has been made
+    void unloading(); ///< it is about to go
+    void rendered();  ///< a change, while they are shown
+    void escaped();   ///< the Escape key was pressed, and nothing in them takes it
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    void load();
+    void unload();
+    void contentWillChange();
+    void render();
+
+    ContentView& root_;
+    Options options_;
+    Observation observation_;
+    ColourScheme colourScheme_; ///< from the start, so that it is known at the first opening
+    PopoverFrame frame_;
+    QTimer unloading_;
+    bool shown_ = false;
+    bool renderPending_ = false;
+    std::unique_ptr<PopoverBridge> bridge_;
+    std::unique_ptr<QQuickView> view_;
+};
 
 } // namespace korvel

@@ -1,34 +1,35 @@
 #include "ui/quick/window_popover.h"
 
 #include <algorithm>
-#include <chrono>
-#include <memory>
 #include <optional>
 #include <utility>
 
 #include <QCursor>
+#include <QEvent>
 #include <QGuiApplication>
-#include <QKeyEvent>
-#include <QQuickItem>
 #include <QQuickView>
 #include <QScreen>
 
-#include "ui/content/content_view.h"
 #include "ui/content/popover_size.h"
-#include "ui/quick/popover_views.h"
 #include "ui/quick/shadow_item.h"
 
 namespace korvel {
 
 namespace {
 
-constexpr int kGap = 4; ///< points between the item and the popover
-/// After a close the views stay, for whoever looks again at once.
-constexpr std::chrono::seconds kKeptLoaded(10);
+constexpr int kGap = 4;               ///< points between the item and the popover
 constexpr double kClosingClick = 0.4; ///< seconds within which the click that closed it arrives
+
+constexpr Qt::WindowFlags kTool = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
 
 QRect toRect(const platform::Rectangle& r) {
     return QRectF(r.x, r.y, r.width, r.height).toRect();
+}
+
+/// The screen that holds what the popover stands under; null where there is none at all.
+QScreen* screenOf(const QRect& anchor) {
+    QScreen* screen = QGuiApplication::screenAt(anchor.center());
+    return screen ? screen : QGuiApplication::primaryScreen();
 }
 
 /// Where a window of that size stands for an item at `anchor`: under it, or above where there is
@@ -47,46 +48,35 @@ QPoint placeAt(const QRect& anchor, QSize size, const QRect& free) {
 } // namespace
 
 WindowPopover::WindowPopover(ContentView& root, PopoverDesktop desktop)
-    : root_(root), desktop_(std::move(desktop)),
-      observation_(root.observe([this] { contentWillChange(); })) {
-    unloading_.setSingleShot(true);
-    unloading_.setInterval(kKeptLoaded);
-    connect(&unloading_, &QTimer::timeout, this, &WindowPopover::unload);
+    : desktop_(std::move(desktop)),
+      views_(root,
+             {.words = desktop_.words, .flags = kTool, .portal = QDBusConnection::sessionBus()}) {
+    connect(&views_, &PopoverViews::loaded, this, &WindowPopover::loaded);
+    connect(&views_, &PopoverViews::unloading, this, &WindowPopover::unloading);
+    connect(&views_, &PopoverViews::rendered, this, &WindowPopover::dress);
+    connect(&views_, &PopoverViews::escaped, this, &WindowPopover::close);
 }
-
-WindowPopover::~WindowPopover() = default;
 
 void WindowPopover::show(platform::StatusItem& item) {
     if (shown()) {
         return;
-    }
-    unloading_.stop();
-    if (!view_) {
-        makeView();
     }
     item_ = &item;
     wasActive_ = false;
     // A host that does not tell where the item is has just been clicked there.
     const std::optional<platform::Rectangle> frame = item.frame();
     anchor_ = frame ? toRect(*frame) : QRect(QCursor::pos(), QSize(1, 1));
-    // What has changed since it was last open is not to be seen to change.
-    view_->rootObject()->setProperty("animated", false);
-    render();
     dress();
-    QMetaObject::invokeMethod(view_->rootObject(), "layOut");
-    view_->rootObject()->setProperty("animated", true);
+    place(); // on its screen, before it takes its size there
+    views_.prepare();
     place();
-    view_->resize(view_->rootObject()->size().toSize()); // which the view by itself does later
-    place();
-    view_->show();
+    views_.show();
 }
 
 void WindowPopover::close() {
     if (shown()) {
         item_ = nullptr;
-        view_->hide();
-        view_->releaseResources();
-        unloading_.start();
+        views_.hide();
     }
 }
 
@@ -96,27 +86,18 @@ bool WindowPopover::shown() const {
 
 void WindowPopover::activate() {
     if (shown()) {
-        view_->raise();
+        views_.window()->raise();
     }
 }
 
 void WindowPopover::makeKey() {
     if (shown()) {
-        view_->requestActivate();
+        views_.window()->requestActivate();
     }
 }
 
 bool WindowPopover::eventFilter(QObject* watched, QEvent* event) {
-    if (watched != view_.get()) {
-        return false;
-    }
-    if (event->type() == QEvent::KeyPress &&
-        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape &&
-        !view_->rootObject()->property("menuShown").toBool()) { // which it closes first
-        close();
-        return true;
-    }
-    if (event->type() == QEvent::Close) { // by the window manager
+    if (watched == views_.window() && event->type() == QEvent::Close) { // by the window manager
         event->ignore();
         close();
         return true;
@@ -124,28 +105,23 @@ bool WindowPopover::eventFilter(QObject* watched, QEvent* event) {
     return false;
 }
 
-void WindowPopover::makeView() {
-    bridge_ = std::make_unique<PopoverBridge>(root_, desktop_.words);
-    render();
-    view_ = makeQuickViews(*bridge_, colourScheme_,
-                           Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint,
-                           QStringLiteral("PopoverRoot.qml"));
-    view_->installEventFilter(this);
-    connect(view_.get(), &QWindow::activeChanged, this, &WindowPopover::activeChanged);
-    connect(view_.get(), &QWindow::widthChanged, this, &WindowPopover::place);
-    connect(view_.get(), &QWindow::heightChanged, this, &WindowPopover::place);
-    view_->create();
+void WindowPopover::loaded() {
+    QQuickView* window = views_.window();
+    window->installEventFilter(this);
+    connect(window, &QWindow::activeChanged, this, &WindowPopover::activeChanged);
+    connect(window, &QWindow::widthChanged, this, &WindowPopover::place);
+    connect(window, &QWindow::heightChanged, this, &WindowPopover::place);
+    window->create();
+    place();
 }
 
-void WindowPopover::unload() {
-    view_.reset();
-    bridge_.reset();
+void WindowPopover::unloading() {
     if (desktop_.released) {
         // On a later turn, when what Qt itself deletes late is gone too.
         QMetaObject::invokeMethod(
             this,
             [this] {
-                if (!view_) {
+                if (!views_.window()) {
                     desktop_.released();
                 }
             },
@@ -153,68 +129,45 @@ void WindowPopover::unload() {
     }
 }
 
+/// Asked each time it is rendered: a compositor may have come or gone.
 void WindowPopover::dress() {
     const bool blends = desktop_.blendsWindows && desktop_.blendsWindows();
-    shadowed_ = blends && desktop_.declareShadow;
-    view_->rootObject()->setProperty("rounded", blends);
-    view_->rootObject()->setProperty("shadowed", shadowed_);
+    views_.frame().setRounded(blends);
+    views_.frame().setShadowed(blends && desktop_.declareShadow);
 }
 
 void WindowPopover::place() {
     if (!shown()) {
         return;
     }
-    QScreen* screen = QGuiApplication::screenAt(anchor_.center());
-    if (!screen) {
-        screen = QGuiApplication::primaryScreen();
+    QScreen* screen = screenOf(anchor_);
+    views_.frame().setMaximumHeight(popoverMaximumHeight(
+        screen ? std::optional<double>(screen->availableGeometry().height()) : std::nullopt));
+    if (!views_.window()) {
+        return;
     }
-    view_->rootObject()->setProperty(
-        "maximumHeight",
-        popoverMaximumHeight(screen ? std::optional<double>(screen->availableGeometry().height())
-                                    : std::nullopt));
     if (screen) {
         const QMargins margins = shadowMargins();
-        view_->setScreen(screen);
-        const QSize panel = view_->size().shrunkBy(margins);
-        view_->setPosition(placeAt(anchor_, panel, screen->availableGeometry()) -
-                           QPoint(margins.left(), margins.top()));
+        views_.window()->setScreen(screen);
+        const QSize panel = views_.window()->size().shrunkBy(margins);
+        views_.window()->setPosition(placeAt(anchor_, panel, screen->availableGeometry()) -
+                                     QPoint(margins.left(), margins.top()));
     }
     declareShadow();
 }
 
-QMargins WindowPopover::shadowMargins() const {
-    return shadowed_ ? ShadowItem::kMargins : QMargins();
+QMargins WindowPopover::shadowMargins() {
+    return views_.frame().shadowed() ? ShadowItem::kMargins : QMargins();
 }
 
 void WindowPopover::declareShadow() {
     if (desktop_.declareShadow) {
-        desktop_.declareShadow(*view_, shadowMargins());
+        desktop_.declareShadow(*views_.window(), shadowMargins());
     }
-}
-
-void WindowPopover::contentWillChange() {
-    if (!shown() || renderPending_) {
-        return;
-    }
-    renderPending_ = true;
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            renderPending_ = false;
-            if (shown()) {
-                render();
-                dress(); // a compositor may have come or gone
-            }
-        },
-        Qt::QueuedConnection);
-}
-
-void WindowPopover::render() {
-    bridge_->setContent(root_.content());
 }
 
 void WindowPopover::activeChanged() {
-    if (view_->isActive()) {
+    if (views_.window()->isActive()) {
         wasActive_ = true;
         // Some window managers hear of it only once they look after the window.
         declareShadow();

@@ -8,46 +8,66 @@ Item {
     width: 400
     height: 900
 
+    PopoverFrame {
+        id: outside
+    }
+
     PopoverRoot {
-        id: frame
+        id: window
 
         content: theatre.bridge
+        frame: outside
     }
 
     TestCase {
         function panel() {
-            return Array.from(frame.children).find(child => child instanceof PopoverPanel);
+            return Array.from(window.children).find(child => child instanceof PopoverPanel);
+        }
+
+        function find(item, objectName) {
+            if (item.objectName === objectName) {
+                return item;
+            }
+            for (let i = 0; i < item.children.length; ++i) {
+                const found = find(item.children[i], objectName);
+                if (found) {
+                    return found;
+                }
+            }
+            return null;
         }
 
         function init() {
             theatre.play("strained");
-            frame.maximumHeight = 2000;
-            frame.rounded = false;
-            frame.shadowed = false;
-            frame.layOut();
+            outside.maximumHeight = 2000;
+            outside.bordered = true;
+            outside.rounded = false;
+            outside.shadowed = false;
+            outside.layOut();
         }
 
         function test_withoutAShadowThereIsThePanelAlone() {
-            compare(frame.width, 340);
-            compare(frame.height, panel().height);
+            compare(window.width, 340);
+            compare(window.height, panel().height);
             compare([panel().x, panel().y], [0, 0]);
             compare(panel().radius, 0);
+            compare(panel().border.width, 1);
         }
 
         function test_theShadowLiesAroundThePanel() {
-            frame.rounded = true;
-            frame.shadowed = true;
+            outside.rounded = true;
+            outside.shadowed = true;
             compare(panel().width, 340);
-            compare(frame.width, 20 + 340 + 20);
-            compare(frame.height, 12 + panel().height + 28);
+            compare(window.width, 20 + 340 + 20);
+            compare(window.height, 12 + panel().height + 28);
             compare([panel().x, panel().y], [20, 12]);
             compare(panel().radius, 10);
         }
 
         function test_whatScrollsKeepsOutOfRoundCorners() {
-            frame.rounded = true;
+            outside.rounded = true;
             compare(panel().inset, 0);
-            frame.maximumHeight = 420;
+            outside.maximumHeight = 420;
             compare(panel().height, 420);
             compare(panel().inset, 3);
             // The content does not move for it.
@@ -55,8 +75,22 @@ Item {
             const place = content.mapToItem(panel(), 0, 0);
             compare([place.x, place.y, content.width, content.height], [0, 0, 340, 420]);
             verify(panel().children[0].clip);
-            frame.rounded = false;
+            outside.rounded = false;
             compare(panel().inset, 0);
+        }
+
+        function test_whereTheDesktopDrawsTheFrameThereIsTheGroundAlone() {
+            outside.bordered = false;
+            compare(panel().border.width, 0);
+            compare([window.width, window.height], [340, panel().height]);
+        }
+
+        function test_saysWhetherAMenuIsOpen() {
+            verify(!outside.menuShown);
+            mouseClick(find(window, "awakeControl"));
+            tryCompare(outside, "menuShown", true);
+            keyClick(Qt.Key_Escape);
+            tryCompare(outside, "menuShown", false);
         }
 
         name: "PopoverRoot"

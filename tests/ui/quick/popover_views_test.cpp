@@ -1,0 +1,152 @@
+#include "ui/quick/popover_views.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QKeyEvent>
+#include <QQuickItem>
+#include <QQuickView>
+
+#include "ui/quick/scenes.h"
+
+namespace korvel {
+namespace {
+
+using std::chrono::milliseconds;
+
+/// Runs what waits for the next turn of the run loop, and what that leaves for the one after it.
+void turn() {
+    QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
+}
+
+class Views : public testing::Test {
+  protected:
+    Views() {
+        stage.show(healthyReading());
+        QObject::connect(&views, &PopoverViews::loaded, [this] { ++loaded; });
+        QObject::connect(&views, &PopoverViews::unloading, [this] { ++unloading; });
+        QObject::connect(&views, &PopoverViews::rendered, [this] { ++rendered; });
+        QObject::connect(&views, &PopoverViews::escaped, [this] { ++escaped; });
+    }
+
+    void pressEscape() {
+        QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+        QCoreApplication::sendEvent(views.window(), &escape);
+    }
+
+    Stage stage;
+    /// Let go on the first turn after they were hidden.
+    PopoverViews views{stage.root,
+                       {.words = [](std::string text) { return text; },
+                        .flags = Qt::FramelessWindowHint,
+                        .portal = QDBusConnection(QString()),
+                        .keptLoaded = milliseconds(0)}};
+    int loaded = 0;
+    int unloading = 0;
+    int rendered = 0;
+    int escaped = 0;
+};
+
+TEST_F(Views, AreLoadedWhenTheyAreFirstPrepared) {
+    EXPECT_EQ(views.window(), nullptr);
+    views.prepare();
+    ASSERT_NE(views.window(), nullptr);
+    EXPECT_FALSE(views.window()->isVisible());
+    views.prepare();
+    EXPECT_EQ(loaded, 1);
+}
+
+TEST_F(Views, AreInTheirFinalSizeOnceTheyArePrepared) {
+    views.prepare();
+    const QSize closed = views.window()->size();
+    EXPECT_EQ(closed, views.window()->rootObject()->size().toSize());
+    stage.root.toggleBreakdown();
+    views.prepare();
+    EXPECT_GT(views.window()->height(), closed.height());
+    views.frame().setMaximumHeight(420);
+    views.prepare();
+    EXPECT_EQ(views.window()->size(), QSize(340, 420));
+}
+
+TEST_F(Views, OfManyChangesInOneTurnOneIsRendered) {
+    views.prepare();
+    views.show();
+    stage.root.toggleBreakdown();
+    stage.show(fairReading());
+    stage.show(strainedReading());
+    EXPECT_EQ(rendered, 0);
+    turn();
+    EXPECT_EQ(rendered, 1);
+    stage.show(fairReading());
+    turn();
+    EXPECT_EQ(rendered, 2);
+}
+
+TEST_F(Views, RenderNothingWhileTheyAreHidden) {
+    views.prepare();
+    stage.show(fairReading());
+    turn();
+    views.show();
+    stage.show(strainedReading());
+    views.hide();
+    turn();
+    EXPECT_EQ(rendered, 0);
+}
+
+TEST_F(Views, AreLetGoAfterTheyWereHidden) {
+    views.prepare();
+    views.show();
+    turn();
+    EXPECT_EQ(unloading, 0);
+    views.hide();
+    EXPECT_NE(views.window(), nullptr);
+    turn();
+    EXPECT_EQ(views.window(), nullptr);
+    EXPECT_EQ(unloading, 1);
+}
+
+TEST_F(Views, StayForWhoLooksAgainInTime) {
+    views.prepare();
+    views.show();
+    views.hide();
+    views.prepare();
+    turn();
+    EXPECT_NE(views.window(), nullptr);
+    EXPECT_EQ(loaded, 1);
+}
+
+TEST_F(Views, LeaveTheEscapeKeyToAnOpenMenu) {
+    views.prepare();
+    views.show();
+    pressEscape();
+    EXPECT_EQ(escaped, 1);
+    views.frame().setMenuShown(true);
+    pressEscape();
+    EXPECT_EQ(escaped, 1);
+}
+
+TEST_F(Views, ForgetAMenuThatWasOpenWhenTheyWereLetGo) {
+    views.prepare();
+    views.show();
+    views.frame().setMenuShown(true);
+    views.hide();
+    turn();
+    ASSERT_EQ(views.window(), nullptr);
+    views.prepare();
+    views.show();
+    pressEscape();
+    EXPECT_EQ(escaped, 1);
+}
+
+TEST_F(Views, AreAnimatedOnlyOnceTheyArePrepared) {
+    bool animated = true;
+    QObject::connect(&views.frame(), &PopoverFrame::layOut,
+                     [&] { animated = views.frame().animated(); });
+    views.prepare();
+    EXPECT_FALSE(animated);
+    EXPECT_TRUE(views.frame().animated());
+}
+
+} // namespace
+} // namespace korvel
