@@ -5,17 +5,12 @@ import Korvel
 Column {
     id: line
 
-    required property string name
-    required property string lost
-    required property real barFraction
-    required property string barColour
-    required property string lostColour
-    required property string detail
+    required property factorValue value
 
     spacing: 2
 
     Accessible.role: Accessible.StaticText
-    Accessible.name: name + " " + lost + ", " + detail
+    Accessible.name: value.spoken
 
     Item {
         width: line.width
@@ -29,7 +24,7 @@ Column {
             anchors.verticalCenter: parent.verticalCenter
             color: Inks.texts.of("primary")
             font: Theme.factorName
-            text: line.name
+            text: line.value.name
         }
 
         GaugeBar {
@@ -42,8 +37,8 @@ Column {
                 verticalCenter: parent.verticalCenter
             }
             height: Theme.barHeight
-            colour: Inks.fills.of(line.barColour)
-            fraction: line.barFraction
+            colour: Inks.fills.of(line.value.barColour)
+            fraction: line.value.barFraction
             shortest: Theme.shortestFactorBar
             trackColour: Theme.track(Theme.factorTrackOpacity)
         }
@@ -61,9 +56,9 @@ Column {
 
                 anchors.right: parent.right
                 y: nameLabel.y + nameLabel.baselineOffset - baselineOffset
-                colour: Inks.texts.of(line.lostColour)
+                colour: Inks.texts.of(line.value.lostColour)
                 font: Theme.factorPoints
-                text: line.lost
+                text: line.value.lost
             }
         }
     }
@@ -75,7 +70,7 @@ Column {
         color: Inks.texts.of("tertiary")
         font: Theme.factorDetail
         maximumLineCount: 2
-        text: line.detail
+        text: line.value.detail
         wrapMode: Text.Wrap
     }
 }

@@ -5,23 +5,16 @@ import Korvel
 Column {
     id: row
 
-    required property string label
-    required property string percentText
-    required property real barFraction
-    required property string detail
-    required property string colour
-    required property bool hasSpark
-    required property string sparkColour
-    required property list<real> sparkValues
+    required property metricValue value
 
     spacing: Theme.rowSpacing
 
     Accessible.role: Accessible.StaticText
-    Accessible.name: label + " " + percentText + ", " + detail
+    Accessible.name: value.spoken
 
     Item {
         width: row.width
-        height: Math.max(caption.height, percent.height, row.hasSpark ? spark.height : 0)
+        height: Math.max(caption.height, percent.height, row.value.hasSpark ? spark.height : 0)
 
         Label {
             id: caption
@@ -31,7 +24,7 @@ Column {
             anchors.baseline: percent.baseline
             color: Inks.texts.of("secondary")
             font: Theme.rowCaption
-            text: row.label
+            text: row.value.label
         }
 
         GaugeBar {
@@ -39,13 +32,13 @@ Column {
             anchors {
                 left: caption.right
                 leftMargin: Theme.rowLineSpacing
-                right: row.hasSpark ? spark.left : percent.left
+                right: row.value.hasSpark ? spark.left : percent.left
                 rightMargin: Theme.rowLineSpacing
                 verticalCenter: parent.verticalCenter
             }
             height: Theme.barHeight
-            colour: Inks.fills.of(row.colour)
-            fraction: row.barFraction
+            colour: Inks.fills.of(row.value.colour)
+            fraction: row.value.barFraction
             shortest: Theme.shortestRowBar
             trackColour: Theme.track(Theme.rowTrackOpacity)
         }
@@ -61,12 +54,12 @@ Column {
             }
             width: Theme.sparkWidth
             height: Theme.sparkHeight
-            visible: row.hasSpark
+            visible: row.value.hasSpark
 
             Spark {
                 anchors.centerIn: parent
-                colour: Inks.fills.of(row.sparkColour)
-                values: row.sparkValues
+                colour: Inks.fills.of(row.value.sparkColour)
+                values: row.value.sparkValues
             }
         }
 
@@ -77,10 +70,10 @@ Column {
             width: Theme.percentWidth
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
-            color: Inks.texts.of(row.colour)
+            color: Inks.texts.of(row.value.colour)
             font: Theme.rowPercent
             horizontalAlignment: Text.AlignRight
-            text: row.percentText
+            text: row.value.percent
         }
     }
 
@@ -91,7 +84,7 @@ Column {
         color: Inks.texts.of("tertiary")
         font: Theme.rowDetail
         maximumLineCount: 2
-        text: row.detail
+        text: row.value.detail
         wrapMode: Text.Wrap
     }
 }

@@ -5,12 +5,7 @@ import Korvel
 Item {
     id: line
 
-    required property int pid
-    required property string name
-    required property string size
-    required property bool canQuit
-    required property string tip
-
+    required property processValue value
     required property font nameFont
     required property font sizeFont
     property bool marked: false
@@ -20,7 +15,7 @@ Item {
     implicitHeight: Theme.processHeight
 
     Accessible.role: Accessible.ListItem
-    Accessible.name: name + ", " + size
+    Accessible.name: value.spoken
 
     Item {
         id: frame
@@ -52,7 +47,7 @@ Item {
         clip: true // signs stacked on a letter would reach into the lines above and below
         color: Inks.texts.of("primary")
         font: line.nameFont
-        text: line.name
+        text: line.value.name
     }
 
     Digits {
@@ -66,7 +61,7 @@ Item {
         }
         colour: Inks.texts.of("secondary")
         font: line.sizeFont
-        text: line.size
+        text: line.value.size
     }
 
     QuitButton {
@@ -76,9 +71,9 @@ Item {
             rightMargin: -Theme.quitReach
             verticalCenter: parent.verticalCenter
         }
-        processName: line.name
-        tip: line.tip
-        visible: line.canQuit
-        onClicked: line.quit(line.pid)
+        processName: line.value.name
+        tip: line.value.tip
+        visible: line.value.canQuit
+        onClicked: line.quit(line.value.pid)
     }
 }

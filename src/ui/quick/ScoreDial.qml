@@ -5,9 +5,7 @@ import Korvel
 Item {
     id: dial
 
-    required property int score
-    required property string scoreText
-    required property string inkName
+    required property headerValue value
 
     // Not while the popover is being filled for its opening.
     property bool animated: true
@@ -16,13 +14,13 @@ Item {
     implicitHeight: Theme.dialSize
 
     Accessible.role: Accessible.StaticText
-    Accessible.name: "Health score " + scoreText
+    Accessible.name: "Health score " + value.number
 
     Dial {
         objectName: "arc"
         anchors.fill: parent
-        colour: Inks.fills.of(dial.inkName)
-        fraction: dial.score / 100
+        colour: Inks.fills.of(dial.value.colour)
+        fraction: dial.value.score / 100
         lineWidth: Theme.dialLineWidth
         trackColour: Theme.track(Theme.dialTrackOpacity)
 
@@ -40,8 +38,8 @@ Item {
     Digits {
         objectName: "number"
         anchors.centerIn: parent
-        colour: Inks.texts.of(dial.inkName)
+        colour: Inks.texts.of(dial.value.colour)
         font: Theme.dialNumber
-        text: dial.scoreText
+        text: dial.value.number
     }
 }

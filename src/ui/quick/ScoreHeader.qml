@@ -18,9 +18,7 @@ Item {
         x: Theme.sidePadding
         y: Theme.headerTop + Math.max(0, Math.round((column.height - height) / 2))
         animated: header.animated
-        inkName: header.content.scoreColour
-        score: header.content.score
-        scoreText: header.content.scoreText
+        value: header.content.header
     }
 
     Column {
@@ -34,9 +32,9 @@ Item {
         Label {
             objectName: "verdict"
             width: column.width
-            color: Inks.texts.of(header.content.scoreColour)
+            color: Inks.texts.of(header.content.header.colour)
             font: Theme.verdict
-            text: header.content.verdict
+            text: header.content.header.verdict
             Accessible.ignored: false
             Accessible.name: text
             Accessible.role: Accessible.StaticText
@@ -47,7 +45,7 @@ Item {
             width: column.width
             color: Inks.texts.of("secondary")
             font: Theme.machineLine
-            text: header.content.line
+            text: header.content.header.machine
             Accessible.ignored: false
             Accessible.name: text
             Accessible.role: Accessible.StaticText
@@ -62,8 +60,8 @@ Item {
 
                 objectName: "toggle"
                 y: Theme.toggleTop
-                open: header.content.breakdownShown
-                text: header.content.toggle
+                open: header.content.header.breakdownShown
+                text: header.content.header.toggle
                 onClicked: header.content.toggleBreakdown()
             }
         }

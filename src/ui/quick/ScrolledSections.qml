@@ -136,7 +136,7 @@ FocusScope {
             Breakdown {
                 objectName: "breakdown"
                 content: root.content
-                visible: root.content.breakdownShown
+                visible: root.content.header.breakdownShown
             }
 
             Divider {}

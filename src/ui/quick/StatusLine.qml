@@ -5,15 +5,12 @@ import Korvel
 Item {
     id: line
 
-    required property string symbol
-    required property string colour
-    required property string words
-    required property string textStyle
+    required property statusValue value
 
     implicitHeight: Math.max(mark.height, label.height)
 
     Accessible.role: Accessible.StaticText
-    Accessible.name: words
+    Accessible.name: value.words
 
     FontMetrics {
         id: metrics
@@ -28,9 +25,9 @@ Item {
         // Centred in a fixed place, so that the sentences begin on one line; beside the first line.
         x: Math.round((frame - width) / 2)
         y: Math.max(0, Math.round((metrics.height - height) / 2))
-        colour: Inks.fills.of(line.colour)
-        name: line.symbol
-        size: line.textStyle === "primary" ? Theme.alertSymbol : Theme.calmSymbol
+        colour: Inks.fills.of(line.value.colour)
+        name: line.value.symbol
+        size: line.value.textStyle === "primary" ? Theme.alertSymbol : Theme.calmSymbol
 
         readonly property real frame: 14
     }
@@ -41,10 +38,10 @@ Item {
         objectName: "words"
         x: mark.frame + Theme.symbolSpacing
         width: line.width - x
-        color: Inks.texts.of(line.textStyle)
+        color: Inks.texts.of(line.value.textStyle)
         font: Theme.status
         maximumLineCount: 8 // a sentence may name a process, at any length
-        text: line.words
+        text: line.value.words
         wrapMode: Text.Wrap
     }
 }

@@ -22,13 +22,13 @@ Column {
         readonly property color ink: Inks.texts.of(hovered || down ? "primary" : "secondary")
 
         objectName: "findSwapHolders"
-        text: block.content.swapButton
+        text: block.content.swapBlock.button
         visible: text !== ""
         Accessible.name: text
         onClicked: block.content.findSwapHolders()
 
         contentItem: Row {
-            leftPadding: block.content.scanningSwap ? 0 : -2 // the chevron does not fill its box
+            leftPadding: block.content.swapBlock.scanning ? 0 : -2 // the chevron does not fill its box
             spacing: Theme.chevronSpacing
 
             Symbol {
@@ -37,7 +37,7 @@ Column {
                 colour: button.ink
                 name: "chevron.right"
                 size: Theme.holdersSymbol
-                visible: !block.content.scanningSwap
+                visible: !block.content.swapBlock.scanning
             }
 
             Label {
@@ -65,7 +65,7 @@ Column {
         color: Inks.texts.of("tertiary")
         font: Theme.holdersNote
         maximumLineCount: 2
-        text: block.content.swapNote
+        text: block.content.swapBlock.note
         topPadding: 2
         visible: text !== ""
         wrapMode: Text.Wrap

@@ -7,33 +7,30 @@ namespace korvel {
 
 namespace {
 
+constexpr int kValueRole = Qt::UserRole;
+
 auto withKey(const QString& key) {
     return [&key](const KeyedListModel::Entry& entry) { return entry.key == key; };
 }
 
 } // namespace
 
-KeyedListModel::KeyedListModel(QList<QByteArray> roles, Rows rows, QObject* parent)
-    : QAbstractListModel(parent), roles_(std::move(roles)), rows_(rows) {}
+KeyedListModel::KeyedListModel(Rows rows, QObject* parent)
+    : QAbstractListModel(parent), rows_(rows) {}
 
 int KeyedListModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(entries_.size());
 }
 
 QVariant KeyedListModel::data(const QModelIndex& index, int role) const {
-    const int value = role - Qt::UserRole;
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid) || value < 0 || value >= roles_.size()) {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid) || role != kValueRole) {
         return {};
     }
-    return entries_[static_cast<std::size_t>(index.row())].values.at(value);
+    return entries_[static_cast<std::size_t>(index.row())].value;
 }
 
 QHash<int, QByteArray> KeyedListModel::roleNames() const {
-    QHash<int, QByteArray> names;
-    for (int i = 0; i < roles_.size(); ++i) {
-        names.insert(Qt::UserRole + i, roles_[i]);
-    }
-    return names;
+    return {{kValueRole, QByteArrayLiteral("value")}};
 }
 
 void KeyedListModel::setEntries(std::vector<Entry> entries) {
@@ -92,15 +89,9 @@ void KeyedListModel::place(int row, const Entry& entry) {
 
 void KeyedListModel::change(int row, const Entry& entry) {
     Entry& shown = entries_[static_cast<std::size_t>(row)];
-    QList<int> changed;
-    for (int i = 0; i < roles_.size(); ++i) {
-        if (shown.values[i] != entry.values[i]) {
-            changed.append(Qt::UserRole + i);
-        }
-    }
-    if (!changed.isEmpty()) {
-        shown.values = entry.values;
-        Q_EMIT dataChanged(index(row), index(row), changed);
+    if (shown.value != entry.value) {
+        shown.value = entry.value;
+        Q_EMIT dataChanged(index(row), index(row), {kValueRole});
     }
 }
 

@@ -12,15 +12,16 @@ namespace korvel {
 
 /// A list for a view whose entries have an identity: a new state of it is told to the view as what
 /// was removed, inserted, moved and changed, so that the pieces of the view that show the same
-/// entry stay, with their focus and pointer. What is equal is not told at all.
+/// entry stay, with their focus and pointer. What is equal is not told at all. Its one role is
+/// "value": all that the view shows of an entry.
 class KeyedListModel : public QAbstractListModel {
     Q_OBJECT
     QML_ANONYMOUS
 
   public:
     struct Entry {
-        QString key;            ///< the identity; of equal ones the first counts
-        QList<QVariant> values; ///< in the order of the roles
+        QString key; ///< the identity; of equal ones the first counts
+        QVariant value;
 
         bool operator==(const Entry&) const = default;
     };
@@ -31,7 +32,7 @@ class KeyedListModel : public QAbstractListModel {
         reused ///< it shows the new entry: for entries that are made anew each time
     };
 
-    KeyedListModel(QList<QByteArray> roles, Rows rows, QObject* parent);
+    KeyedListModel(Rows rows, QObject* parent);
 
     void setEntries(std::vector<Entry> entries);
 
@@ -45,7 +46,6 @@ class KeyedListModel : public QAbstractListModel {
     void place(int row, const Entry& entry);
     void change(int row, const Entry& entry);
 
-    QList<QByteArray> roles_;
     Rows rows_;
     std::vector<Entry> entries_;
 };

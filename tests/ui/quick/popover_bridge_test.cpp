@@ -15,8 +15,11 @@ std::string unchanged(std::string text) {
     return text;
 }
 
-QVariant at(KeyedListModel* list, int row, const char* role) {
-    return list->data(list->index(row), list->roleNames().key(role));
+template <typename Value>
+Value at(KeyedListModel* list, int row) {
+    const QVariant value = list->data(list->index(row), list->roleNames().key("value"));
+    EXPECT_EQ(value.metaType(), QMetaType::fromType<Value>()) << row;
+    return value.value<Value>();
 }
 
 /// Counts every signal of an object.
@@ -52,39 +55,50 @@ TEST_F(Bridge, HandsOverWhatTheContentSays) {
     stage.show(fairReading());
     stage.root.toggleBreakdown();
     render();
-    EXPECT_EQ(bridge.score(), stage.model->snap->score);
-    EXPECT_EQ(bridge.scoreText(), "65");
-    EXPECT_EQ(bridge.scoreColour(), "warn");
-    EXPECT_EQ(bridge.verdict(), "Fair");
-    EXPECT_EQ(bridge.line(), "8 cores · 16 GB · up 3d 4h");
-    EXPECT_EQ(bridge.toggle(), "hide breakdown");
-    EXPECT_TRUE(bridge.breakdownShown());
+    EXPECT_EQ(bridge.header().score, stage.model->snap->score);
+    EXPECT_EQ(bridge.header().number, "65");
+    EXPECT_EQ(bridge.header().colour, "warn");
+    EXPECT_EQ(bridge.header().verdict, "Fair");
+    EXPECT_EQ(bridge.header().machine, "8 cores · 16 GB · up 3d 4h");
+    EXPECT_EQ(bridge.header().toggle, "hide breakdown");
+    EXPECT_TRUE(bridge.header().breakdownShown);
     ASSERT_EQ(bridge.breakdown()->rowCount(), 6);
-    EXPECT_EQ(at(bridge.breakdown(), 0, "name"), "Memory");
-    EXPECT_EQ(at(bridge.breakdown(), 0, "lost"), "−14");
-    EXPECT_EQ(at(bridge.breakdown(), 0, "barColour"), "bad");
+    EXPECT_EQ(at<FactorValue>(bridge.breakdown(), 0).name, "Memory");
+    EXPECT_EQ(at<FactorValue>(bridge.breakdown(), 0).lost, "−14");
+    EXPECT_EQ(at<FactorValue>(bridge.breakdown(), 0).barColour, "bad");
     EXPECT_EQ(bridge.footnote(), "points lost, out of 100");
     ASSERT_EQ(bridge.status()->rowCount(), 1);
-    EXPECT_EQ(at(bridge.status(), 0, "symbol"), "info.circle.fill");
+    EXPECT_EQ(at<StatusValue>(bridge.status(), 0).symbol, "info.circle.fill");
     ASSERT_EQ(bridge.rows()->rowCount(), 5);
-    EXPECT_EQ(at(bridge.rows(), 0, "label"), "CPU");
-    EXPECT_EQ(at(bridge.rows(), 0, "percentText"), "46%");
-    EXPECT_EQ(at(bridge.rows(), 0, "hasSpark"), true);
-    EXPECT_EQ(at(bridge.rows(), 0, "sparkColour"), "cyan");
-    EXPECT_EQ(at(bridge.rows(), 0, "sparkValues").value<QList<qreal>>().size(), 60);
-    EXPECT_EQ(at(bridge.rows(), 2, "hasSpark"), false);
-    EXPECT_EQ(bridge.swapButton(), "what's holding it");
+    EXPECT_EQ(at<MetricValue>(bridge.rows(), 0).label, "CPU");
+    EXPECT_EQ(at<MetricValue>(bridge.rows(), 0).percent, "46%");
+    EXPECT_EQ(at<MetricValue>(bridge.rows(), 0).hasSpark, true);
+    EXPECT_EQ(at<MetricValue>(bridge.rows(), 0).sparkColour, "cyan");
+    EXPECT_EQ(at<MetricValue>(bridge.rows(), 0).sparkValues.size(), 60);
+    EXPECT_EQ(at<MetricValue>(bridge.rows(), 2).hasSpark, false);
+    EXPECT_EQ(bridge.swapBlock().button, "what's holding it");
     EXPECT_EQ(bridge.heaviestCaption(), "HEAVIEST");
     ASSERT_EQ(bridge.heaviest()->rowCount(), 5);
-    EXPECT_EQ(at(bridge.heaviest(), 0, "size"), "3.42 GB");
-    EXPECT_EQ(at(bridge.heaviest(), 0, "canQuit"), true);
-    EXPECT_EQ(at(bridge.heaviest(), 0, "tip"), "Quit browser. Sends SIGTERM so it closes cleanly");
+    EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).size, "3.42 GB");
+    EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).canQuit, true);
+    EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).tip,
+              "Quit browser. Sends SIGTERM so it closes cleanly");
+}
+
+TEST_F(Bridge, SaysEachRowToAScreenReaderAsOneSentence) {
+    stage.show(fairReading());
+    stage.root.toggleBreakdown();
+    render();
+    EXPECT_EQ(at<FactorValue>(bridge.breakdown(), 0).spoken,
+              "Memory −14, 2.8 GB free to use · macOS is under pressure");
+    EXPECT_EQ(at<MetricValue>(bridge.rows(), 0).spoken, "CPU 46%, load 6.20 across 8 cores");
+    EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).spoken, "browser, 3.42 GB");
 }
 
 TEST_F(Bridge, OnlyTheSwapRowHoldsTheBlockOfTheHolders) {
     render();
     for (int row = 0; row < 5; ++row) {
-        EXPECT_EQ(at(bridge.rows(), row, "holdsSwap"), row == 2) << row;
+        EXPECT_EQ(at<MetricValue>(bridge.rows(), row).holdsSwap, row == 2) << row;
     }
 }
 
@@ -121,7 +135,7 @@ TEST_F(Bridge, AProcessKeepsItsRowThroughANewOrder) {
     stage.show(snap);
     render();
     EXPECT_EQ(c.row(), 0);
-    EXPECT_EQ(at(bridge.heaviest(), 0, "pid"), 3);
+    EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).pid, 3);
 }
 
 TEST_F(Bridge, HandsActionsToTheRoot) {
@@ -145,10 +159,13 @@ TEST_F(Bridge, SaysItsOwnTextsInTheDesktopsWordsAndNamesAsTheyAre) {
     snap.topProcs = {{7, "macOS thermal state: warm", 9}};
     stage.show(snap);
     linuxBridge.setContent(stage.root.content());
-    EXPECT_EQ(at(linuxBridge.rows(), 1, "detail"), "0.6 GB free to use · Linux is out of room");
-    EXPECT_EQ(at(linuxBridge.rows(), 3, "detail"), "Linux thermal state: hot, throttling");
-    EXPECT_EQ(at(linuxBridge.status(), 0, "words"), "macOS thermal state: warm is holding 9.0GB");
-    EXPECT_EQ(at(linuxBridge.heaviest(), 0, "name"), "macOS thermal state: warm");
+    EXPECT_EQ(at<MetricValue>(linuxBridge.rows(), 1).detail,
+              "0.6 GB free to use · Linux is out of room");
+    EXPECT_EQ(at<MetricValue>(linuxBridge.rows(), 3).detail,
+              "Linux thermal state: hot, throttling");
+    EXPECT_EQ(at<StatusValue>(linuxBridge.status(), 0).words,
+              "macOS thermal state: warm is holding 9.0GB");
+    EXPECT_EQ(at<ProcessValue>(linuxBridge.heaviest(), 0).name, "macOS thermal state: warm");
 }
 
 TEST_F(Bridge, TakesWhatCannotBePaintedOutOfNamesTipsAndAlerts) {
@@ -157,10 +174,11 @@ TEST_F(Bridge, TakesWhatCannotBePaintedOutOfNamesTipsAndAlerts) {
     stage.show(snap);
     stage.model->swapHolders = snap.topProcs;
     render();
-    EXPECT_EQ(at(bridge.heaviest(), 0, "name"), "a\uFFFDb");
-    EXPECT_EQ(at(bridge.heaviest(), 0, "tip"), "Quit a\uFFFDb. Sends SIGTERM so it closes cleanly");
-    EXPECT_EQ(at(bridge.swapHolders(), 0, "name"), "a\uFFFDb");
-    EXPECT_EQ(at(bridge.status(), 0, "words"), "a\uFFFDb is holding 9.0GB");
+    EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).name, "a\uFFFDb");
+    EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).tip,
+              "Quit a\uFFFDb. Sends SIGTERM so it closes cleanly");
+    EXPECT_EQ(at<ProcessValue>(bridge.swapHolders(), 0).name, "a\uFFFDb");
+    EXPECT_EQ(at<StatusValue>(bridge.status(), 0).words, "a\uFFFDb is holding 9.0GB");
 }
 
 TEST_F(Bridge, HandsOverKeepAwakeAndTheFooter) {

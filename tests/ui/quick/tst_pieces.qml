@@ -14,69 +14,42 @@ Item {
         ScoreDial {
             id: dial
 
-            inkName: "good"
-            score: 87
-            scoreText: "87"
+            value: theatre.header(87)
         }
 
         MetricRow {
             id: withSpark
 
             width: 308
-            barFraction: 0
-            colour: "good"
-            detail: "load 0.84 across 8 cores"
-            hasSpark: true
-            label: "CPU"
-            percentText: "0%"
-            sparkColour: "cyan"
-            sparkValues: [1, 2, 3]
+            value: theatre.metric("CPU", 0, true)
         }
 
         MetricRow {
             id: withoutSpark
 
             width: 308
-            barFraction: 1
-            colour: "bad"
-            detail: "8 GB free"
-            hasSpark: false
-            label: "DISK"
-            percentText: "150%"
-            sparkColour: ""
-            sparkValues: []
+            value: theatre.metric("DISK", 150, false)
         }
 
         FactorLine {
             id: factor
 
             width: 308
-            barColour: "good"
-            barFraction: 0
-            detail: "not paging"
-            lost: "—"
-            lostColour: "secondary"
-            name: "Swap"
+            value: theatre.factorWithoutLoss()
         }
 
         StatusLine {
             id: calm
 
             width: 308
-            colour: "good"
-            symbol: "checkmark.circle.fill"
-            textStyle: "secondary"
-            words: "All clear, nothing needs attention"
+            value: theatre.allClear()
         }
 
         StatusLine {
             id: alert
 
             width: 308
-            colour: "warn"
-            symbol: "exclamationmark.triangle.fill"
-            textStyle: "primary"
-            words: "<b>Disk</b> critical"
+            value: theatre.alert("<b>Disk</b> critical")
         }
 
         Divider {

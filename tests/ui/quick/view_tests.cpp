@@ -7,6 +7,7 @@
 #include <QtQuickTest>
 
 #include "ui/content/linux_words.h"
+#include "ui/content/score_sections.h"
 #include "ui/quick/popover_bridge.h"
 #include "ui/quick/scenes.h"
 
@@ -106,9 +107,41 @@ class Theatre : public QObject {
 
     Q_INVOKABLE bool scanning() const { return *stage_.model->scanningSwap; }
 
+    /// What single pieces show.
+    Q_INVOKABLE korvel::HeaderValue header(int score) const {
+        Snapshot snap;
+        snap.score = score;
+        return values_.of(headerOf(snap, false));
+    }
+    /// Red in its last tenth.
+    Q_INVOKABLE korvel::MetricValue metric(const QString& label, double pct, bool trail) const {
+        Row row{label.toStdString(), pct, "a sentence", gaugeTint(pct, 90, 90), {}};
+        if (trail) {
+            row.spark = Spark({{0, 1, 0}, {5, 2, 0}, {10, 3, 0}}, Ink::cyan,
+                              [](const HistoryPoint& point) { return point.cpu; });
+        }
+        return values_.of(row);
+    }
+    Q_INVOKABLE korvel::FactorValue factorWithoutLoss() const {
+        Snapshot snap;
+        snap.factors.emplace_back("Swap", 0.1, 100, "not paging");
+        return values_.of(breakdownOf(snap)[0]);
+    }
+    Q_INVOKABLE korvel::StatusValue allClear() const {
+        Snapshot snap;
+        snap.score = 100;
+        return values_.of(statusOf(snap)[0]);
+    }
+    Q_INVOKABLE korvel::StatusValue alert(const QString& text) const {
+        Snapshot snap;
+        snap.alerts = {text.toStdString()};
+        return values_.of(statusOf(snap)[0]);
+    }
+
   private:
     Stage stage_;
     PopoverBridge bridge_{stage_.root, linuxWords};
+    ValueMaker values_{linuxWords};
 };
 
 class Setup : public QObject {
