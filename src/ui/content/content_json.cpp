@@ -55,7 +55,7 @@ void writeProcesses(JsonWriter& json, const std::vector<PopoverContent::ProcessL
     for (const PopoverContent::ProcessLine& line : lines) {
         writeOptional(
             json.beginObject().member("name", line.name).member("size", line.size).key("quit"),
-            line.quit);
+            line.quit ? std::optional(line.quit->tooltip) : std::nullopt);
         json.endObject();
     }
     json.endArray();

@@ -61,6 +61,10 @@ Row swapRow(const Snapshot& snap) {
             {}};
 }
 
+PopoverContent::QuitButton quitButton(const ProcInfo& process, std::string tooltip) {
+    return {"Quit " + process.name, std::move(tooltip)};
+}
+
 } // namespace
 
 std::vector<Row> metricRows(const Snapshot& snap, const std::vector<HistoryPoint>& history) {
@@ -98,7 +102,7 @@ PopoverContent::SwapHolders swapHoldersOf(const std::vector<ProcInfo>& holders, 
         PopoverContent::ProcessLine line{
             holder.id, holder.name, fmt::format("{:.1f} GB", holder.gb), {}};
         if (!holder.isSelf(processes)) {
-            line.quit = "Quit this app to free its swap";
+            line.quit = quitButton(holder, "Quit this app to free its swap");
         }
         block.holders.push_back(std::move(line));
     }
@@ -113,7 +117,8 @@ std::vector<PopoverContent::ProcessLine> heaviestOf(const Snapshot& snap,
         PopoverContent::ProcessLine line{
             process.id, process.name, fmt::format("{:.2f} GB", process.gb), {}};
         if (!process.isSelf(processes)) {
-            line.quit = "Quit " + process.name + ". Sends SIGTERM so it closes cleanly";
+            line.quit = quitButton(process,
+                                   "Quit " + process.name + ". Sends SIGTERM so it closes cleanly");
         }
         lines.push_back(std::move(line));
     }

@@ -27,6 +27,7 @@ struct PopoverContent {
         std::int64_t score = 0;
         std::string verdict;
         Ink colour = Ink::bad; ///< of the dial's arc, the number and the verdict
+        std::string spoken;    ///< what a screen reader says of the dial
         std::string line;      ///< the machine and its uptime
         std::string toggle;    ///< the label of the button that opens the breakdown
         bool breakdownShown = false;
@@ -50,12 +51,20 @@ struct PopoverContent {
         Ink textStyle = Ink::secondary;
     };
 
+    /// The button that ends a process; it shows a symbol alone.
+    struct QuitButton {
+        std::string label; ///< what a screen reader calls it
+        std::string tooltip;
+
+        bool operator==(const QuitButton&) const = default;
+    };
+
     /// A process and the button that ends it.
     struct ProcessLine {
         std::int32_t id = 0; ///< identity in the list
         std::string name;
         std::string size;
-        std::optional<std::string> quit; ///< the button's tooltip; none: no button
+        std::optional<QuitButton> quit; ///< none: it cannot be ended here
     };
 
     /// The block under the SWAP row: a button until there is something to list.
@@ -125,7 +134,8 @@ struct PopoverContent {
         "Stops the display and system idle-sleeping. Always released when Korvel quits.";
     static constexpr double kShortestFactorBar = 2; ///< logical pixels
 
-    static constexpr const char* kDismissTooltip = "Dismiss";
+    /// What the crosses are called that put the greeting away, and a waiting preview.
+    static constexpr const char* kDismiss = "Dismiss";
 
     std::optional<Banner> banner; ///< none: nothing to greet with
     Header header;

@@ -42,6 +42,7 @@ PopoverContent::Header headerOf(const Snapshot& snap, bool showBreakdown) {
     header.score = snap.score;
     header.verdict = snap.verdict;
     header.colour = scoreColor(snap.score);
+    header.spoken = fmt::format("Health score {}", snap.score);
     header.line =
         fmt::format("{} cores · {:.0f} GB · up {}", snap.cores, snap.memTotalGB, snap.uptime);
     header.toggle = showBreakdown ? "hide breakdown" : "what's affecting this";

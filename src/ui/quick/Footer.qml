@@ -66,7 +66,7 @@ Section {
                 leftInset: 0
                 rightInset: 0
                 visible: section.content.footer.dismissible
-                Accessible.name: "Dismiss"
+                Accessible.name: section.content.footer.dismiss
                 onClicked: section.content.dismissPreview()
 
                 contentItem: Item {

@@ -71,7 +71,7 @@ Item {
             rightMargin: -Theme.quitReach
             verticalCenter: parent.verticalCenter
         }
-        processName: line.value.name
+        text: line.value.quit
         tip: line.value.tip
         visible: line.value.canQuit
         onClicked: line.quit(line.value.pid)

@@ -5,15 +5,13 @@ import Korvel
 PlainButton {
     id: button
 
-    required property string processName
-
     width: Theme.quitSize
     height: Theme.quitSize
     leftInset: 0
     rightInset: 0
     topInset: 0
     bottomInset: 0
-    Accessible.name: "Quit " + processName
+    Accessible.name: text
 
     contentItem: Item {
         Symbol {

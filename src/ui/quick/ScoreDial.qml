@@ -14,7 +14,7 @@ Item {
     implicitHeight: Theme.dialSize
 
     Accessible.role: Accessible.StaticText
-    Accessible.name: "Health score " + value.number
+    Accessible.name: value.spoken
 
     Dial {
         objectName: "arc"

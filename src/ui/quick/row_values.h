@@ -90,6 +90,7 @@ struct ProcessValue {
     Q_PROPERTY(QString name MEMBER name FINAL)
     Q_PROPERTY(QString size MEMBER size FINAL)
     Q_PROPERTY(bool canQuit MEMBER canQuit FINAL)
+    Q_PROPERTY(QString quit MEMBER quit FINAL)
     Q_PROPERTY(QString tip MEMBER tip FINAL)
     Q_PROPERTY(QString spoken MEMBER spoken FINAL)
 
@@ -98,6 +99,7 @@ struct ProcessValue {
     QString name;
     QString size;
     bool canQuit = false; ///< there is a button
+    QString quit;         ///< the button's name
     QString tip;          ///< the button's
     QString spoken;
 

@@ -37,6 +37,7 @@ struct HeaderValue {
     Q_PROPERTY(int score MEMBER score FINAL)
     Q_PROPERTY(QString number MEMBER number FINAL)
     Q_PROPERTY(QString colour MEMBER colour FINAL)
+    Q_PROPERTY(QString spoken MEMBER spoken FINAL)
     Q_PROPERTY(QString verdict MEMBER verdict FINAL)
     Q_PROPERTY(QString machine MEMBER machine FINAL)
     Q_PROPERTY(QString toggle MEMBER toggle FINAL)
@@ -46,6 +47,7 @@ struct HeaderValue {
     int score = 0;  ///< for the dial's arc alone
     QString number; ///< the score as text
     QString colour; ///< of the dial and the verdict
+    QString spoken; ///< what a screen reader says of the dial
     QString verdict;
     QString machine;
     QString toggle; ///< the label of the button that opens the breakdown
@@ -133,6 +135,7 @@ struct FooterValue {
     Q_PROPERTY(bool reclaimSemibold MEMBER reclaimSemibold FINAL)
     Q_PROPERTY(bool reclaimEnabled MEMBER reclaimEnabled FINAL)
     Q_PROPERTY(bool dismissible MEMBER dismissible FINAL)
+    Q_PROPERTY(QString dismiss MEMBER dismiss FINAL)
     Q_PROPERTY(QString quit MEMBER quit FINAL)
 
   public:
@@ -143,6 +146,7 @@ struct FooterValue {
     bool reclaimSemibold = false;
     bool reclaimEnabled = false;
     bool dismissible = false; ///< a waiting preview can be put away
+    QString dismiss;          ///< the name of the button that does
     QString quit;
 
     bool operator==(const FooterValue&) const = default;

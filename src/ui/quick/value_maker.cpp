@@ -66,7 +66,10 @@ ProcessValue ValueMaker::of(const PopoverContent::ProcessLine& line) const {
     value.name = plain(line.name);
     value.size = text(line.size);
     value.canQuit = line.quit.has_value();
-    value.tip = text(line.quit.value_or(std::string()));
+    if (line.quit) {
+        value.quit = plain(line.quit->label);
+        value.tip = text(line.quit->tooltip);
+    }
     value.spoken = value.name + QLatin1String(", ") + value.size;
     return value;
 }
@@ -79,7 +82,7 @@ BannerValue ValueMaker::of(const PopoverContent::Banner& banner) const {
     for (const std::string& note : banner.notes) {
         value.notes.append(text(note));
     }
-    value.dismissTip = text(PopoverContent::kDismissTooltip);
+    value.dismissTip = text(PopoverContent::kDismiss);
     return value;
 }
 
@@ -88,6 +91,7 @@ HeaderValue ValueMaker::of(const PopoverContent::Header& header) const {
     value.score = static_cast<int>(header.score);
     value.number = QString::fromStdString(std::to_string(header.score));
     value.colour = named(header.colour);
+    value.spoken = text(header.spoken);
     value.verdict = text(header.verdict);
     value.machine = text(header.line);
     value.toggle = text(header.toggle);
@@ -141,6 +145,7 @@ FooterValue ValueMaker::of(const PopoverContent::Footer& footer) const {
     value.reclaimSemibold = footer.reclaim.semibold;
     value.reclaimEnabled = footer.reclaim.action != PopoverContent::ReclaimButton::Action::none;
     value.dismissible = footer.reclaim.dismissible;
+    value.dismiss = text(PopoverContent::kDismiss);
     value.quit = text(footer.quit);
     return value;
 }

@@ -61,7 +61,7 @@ std::vector<std::string> textsOf(const Snapshot& snap, platform::Processes& proc
     std::vector<std::string> texts{PopoverContent::kFootnote, PopoverContent::kHeaviestCaption};
     for (const bool open : {false, true}) {
         const auto header = headerOf(snap, open);
-        texts.insert(texts.end(), {header.verdict, header.line, header.toggle});
+        texts.insert(texts.end(), {header.verdict, header.spoken, header.line, header.toggle});
     }
     for (const auto& line : breakdownOf(snap)) {
         texts.insert(texts.end(), {line.name, line.lost, line.detail});
@@ -78,12 +78,14 @@ std::vector<std::string> textsOf(const Snapshot& snap, platform::Processes& proc
             const auto block = swapHoldersOf(holders, scanning, processes);
             texts.insert(texts.end(), {block.button, block.note});
             for (const auto& line : block.holders) {
-                texts.insert(texts.end(), {line.size, line.quit.value_or("")});
+                texts.push_back(line.size);
+                texts.push_back(line.quit ? line.quit->tooltip : "");
             }
         }
     }
     for (const auto& line : heaviestOf(snap, processes)) {
-        texts.insert(texts.end(), {line.size, line.quit.value_or("")});
+        texts.push_back(line.size);
+        texts.push_back(line.quit ? line.quit->tooltip : "");
     }
     return texts;
 }
@@ -92,7 +94,7 @@ const std::regex kMac("macOS|\\bMac\\b|Finder|OS X|Apple|menu bar");
 
 TEST(LinuxWords, NoTextOfAnUpdateNamesTheMacAfterThem) {
     test::SimulatedModel simulated;
-    std::vector<std::string> texts{PopoverContent::kDismissTooltip};
+    std::vector<std::string> texts{PopoverContent::kDismiss};
     const auto collect = [&] {
         if (const auto line = updateLineOf(*simulated.updater)) {
             texts.insert(texts.end(), {line->text, line->control});

@@ -165,8 +165,10 @@ TEST_F(ProcessLists, HeaviestShowsEachProcessInOrderWithItsQuitTip) {
     EXPECT_EQ(lines[0].id, 7);
     EXPECT_EQ(lines[0].name, "<b>x</b> %s {}");
     EXPECT_EQ(lines[0].size, "3.42 GB");
-    EXPECT_EQ(lines[0].quit, "Quit <b>x</b> %s {}. Sends SIGTERM so it closes cleanly");
-    EXPECT_EQ(lines[1].quit, "Quit . Sends SIGTERM so it closes cleanly");
+    ASSERT_TRUE(lines[0].quit && lines[1].quit);
+    EXPECT_EQ(lines[0].quit->label, "Quit <b>x</b> %s {}");
+    EXPECT_EQ(lines[0].quit->tooltip, "Quit <b>x</b> %s {}. Sends SIGTERM so it closes cleanly");
+    EXPECT_EQ(lines[1].quit->tooltip, "Quit . Sends SIGTERM so it closes cleanly");
 }
 
 TEST_F(ProcessLists, TheProgramItselfCannotBeQuitThere) {
@@ -197,7 +199,9 @@ TEST_F(ProcessLists, ListedHoldersTakeTheButtonsPlaceEvenDuringAScan) {
         ASSERT_EQ(block.holders.size(), 1u);
         EXPECT_EQ(block.holders[0].name, "firefox");
         EXPECT_EQ(block.holders[0].size, "1.2 GB");
-        EXPECT_EQ(block.holders[0].quit, "Quit this app to free its swap");
+        ASSERT_TRUE(block.holders[0].quit);
+        EXPECT_EQ(block.holders[0].quit->label, "Quit firefox");
+        EXPECT_EQ(block.holders[0].quit->tooltip, "Quit this app to free its swap");
         EXPECT_EQ(block.note, "Quitting one frees its swap straight away. No restart needed.");
     }
 }

@@ -93,6 +93,8 @@ TEST_F(Bridge, SaysEachRowToAScreenReaderAsOneSentence) {
               "Memory −14, 2.8 GB free to use · macOS is under pressure");
     EXPECT_EQ(at<MetricValue>(bridge.rows(), 0).spoken, "CPU 46%, load 6.20 across 8 cores");
     EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).spoken, "browser, 3.42 GB");
+    EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).quit, "Quit browser");
+    EXPECT_EQ(bridge.header().spoken, "Health score 65");
 }
 
 TEST_F(Bridge, OnlyTheSwapRowHoldsTheBlockOfTheHolders) {
@@ -203,6 +205,7 @@ TEST_F(Bridge, HandsOverKeepAwakeAndTheFooter) {
     EXPECT_EQ(bridge.footer().warden, "Warden off");
     EXPECT_EQ(bridge.footer().reclaim, "Reclaim");
     EXPECT_EQ(bridge.footer().quit, "Quit Halden");
+    EXPECT_EQ(bridge.footer().dismiss, "Dismiss");
     EXPECT_TRUE(bridge.footer().reclaimEnabled);
 }
 
