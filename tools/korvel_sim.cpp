@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include "platform/posix/whole_file.h"
 #include "simulation/command_line.h"
 #include "simulation/json_value.h"
 #include "simulation/program.h"
@@ -17,8 +18,8 @@
 
 namespace {
 
+using korvel::platform::writeAll;
 using korvel::simulation::SimulatedProgram;
-using korvel::simulation::writeAll;
 
 /// The trace on its way to standard output.
 class Output {

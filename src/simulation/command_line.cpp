@@ -1,8 +1,7 @@
 #include "simulation/command_line.h"
 
-#include <array>
-#include <cerrno>
-#include <optional>
+#include <cstdint>
+#include <limits>
 #include <string>
 
 #include <fcntl.h>
@@ -11,6 +10,7 @@
 #include <fmt/format.h>
 
 #include "platform/posix/file_descriptor.h"
+#include "platform/posix/whole_file.h"
 #include "simulation/json_value.h"
 
 namespace korvel::simulation {
@@ -19,26 +19,12 @@ namespace {
 
 constexpr int kWrongUsage = 2;
 
-std::optional<std::string> readFile(const char* path) {
-    const platform::FileDescriptor file(::open(path, O_RDONLY | O_CLOEXEC));
-    std::string content;
-    std::array<char, 65536> buffer{};
-    for (;;) {
-        const ssize_t got = ::read(file.get(), buffer.data(), buffer.size());
-        if (got > 0) {
-            content.append(buffer.data(), static_cast<std::size_t>(got));
-        } else if (got == 0) {
-            return content;
-        } else if (errno != EINTR) {
-            return std::nullopt;
-        }
-    }
-}
-
 } // namespace
 
 Scenario loadScenario(const char* path) {
-    const std::optional<std::string> text = readFile(path);
+    // Of any kind: a scenario may come through a pipe.
+    const platform::FileDescriptor file(::open(path, O_RDONLY | O_CLOEXEC));
+    const auto text = platform::readAll(file.get(), std::numeric_limits<std::uint64_t>::max());
     if (!text) {
         throw ScenarioError(fmt::format("cannot read {}", path));
     }
@@ -49,22 +35,8 @@ Scenario loadScenario(const char* path) {
     }
 }
 
-bool writeAll(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t put = ::write(descriptor, bytes.data(), bytes.size());
-        if (put < 0 && errno == EINTR) {
-            continue;
-        }
-        if (put <= 0) {
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(put));
-    }
-    return true;
-}
-
 int complain(std::string_view program, std::string_view text) {
-    writeAll(STDERR_FILENO, fmt::format("{}: {}\n", program, text));
+    platform::writeAll(STDERR_FILENO, fmt::format("{}: {}\n", program, text));
     return kWrongUsage;
 }
 

@@ -11,9 +11,6 @@ namespace korvel::simulation {
 /// or is wrong.
 Scenario loadScenario(const char* path);
 
-/// Writes to a file descriptor. False: it could not all be written.
-bool writeAll(int descriptor, std::string_view bytes);
-
 /// Says on standard error what is wrong, in one line that begins with the program's name. Returns
 /// the exit status for wrong usage.
 int complain(std::string_view program, std::string_view text);

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 
 #include "platform/posix/file_descriptor.h"
+#include "platform/posix/whole_file.h"
 
 // Not every system's headers declare it.
 // NOLINTNEXTLINE(readability-redundant-declaration)
@@ -72,19 +73,6 @@ class SpawnSetup {
     posix_spawn_file_actions_t actions_{};
     posix_spawnattr_t attributes_{};
 };
-
-std::string readToEnd(const FileDescriptor& source) {
-    std::string output;
-    std::array<char, 16384> buffer;
-    for (;;) {
-        const ssize_t got = ::read(source.get(), buffer.data(), buffer.size());
-        if (got > 0) {
-            output.append(buffer.data(), static_cast<std::size_t>(got));
-        } else if (got == 0 || errno != EINTR) {
-            return output;
-        }
-    }
-}
 
 /// The descriptor itself, or a duplicate above the standard streams when it is one of them: a
 /// program that was started without these gets their numbers for its own pipes.
@@ -159,7 +147,10 @@ std::optional<ChildResult> PosixChildProcesses::run(const std::string& executabl
     writeEnd.reset();
     // To its end before the wait: a child that fills the pipe would never exit.
     ChildResult result;
-    result.output = readToEnd(readEnd);
+    readPieces(readEnd.get(), [&](std::string_view piece) {
+        result.output += piece;
+        return true;
+    });
     int status = 0;
     while (::waitpid(*child, &status, 0) < 0 && errno == EINTR) {
     }

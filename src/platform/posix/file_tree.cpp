@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 
 #include "platform/posix/file_descriptor.h"
+#include "platform/posix/whole_file.h"
 
 namespace korvel::platform {
 
@@ -42,37 +43,6 @@ FileDescriptor openFolder(Place place) {
         ::openat(place.folder, place.name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-bool writeAll(int file, const char* bytes, std::size_t size) {
-    while (size > 0) {
-        const ssize_t put = ::write(file, bytes, size);
-        if (put < 0 && errno == EINTR) {
-            continue;
-        }
-        if (put <= 0) {
-            return false;
-        }
-        bytes += put;
-        size -= static_cast<std::size_t>(put);
-    }
-    return true;
-}
-
-bool copyBytes(int from, int to) {
-    std::array<char, 65536> buffer;
-    for (;;) {
-        const ssize_t got = ::read(from, buffer.data(), buffer.size());
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            return got == 0;
-        }
-        if (!writeAll(to, buffer.data(), static_cast<std::size_t>(got))) {
-            return false;
-        }
-    }
-}
-
 /// Mode and times last, since writing changes the times; then to the disk, so that after a loss of
 /// power the copy is there when the original is gone.
 bool finish(int copy, const struct stat& status) {
@@ -89,7 +59,10 @@ bool copyFile(Place from, Place to, const struct stat& status) {
     }
     const FileDescriptor copy(
         ::openat(to.folder, to.name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly));
-    return copy && copyBytes(source.get(), copy.get()) && finish(copy.get(), status);
+    return copy &&
+           readPieces(source.get(),
+                      [&](std::string_view piece) { return writeAll(copy.get(), piece); }) &&
+           finish(copy.get(), status);
 }
 
 /// False: errno tells.
@@ -177,7 +150,7 @@ void removeEntry(Place place, const AfterEntry& after) {
 
 } // namespace
 
-std::optional<std::vector<std::string>> folderNames(int folder) {
+std::optional<std::vector<std::string>> folderNames(int folder, std::size_t most) {
     // A description of its own: the listing moves the place in the folder, and closes it.
     const int own = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (own < 0) {
@@ -197,6 +170,10 @@ std::optional<std::vector<std::string>> folderNames(int folder) {
         }
         std::string name = entry->d_name;
         if (name != "." && name != "..") {
+            if (names.size() == most) {
+                errno = EFBIG;
+                return std::nullopt;
+            }
             names.push_back(std::move(name));
         }
     }

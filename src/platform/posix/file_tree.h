@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -14,8 +16,9 @@ namespace korvel::platform {
 using AfterEntry = std::function<void()>;
 
 /// The names in the folder but "." and "..", in the system's order. nullopt (errno tells): it
-/// cannot be listed. The descriptor stays the caller's.
-std::optional<std::vector<std::string>> folderNames(int folder);
+/// cannot be listed, or has more than `most` (EFBIG). The descriptor stays the caller's.
+std::optional<std::vector<std::string>>
+folderNames(int folder, std::size_t most = std::numeric_limits<std::size_t>::max());
 
 /// What the last call of the system said, about this path.
 Error<std::errc> lastError(std::string path);

@@ -1,13 +1,11 @@
 #include "platform/linux/update/bundle_scan.h"
 
 #include <array>
-#include <cerrno>
 #include <memory>
 #include <new>
 #include <span>
 #include <vector>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <openssl/evp.h>
 #include <sys/stat.h>
@@ -16,12 +14,13 @@
 #include "base/hexadecimal.h"
 #include "platform/linux/update/relative_path.h"
 #include "platform/posix/file_descriptor.h"
+#include "platform/posix/file_tree.h"
+#include "platform/posix/whole_file.h"
 
 namespace korvel::platform {
 
 namespace {
 
-constexpr std::size_t kPiece = std::size_t{1} << 16;
 constexpr mode_t kModeBits = 07777;
 
 /// Takes the digest of what comes piece by piece.
@@ -61,27 +60,6 @@ FileDescriptor openIn(int folder, const char* name, int flags) {
         ::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | flags));
 }
 
-/// Hands the file's bytes over; false when reading fails or there are more than `most`.
-template <typename Take>
-bool readAll(int file, std::uint64_t most, Take take) {
-    std::vector<char> piece(kPiece);
-    for (std::uint64_t total = 0;;) {
-        const ssize_t got = ::read(file, piece.data(), piece.size());
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            return got == 0;
-        }
-        const auto count = static_cast<std::size_t>(got);
-        if (count > most - total) {
-            return false;
-        }
-        total += count;
-        take(std::string_view(piece.data(), count));
-    }
-}
-
 /// Why the opened file is not one to take in; empty when it is.
 std::string fileFault(int file, struct stat& facts) {
     if (::fstat(file, &facts) != 0) {
@@ -94,38 +72,11 @@ std::string fileFault(int file, struct stat& facts) {
     return facts.st_nlink == 1 ? "" : "is a hard link";
 }
 
-/// The names in a folder but "." and ".."; nullopt when it cannot be listed.
-std::optional<std::vector<std::string>> namesIn(int folder) {
-    // Listed through a descriptor of its own, which the listing then owns.
-    const int own = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const std::unique_ptr<DIR, int (*)(DIR*)> listing(own < 0 ? nullptr : ::fdopendir(own),
-                                                      ::closedir);
-    if (!listing) {
-        const FileDescriptor unused(own);
-        return std::nullopt;
-    }
-    std::vector<std::string> names;
-    for (;;) {
-        errno = 0;
-        const dirent* const entry = ::readdir(listing.get());
-        if (entry == nullptr) {
-            return errno == 0 ? std::optional(std::move(names)) : std::nullopt;
-        }
-        const std::string_view name(entry->d_name);
-        if (name != "." && name != "..") {
-            if (names.size() == kMostBundleEntries) {
-                return std::nullopt;
-            }
-            names.emplace_back(name);
-        }
-    }
-}
-
 class Scan {
   public:
     /// Lists what is in the folder, whose path is given with a slash at the end, or is empty.
     bool folder(int descriptor, const std::string& prefix) {
-        const auto names = namesIn(descriptor);
+        const auto names = folderNames(descriptor, kMostBundleEntries);
         if (!names) {
             return fail(prefix + ".", "cannot be listed");
         }
@@ -204,9 +155,10 @@ class Scan {
         BundleEntry made;
         made.mode = facts.st_mode & kModeBits;
         Sha256 digest;
-        const bool whole = readAll(opened.get(), most, [&](std::string_view piece) {
+        const bool whole = readPieces(opened.get(), [&](std::string_view piece) {
             digest.add(piece);
             made.size += piece.size();
+            return made.size <= most;
         });
         if (!whole) {
             return fail(path, "cannot be read");
@@ -260,12 +212,10 @@ std::optional<std::string> readInBundle(const std::string& bundle, std::string_v
     }
     const FileDescriptor file = openIn(folder.get(), std::string(path).c_str(), 0);
     struct stat facts {};
-    std::string bytes;
-    if (!file || !fileFault(file.get(), facts).empty() ||
-        !readAll(file.get(), most, [&](std::string_view piece) { bytes += piece; })) {
+    if (!file || !fileFault(file.get(), facts).empty()) {
         return std::nullopt;
     }
-    return bytes;
+    return readAll(file.get(), most);
 }
 
 std::string sha256Of(std::string_view bytes) {
