@@ -49,13 +49,12 @@ class Published {
     Published& operator=(T value) {
         owner_.objectWillChange();
         value_ = std::move(value);
-        if (didSet) {
-            didSet();
-        }
+        tellOfSet();
         return *this;
     }
 
-    /// Called after each assignment, for whoever must see every value; may be empty.
+    /// Called after each assignment and change in place, for whoever must see every value; may be
+    /// empty.
     std::function<void()> didSet;
 
     const T& get() const { return value_; }
@@ -67,9 +66,16 @@ class Published {
     void update(Change change) {
         owner_.objectWillChange();
         change(value_);
+        tellOfSet();
     }
 
   private:
+    void tellOfSet() const {
+        if (didSet) {
+            didSet();
+        }
+    }
+
     ObservableObject& owner_;
     T value_;
 };

@@ -51,21 +51,11 @@ void SimulatedProgram::watch() {
 }
 
 std::unique_ptr<platform::Popover> SimulatedProgram::makePopover(ContentView& root) {
-    observation_ = root.model().observe([this] { traceNewReading(); });
+    root.model().snap.didSet = [this, &root] { trace_.snapshot(*root.model().snap); };
     auto popover =
         std::make_unique<platform::SimulatedPopover>([this](bool shown) { trace_.popover(shown); });
     popover_ = popover.get();
     return popover;
-}
-
-void SimulatedProgram::traceNewReading() {
-    // A change is announced before it is written, so a new reading is seen at the announcement of
-    // what is written next. That is the history, in the same breath.
-    const std::vector<ScoreFactor>& factors = view().model().snap->factors;
-    if (!factors.empty() && traced_ != factors.front().id) {
-        traced_ = factors.front().id;
-        trace_.snapshot(*view().model().snap);
-    }
 }
 
 void SimulatedProgram::traceChanges() {

@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "base/observable.h"
 #include "core/snapshot.h"
 #include "simulation/scripted_program.h"
 #include "simulation/trace.h"
@@ -51,14 +50,10 @@ class SimulatedProgram final : public ScriptedProgram {
   private:
     void watch();
     std::unique_ptr<platform::Popover> makePopover(ContentView& root);
-    void traceNewReading();
     void traceChanges();
 
     Trace trace_;
     platform::SimulatedPopover* popover_ = nullptr; ///< the delegate's
-    Observation observation_;
-    std::optional<Uuid>
-        traced_; ///< the published reading that was traced last, by its first factor
     bool tracedScanning_ = false;
     std::vector<ProcInfo> tracedHolders_;
     std::pair<bool, std::optional<platform::Date>> tracedAwake_;

@@ -49,6 +49,21 @@ TEST(Published, ChangeInPlaceIsAnnouncedOnceBeforeIt) {
     EXPECT_EQ(*thing.text, "ab");
 }
 
+TEST(Published, TellsOfEachValueOnceItStandsHoweverItWasSet) {
+    Thing thing;
+    std::vector<std::string> heard;
+    const Observation observation = thing.observe([&] { heard.push_back("will: " + *thing.text); });
+    thing.text.update([](std::string& text) { text = "unheard"; });
+    thing.text.didSet = [&] { heard.push_back("did: " + *thing.text); };
+    thing.text = "set";
+    thing.text.update([&](std::string& text) {
+        heard.push_back("change: " + text);
+        text += ", changed";
+    });
+    EXPECT_EQ(heard, (std::vector<std::string>{"will: ", "will: unheard", "did: set", "will: set",
+                                               "change: set", "did: set, changed"}));
+}
+
 TEST(Published, EveryObserverHearsEveryPropertyInOrder) {
     Thing thing;
     std::string heard;
