@@ -3,7 +3,9 @@
 #include <csignal>
 #include <utility>
 
+#include "base/fatal.h"
 #include "base/json_writer.h"
+#include "base/overloaded.h"
 #include "core/snapshot.h"
 #include "core/snapshot_json.h"
 #include "model/awake.h"
@@ -43,6 +45,18 @@ void writeOptional(JsonWriter& json, const std::optional<T>& value) {
     } else {
         json.value(nullptr);
     }
+}
+
+const char* nameOf(WhatsNew::Kind::Case kind) {
+    switch (kind) {
+    case WhatsNew::Kind::Case::updated:
+        return "updated";
+    case WhatsNew::Kind::Case::none:
+        return "none";
+    case WhatsNew::Kind::Case::installed:
+        return "installed";
+    }
+    fatal();
 }
 
 } // namespace
@@ -130,9 +144,16 @@ void Trace::defaults(const std::string& key, const platform::SimulatedDefaults::
             json.member("type", "removed").member("value", nullptr);
             return;
         }
-        static constexpr const char* kTypes[] = {"integer", "double", "bool", "string"};
-        json.member("type", kTypes[value->index()]).key("value");
-        std::visit([&](const auto& held) { json.value(held); }, *value);
+        const auto write = [&json](const char* type, const auto& held) {
+            json.member("type", type).member("value", held);
+        };
+        const Overloaded writeValue{
+            [&](std::int64_t held) { write("integer", held); },
+            [&](double held) { write("double", held); },
+            [&](bool held) { write("bool", held); },
+            [&](const std::string& held) { write("string", held); },
+        };
+        std::visit(writeValue, *value);
     });
 }
 
@@ -162,30 +183,31 @@ void Trace::reclaim(const Model& model) {
 }
 
 void Trace::updater(const Updater::State& state) {
-    using Case = Updater::State::Case;
-    static constexpr const char* kNames[] = {"available",  "downloading",    "failed",
-                                             "idle",       "checking",       "upToDate",
-                                             "installing", "readyToRelaunch"};
+    using namespace update_state;
     line("updater", [&](JsonWriter& json) {
-        json.member("state", kNames[static_cast<std::size_t>(state.value)]).key("value");
-        if (state.value == Case::downloading) {
-            json.value(state.progress);
-        } else if (state.value == Case::available || state.value == Case::failed) {
-            json.value(state.text);
-        } else {
-            json.value(nullptr);
-        }
+        const auto write = [&json](const char* name, const auto& value) {
+            json.member("state", name).member("value", value);
+        };
+        const Overloaded writeState{
+            [&](const Available& of) { write("available", of.version); },
+            [&](const Downloading& of) { write("downloading", of.progress); },
+            [&](const Failed& of) { write("failed", of.message); },
+            [&](const Idle&) { write("idle", nullptr); },
+            [&](const Checking&) { write("checking", nullptr); },
+            [&](const UpToDate&) { write("upToDate", nullptr); },
+            [&](const Installing&) { write("installing", nullptr); },
+            [&](const ReadyToRelaunch&) { write("readyToRelaunch", nullptr); },
+        };
+        std::visit(writeState, state);
     });
 }
 
 void Trace::whatsNew(const WhatsNew& whatsNew) {
-    using Case = WhatsNew::Kind::Case;
-    static constexpr const char* kNames[] = {"updated", "none", "installed"};
     const WhatsNew::Kind& kind = *whatsNew.kind;
     line("whatsNew", [&](JsonWriter& json) {
-        json.member("kind", kNames[static_cast<std::size_t>(kind.value)]);
-        writeOptional(json.key("from"),
-                      kind.value == Case::updated ? std::optional(kind.from) : std::nullopt);
+        json.member("kind", nameOf(kind.value)).key("from");
+        const bool updated = kind.value == WhatsNew::Kind::Case::updated;
+        writeOptional(json, updated ? std::optional(kind.from) : std::nullopt);
         json.key("notes").beginArray();
         for (const std::string& note : *whatsNew.notes) {
             json.value(note);

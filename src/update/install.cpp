@@ -112,41 +112,39 @@ void Updater::installPending() {
     }
     // A check may replace what is pending while this one is on its way.
     const auto release = std::make_shared<const Release>(*pending);
-    set(State::Case::downloading);
-    auto work = std::make_shared<const WorkDirectory>(services_.fileManager, newUuid_());
-    services_.http.download(
-        release->url, [self = shared_from_this(), release, work = std::move(work)](
-                          const std::optional<platform::HttpDownload>& download) {
-            if (!download || download->status != kStatusOk) {
-                self->fail("Download failed");
-                return;
-            }
-            // Where it cannot be moved, there is nothing to be read next.
-            static_cast<void>(
-                self->services_.fileManager.move(download->path, *work / "update.zip"));
-            self->install(*release, *work);
-        });
+    state = update_state::Downloading{};
+    auto work = std::make_shared<const WorkDirectory>(fileManager_, newUuid_());
+    http_.download(release->url, [self = shared_from_this(), release, work = std::move(work)](
+                                     const std::optional<platform::HttpDownload>& download) {
+        if (!download || download->status != kStatusOk) {
+            self->fail("Download failed");
+            return;
+        }
+        // Where it cannot be moved, there is nothing to be read next.
+        static_cast<void>(self->fileManager_.move(download->path, *work / "update.zip"));
+        self->install(*release, *work);
+    });
 }
 
 void Updater::install(const Release& release, const WorkDirectory& work) {
-    set(State::Case::installing);
+    state = update_state::Installing{};
     const std::string archive = work / "update.zip";
-    const std::optional<std::string> bytes = services_.files.read(archive);
+    const std::optional<std::string> bytes = files_.read(archive);
     if (!bytes) {
         fail("Could not read the download");
         return;
     }
-    if (hexadecimal(services_.digest.sha256(*bytes)) != release.sha256) {
+    if (hexadecimal(digest_.sha256(*bytes)) != release.sha256) {
         fail("Update failed its integrity check");
         return;
     }
     const std::string out = work / "out";
-    services_.fileManager.createDirectory(out);
-    if (!services_.archive.unpack(archive, out)) {
+    fileManager_.createDirectory(out);
+    if (!archive_.unpack(archive, out)) {
         fail(kUnpackFailed);
         return;
     }
-    const std::optional<std::string> bundle = bundleIn(services_.fileManager, out);
+    const std::optional<std::string> bundle = bundleIn(fileManager_, out);
     if (!bundle) {
         fail(kUnpackFailed);
         return;
@@ -155,9 +153,9 @@ void Updater::install(const Release& release, const WorkDirectory& work) {
         fail("Update is not signed by Oxbrook; refusing to install");
         return;
     }
-    if (!services_.bundle.parentWritable()) {
-        services_.workspace.reveal(*bundle);
-        fail("Can't write to " + lastComponentOf(parentOf(services_.bundle.path())) +
+    if (!bundle_.parentWritable()) {
+        workspace_.reveal(*bundle);
+        fail("Can't write to " + lastComponentOf(parentOf(bundle_.path())) +
              ". The new version is in Finder; drag it over.");
         return;
     }
@@ -165,31 +163,31 @@ void Updater::install(const Release& release, const WorkDirectory& work) {
         fail("Could not replace the app: " + *error);
         return;
     }
-    services_.defaults.set(WhatsNew::handoffKey, release.notes);
-    set(State::Case::readyToRelaunch);
+    defaults_.set(WhatsNew::handoffKey, release.notes);
+    state = update_state::ReadyToRelaunch{};
 }
 
 bool Updater::verifySignature(const std::string& bundle, std::int64_t build) {
-    const std::optional<std::string> text = services_.codeSignature.describe(bundle);
+    const std::optional<std::string> text = codeSignature_.describe(bundle);
     return text && text->find("TeamIdentifier=" + teamID) != std::string::npos &&
-           services_.codeSignature.verifyStrictly(bundle, build);
+           codeSignature_.verifyStrictly(bundle, build);
 }
 
 std::optional<std::string> Updater::swap(const std::string& bundle, const WorkDirectory& work) {
-    const std::string running = services_.bundle.path();
+    const std::string running = bundle_.path();
     const std::string old = work / "old.app";
     std::string moving = running;
-    Status<std::errc> moved = services_.fileManager.move(running, old);
+    Status<std::errc> moved = fileManager_.move(running, old);
     if (moved) {
         moving = bundle;
-        moved = services_.fileManager.move(bundle, running);
+        moved = fileManager_.move(bundle, running);
     }
     if (moved) {
         return std::nullopt;
     }
     // It may be that nothing was moved, or that it cannot be moved back: the first error says more
     // than what this has to say.
-    static_cast<void>(services_.fileManager.move(old, running));
+    static_cast<void>(fileManager_.move(old, running));
     return sentenceOf(moving, moved.error());
 }
 

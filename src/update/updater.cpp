@@ -7,6 +7,7 @@
 #include "platform/defaults.h"
 #include "platform/http.h"
 #include "platform/run_loop.h"
+#include "platform/services.h"
 #include "platform/workspace.h"
 
 #ifndef KORVEL_UPDATE_HOST
@@ -40,18 +41,22 @@ const std::string& Updater::appcast() {
 }
 
 Updater::Updater(const platform::Services& services, std::function<Uuid()> newUuid)
-    : services_(services), newUuid_(std::move(newUuid)) {
-    if (const double last = services_.defaults.real(checkedKey); last > 0) {
+    : bundle_(services.bundle), clock_(services.clock), runLoop_(services.runLoop),
+      defaults_(services.defaults), workspace_(services.workspace), http_(services.http),
+      fileManager_(services.fileManager), files_(services.files), digest_(services.digest),
+      archive_(services.archive), codeSignature_(services.codeSignature),
+      newUuid_(std::move(newUuid)) {
+    if (const double last = defaults_.real(checkedKey); last > 0) {
         lastChecked = last;
     }
 }
 
 std::string Updater::currentVersion() const {
-    return services_.bundle.infoString("CFBundleShortVersionString").value_or("0");
+    return bundle_.infoString("CFBundleShortVersionString").value_or("0");
 }
 
 std::int64_t Updater::currentBuild() const {
-    return buildNumber(services_.bundle.infoString("CFBundleVersion").value_or("0"));
+    return buildNumber(bundle_.infoString("CFBundleVersion").value_or("0"));
 }
 
 std::string Updater::releaseNotes() const {
@@ -59,15 +64,15 @@ std::string Updater::releaseNotes() const {
 }
 
 void Updater::fetchAppcast(std::function<void(std::optional<Release>)> done) {
-    services_.http.get(appcast(), kFeedTimeout,
-                       [done = std::move(done)](std::optional<platform::HttpResponse> response) {
-                           const bool isFeed = response && response->status == kStatusOk;
-                           done(isFeed ? decodeRelease(std::move(response->body)) : std::nullopt);
-                       });
+    http_.get(appcast(), kFeedTimeout,
+              [done = std::move(done)](std::optional<platform::HttpResponse> response) {
+                  const bool isFeed = response && response->status == kStatusOk;
+                  done(isFeed ? decodeRelease(std::move(response->body)) : std::nullopt);
+              });
 }
 
 void Updater::check(bool userInitiated, Done done) {
-    set(State::Case::checking);
+    state = update_state::Checking{};
     fetchAppcast([self = shared_from_this(), userInitiated,
                   done = std::move(done)](const std::optional<Release>& release) {
         self->settle(release, userInitiated);
@@ -81,30 +86,29 @@ void Updater::settle(const std::optional<Release>& release, bool userInitiated) 
     if (!release && userInitiated) {
         fail("Could not reach the update server");
     } else if (!release) {
-        set(State::Case::idle);
+        state = update_state::Idle{};
     } else if (currentBuild() >= release->build) {
-        set(State::Case::upToDate);
+        state = update_state::UpToDate{};
         // Each check has its own end of that state; an older one may end it early.
-        services_.runLoop.after(kUpToDateShown,
-                                [self = shared_from_this()] { self->endUpToDate(); });
+        runLoop_.after(kUpToDateShown, [self = shared_from_this()] { self->endUpToDate(); });
     } else {
         pending = release;
-        state = State{State::Case::available, release->version, 0};
+        state = update_state::Available{release->version};
     }
-    const platform::Date now = services_.clock.now();
+    const platform::Date now = clock_.now();
     lastChecked = now;
-    services_.defaults.set(checkedKey, now);
+    defaults_.set(checkedKey, now);
 }
 
 void Updater::endUpToDate() {
-    if (state->value == State::Case::upToDate) {
-        set(State::Case::idle);
+    if (std::holds_alternative<update_state::UpToDate>(*state)) {
+        state = update_state::Idle{};
     }
 }
 
 void Updater::checkInBackground() {
     // A date in the future is less than a day ago too.
-    if (*lastChecked && services_.clock.now() - **lastChecked < kCheckInterval) {
+    if (*lastChecked && clock_.now() - **lastChecked < kCheckInterval) {
         return;
     }
     check(false);
@@ -119,12 +123,12 @@ void Updater::notesForCurrentVersion(NotesDone done) {
 }
 
 void Updater::fail(std::string message) {
-    state = State{State::Case::failed, std::move(message), 0};
+    state = update_state::Failed{std::move(message)};
 }
 
 void Updater::relaunch() {
-    services_.workspace.relaunch(services_.bundle.path());
-    services_.runLoop.terminate();
+    workspace_.relaunch(bundle_.path());
+    runLoop_.terminate();
 }
 
 } // namespace korvel

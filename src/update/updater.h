@@ -9,32 +9,29 @@
 #include "base/observable.h"
 #include "base/uuid.h"
 #include "platform/clock.h"
-#include "platform/services.h"
 #include "update/release.h"
+#include "update/updater_state.h"
+
+namespace korvel::platform {
+class Archive;
+class Bundle;
+class CodeSignature;
+class Digest;
+class FileManager;
+class Files;
+class Http;
+class RunLoop;
+class UserDefaults;
+class Workspace;
+struct Services;
+} // namespace korvel::platform
 
 namespace korvel {
 
 /// Finds, checks and installs newer builds of the program. Main thread only.
 class Updater : public ObservableObject, public std::enable_shared_from_this<Updater> {
   public:
-    struct State {
-        enum class Case {
-            available,   ///< a newer build is pending
-            downloading, ///< its archive is on the way
-            failed,      ///< the last check or installation did
-            idle,
-            checking,
-            upToDate,
-            installing,      ///< the archive is being verified and put in place
-            readyToRelaunch, ///< the new bundle is in place
-        };
-
-        Case value = Case::idle;
-        std::string text;    ///< available: the version; failed: the message; else empty
-        double progress = 0; ///< downloading: 0 to 1, though only 0 is ever set
-
-        bool operator==(const State&) const = default;
-    };
+    using State = UpdaterState;
 
     using Done = std::function<void()>;
     using NotesDone = std::function<void(std::optional<std::string> notes)>;
@@ -45,13 +42,13 @@ class Updater : public ObservableObject, public std::enable_shared_from_this<Upd
     /// URL of the feed, on the host that the build was given.
     static const std::string& appcast();
 
-    /// `newUuid` names the folder of an installation.
+    /// The services outlive it. `newUuid` names the folder of an installation.
     explicit Updater(const platform::Services& services,
                      std::function<Uuid()> newUuid = Uuid::random);
 
     /// The code-signing team that an update must carry.
     const std::string teamID = "7QX4D1K9WB";
-    Published<State> state{*this};
+    Published<State> state{*this, update_state::Idle{}};
     Published<std::optional<platform::Date>> lastChecked{*this}; ///< when the last check ended
     std::optional<Release> pending; ///< what the last check that found something newer found
     const std::string checkedKey = "lastUpdateCheck";
@@ -89,9 +86,18 @@ class Updater : public ObservableObject, public std::enable_shared_from_this<Upd
     /// The sentence of what went wrong; nullopt: the new bundle is in place.
     std::optional<std::string> swap(const std::string& bundle, const WorkDirectory& work);
     void fail(std::string message);
-    void set(State::Case value) { state = State{value, "", 0}; }
 
-    platform::Services services_;
+    platform::Bundle& bundle_; ///< the running one
+    platform::Clock& clock_;
+    platform::RunLoop& runLoop_;
+    platform::UserDefaults& defaults_;
+    platform::Workspace& workspace_;
+    platform::Http& http_;
+    platform::FileManager& fileManager_;
+    platform::Files& files_;
+    platform::Digest& digest_;
+    platform::Archive& archive_;
+    platform::CodeSignature& codeSignature_;
     std::function<Uuid()> newUuid_;
 };
 

@@ -140,7 +140,8 @@ TEST_F(AppDelegateTest, TheMenuItemChecksEvenIfTheFeedWasAskedToday) {
     EXPECT_TRUE(simulated.statusBar.choose("Check for Updates\u2026"));
     simulated.runLoop.advance(0);
     EXPECT_THAT(simulated.http.urls, ElementsAre(Updater::appcast()));
-    EXPECT_EQ(updater->state->text, "Could not reach the update server");
+    EXPECT_EQ(*updater->state,
+              Updater::State(update_state::Failed{"Could not reach the update server"}));
 }
 
 TEST_F(AppDelegateTest, TheFeedIsAskedAfterTheLaunchUnlessItWasToday) {
@@ -154,7 +155,7 @@ TEST_F(AppDelegateTest, TheFeedIsAskedAfterTheLaunchUnlessItWasToday) {
     EXPECT_THAT(simulated.http.urls, IsEmpty()) << "not within the launch";
     simulated.runLoop.advance(0);
     EXPECT_THAT(simulated.http.urls, ElementsAre(Updater::appcast()));
-    EXPECT_EQ(updater->state->value, Updater::State::Case::idle) << "it fails without a word";
+    EXPECT_EQ(*updater->state, Updater::State(update_state::Idle{})) << "it fails without a word";
 }
 
 TEST_F(AppDelegateTest, AGreetingOpensThePopoverOnceWithoutTakingTheKeyboard) {

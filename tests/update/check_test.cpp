@@ -17,7 +17,6 @@ namespace {
 using platform::SimulatedDefaults;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Case = Updater::State::Case;
 using State = Updater::State;
 
 constexpr double kDay = 86400;
@@ -53,13 +52,13 @@ class Check : public testing::Test {
     std::vector<State> states; ///< that were set
 };
 
-const State kChecking{Case::checking, "", 0};
-const State kIdle{Case::idle, "", 0};
-const State kUpToDate{Case::upToDate, "", 0};
-const State kUnreachable{Case::failed, "Could not reach the update server", 0};
+const State kChecking = update_state::Checking{};
+const State kIdle = update_state::Idle{};
+const State kUpToDate = update_state::UpToDate{};
+const State kUnreachable = update_state::Failed{"Could not reach the update server"};
 
 State available(const std::string& version) {
-    return {Case::available, version, 0};
+    return update_state::Available{version};
 }
 
 TEST_F(Check, TheFeedLiesOnTheHostOfTheBuild) {
@@ -116,7 +115,8 @@ TEST_F(Check, WhatIsPendingIsKnownWhenItsStateIsSet) {
     answers(feedOf(101));
     bool known = false;
     updater->state.didSet = [&] {
-        known = updater->state->value == Case::available && updater->pending.has_value();
+        known = std::holds_alternative<update_state::Available>(*updater->state) &&
+                updater->pending.has_value();
     };
     check();
     EXPECT_TRUE(known);
@@ -338,10 +338,10 @@ TEST_F(Check, NotesAreThoseOfTheRunningBuildAndTouchNothing) {
 
 TEST_F(Check, StatesAreEqualWithTheirPayload) {
     EXPECT_NE(available("2.0"), available("2.1"));
-    EXPECT_NE((State{Case::downloading, "", 0}), (State{Case::downloading, "", 0.5}));
-    EXPECT_NE((State{Case::failed, "a", 0}), (State{Case::failed, "b", 0}));
-    EXPECT_EQ(static_cast<int>(Case::available), 0);
-    EXPECT_EQ(static_cast<int>(Case::readyToRelaunch), 7);
+    EXPECT_NE(State(update_state::Downloading{}), State(update_state::Downloading{0.5}));
+    EXPECT_NE(State(update_state::Failed{"a"}), State(update_state::Failed{"b"}));
+    EXPECT_EQ(State(update_state::Available{}).index(), 0U);
+    EXPECT_EQ(State(update_state::ReadyToRelaunch{}).index(), 7U);
 }
 
 } // namespace

@@ -19,17 +19,16 @@ namespace {
 using platform::CallLog;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Case = Updater::State::Case;
 using State = Updater::State;
 
 const std::string kRunning = "/Applications/Korvel.app";
 const std::string kWork = "/tmp/korvel-update-00000000-0000-0001-0000-000000000000";
-const State kDownloading{Case::downloading, "", 0};
-const State kInstalling{Case::installing, "", 0};
-const State kReady{Case::readyToRelaunch, "", 0};
+const State kDownloading = update_state::Downloading{};
+const State kInstalling = update_state::Installing{};
+const State kReady = update_state::ReadyToRelaunch{};
 
 State failed(const std::string& message) {
-    return {Case::failed, message, 0};
+    return update_state::Failed{message};
 }
 
 class Install : public testing::Test {
@@ -138,8 +137,7 @@ TEST_F(Install, NotesAreHandedOverBeforeTheStateSaysReady) {
         simulated.defaults.values.erase("pendingReleaseNotes");
         bool handedOver = false;
         updater->state.didSet = [&] {
-            handedOver = updater->state->value == Case::readyToRelaunch &&
-                         simulated.defaults.has("pendingReleaseNotes");
+            handedOver = *updater->state == kReady && simulated.defaults.has("pendingReleaseNotes");
         };
         install();
         EXPECT_TRUE(handedOver);

@@ -2,13 +2,21 @@
 
 #include <ostream>
 
-#include "update/updater.h"
-
-namespace korvel {
+#include "update/updater_state.h"
 
 // For the messages of a failed test.
-inline void PrintTo(const Updater::State& state, std::ostream* stream) {
-    *stream << static_cast<int>(state.value) << " \"" << state.text << "\" " << state.progress;
+namespace korvel::update_state {
+
+inline void PrintTo(const Available& state, std::ostream* stream) {
+    *stream << "available: " << state.version;
 }
 
-} // namespace korvel
+inline void PrintTo(const Downloading& state, std::ostream* stream) {
+    *stream << "downloading: " << state.progress;
+}
+
+inline void PrintTo(const Failed& state, std::ostream* stream) {
+    *stream << "failed: " << state.message;
+}
+
+} // namespace korvel::update_state

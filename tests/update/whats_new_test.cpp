@@ -117,7 +117,7 @@ TEST_F(Greeting, WithoutAHandOverTheFeedIsAsked) {
         simulated.runLoop.advance(0);
         EXPECT_THAT(*whatsNew->notes, ElementsAre("One", "Two"));
         EXPECT_EQ(isHandedOver(), empty) << "an empty one is left in place";
-        EXPECT_EQ(updater->state->value, Updater::State::Case::idle);
+        EXPECT_EQ(*updater->state, Updater::State(update_state::Idle{}));
     }
 }
 

@@ -9,52 +9,70 @@ namespace {
 
 using Line = PopoverContent::UpdateLine;
 
+std::optional<Line> lineOf(const update_state::Idle&) {
+    return std::nullopt;
+}
+
+std::optional<Line> lineOf(const update_state::UpToDate&) {
+    return std::nullopt;
+}
+
+std::optional<Line> lineOf(const update_state::Checking&) {
+    Line line;
+    line.progress = Line::Progress::spinning;
+    line.text = "Checking for updates…";
+    return line;
+}
+
+std::optional<Line> lineOf(const update_state::Available& state) {
+    Line line;
+    line.symbol = "arrow.down.circle.fill";
+    line.colour = Ink::cyan;
+    line.text = "Version " + state.version + " is available";
+    line.style = Line::Style::semibold;
+    line.control = "Update";
+    line.action = Line::Action::install;
+    return line;
+}
+
+std::optional<Line> lineOf(const update_state::Downloading& state) {
+    Line line;
+    line.progress = Line::Progress::determinate;
+    line.value = state.progress;
+    line.text = "Downloading…";
+    return line;
+}
+
+std::optional<Line> lineOf(const update_state::Installing&) {
+    Line line;
+    line.progress = Line::Progress::spinning;
+    line.text = "Verifying and installing…";
+    return line;
+}
+
+std::optional<Line> lineOf(const update_state::ReadyToRelaunch&) {
+    Line line;
+    line.symbol = "checkmark.circle.fill";
+    line.colour = Ink::good;
+    line.text = "Update installed";
+    line.control = "Relaunch";
+    line.action = Line::Action::relaunch;
+    return line;
+}
+
+std::optional<Line> lineOf(const update_state::Failed& state) {
+    Line line;
+    line.symbol = "exclamationmark.triangle.fill";
+    line.colour = Ink::warn;
+    line.text = state.message;
+    line.style = Line::Style::small;
+    return line;
+}
+
 } // namespace
 
 std::optional<Line> updateLineOf(const Updater& updater) {
-    using Case = Updater::State::Case;
-    const Updater::State& state = *updater.state;
-    Line line;
-    switch (state.value) {
-    case Case::idle:
-    case Case::upToDate:
-        return std::nullopt;
-    case Case::checking:
-        line.progress = Line::Progress::spinning;
-        line.text = "Checking for updates…";
-        break;
-    case Case::available:
-        line.symbol = "arrow.down.circle.fill";
-        line.colour = Ink::cyan;
-        line.text = "Version " + state.text + " is available";
-        line.style = Line::Style::semibold;
-        line.control = "Update";
-        line.action = Line::Action::install;
-        break;
-    case Case::downloading:
-        line.progress = Line::Progress::determinate;
-        line.value = state.progress;
-        line.text = "Downloading…";
-        break;
-    case Case::installing:
-        line.progress = Line::Progress::spinning;
-        line.text = "Verifying and installing…";
-        break;
-    case Case::readyToRelaunch:
-        line.symbol = "checkmark.circle.fill";
-        line.colour = Ink::good;
-        line.text = "Update installed";
-        line.control = "Relaunch";
-        line.action = Line::Action::relaunch;
-        break;
-    case Case::failed:
-        line.symbol = "exclamationmark.triangle.fill";
-        line.colour = Ink::warn;
-        line.text = state.text;
-        line.style = Line::Style::small;
-        break;
-    }
-    return line;
+    return std::visit([](const auto& state) { return lineOf(state); }, *updater.state);
 }
 
 WhatsNewBanner::WhatsNewBanner() : wn(WhatsNew::shared()) {}

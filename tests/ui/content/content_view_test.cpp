@@ -88,7 +88,7 @@ TEST_F(RootView, ByThemselvesTheViewAndItsBannerAreThoseOfTheProgram) {
 
     const ContentView programs(simulated.model, services);
     Awake::shared()->on = true;
-    Updater::shared()->state = Updater::State{Updater::State::Case::checking, "", 0};
+    Updater::shared()->state = update_state::Checking{};
     WhatsNew::shared()->kind = WhatsNew::Kind{WhatsNew::Kind::Case::installed, ""};
     EXPECT_TRUE(programs.content().keepAwake.on);
     EXPECT_TRUE(programs.content().update);

@@ -123,7 +123,7 @@ TEST(LinuxWords, NoTextOfAnUpdateNamesTheMacAfterThem) {
     install();
     simulated.updater->pending->sha256 = "0";
     install();
-    simulated.updater->state = Updater::State{Updater::State::Case::available, "2.0", 0};
+    simulated.updater->state = update_state::Available{"2.0"};
     for (const auto& kind : {WhatsNew::Kind{WhatsNew::Kind::Case::updated, "1"},
                              WhatsNew::Kind{WhatsNew::Kind::Case::updated, ""}}) {
         simulated.whatsNew->kind = kind;

@@ -15,15 +15,13 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using Case = Updater::State::Case;
+using namespace update_state;
 using Kind = WhatsNew::Kind;
 using Line = PopoverContent::UpdateLine;
 
 class UpdateSections : public testing::Test {
   protected:
-    void become(Case value, const std::string& text = "", double progress = 0) {
-        simulated.updater->state = Updater::State{value, text, progress};
-    }
+    void become(const Updater::State& state) { simulated.updater->state = state; }
     std::optional<Line> line() const { return view.content().update; }
     std::string json() const {
         JsonWriter writer;
@@ -40,7 +38,7 @@ class UpdateSections : public testing::Test {
 
 TEST_F(UpdateSections, IdleOrUpToDateThereIsNoLine) {
     EXPECT_EQ(line(), std::nullopt);
-    become(Case::upToDate);
+    become(UpToDate{});
     EXPECT_EQ(line(), std::nullopt);
     EXPECT_THAT(json(), HasSubstr(R"("update":null)"));
 }
@@ -50,41 +48,34 @@ TEST_F(UpdateSections, EachOtherStateHasItsLine) {
     using Progress = Line::Progress;
     using Style = Line::Style;
     const struct {
-        Case state;
-        std::string text;
+        Updater::State state;
         Line line;
     } cases[] = {
-        {Case::checking,
-         "",
+        {Checking{},
          {"", Ink::cyan, Progress::spinning, 0, "Checking for updates…", Style::regular, "",
           Action::none}},
-        {Case::available,
-         "2.0 \"beta\"",
+        {Available{"2.0 \"beta\""},
          {"arrow.down.circle.fill", Ink::cyan, Progress::none, 0,
           "Version 2.0 \"beta\" is available", Style::semibold, "Update", Action::install}},
-        {Case::downloading,
-         "",
+        {Downloading{},
          {"", Ink::cyan, Progress::determinate, 0, "Downloading…", Style::regular, "",
           Action::none}},
-        {Case::installing,
-         "",
+        {Installing{},
          {"", Ink::cyan, Progress::spinning, 0, "Verifying and installing…", Style::regular, "",
           Action::none}},
-        {Case::readyToRelaunch,
-         "",
+        {ReadyToRelaunch{},
          {"checkmark.circle.fill", Ink::good, Progress::none, 0, "Update installed", Style::regular,
           "Relaunch", Action::relaunch}},
-        {Case::failed,
-         "Download <b>failed</b>",
+        {Failed{"Download <b>failed</b>"},
          {"exclamationmark.triangle.fill", Ink::warn, Progress::none, 0, "Download <b>failed</b>",
           Style::small, "", Action::none}},
     };
     for (const auto& row : cases) {
-        become(row.state, row.text);
+        become(row.state);
         ASSERT_TRUE(line()) << row.line.text;
         EXPECT_EQ(*line(), row.line) << row.line.text;
     }
-    become(Case::downloading, "", 0.25);
+    become(Downloading{0.25});
     EXPECT_EQ(line()->value, 0.25);
 }
 
@@ -92,12 +83,12 @@ TEST_F(UpdateSections, TheButtonDoesWhatItSays) {
     view.pressUpdate();
     EXPECT_THAT(simulated.system.http.urls, IsEmpty());
     simulated.updater->pending = Release{"2.0", 101, "https://host/a.zip", "", "", ""};
-    become(Case::available, "2.0");
+    become(Available{"2.0"});
     view.pressUpdate();
     EXPECT_THAT(simulated.system.http.urls, ElementsAre("https://host/a.zip"));
     view.pressUpdate();
     EXPECT_EQ(simulated.system.http.urls.size(), 1U) << "no button while it downloads";
-    become(Case::readyToRelaunch);
+    become(ReadyToRelaunch{});
     view.pressUpdate();
     EXPECT_THAT(simulated.system.workspace.relaunched, ElementsAre("/Applications/Korvel.app"));
 }
@@ -105,7 +96,7 @@ TEST_F(UpdateSections, TheButtonDoesWhatItSays) {
 TEST_F(UpdateSections, EveryChangeOfBothIsAnnounced) {
     int announced = 0;
     const Observation observation = view.observe([&] { ++announced; });
-    become(Case::checking);
+    become(Checking{});
     EXPECT_EQ(announced, 1);
     simulated.whatsNew->evaluate();
     EXPECT_EQ(announced, 3) << "the kind and the lines";

@@ -227,24 +227,23 @@ TEST_F(Bridge, HandsOverTheGreetingAndKeepsItsTextsWhileItFades) {
 }
 
 TEST_F(Bridge, HandsOverTheLineOfAnUpdate) {
-    using State = Updater::State;
     stage.show(healthyReading());
     render();
     EXPECT_FALSE(bridge.update().shown);
-    stage.simulated.updater->state = State{State::Case::downloading, "", 0.5};
+    stage.simulated.updater->state = update_state::Downloading{0.5};
     render();
     EXPECT_TRUE(bridge.update().shown);
     EXPECT_TRUE(bridge.update().progressing);
     EXPECT_EQ(bridge.update().progress, 0.5);
     EXPECT_FALSE(bridge.update().spinning);
-    stage.simulated.updater->state = State{State::Case::failed, "Download failed", 0};
+    stage.simulated.updater->state = update_state::Failed{"Download failed"};
     render();
     EXPECT_EQ(bridge.update().words, "Download failed");
     EXPECT_EQ(bridge.update().colour, "warn");
     EXPECT_TRUE(bridge.update().small);
     EXPECT_EQ(bridge.update().control, "");
     stage.simulated.updater->pending = Release{"2", 101, "https://host/a.zip", "", "", ""};
-    stage.simulated.updater->state = State{State::Case::available, "2", 0};
+    stage.simulated.updater->state = update_state::Available{"2"};
     render();
     EXPECT_TRUE(bridge.update().semibold);
     bridge.pressUpdate();
@@ -254,7 +253,7 @@ TEST_F(Bridge, HandsOverTheLineOfAnUpdate) {
 TEST_F(Bridge, AnUpdateThatStandsStillIsNotAnnounced) {
     stage.show(healthyReading());
     stage.simulated.whatsNew->evaluate();
-    stage.simulated.updater->state = Updater::State{Updater::State::Case::available, "2", 0};
+    stage.simulated.updater->state = update_state::Available{"2"};
     render();
     const Signals signals(bridge);
     render();

@@ -196,32 +196,19 @@ const std::vector<Scene>& scenes() {
              stage.simulated.whatsNew->notes = std::vector<std::string>();
              stage.simulated.whatsNew->kind = {WhatsNew::Kind::Case::updated, ""};
          }},
-        {"update_checking",
-         [](Stage& stage) {
-             showUpdate(stage, {Updater::State::Case::checking, "", 0});
-         }},
+        {"update_checking", [](Stage& stage) { showUpdate(stage, update_state::Checking{}); }},
         {"update_available",
-         [](Stage& stage) {
-             showUpdate(stage, {Updater::State::Case::available, "1.1.0", 0});
-         }},
+         [](Stage& stage) { showUpdate(stage, update_state::Available{"1.1.0"}); }},
         {"update_downloading",
-         [](Stage& stage) {
-             showUpdate(stage, {Updater::State::Case::downloading, "", 0.25});
-         }},
-        {"update_installing",
-         [](Stage& stage) {
-             showUpdate(stage, {Updater::State::Case::installing, "", 0});
-         }},
-        {"update_ready",
-         [](Stage& stage) {
-             showUpdate(stage, {Updater::State::Case::readyToRelaunch, "", 0});
-         }},
+         [](Stage& stage) { showUpdate(stage, update_state::Downloading{0.25}); }},
+        {"update_installing", [](Stage& stage) { showUpdate(stage, update_state::Installing{}); }},
+        {"update_ready", [](Stage& stage) { showUpdate(stage, update_state::ReadyToRelaunch{}); }},
         {"update_failed",
          [](Stage& stage) {
-             showUpdate(stage, {Updater::State::Case::failed,
-                                "Can't write to Applications. The new version is in Finder; drag "
-                                "it over.",
-                                0});
+             showUpdate(stage,
+                        update_state::Failed{
+                            "Can't write to Applications. The new version is in Finder; drag "
+                            "it over."});
          }},
         {"short_screen",
          [](Stage& stage) {

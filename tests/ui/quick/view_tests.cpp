@@ -34,7 +34,7 @@ class Theatre : public QObject {
         stage_.root.disableAwake();
         stage_.simulated.system.defaults.remove("seenBuild"); // dismissed in an earlier test
         stage_.simulated.whatsNew->kind = WhatsNew::Kind();
-        stage_.simulated.updater->state = Updater::State();
+        stage_.simulated.updater->state = update_state::Idle{};
         stage_.simulated.updater->pending = Release{"1.1.0", 101, "https://host/a.zip", "", "", ""};
         stage_.simulated.system.http.urls.clear();
         stage_.showHistory(60, 20, 50);
