@@ -2,10 +2,11 @@
 
 #include <utility>
 
+#include <QDir>
 #include <QNetworkAccessManager>
+#include <QTemporaryFile>
 #include <QUrl>
 
-#include "platform/qt/download_file.h"
 #include "platform/qt/fetch.h"
 
 namespace korvel::platform {
@@ -64,21 +65,28 @@ void QtHttp::get(const std::string& url, double timeout,
 void QtHttp::download(const std::string& url,
                       std::function<void(std::optional<HttpDownload>)> done) {
     // The answer holds the file, so it goes when the answer has been given or never will be.
-    auto file = std::make_shared<std::optional<DownloadFile>>(DownloadFile::make());
+    auto file =
+        std::make_shared<QTemporaryFile>(QDir::tempPath() + QStringLiteral("/korvel-XXXXXX"));
+    file->open();
     start(
         url,
         {.total = settings_.longestDownload,
          .silence = settings_.longestSilence,
          .largest = settings_.largestDownload},
-        [file](std::string_view piece) { return *file && (*file)->append(piece); },
+        [file](std::string_view piece) {
+            return file->write(piece.data(), std::ssize(piece)) == std::ssize(piece) &&
+                   file->flush();
+        },
         [file, done = std::move(done)](std::optional<int> status) {
-            if (!status || !*file) {
-                file->reset();
+            if (!status || !file->isOpen()) {
+                file->remove();
                 done(std::nullopt);
                 return;
             }
-            (*file)->close();
-            done(HttpDownload{*status, (*file)->path()});
+            // Asked for while it is open: until then it has no name where the system allows that.
+            const std::string path = QFile::encodeName(file->fileName()).toStdString();
+            file->close();
+            done(HttpDownload{*status, path});
         });
 }
 
