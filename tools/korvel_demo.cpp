@@ -14,7 +14,6 @@
 #include "platform/linux/session/environment.h"
 #include "platform/qt/termination_signals.h"
 #include "simulation/command_line.h"
-#include "simulation/json_value.h"
 #include "tools/demo/demo_program.h"
 #include "tools/demo/pictures.h"
 
@@ -95,13 +94,11 @@ int main(int argc, char** argv) {
     if (!arguments) {
         return showUsage("korvel-demo [--pictures FOLDER] SCENARIO.json");
     }
-    Scenario scenario;
-    try {
-        scenario = loadScenario(arguments->scenario);
-    } catch (const ScenarioError& error) {
-        return complain(error.what());
+    const auto scenario = loadScenario(arguments->scenario);
+    if (!scenario) {
+        return simulation::complain("korvel-demo", arguments->scenario, scenario.error());
     }
     qInstallMessageHandler(keepQuiet);
     platform::prepareEnvironment();
-    return arguments->pictures ? drawPictures(scenario, *arguments, argv) : show(scenario, argv);
+    return arguments->pictures ? drawPictures(*scenario, *arguments, argv) : show(*scenario, argv);
 }

@@ -12,7 +12,6 @@
 
 #include "platform/posix/whole_file.h"
 #include "simulation/command_line.h"
-#include "simulation/json_value.h"
 #include "simulation/program.h"
 #include "simulation/scenario.h"
 
@@ -86,11 +85,7 @@ int main(int argc, char** argv) {
     if (argc != 2 || *argv[1] == '-' || *argv[1] == '\0') {
         return korvel::simulation::showUsage("korvel-sim SCENARIO.json");
     }
-    korvel::simulation::Scenario scenario;
-    try {
-        scenario = korvel::simulation::loadScenario(argv[1]);
-    } catch (const korvel::simulation::ScenarioError& error) {
-        return complain(error.what());
-    }
-    return run(scenario);
+    const auto scenario = korvel::simulation::loadScenario(argv[1]);
+    return scenario ? run(*scenario)
+                    : korvel::simulation::complain("korvel-sim", argv[1], scenario.error());
 }

@@ -2,10 +2,9 @@
 
 #include <cmath>
 #include <optional>
+#include <utility>
 
 #include <fmt/format.h>
-
-#include "base/json_writer.h"
 
 namespace korvel::simulation {
 
@@ -17,19 +16,12 @@ std::optional<T> get(simdjson::dom::element element) {
     return element.get(value) == simdjson::SUCCESS ? std::optional(value) : std::nullopt;
 }
 
-/// On one line whatever it holds.
-std::string inQuotes(std::string_view text) {
-    JsonWriter json;
-    json.value(text);
-    return json.text();
-}
-
 } // namespace
 
 double JsonValue::number() const {
     const std::optional<double> value = get<double>(element_);
     if (!value) {
-        fail("must be a number");
+        fail(ScenarioFault::notANumber);
     }
     return *value;
 }
@@ -37,7 +29,7 @@ double JsonValue::number() const {
 bool JsonValue::flag() const {
     const std::optional<bool> value = get<bool>(element_);
     if (!value) {
-        fail("must be true or false");
+        fail(ScenarioFault::notAFlag);
     }
     return *value;
 }
@@ -45,7 +37,7 @@ bool JsonValue::flag() const {
 std::string JsonValue::text() const {
     const std::optional<std::string_view> value = get<std::string_view>(element_);
     if (!value) {
-        fail("must be a string");
+        fail(ScenarioFault::notAText);
     }
     return std::string(*value);
 }
@@ -59,7 +51,7 @@ std::int64_t JsonValue::wholeNumber(std::int64_t lowest, std::int64_t highest) c
         }
     }
     if (!value || *value < lowest || *value > highest) {
-        fail(fmt::format("must be a whole number from {} to {}", lowest, highest));
+        fail(ScenarioFault::notAWholeNumber, fmt::format("{} to {}", lowest, highest));
     }
     return *value;
 }
@@ -73,7 +65,7 @@ std::uint64_t JsonValue::count() const {
         }
     }
     if (!value) {
-        fail("must be a whole number from 0 to 18446744073709551615");
+        fail(ScenarioFault::notAWholeNumber, "0 to 18446744073709551615");
     }
     return *value;
 }
@@ -85,7 +77,7 @@ bool JsonValue::has(std::string_view key) const {
 JsonValue JsonValue::member(std::string_view key) const {
     simdjson::dom::element found;
     if (object().at_key(key).get(found) != simdjson::SUCCESS) {
-        JsonValue(element_, *this, key).fail("is missing");
+        JsonValue(element_, *this, key).fail(ScenarioFault::missing);
     }
     return {found, *this, key};
 }
@@ -93,7 +85,7 @@ JsonValue JsonValue::member(std::string_view key) const {
 simdjson::dom::object JsonValue::object() const {
     const auto value = get<simdjson::dom::object>(element_);
     if (!value) {
-        fail("must be an object");
+        fail(ScenarioFault::notAnObject);
     }
     return *value;
 }
@@ -101,7 +93,7 @@ simdjson::dom::object JsonValue::object() const {
 simdjson::dom::array JsonValue::array() const {
     const auto value = get<simdjson::dom::array>(element_);
     if (!value) {
-        fail("must be an array");
+        fail(ScenarioFault::notAnArray);
     }
     return *value;
 }
@@ -117,17 +109,8 @@ std::string JsonValue::path() const {
     return path.empty() ? std::string(key_) : fmt::format("{}.{}", path, key_);
 }
 
-void JsonValue::fail(std::string_view complaint) const {
-    throw ScenarioError(
-        fmt::format("{} {}", parent_ == nullptr ? "the scenario" : inQuotes(path()), complaint));
-}
-
-void JsonValue::fail(std::string_view complaint, std::string_view given) const {
-    fail(fmt::format("{}: {}", complaint, inQuotes(given)));
-}
-
-void JsonValue::failAsUnknownKey() const {
-    throw ScenarioError(fmt::format("unknown key {}", inQuotes(path())));
+void JsonValue::fail(ScenarioFault fault, std::string detail) const {
+    throw Error{fault, path(), std::move(detail)};
 }
 
 } // namespace korvel::simulation

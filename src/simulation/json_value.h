@@ -7,21 +7,17 @@
 #include <limits>
 #include <optional>
 #include <set>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include <simdjson.h>
 
-/// Typed reading of a JSON document that a person wrote: every key is known, and whatever is wrong
-/// is said in one line that names the key.
-namespace korvel::simulation {
+#include "simulation/scenario_fault.h"
 
-/// What is wrong with a scenario, as one line without its end.
-class ScenarioError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
+/// Typed reading of a JSON document that a person wrote, in which every key is known. What is wrong
+/// is thrown, as an Error<ScenarioFault>: a scenario is read value by value in a hundred places,
+/// none of which has anything else to do about it. `readScenario` catches it.
+namespace korvel::simulation {
 
 /// One value of the document and where it stands. It refers to the document and to the value that
 /// holds it; both outlive it.
@@ -32,7 +28,7 @@ class JsonValue {
     bool isNull() const { return element_.is_null(); }
     bool isObject() const { return element_.is_object(); }
 
-    /// The value as that type. Each throws a ScenarioError when it is of another type.
+    /// The value as that type. Each throws when it is of another type.
     double number() const;
     bool flag() const;
     std::string text() const;
@@ -48,7 +44,7 @@ class JsonValue {
         for (const auto& [key, element] : object()) {
             const JsonValue value(element, *this, key);
             if (!seen.insert(key).second) {
-                value.fail("is given twice");
+                value.fail(ScenarioFault::givenTwice);
             }
             visit(key, value);
         }
@@ -74,11 +70,8 @@ class JsonValue {
 
     simdjson::dom::element element() const { return element_; }
 
-    /// Throws the error that this value, named by its path, `complaint`.
-    [[noreturn]] void fail(std::string_view complaint) const;
-    /// The same, with what was given instead.
-    [[noreturn]] void fail(std::string_view complaint, std::string_view given) const;
-    [[noreturn]] void failAsUnknownKey() const;
+    /// Throws the error that this is wrong with the value.
+    [[noreturn]] void fail(ScenarioFault fault, std::string detail = {}) const;
 
   private:
     JsonValue(simdjson::dom::element element, const JsonValue& parent, std::string_view key)
@@ -124,7 +117,7 @@ inline void read(const JsonValue& value, std::optional<std::string>& into) {
 template <typename T, std::size_t Count>
 void read(const JsonValue& value, std::array<T, Count>& into) {
     if (value.size() != Count) {
-        value.fail("must have " + std::to_string(Count) + " elements");
+        value.fail(ScenarioFault::otherLength, std::to_string(Count));
     }
     std::size_t index = 0;
     value.forEachElement([&](const JsonValue& element) { read(element, into[index++]); });
@@ -154,7 +147,7 @@ void readMembers(const JsonValue& object, const Key<Target> (&keys)[Count], Targ
                 return;
             }
         }
-        value.failAsUnknownKey();
+        value.fail(ScenarioFault::unknownKey);
     });
 }
 

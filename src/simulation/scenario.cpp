@@ -1,7 +1,5 @@
 #include "simulation/scenario.h"
 
-#include <fmt/format.h>
-
 #include "simulation/scenario_parts.h"
 
 namespace korvel::simulation {
@@ -78,13 +76,13 @@ platform::SimulatedDefaults::Value readStored(const JsonValue& value) {
     if (element.is_string()) {
         return value.text();
     }
-    value.fail("must be a number, a string, true or false");
+    value.fail(ScenarioFault::notASetting);
 }
 
 double readSeconds(const JsonValue& value) {
     const double seconds = value.number();
     if (seconds < 0) {
-        value.fail("must not be negative");
+        value.fail(ScenarioFault::negative);
     }
     return seconds;
 }
@@ -106,15 +104,19 @@ ScriptedFeed readFeed(const JsonValue& object) {
     return feed.error ? std::nullopt : ScriptedFeed(feed.answer);
 }
 
-Scenario readScenario(std::string_view json) {
+Result<Scenario, ScenarioFault> readScenario(std::string_view json) {
     Reader reader{std::make_shared<simdjson::dom::parser>(), {}};
     simdjson::dom::element root;
     // The copy is padded as the parser wants it.
     const auto error = reader.document->parse(simdjson::padded_string(json)).get(root);
     if (error != simdjson::SUCCESS) {
-        throw ScenarioError(fmt::format("no valid JSON: {}", simdjson::error_message(error)));
+        return Error{ScenarioFault::notJson, "", simdjson::error_message(error)};
     }
-    readMembers(JsonValue(root), kKeys, reader);
+    try {
+        readMembers(JsonValue(root), kKeys, reader);
+    } catch (const Error<ScenarioFault>& wrong) {
+        return wrong;
+    }
     return std::move(reader.scenario);
 }
 

@@ -13,6 +13,7 @@
 #include "platform/simulated/http.h"
 #include "platform/simulated/machine.h"
 #include "platform/simulated/processes.h"
+#include "simulation/scenario_fault.h"
 
 /// What korvel-sim and korvel-demo run, described in docs/simulation.md.
 namespace korvel::simulation {
@@ -81,8 +82,8 @@ struct Scenario {
     std::vector<ScenarioEvent> events; ///< in the order in which they happen
 };
 
-/// Reads a scenario from its JSON text. Throws a ScenarioError, in json_value.h, at the first thing
-/// that is wrong with it, so that a scenario either runs as a whole or not at all.
-Scenario readScenario(std::string_view json);
+/// Reads a scenario from its JSON text. An error is the first thing that is wrong with it, so that
+/// a scenario either runs as a whole or not at all.
+Result<Scenario, ScenarioFault> readScenario(std::string_view json);
 
 } // namespace korvel::simulation

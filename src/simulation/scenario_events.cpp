@@ -1,5 +1,3 @@
-#include <fmt/format.h>
-
 #include "simulation/scenario_parts.h"
 #include "simulation/scripted_program.h"
 
@@ -71,7 +69,7 @@ const Action* actionOf(const JsonValue& event) {
             return &action;
         }
     }
-    value.fail("is no known action", name);
+    value.fail(ScenarioFault::unknownAction, name);
 }
 
 Act readAction(const JsonValue& event, const Document& /*document*/) {
@@ -201,18 +199,18 @@ ScenarioEvent readEvent(const JsonValue& value, const Document& document) {
                 continue;
             }
             if (event.act) {
-                member.fail("is a second form of one event");
+                member.fail(ScenarioFault::secondForm);
             }
             event.act = form.read(value, document);
             return;
         }
         if (action == nullptr || key != action->parameter) {
-            member.failAsUnknownKey();
+            member.fail(ScenarioFault::unknownKey);
         }
     });
     value.member("at");
     if (!event.act) {
-        value.fail("does nothing: it has neither \"set\" nor \"do\"");
+        value.fail(ScenarioFault::withoutForm);
     }
     return event;
 }
@@ -224,7 +222,7 @@ std::vector<ScenarioEvent> readEvents(const JsonValue& array, const Document& do
     array.forEachElement([&](const JsonValue& element) {
         events.push_back(readEvent(element, document));
         if (events.size() > 1 && events.back().at < events[events.size() - 2].at) {
-            element.member("at").fail("is earlier than the event before it");
+            element.member("at").fail(ScenarioFault::beforeTheLast);
         }
     });
     return events;

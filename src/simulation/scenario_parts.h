@@ -6,7 +6,7 @@
 #include "simulation/json_value.h"
 #include "simulation/scenario.h"
 
-/// The readers of a scenario's parts. Each throws a ScenarioError at what is wrong.
+/// The readers of a scenario's parts. Each throws at what is wrong, as json_value.h says.
 namespace korvel::simulation {
 
 /// The document that a scenario was read from; what is done later still refers to it.

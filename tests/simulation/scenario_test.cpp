@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "simulation/json_value.h"
+#include "simulation/command_line.h"
 
 namespace korvel::simulation {
 namespace {
@@ -16,16 +16,12 @@ using testing::StartsWith;
 
 /// What is wrong with the scenario; empty when nothing is.
 std::string complaint(const std::string& json) {
-    try {
-        readScenario(json);
-        return {};
-    } catch (const ScenarioError& error) {
-        return error.what();
-    }
+    const auto scenario = readScenario(json);
+    return scenario ? std::string() : complaintOf(scenario.error());
 }
 
 TEST(Scenario, AnEmptyOneHasTheDefaults) {
-    const Scenario scenario = readScenario("{}");
+    const Scenario scenario = *readScenario("{}");
     EXPECT_EQ(scenario.start, 1700000000.0);
     EXPECT_EQ(scenario.until, std::nullopt);
     EXPECT_EQ(scenario.visibleHeight, 900);
@@ -34,7 +30,7 @@ TEST(Scenario, AnEmptyOneHasTheDefaults) {
 }
 
 TEST(Scenario, KeysMayStandInAnyOrder) {
-    const Scenario scenario = readScenario(R"({"events": [{"set": {}, "at": 1}, {"do": "terminate",
+    const Scenario scenario = *readScenario(R"({"events": [{"set": {}, "at": 1}, {"do": "terminate",
         "at": 1}], "until": 3.5, "home": {"a": "b", "c/d": ""}, "start": 12})");
     EXPECT_EQ(scenario.start, 12);
     EXPECT_EQ(scenario.until, 3.5);
@@ -44,9 +40,9 @@ TEST(Scenario, KeysMayStandInAnyOrder) {
 }
 
 TEST(Scenario, TheScreenHasAHeightOrIsNotThere) {
-    EXPECT_EQ(readScenario(R"({"screen": {"visibleHeight": 400.5}})").visibleHeight, 400.5);
-    EXPECT_EQ(readScenario(R"({"screen": {}})").visibleHeight, 900);
-    EXPECT_EQ(readScenario(R"({"screen": null})").visibleHeight, std::nullopt);
+    EXPECT_EQ(readScenario(R"({"screen": {"visibleHeight": 400.5}})")->visibleHeight, 400.5);
+    EXPECT_EQ(readScenario(R"({"screen": {}})")->visibleHeight, 900);
+    EXPECT_EQ(readScenario(R"({"screen": null})")->visibleHeight, std::nullopt);
 }
 
 TEST(Scenario, EveryKeyThatIsDescribedIsAccepted) {
@@ -74,6 +70,17 @@ TEST(Scenario, EveryKeyThatIsDescribedIsAccepted) {
             {"at": 1, "do": "terminate"}]})"),
               "");
     EXPECT_EQ(complaint(R"({"screen": null, "feed": {"error": true}})"), "");
+}
+
+TEST(Scenario, AnErrorNamesTheValueAndWhatItShouldBe) {
+    const auto error = [](const char* json) { return readScenario(json).error(); };
+    EXPECT_EQ(error(R"({"machine": {"processes": [{"pid": 1}, {}]}})"),
+              (Error{ScenarioFault::missing, "machine.processes[1].pid"}));
+    EXPECT_EQ(error(R"({"machine": {"processorCount": 0}})"),
+              (Error{ScenarioFault::notAWholeNumber, "machine.processorCount", "1 to 2147483647"}));
+    EXPECT_EQ(error("[]"), (Error{ScenarioFault::notAnObject, ""}));
+    EXPECT_EQ(error("{").code, ScenarioFault::notJson);
+    EXPECT_EQ(loadScenario("/nowhere").error(), (Error{ScenarioFault::unreadable, "/nowhere"}));
 }
 
 struct BadCase {

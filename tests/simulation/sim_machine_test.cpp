@@ -169,8 +169,8 @@ TEST(SimMachine, ProcessesKeepTheirPlaceInTheListing) {
 }
 
 TEST(SimMachine, TheProgramHasItsOwnPid) {
-    const Scenario plain = readScenario("{}");
-    const Scenario given = readScenario(R"({"machine": {"ownPid": 777}})");
+    const Scenario plain = *readScenario("{}");
+    const Scenario given = *readScenario(R"({"machine": {"ownPid": 777}})");
     EXPECT_EQ(SimulatedProgram(plain, {}).machine().processes.ownPid, 500);
     EXPECT_EQ(SimulatedProgram(given, {}).machine().processes.ownPid, 777);
 }

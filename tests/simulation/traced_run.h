@@ -60,7 +60,7 @@ inline TraceLines traceLines(std::string_view trace) {
 /// Runs a scenario in this process and returns its whole trace.
 inline std::string traceOf(std::string_view scenarioJson) {
     std::string trace;
-    const Scenario scenario = readScenario(scenarioJson);
+    const Scenario scenario = *readScenario(scenarioJson);
     SimulatedProgram program(scenario, [&](std::string_view line) { trace += line; });
     program.run();
     return trace;
@@ -73,7 +73,7 @@ inline TraceLines runScenario(std::string_view scenarioJson) {
 /// The same, where nobody is greeted and the feed was asked already.
 inline TraceLines runQuietScenario(std::string_view scenarioJson) {
     std::string trace;
-    Scenario scenario = readScenario(scenarioJson);
+    Scenario scenario = *readScenario(scenarioJson);
     scenario.defaults.try_emplace("seenBuild", std::int64_t{100});
     scenario.defaults.try_emplace("lastUpdateCheck", scenario.start);
     SimulatedProgram program(scenario, [&](std::string_view line) { trace += line; });
