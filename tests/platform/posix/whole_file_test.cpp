@@ -1,6 +1,7 @@
 #include "platform/posix/whole_file.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <limits>
@@ -22,7 +23,7 @@ constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
 struct Pipe {
     Pipe() {
         std::array<int, 2> ends{};
-        if (::pipe2(ends.data(), O_CLOEXEC) == 0) {
+        if (::pipe(ends.data()) == 0) {
             readEnd = FileDescriptor(ends[0]);
             writeEnd = FileDescriptor(ends[1]);
         }
@@ -82,16 +83,21 @@ TEST(WholeFile, AllOfAPipeIsReadHoweverItComes) {
     }
 }
 
+std::atomic<int> signalsHandled = 0;
+
 TEST(WholeFile, SignalsInterruptNothing) {
     struct sigaction handled {};
     struct sigaction before {};
-    handled.sa_handler = [](int) {}; // and the call is not made again by the system
+    // Without SA_RESTART: the system does not make the call again.
+    handled.sa_handler = [](int) { ++signalsHandled; };
     ASSERT_EQ(::sigaction(SIGUSR1, &handled, &before), 0);
     for (const bool reads : {true, false}) {
         Pipe pipe;
+        signalsHandled = 0;
         const pthread_t self = ::pthread_self();
         std::thread other([&] {
-            for (int i = 0; i < 1000; ++i) {
+            // Until then it has nothing to do but to wait for this thread.
+            while (signalsHandled < 1000) {
                 ::pthread_kill(self, SIGUSR1);
                 std::this_thread::yield();
             }
