@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "core/inspection_tools.h"
 #include "core/metrics.h"
-#include "core/system_tools.h"
 #include "platform/macos/declared_selectors.h"
 #include "platform/macos/macos_machine.h"
 #include "platform/macos/macos_processes.h"

@@ -7,8 +7,8 @@
 
 #include "app/app_delegate.h"
 #include "app/main_popover_macos.h"
+#include "core/inspection_tools.h"
 #include "core/metrics.h"
-#include "core/system_tools.h"
 #include "model/awake.h"
 #include "platform/digest.h"
 #include "platform/macos/application.h"
@@ -29,7 +29,7 @@
 #include "platform/qt/termination_signals.h"
 #include "platform/qt/user_defaults.h"
 #include "platform/services.h"
-#include "update/system_tools.h"
+#include "update/install_tools.h"
 #include "update/updater.h"
 #include "update/whats_new.h"
 

@@ -6,12 +6,12 @@
 #include <string>
 
 #include "app/app_delegate.h"
+#include "core/inspection_tools.h"
 #include "core/metrics.h"
-#include "core/system_tools.h"
 #include "platform/simulated/child_processes.h"
 #include "platform/simulated/services.h"
 #include "simulation/scenario.h"
-#include "update/system_tools.h"
+#include "update/install_tools.h"
 
 namespace korvel {
 class Awake;

@@ -8,7 +8,7 @@
 
 #include "base/decimal.h"
 #include "base/json_writer.h"
-#include "core/system_tools.h"
+#include "core/inspection_tools.h"
 #include "support/readings.h"
 
 // A desktop sets the user's locale for the whole process; numbers must not follow it.

@@ -1,4 +1,4 @@
-#include "core/system_tools.h"
+#include "core/inspection_tools.h"
 #include "fuzz/fuzz.h"
 
 // Any summary gives a number that is not negative.

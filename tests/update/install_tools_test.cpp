@@ -1,4 +1,4 @@
-#include "update/system_tools.h"
+#include "update/install_tools.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "core/system_tools.h"
+#include "core/inspection_tools.h"
 
 #include <string_view>
 
