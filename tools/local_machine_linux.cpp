@@ -54,7 +54,8 @@ void LocalMachine::catchUp() {
 }
 
 std::vector<Comparison> LocalMachine::comparisons() {
-    ReadingTexts texts(parts_->machine, parts_->processes);
+    const auto reading = parts_->machine.read();
+    ReadingTexts texts(*reading, parts_->processes);
     const std::string home = parts_->files.homeDirectory();
     return {
         {"physicalMemory", texts.physicalMemory(), "/usr/bin/free", {"--bytes"}, {"Mem:"}, true},

@@ -36,7 +36,8 @@ void LocalMachine::catchUp() {}
 
 std::vector<Comparison> LocalMachine::comparisons() {
     constexpr const char* kSysctl = "/usr/sbin/sysctl";
-    ReadingTexts texts(parts_->machine, parts_->processes);
+    const auto reading = parts_->machine.read();
+    ReadingTexts texts(*reading, parts_->processes);
     const std::string self = fmt::format("{}", parts_->processes.currentProcessIdentifier());
     const std::string label(Metrics::wardenLabel);
     const double swapped =

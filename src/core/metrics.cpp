@@ -1,6 +1,7 @@
 #include "core/metrics.h"
 
 #include <algorithm>
+#include <memory>
 
 #include <fmt/format.h>
 
@@ -12,7 +13,34 @@
 namespace korvel {
 
 using platform::CpuTicks;
+using platform::MachineReading;
 using platform::VmStatistics;
+
+namespace {
+
+void readSwap(MachineReading& reading, Snapshot& s) {
+    if (const std::optional<platform::SwapUsage> swap = reading.swapUsage()) {
+        s.swapUsedGB = gigabytes(static_cast<double>(swap->xsu_used));
+        s.swapTotalGB = gigabytes(static_cast<double>(swap->xsu_total));
+        s.swapPct = s.swapTotalGB > 0 ? s.swapUsedGB / s.swapTotalGB * 100 : 0;
+    }
+}
+
+void readDisk(MachineReading& reading, Snapshot& s) {
+    if (const std::optional<platform::VolumeStatistics> volume = reading.dataVolume()) {
+        const auto bsize = static_cast<double>(volume->f_bsize);
+        const double available = bsize * static_cast<double>(volume->f_bavail);
+        s.diskFreeGB = gigabytes(available);
+        const double total = bsize * static_cast<double>(volume->f_blocks);
+        if (total > 0) {
+            // Used against used plus available: blocks kept for the system are in neither.
+            const double used = total - bsize * static_cast<double>(volume->f_bfree);
+            s.diskPct = used / (used + available) * 100;
+        }
+    }
+}
+
+} // namespace
 
 Metrics& Metrics::shared() {
     static Metrics metrics = [] {
@@ -31,28 +59,37 @@ Metrics::Metrics(platform::Machine& machine, platform::Processes& processes,
 
 Snapshot Metrics::snapshot() {
     const std::lock_guard lock(mutex_);
+    const std::unique_ptr<MachineReading> reading = machine_.read();
     Snapshot s;
-    readMemory(s);
-    readCpu(s);
-    readSwap(s);
-    readDisk(s);
-    s.load1 = machine_.loadAverages()[0];
-    s.uptime = uptimeString();
+    readMemory(*reading, s);
+    readCpu(*reading, s);
+    readSwap(*reading, s);
+    readDisk(*reading, s);
+    if (const auto averages = reading->loadAverages()) {
+        s.load1 = averages->front();
+    }
+    if (const std::optional<std::int64_t> boot = reading->bootTime()) {
+        s.uptime = uptimeString(*boot);
+    }
     s.topProcs = topProcesses();
     s.wardenOn = wardenRunning();
-    s.thermal = static_cast<ThermalState>(machine_.thermalState());
+    s.thermal = static_cast<ThermalState>(reading->thermalState());
     score(s);
     return s;
 }
 
-void Metrics::readMemory(Snapshot& s) {
-    s.memTotalGB = gigabytes(static_cast<double>(machine_.physicalMemory()));
-    s.cores = machine_.processorCount();
-    const std::optional<VmStatistics> stats = machine_.vmStatistics();
+void Metrics::readMemory(MachineReading& reading, Snapshot& s) {
+    if (const std::optional<std::uint64_t> memory = reading.physicalMemory()) {
+        s.memTotalGB = gigabytes(static_cast<double>(*memory));
+    }
+    if (const std::optional<int> processors = reading.processorCount()) {
+        s.cores = *processors;
+    }
+    const std::optional<VmStatistics> stats = reading.vmStatistics();
     if (!stats) {
         return;
     }
-    const auto page = static_cast<double>(machine_.pageSize());
+    const auto page = static_cast<double>(reading.pageSize());
     // The counts are 32-bit, their sums need not be.
     const auto pages = [page](std::uint64_t count) {
         return gigabytes(static_cast<double>(count) * page);
@@ -66,13 +103,14 @@ void Metrics::readMemory(Snapshot& s) {
     }
     s.memAvailableGB = pages(std::uint64_t{stats->free_count} + stats->inactive_count +
                              stats->speculative_count + stats->purgeable_count);
-    const MemPressure normal = MemPressure::normal;
-    s.memPressure = memPressure(machine_.memoryPressureLevel().value_or(1)).value_or(normal);
+    if (const std::optional<std::int32_t> level = reading.memoryPressureLevel()) {
+        s.memPressure = memPressure(*level).value_or(MemPressure::normal);
+    }
     s.swappingNow = isSwappingNow(*stats);
 }
 
-void Metrics::readCpu(Snapshot& s) {
-    const std::optional<CpuTicks> ticks = machine_.cpuTicks();
+void Metrics::readCpu(MachineReading& reading, Snapshot& s) {
+    const std::optional<CpuTicks> ticks = reading.cpuTicks();
     if (!ticks) {
         return;
     }
@@ -94,28 +132,6 @@ void Metrics::readCpu(Snapshot& s) {
     lastCPULoad_ = ticks;
 }
 
-void Metrics::readSwap(Snapshot& s) {
-    if (const std::optional<platform::SwapUsage> swap = machine_.swapUsage()) {
-        s.swapUsedGB = gigabytes(static_cast<double>(swap->xsu_used));
-        s.swapTotalGB = gigabytes(static_cast<double>(swap->xsu_total));
-        s.swapPct = s.swapTotalGB > 0 ? s.swapUsedGB / s.swapTotalGB * 100 : 0;
-    }
-}
-
-void Metrics::readDisk(Snapshot& s) {
-    if (const std::optional<platform::VolumeStatistics> volume = machine_.dataVolume()) {
-        const auto bsize = static_cast<double>(volume->f_bsize);
-        const double available = bsize * static_cast<double>(volume->f_bavail);
-        s.diskFreeGB = gigabytes(available);
-        const double total = bsize * static_cast<double>(volume->f_blocks);
-        if (total > 0) {
-            // Used against used plus available: blocks kept for the system are in neither.
-            const double used = total - bsize * static_cast<double>(volume->f_bfree);
-            s.diskPct = used / (used + available) * 100;
-        }
-    }
-}
-
 bool Metrics::isSwappingNow(const VmStatistics& stats) {
     // Over a shorter gap a handful of pages would already look like a high rate.
     constexpr double kShortestGap = 0.5;  // seconds
@@ -132,15 +148,11 @@ bool Metrics::isSwappingNow(const VmStatistics& stats) {
     return static_cast<double>(stats.swapouts - before) / dt > kSwappingRate;
 }
 
-std::string Metrics::uptimeString() {
+std::string Metrics::uptimeString(std::int64_t bootTime) {
     constexpr std::int64_t kMinute = 60;
     constexpr std::int64_t kHour = 60 * kMinute;
     constexpr std::int64_t kDay = 24 * kHour;
-    const std::optional<std::int64_t> boot = machine_.bootTime();
-    if (!boot) {
-        return {};
-    }
-    const std::int64_t secs = checkedSubtract(checkedInt(clock_.now()), *boot);
+    const std::int64_t secs = checkedSubtract(checkedInt(clock_.now()), bootTime);
     if (secs >= kDay) {
         return fmt::format("{}d {}h", secs / kDay, secs % kDay / kHour);
     }

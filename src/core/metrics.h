@@ -58,12 +58,10 @@ class Metrics {
     static void score(Snapshot& snapshot);
 
   private:
-    void readMemory(Snapshot& s);
-    void readCpu(Snapshot& s);
-    void readSwap(Snapshot& s);
-    void readDisk(Snapshot& s);
+    void readMemory(platform::MachineReading& reading, Snapshot& s);
+    void readCpu(platform::MachineReading& reading, Snapshot& s);
     bool isSwappingNow(const platform::VmStatistics& stats);
-    std::string uptimeString();
+    std::string uptimeString(std::int64_t bootTime);
     bool wardenRunning();
 
     platform::Machine& machine_;

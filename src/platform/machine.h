@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 namespace korvel::platform {
@@ -19,8 +20,8 @@ struct VmStatistics {
     std::uint64_t swapouts = 0; ///< pages written to swap since boot
 };
 
-/// Scheduler ticks of all processors. Each counter only ever grows and never wraps within the life
-/// of the service that hands it out: the sampler treats a step back as fatal.
+/// Scheduler ticks of all processors. No counter falls or wraps from one reading of a machine to
+/// the next, for as long as the machine's object lives: the sampler treats a step back as fatal.
 struct CpuTicks {
     std::uint32_t user = 0;
     std::uint32_t system = 0;
@@ -43,15 +44,18 @@ struct VolumeStatistics {
     std::uint64_t f_bavail = 0;
 };
 
-/// The machine's counters. Each function is one reading, taken when it is called; nullopt says that
-/// it could not be taken. Not thread-safe unless the backend says so.
-class Machine {
+/// One reading of the machine, for one sample. Each function takes its figure when it is called, so
+/// that what is not asked for is not read; nullopt says that it could not be taken. What a reading
+/// has read once it may answer from: whoever wants to know how the machine is now takes a new one.
+/// To be used by one thread at a time, and not after the machine is gone.
+class MachineReading {
   public:
-    virtual ~Machine() = default;
+    virtual ~MachineReading() = default;
 
-    virtual std::uint64_t physicalMemory() = 0; ///< bytes
-    virtual int processorCount() = 0;           ///< logical processors in use, at least 1
-    /// 0 nominal, 1 fair, 2 serious, 3 critical; other values are handed on as they come.
+    virtual std::optional<std::uint64_t> physicalMemory() = 0; ///< bytes
+    virtual std::optional<int> processorCount() = 0;           ///< logical processors, 1 or more
+    /// 0 nominal, 1 fair, 2 serious, 3 critical; other values are handed on as they come. A machine
+    /// without sensors is nominal.
     virtual int thermalState() = 0;
     virtual std::uint64_t pageSize() = 0; ///< bytes
     virtual std::optional<VmStatistics> vmStatistics() = 0;
@@ -61,9 +65,19 @@ class Machine {
     virtual std::optional<SwapUsage> swapUsage() = 0;
     /// The volume that holds the user's data.
     virtual std::optional<VolumeStatistics> dataVolume() = 0;
-    /// Over 1, 5 and 15 minutes; zeros where they cannot be read.
-    virtual std::array<double, 3> loadAverages() = 0;
+    /// Over 1, 5 and 15 minutes.
+    virtual std::optional<std::array<double, 3>> loadAverages() = 0;
     virtual std::optional<std::int64_t> bootTime() = 0; ///< whole seconds since 1970
+};
+
+/// The machine that the program runs on. Readings may be taken on any thread, several at a time,
+/// unless the backend says otherwise.
+class Machine {
+  public:
+    virtual ~Machine() = default;
+
+    /// Begins a reading, which reads nothing yet; never null.
+    virtual std::unique_ptr<MachineReading> read() = 0;
 };
 
 } // namespace korvel::platform

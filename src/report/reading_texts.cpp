@@ -18,23 +18,25 @@ constexpr const char* kNone = "none";
 } // namespace
 
 std::string ReadingTexts::physicalMemory() {
-    return fmt::format("{} bytes", machine_.physicalMemory());
+    const auto memory = reading_.physicalMemory();
+    return memory ? fmt::format("{} bytes", *memory) : kNone;
 }
 
 std::string ReadingTexts::processorCount() {
-    return fmt::format("{}", machine_.processorCount());
+    const auto count = reading_.processorCount();
+    return count ? fmt::format("{}", *count) : kNone;
 }
 
 std::string ReadingTexts::pageSize() {
-    return fmt::format("{} bytes", machine_.pageSize());
+    return fmt::format("{} bytes", reading_.pageSize());
 }
 
 std::string ReadingTexts::thermalState() {
-    return fmt::format("{}", machine_.thermalState());
+    return fmt::format("{}", reading_.thermalState());
 }
 
 std::string ReadingTexts::vmStatistics() {
-    const auto vm = machine_.vmStatistics();
+    const auto vm = reading_.vmStatistics();
     return vm ? fmt::format("free {}, active {}, inactive {}, wired {}, speculative {}, "
                             "purgeable {}, compressor {} pages; {} swapped out",
                             vm->free_count, vm->active_count, vm->inactive_count, vm->wire_count,
@@ -44,38 +46,39 @@ std::string ReadingTexts::vmStatistics() {
 }
 
 std::string ReadingTexts::memoryPressureLevel() {
-    const auto level = machine_.memoryPressureLevel();
+    const auto level = reading_.memoryPressureLevel();
     return level ? fmt::format("{}", *level) : kNone;
 }
 
 std::string ReadingTexts::swapUsage() {
-    const auto swap = machine_.swapUsage();
+    const auto swap = reading_.swapUsage();
     return swap ? fmt::format("total {}, used {}, free {} bytes", swap->xsu_total, swap->xsu_used,
                               swap->xsu_avail)
                 : kNone;
 }
 
 std::string ReadingTexts::dataVolume() {
-    const auto volume = machine_.dataVolume();
+    const auto volume = reading_.dataVolume();
     return volume ? fmt::format("total {}, available {} bytes", volume->f_blocks * volume->f_bsize,
                                 volume->f_bavail * volume->f_bsize)
                   : kNone;
 }
 
 std::string ReadingTexts::cpuTicks() {
-    const auto ticks = machine_.cpuTicks();
+    const auto ticks = reading_.cpuTicks();
     return ticks ? fmt::format("user {}, system {}, idle {}, nice {}", ticks->user, ticks->system,
                                ticks->idle, ticks->nice)
                  : kNone;
 }
 
 std::string ReadingTexts::loadAverages() {
-    const auto loads = machine_.loadAverages();
-    return fmt::format("{:.2f} {:.2f} {:.2f}", loads[0], loads[1], loads[2]);
+    const auto loads = reading_.loadAverages();
+    return loads ? fmt::format("{:.2f} {:.2f} {:.2f}", (*loads)[0], (*loads)[1], (*loads)[2])
+                 : kNone;
 }
 
 std::string ReadingTexts::bootTime() {
-    const auto boot = machine_.bootTime();
+    const auto boot = reading_.bootTime();
     return boot ? fmt::format("{} s since 1970", *boot) : kNone;
 }
 

@@ -3,18 +3,19 @@
 #include <string>
 
 namespace korvel::platform {
-class Machine;
+class MachineReading;
 class Processes;
 } // namespace korvel::platform
 
 namespace korvel {
 
-/// The services' readings as one line each, for eyes that compare them. Each is taken when it is
-/// called; one that cannot be taken is "none".
+/// The figures of one reading of the machine, and what the process table holds, as one line each,
+/// for eyes that compare them. A figure is taken when it is called for; one that cannot be taken is
+/// "none".
 class ReadingTexts {
   public:
-    ReadingTexts(platform::Machine& machine, platform::Processes& processes)
-        : machine_(machine), processes_(processes) {}
+    ReadingTexts(platform::MachineReading& reading, platform::Processes& processes)
+        : reading_(reading), processes_(processes) {}
 
     std::string physicalMemory();
     std::string processorCount();
@@ -31,7 +32,7 @@ class ReadingTexts {
     std::string processes();
 
   private:
-    platform::Machine& machine_;
+    platform::MachineReading& reading_;
     platform::Processes& processes_;
 };
 

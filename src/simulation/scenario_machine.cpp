@@ -65,7 +65,7 @@ void readOrFail(const JsonValue& value, MachineState& machine) {
 }
 
 void readProcessorCount(const JsonValue& value, MachineState& machine) {
-    machine.readings.processorCount =
+    machine.readings.processorCount.value =
         static_cast<int>(value.wholeNumber(1, std::numeric_limits<int>::max()));
 }
 
@@ -111,7 +111,10 @@ void readProcesses(const JsonValue& value, MachineState& machine) {
 }
 
 constexpr Key<MachineState> kMachineKeys[] = {
-    {"physicalMemory", readPlain<&SimulatedReadings::physicalMemory>},
+    {"physicalMemory",
+     [](const JsonValue& value, MachineState& machine) {
+         read(value, machine.readings.physicalMemory.value);
+     }},
     {"processorCount", readProcessorCount},
     {"thermalState", readPlain<&SimulatedReadings::thermalState>},
     {"pageSize", readPlain<&SimulatedReadings::pageSize>},

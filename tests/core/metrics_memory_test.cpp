@@ -20,8 +20,8 @@ constexpr std::uint32_t kGiBPages = 65536;
 
 TEST(Memory, TotalAndCoresComeFromTheMachine) {
     Sampler sampler;
-    sampler.readings.physicalMemory = std::uint64_t{24} << 30;
-    sampler.readings.processorCount = 12;
+    sampler.readings.physicalMemory.value = std::uint64_t{24} << 30;
+    sampler.readings.processorCount.value = 12;
     const Snapshot s = sampler.metrics.snapshot();
     EXPECT_EQ(s.memTotalGB, 24);
     EXPECT_EQ(s.cores, 12);
@@ -88,7 +88,7 @@ TEST(Memory, ShareIsAtMostOneHundred) {
 
 TEST(Memory, ShareOfNoMemoryIsZero) {
     Sampler sampler;
-    sampler.readings.physicalMemory = 0;
+    sampler.readings.physicalMemory.value = 0;
     EXPECT_EQ(sampler.metrics.snapshot().memPct, 0);
 }
 

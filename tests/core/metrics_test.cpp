@@ -50,17 +50,84 @@ TEST(Snapshotting, HealthyMachineScoresOneHundredAtFirst) {
     EXPECT_FALSE(s.swappingNow);
 }
 
+/// The second snapshot of a machine none of whose figures is as in an empty record, after `change`.
+Snapshot snapshotOfABusyMachine(void (*change)(platform::SimulatedReadings&)) {
+    Sampler sampler;
+    platform::SimulatedReadings& readings = sampler.readings;
+    readings.vm->compressor_page_count = 65536;
+    readings.pressureLevel.value = 4;
+    readings.swap.value =
+        SwapUsage{std::uint64_t{4} << 30, std::uint64_t{2} << 30, std::uint64_t{2} << 30};
+    readings.load.value = {3.5, 7, 9};
+    sampler.metrics.snapshot();
+    sampler.clock.turn(5);
+    readings.cpuTicks->user += 100;
+    readings.vm->swapouts += 5000;
+    change(readings);
+    return sampler.metrics.snapshot();
+}
+
+TEST(Snapshotting, AFigureThatCannotBeReadLeavesTheRecordsDefault) {
+    using platform::SimulatedReadings;
+    const struct {
+        const char* name;
+        void (*fail)(SimulatedReadings&);
+        std::vector<double> (*fields)(const Snapshot&);
+    } cases[] = {
+        {"memory", [](SimulatedReadings& r) { r.physicalMemory.fails = true; },
+         [](const Snapshot& s) {
+             return std::vector{s.memTotalGB, s.memPct};
+         }},
+        {"processors", [](SimulatedReadings& r) { r.processorCount.fails = true; },
+         [](const Snapshot& s) { return std::vector{static_cast<double>(s.cores)}; }},
+        {"pages", [](SimulatedReadings& r) { r.vm.fails = true; },
+         [](const Snapshot& s) {
+             return std::vector{s.memUsedGB,
+                                s.memPct,
+                                s.compressedGB,
+                                s.memAvailableGB,
+                                static_cast<double>(s.memPressure),
+                                static_cast<double>(s.swappingNow)};
+         }},
+        {"pressure", [](SimulatedReadings& r) { r.pressureLevel.fails = true; },
+         [](const Snapshot& s) { return std::vector{static_cast<double>(s.memPressure)}; }},
+        {"ticks", [](SimulatedReadings& r) { r.cpuTicks.fails = true; },
+         [](const Snapshot& s) { return std::vector{s.cpuPct}; }},
+        {"swap", [](SimulatedReadings& r) { r.swap.fails = true; },
+         [](const Snapshot& s) {
+             return std::vector{s.swapUsedGB, s.swapTotalGB, s.swapPct};
+         }},
+        {"volume", [](SimulatedReadings& r) { r.volume.fails = true; },
+         [](const Snapshot& s) {
+             return std::vector{s.diskFreeGB, s.diskPct};
+         }},
+        {"load", [](SimulatedReadings& r) { r.load.fails = true; },
+         [](const Snapshot& s) { return std::vector{s.load1}; }},
+        {"boot time", [](SimulatedReadings& r) { r.bootTime.fails = true; },
+         [](const Snapshot& s) { return std::vector{static_cast<double>(s.uptime.size())}; }},
+    };
+    const Snapshot healthy = snapshotOfABusyMachine([](SimulatedReadings&) {});
+    for (const auto& row : cases) {
+        const std::vector<double> defaults = row.fields(Snapshot());
+        const std::vector<double> taken = row.fields(healthy);
+        for (std::size_t i = 0; i < defaults.size(); ++i) {
+            EXPECT_NE(taken[i], defaults[i]) << row.name << ", field " << i;
+        }
+        EXPECT_EQ(row.fields(snapshotOfABusyMachine(row.fail)), defaults) << row.name;
+    }
+}
+
 TEST(Snapshotting, MachineThatAnswersNothingStillScores) {
     Sampler sampler;
-    sampler.readings.physicalMemory = 0;
+    sampler.readings.physicalMemory.fails = true;
+    sampler.readings.processorCount.fails = true;
     sampler.readings.vm.fails = true;
     sampler.readings.cpuTicks.fails = true;
     sampler.readings.pressureLevel.fails = true;
     sampler.readings.swap.fails = true;
     sampler.readings.volume.fails = true;
-    sampler.readings.load.value = {0, 0, 0};
+    sampler.readings.load.fails = true;
     sampler.readings.bootTime.fails = true;
-    sampler.readings.processorCount = 1;
     const Snapshot s = sampler.metrics.snapshot();
     EXPECT_EQ(s.score, 76);
     EXPECT_EQ(s.alerts, std::vector<std::string>{"Disk critical: only 0GB left"});

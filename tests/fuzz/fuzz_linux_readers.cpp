@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -123,7 +124,7 @@ void fuzzProcess(std::string_view text) {
 void fuzzMachine(std::string_view text) {
     const int processors = countProcessors(text).value_or(1);
     require(processors >= 1 && processors <= 1 << 20, "a number of processors");
-    for (const double load : parseLoadAverages(text)) {
+    for (const double load : parseLoadAverages(text).value_or(std::array<double, 3>{})) {
         require(std::isfinite(load) && load >= 0, "a load of 0 or more");
     }
     const auto pages = parseSwapouts(text);

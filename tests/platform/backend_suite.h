@@ -1,7 +1,6 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstdint>
 #include <functional>
@@ -47,39 +46,42 @@ class BackendSuite : public testing::TestWithParam<Backend> {};
 
 TEST_P(BackendSuite, TheMachineHasMemoryPagesAndProcessors) {
     const Backend::Instance backend = GetParam().make();
-    EXPECT_TRUE(std::has_single_bit(backend.machine.pageSize()));
-    EXPECT_GE(backend.machine.physicalMemory(), backend.machine.pageSize());
-    EXPECT_GE(backend.machine.processorCount(), 1);
+    const auto reading = backend.machine.read();
+    EXPECT_TRUE(std::has_single_bit(reading->pageSize()));
+    EXPECT_GE(reading->physicalMemory(), reading->pageSize());
+    EXPECT_GE(reading->processorCount(), 1);
 }
 
 TEST_P(BackendSuite, UsedAndAvailableMemoryEachFitIntoTheMachine) {
     const Backend::Instance backend = GetParam().make();
-    const auto statistics = backend.machine.vmStatistics();
+    const auto reading = backend.machine.read();
+    const auto statistics = reading->vmStatistics();
     ASSERT_TRUE(statistics);
-    const std::uint64_t page = backend.machine.pageSize();
+    const std::uint64_t page = reading->pageSize();
     const std::uint64_t used = std::uint64_t{statistics->active_count} + statistics->wire_count +
                                statistics->compressor_page_count;
     const std::uint64_t available = std::uint64_t{statistics->free_count} +
                                     statistics->inactive_count + statistics->speculative_count +
                                     statistics->purgeable_count;
     EXPECT_GT(available, 0U);
-    EXPECT_LE(used * page, backend.machine.physicalMemory());
-    EXPECT_LE(available * page, backend.machine.physicalMemory());
+    EXPECT_LE(used * page, reading->physicalMemory());
+    EXPECT_LE(available * page, reading->physicalMemory());
 }
 
 TEST_P(BackendSuite, TicksAndSwapoutsNeverFall) {
     const Backend::Instance backend = GetParam().make();
     CpuTicks before;
     std::uint64_t swapouts = 0;
-    for (int reading = 0; reading < 20; ++reading) {
-        const auto ticks = backend.machine.cpuTicks();
+    for (int sample = 0; sample < 20; ++sample) {
+        const auto reading = backend.machine.read();
+        const auto ticks = reading->cpuTicks();
         ASSERT_TRUE(ticks);
         EXPECT_GE(ticks->user, before.user);
         EXPECT_GE(ticks->system, before.system);
         EXPECT_GE(ticks->idle, before.idle);
         EXPECT_GE(ticks->nice, before.nice);
         before = *ticks;
-        const auto statistics = backend.machine.vmStatistics();
+        const auto statistics = reading->vmStatistics();
         ASSERT_TRUE(statistics);
         EXPECT_GE(statistics->swapouts, swapouts);
         swapouts = statistics->swapouts;
@@ -88,21 +90,21 @@ TEST_P(BackendSuite, TicksAndSwapoutsNeverFall) {
 
 TEST_P(BackendSuite, ThePressureLevelIsOneOfTheKernels) {
     const Backend::Instance backend = GetParam().make();
-    const auto level = backend.machine.memoryPressureLevel();
+    const auto level = backend.machine.read()->memoryPressureLevel();
     ASSERT_TRUE(level);
     EXPECT_TRUE(*level == 1 || *level == 2 || *level == 4) << *level;
 }
 
 TEST_P(BackendSuite, UsedAndAvailableSwapAreTheTotal) {
     const Backend::Instance backend = GetParam().make();
-    const auto swap = backend.machine.swapUsage();
+    const auto swap = backend.machine.read()->swapUsage();
     ASSERT_TRUE(swap);
     EXPECT_EQ(swap->xsu_total, swap->xsu_avail + swap->xsu_used);
 }
 
 TEST_P(BackendSuite, TheDataVolumeHasAUsedShare) {
     const Backend::Instance backend = GetParam().make();
-    const auto volume = backend.machine.dataVolume();
+    const auto volume = backend.machine.read()->dataVolume();
     ASSERT_TRUE(volume);
     EXPECT_GT(volume->f_bsize, 0U);
     EXPECT_LE(volume->f_bfree, volume->f_blocks);
@@ -112,10 +114,13 @@ TEST_P(BackendSuite, TheDataVolumeHasAUsedShare) {
 
 TEST_P(BackendSuite, TheLoadIsNotNegativeAndTheMachineHasBooted) {
     const Backend::Instance backend = GetParam().make();
-    for (const double load : backend.machine.loadAverages()) {
+    const auto reading = backend.machine.read();
+    const auto averages = reading->loadAverages();
+    ASSERT_TRUE(averages);
+    for (const double load : *averages) {
         EXPECT_GE(load, 0);
     }
-    const auto boot = backend.machine.bootTime();
+    const auto boot = reading->bootTime();
     ASSERT_TRUE(boot);
     EXPECT_GT(*boot, 0);
 }
@@ -156,19 +161,36 @@ TEST_P(BackendSuite, AProcessThatIsNotThereHasNeitherFootprintNorName) {
     EXPECT_GT(backend.processes.currentProcessIdentifier(), 0);
 }
 
-TEST_P(BackendSuite, ReadingsThatFailAreNoneAndNeverZeros) {
+TEST_P(BackendSuite, FiguresThatCannotBeReadAreNoneAndNeverZeros) {
     const Backend::Instance backend = GetParam().makeFailing();
-    EXPECT_FALSE(backend.machine.vmStatistics());
-    EXPECT_FALSE(backend.machine.cpuTicks());
-    EXPECT_FALSE(backend.machine.memoryPressureLevel());
-    EXPECT_FALSE(backend.machine.swapUsage());
-    EXPECT_FALSE(backend.machine.dataVolume());
-    EXPECT_FALSE(backend.machine.bootTime());
-    const std::array<double, 3> zeros{};
-    EXPECT_EQ(backend.machine.loadAverages(), zeros);
+    const auto reading = backend.machine.read();
+    EXPECT_FALSE(reading->physicalMemory());
+    EXPECT_FALSE(reading->processorCount());
+    EXPECT_FALSE(reading->vmStatistics());
+    EXPECT_FALSE(reading->cpuTicks());
+    EXPECT_FALSE(reading->memoryPressureLevel());
+    EXPECT_FALSE(reading->swapUsage());
+    EXPECT_FALSE(reading->dataVolume());
+    EXPECT_FALSE(reading->loadAverages());
+    EXPECT_FALSE(reading->bootTime());
     EXPECT_TRUE(backend.processes.listAllPids().empty());
     EXPECT_FALSE(backend.processes.physFootprint(1));
     EXPECT_EQ(backend.processes.name(1), "");
+}
+
+TEST_P(BackendSuite, OneReadingMayBeTakenWhileAnotherLasts) {
+    const Backend::Instance backend = GetParam().make();
+    const auto earlier = backend.machine.read();
+    EXPECT_TRUE(earlier->bootTime()); // from the file of the ticks, where there is one
+    const auto later = backend.machine.read();
+    const auto first = later->cpuTicks();
+    const auto second = earlier->cpuTicks();
+    const auto third = backend.machine.read()->cpuTicks();
+    ASSERT_TRUE(first && second && third);
+    for (const auto counter : {&CpuTicks::user, &CpuTicks::system, &CpuTicks::idle}) {
+        EXPECT_GE((*second).*counter, (*first).*counter);
+        EXPECT_GE((*third).*counter, (*second).*counter);
+    }
 }
 
 } // namespace korvel::platform

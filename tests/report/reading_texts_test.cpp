@@ -1,6 +1,7 @@
 #include "report/reading_texts.h"
 
 #include <array>
+#include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -14,7 +15,8 @@ class ReadingTextsTest : public testing::Test {
   protected:
     platform::SimulatedMachine machine;
     platform::SimulatedProcesses processes;
-    ReadingTexts texts{machine, processes};
+    std::unique_ptr<platform::MachineReading> reading = machine.read();
+    ReadingTexts texts{*reading, processes};
 };
 
 TEST_F(ReadingTextsTest, SayEachReadingInTheUnitsOfTheSystem) {
@@ -38,15 +40,19 @@ TEST_F(ReadingTextsTest, SayEachReadingInTheUnitsOfTheSystem) {
 }
 
 TEST_F(ReadingTextsTest, OneThatCannotBeTakenIsNone) {
+    machine.readings.physicalMemory.fails = true;
+    machine.readings.processorCount.fails = true;
     machine.readings.vm.fails = true;
     machine.readings.cpuTicks.fails = true;
     machine.readings.pressureLevel.fails = true;
     machine.readings.swap.fails = true;
     machine.readings.volume.fails = true;
+    machine.readings.load.fails = true;
     machine.readings.bootTime.fails = true;
     for (const std::string& text :
-         {texts.vmStatistics(), texts.cpuTicks(), texts.memoryPressureLevel(), texts.swapUsage(),
-          texts.dataVolume(), texts.bootTime()}) {
+         {texts.physicalMemory(), texts.processorCount(), texts.vmStatistics(), texts.cpuTicks(),
+          texts.memoryPressureLevel(), texts.swapUsage(), texts.dataVolume(), texts.loadAverages(),
+          texts.bootTime()}) {
         EXPECT_EQ(text, "none");
     }
 }

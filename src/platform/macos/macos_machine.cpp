@@ -1,6 +1,5 @@
 #include "platform/macos/macos_machine.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -105,101 +104,112 @@ CpuTickRecord::Sums WrappingTicks::advance(const Counters& counters) {
     return added;
 }
 
+class MacosMachine::Reading final : public MachineReading {
+  public:
+    explicit Reading(MacosMachine& machine) : machine_(machine) {}
+
+    std::optional<std::uint64_t> physicalMemory() override {
+        return systemValue<std::uint64_t>(CTL_HW, HW_MEMSIZE);
+    }
+
+    std::optional<int> processorCount() override {
+        const auto count = systemValue<int>(CTL_HW, HW_NCPU);
+        return count && *count > 0 ? count : std::nullopt;
+    }
+
+    int thermalState() override { return machine_.thermalState_(); }
+
+    std::uint64_t pageSize() override { return vm_kernel_page_size; }
+
+    std::optional<VmStatistics> vmStatistics() override {
+        VmWords words{};
+        mach_msg_type_number_t count = kRoomForVmWords;
+        const HostPort host;
+        if (::host_statistics64(host.get(), HOST_VM_INFO64, words.data(), &count) != KERN_SUCCESS ||
+            count < kLeastVmWords) {
+            return std::nullopt;
+        }
+        vm_statistics64 kernel{};
+        std::memcpy(&kernel, words.data(), sizeof(kernel));
+        VmStatistics statistics;
+        statistics.free_count = kernel.free_count;
+        statistics.active_count = kernel.active_count;
+        statistics.inactive_count = kernel.inactive_count;
+        statistics.wire_count = kernel.wire_count;
+        statistics.speculative_count = kernel.speculative_count;
+        statistics.purgeable_count = kernel.purgeable_count;
+        statistics.compressor_page_count = kernel.compressor_page_count;
+        statistics.swapouts = kernel.swapouts;
+        return statistics;
+    }
+
+    std::optional<CpuTicks> cpuTicks() override {
+        const std::lock_guard lock(machine_.mutex_); // what is read first is counted first
+        std::array<integer_t, HOST_CPU_LOAD_INFO_COUNT> words{};
+        mach_msg_type_number_t count = HOST_CPU_LOAD_INFO_COUNT;
+        const HostPort host;
+        if (::host_statistics(host.get(), HOST_CPU_LOAD_INFO, words.data(), &count) !=
+                KERN_SUCCESS ||
+            count < HOST_CPU_LOAD_INFO_COUNT) {
+            return std::nullopt;
+        }
+        host_cpu_load_info kernel{};
+        std::memcpy(&kernel, words.data(), sizeof(kernel));
+        const CpuTickRecord::Sums added = machine_.kernelTicks_.advance(
+            {kernel.cpu_ticks[CPU_STATE_USER], kernel.cpu_ticks[CPU_STATE_SYSTEM],
+             kernel.cpu_ticks[CPU_STATE_IDLE], kernel.cpu_ticks[CPU_STATE_NICE]});
+        return machine_.ticks_.add(added, static_cast<std::uint64_t>(processorCount().value_or(1)));
+    }
+
+    std::optional<std::int32_t> memoryPressureLevel() override {
+        return systemValue<std::int32_t>("kern.memorystatus_vm_pressure_level");
+    }
+
+    std::optional<SwapUsage> swapUsage() override {
+        const auto kernel = systemValue<xsw_usage>("vm.swapusage");
+        if (!kernel) {
+            return std::nullopt;
+        }
+        SwapUsage usage;
+        usage.xsu_total = kernel->xsu_total;
+        usage.xsu_avail = kernel->xsu_avail;
+        usage.xsu_used = kernel->xsu_used;
+        return usage;
+    }
+
+    std::optional<VolumeStatistics> dataVolume() override {
+        struct statfs volume {};
+        if (::statfs("/System/Volumes/Data", &volume) != 0) {
+            return std::nullopt;
+        }
+        VolumeStatistics statistics;
+        statistics.f_bsize = volume.f_bsize;
+        statistics.f_blocks = volume.f_blocks;
+        statistics.f_bfree = volume.f_bfree;
+        statistics.f_bavail = volume.f_bavail;
+        return statistics;
+    }
+
+    std::optional<std::array<double, 3>> loadAverages() override {
+        std::array<double, 3> averages{};
+        const int given = ::getloadavg(averages.data(), static_cast<int>(averages.size()));
+        return given > 0 ? std::optional(averages) : std::nullopt;
+    }
+
+    std::optional<std::int64_t> bootTime() override {
+        const auto boot = systemValue<timeval>(CTL_KERN, KERN_BOOTTIME);
+        return boot ? std::optional<std::int64_t>(boot->tv_sec) : std::nullopt;
+    }
+
+  private:
+    MacosMachine& machine_;
+};
+
 MacosMachine::MacosMachine(std::function<int()> thermalState)
     : thermalState_(std::move(thermalState)) {}
 
-std::uint64_t MacosMachine::physicalMemory() {
-    return systemValue<std::uint64_t>(CTL_HW, HW_MEMSIZE).value_or(0);
-}
-
-int MacosMachine::processorCount() {
-    return std::max(systemValue<int>(CTL_HW, HW_NCPU).value_or(1), 1);
-}
-
-int MacosMachine::thermalState() {
-    return thermalState_();
-}
-
-std::uint64_t MacosMachine::pageSize() {
-    return vm_kernel_page_size;
-}
-
-std::optional<VmStatistics> MacosMachine::vmStatistics() {
-    VmWords words{};
-    mach_msg_type_number_t count = kRoomForVmWords;
-    const HostPort host;
-    if (::host_statistics64(host.get(), HOST_VM_INFO64, words.data(), &count) != KERN_SUCCESS ||
-        count < kLeastVmWords) {
-        return std::nullopt;
-    }
-    vm_statistics64 kernel{};
-    std::memcpy(&kernel, words.data(), sizeof(kernel));
-    VmStatistics statistics;
-    statistics.free_count = kernel.free_count;
-    statistics.active_count = kernel.active_count;
-    statistics.inactive_count = kernel.inactive_count;
-    statistics.wire_count = kernel.wire_count;
-    statistics.speculative_count = kernel.speculative_count;
-    statistics.purgeable_count = kernel.purgeable_count;
-    statistics.compressor_page_count = kernel.compressor_page_count;
-    statistics.swapouts = kernel.swapouts;
-    return statistics;
-}
-
-std::optional<CpuTicks> MacosMachine::cpuTicks() {
-    std::array<integer_t, HOST_CPU_LOAD_INFO_COUNT> words{};
-    mach_msg_type_number_t count = HOST_CPU_LOAD_INFO_COUNT;
-    const HostPort host;
-    if (::host_statistics(host.get(), HOST_CPU_LOAD_INFO, words.data(), &count) != KERN_SUCCESS ||
-        count < HOST_CPU_LOAD_INFO_COUNT) {
-        return std::nullopt;
-    }
-    host_cpu_load_info kernel{};
-    std::memcpy(&kernel, words.data(), sizeof(kernel));
-    const CpuTickRecord::Sums added =
-        kernelTicks_.advance({kernel.cpu_ticks[CPU_STATE_USER], kernel.cpu_ticks[CPU_STATE_SYSTEM],
-                              kernel.cpu_ticks[CPU_STATE_IDLE], kernel.cpu_ticks[CPU_STATE_NICE]});
-    return ticks_.add(added, static_cast<std::uint64_t>(processorCount()));
-}
-
-std::optional<std::int32_t> MacosMachine::memoryPressureLevel() {
-    return systemValue<std::int32_t>("kern.memorystatus_vm_pressure_level");
-}
-
-std::optional<SwapUsage> MacosMachine::swapUsage() {
-    const auto kernel = systemValue<xsw_usage>("vm.swapusage");
-    if (!kernel) {
-        return std::nullopt;
-    }
-    SwapUsage usage;
-    usage.xsu_total = kernel->xsu_total;
-    usage.xsu_avail = kernel->xsu_avail;
-    usage.xsu_used = kernel->xsu_used;
-    return usage;
-}
-
-std::optional<VolumeStatistics> MacosMachine::dataVolume() {
-    struct statfs volume {};
-    if (::statfs("/System/Volumes/Data", &volume) != 0) {
-        return std::nullopt;
-    }
-    VolumeStatistics statistics;
-    statistics.f_bsize = volume.f_bsize;
-    statistics.f_blocks = volume.f_blocks;
-    statistics.f_bfree = volume.f_bfree;
-    statistics.f_bavail = volume.f_bavail;
-    return statistics;
-}
-
-std::array<double, 3> MacosMachine::loadAverages() {
-    std::array<double, 3> averages{};
-    ::getloadavg(averages.data(), static_cast<int>(averages.size()));
-    return averages;
-}
-
-std::optional<std::int64_t> MacosMachine::bootTime() {
-    const auto boot = systemValue<timeval>(CTL_KERN, KERN_BOOTTIME);
-    return boot ? std::optional<std::int64_t>(boot->tv_sec) : std::nullopt;
+std::unique_ptr<MachineReading> MacosMachine::read() {
+    return std::make_unique<Reading>(*this);
 }
 
 } // namespace korvel::platform

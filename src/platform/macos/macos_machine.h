@@ -1,6 +1,10 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <functional>
+#include <memory>
+#include <mutex>
 
 #include "platform/machine.h"
 #include "platform/posix/cpu_tick_record.h"
@@ -24,28 +28,23 @@ class WrappingTicks {
     Counters highest_{};
 };
 
-/// The machine as Mach and BSD tell it. Callable from any thread, but `cpuTicks` from one at a
-/// time.
+/// The machine as Mach and BSD tell it: each function of a reading makes its calls when it is
+/// asked. Physical memory is what is built in, and processors are those of the machine, busy or
+/// not; ticks are those since the first reading that asked for them, see `WrappingTicks` and
+/// `CpuTickRecord`.
 class MacosMachine final : public Machine {
   public:
     /// `thermalState` is asked for the state: it is told by no system call.
     explicit MacosMachine(std::function<int()> thermalState);
 
-    std::uint64_t physicalMemory() override; ///< 0 when it cannot be read
-    int processorCount() override;           ///< those of the machine, busy or not
-    int thermalState() override;
-    std::uint64_t pageSize() override;
-    std::optional<VmStatistics> vmStatistics() override;
-    /// Ticks since the first call, see `WrappingTicks` and `CpuTickRecord`.
-    std::optional<CpuTicks> cpuTicks() override;
-    std::optional<std::int32_t> memoryPressureLevel() override;
-    std::optional<SwapUsage> swapUsage() override;
-    std::optional<VolumeStatistics> dataVolume() override;
-    std::array<double, 3> loadAverages() override;
-    std::optional<std::int64_t> bootTime() override;
+    std::unique_ptr<MachineReading> read() override;
 
   private:
-    std::function<int()> thermalState_;
+    class Reading;
+
+    const std::function<int()> thermalState_;
+
+    std::mutex mutex_; ///< guards what follows
     WrappingTicks kernelTicks_;
     CpuTickRecord ticks_{CpuTickRecord::Start::everyTick};
 };

@@ -2,59 +2,53 @@
 
 namespace korvel::platform {
 
-std::uint64_t SimulatedMachine::physicalMemory() {
-    note("physicalMemory");
-    return readings.physicalMemory;
-}
+class SimulatedMachine::Reading final : public MachineReading {
+  public:
+    explicit Reading(SimulatedMachine& machine) : machine_(machine) {}
 
-int SimulatedMachine::processorCount() {
-    note("processorCount");
-    return readings.processorCount;
-}
+    std::optional<std::uint64_t> physicalMemory() override {
+        return asked("physicalMemory").physicalMemory.take();
+    }
 
-int SimulatedMachine::thermalState() {
-    note("thermalState");
-    return readings.thermalState;
-}
+    std::optional<int> processorCount() override {
+        return asked("processorCount").processorCount.take();
+    }
 
-std::uint64_t SimulatedMachine::pageSize() {
-    note("pageSize");
-    return readings.pageSize;
-}
+    int thermalState() override { return asked("thermalState").thermalState; }
 
-std::optional<VmStatistics> SimulatedMachine::vmStatistics() {
-    note("vmStatistics");
-    return readings.vm.take();
-}
+    std::uint64_t pageSize() override { return asked("pageSize").pageSize; }
 
-std::optional<CpuTicks> SimulatedMachine::cpuTicks() {
-    note("cpuTicks");
-    return readings.cpuTicks.take();
-}
+    std::optional<VmStatistics> vmStatistics() override { return asked("vmStatistics").vm.take(); }
 
-std::optional<std::int32_t> SimulatedMachine::memoryPressureLevel() {
-    note("memoryPressureLevel");
-    return readings.pressureLevel.take();
-}
+    std::optional<CpuTicks> cpuTicks() override { return asked("cpuTicks").cpuTicks.take(); }
 
-std::optional<SwapUsage> SimulatedMachine::swapUsage() {
-    note("swapUsage");
-    return readings.swap.take();
-}
+    std::optional<std::int32_t> memoryPressureLevel() override {
+        return asked("memoryPressureLevel").pressureLevel.take();
+    }
 
-std::optional<VolumeStatistics> SimulatedMachine::dataVolume() {
-    note("dataVolume");
-    return readings.volume.take();
-}
+    std::optional<SwapUsage> swapUsage() override { return asked("swapUsage").swap.take(); }
 
-std::array<double, 3> SimulatedMachine::loadAverages() {
-    note("loadAverages");
-    return readings.load.take().value_or(std::array<double, 3>{});
-}
+    std::optional<VolumeStatistics> dataVolume() override {
+        return asked("dataVolume").volume.take();
+    }
 
-std::optional<std::int64_t> SimulatedMachine::bootTime() {
-    note("bootTime");
-    return readings.bootTime.take();
+    std::optional<std::array<double, 3>> loadAverages() override {
+        return asked("loadAverages").load.take();
+    }
+
+    std::optional<std::int64_t> bootTime() override { return asked("bootTime").bootTime.take(); }
+
+  private:
+    const SimulatedReadings& asked(const char* function) {
+        machine_.note(function);
+        return machine_.readings;
+    }
+
+    SimulatedMachine& machine_;
+};
+
+std::unique_ptr<MachineReading> SimulatedMachine::read() {
+    return std::make_unique<Reading>(*this);
 }
 
 } // namespace korvel::platform

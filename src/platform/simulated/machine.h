@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -36,8 +37,8 @@ inline constexpr std::int64_t kSimulatedUptime = 273600;
 /// The figures of a simulated machine. As made, those of an idle, healthy one with 10 processors
 /// and 16 GiB of memory, which scores 100.
 struct SimulatedReadings {
-    std::uint64_t physicalMemory = std::uint64_t{16} << 30;
-    int processorCount = 10;
+    Fallible<std::uint64_t> physicalMemory{std::uint64_t{16} << 30};
+    Fallible<int> processorCount{10};
     int thermalState = 0;
     std::uint64_t pageSize = 16384;
     /// 3 GiB free, 5 GiB in use, 6 GiB inactive, 2 GiB wired.
@@ -59,22 +60,16 @@ struct SimulatedReadings {
     Fallible<std::int64_t> bootTime{static_cast<std::int64_t>(kSimulatedStart) - kSimulatedUptime};
 };
 
-/// Answers from `readings`, which may change at any time.
+/// Answers from `readings`, which may change at any time, in the midst of a reading too. For one
+/// thread.
 class SimulatedMachine final : public Machine, public Logging {
   public:
     SimulatedReadings readings;
 
-    std::uint64_t physicalMemory() override;
-    int processorCount() override;
-    int thermalState() override;
-    std::uint64_t pageSize() override;
-    std::optional<VmStatistics> vmStatistics() override;
-    std::optional<CpuTicks> cpuTicks() override;
-    std::optional<std::int32_t> memoryPressureLevel() override;
-    std::optional<SwapUsage> swapUsage() override;
-    std::optional<VolumeStatistics> dataVolume() override;
-    std::array<double, 3> loadAverages() override;
-    std::optional<std::int64_t> bootTime() override;
+    std::unique_ptr<MachineReading> read() override;
+
+  private:
+    class Reading;
 };
 
 } // namespace korvel::platform

@@ -43,13 +43,13 @@ Calls vmCalls() {
 void memoryHasRoomFor248BytesCount62() {
     fillVmWords();
     MacosMachine machine(nominal);
-    EXPECT(machine.vmStatistics().has_value());
+    EXPECT(machine.read()->vmStatistics().has_value());
     EXPECT_EQUAL(script->calls, vmCalls());
 }
 
 void memoryPagesAreReadFromTheirPlaces() {
     fillVmWords();
-    const auto read = MacosMachine(nominal).vmStatistics();
+    const auto read = MacosMachine(nominal).read()->vmStatistics();
     EXPECT(read.has_value());
     const auto pages = read.value_or(platform::VmStatistics());
     EXPECT_EQUAL(pages.free_count, 1001U);
@@ -65,7 +65,7 @@ void memoryPagesAreReadFromTheirPlaces() {
 void memoryCountOut38IsAccepted() {
     fillVmWords();
     script->vmCountOut = 38;
-    const auto pages = MacosMachine(nominal).vmStatistics();
+    const auto pages = MacosMachine(nominal).read()->vmStatistics();
     EXPECT(pages && pages->compressor_page_count == 1008);
     EXPECT_EQUAL(script->hostRights, 0);
 }
@@ -73,7 +73,7 @@ void memoryCountOut38IsAccepted() {
 void memoryCountOut37IsRefused() {
     fillVmWords();
     script->vmCountOut = 37;
-    EXPECT(!MacosMachine(nominal).vmStatistics());
+    EXPECT(!MacosMachine(nominal).read()->vmStatistics());
     EXPECT_EQUAL(script->calls, vmCalls());
     EXPECT_EQUAL(script->hostRights, 0);
 }
@@ -81,63 +81,80 @@ void memoryCountOut37IsRefused() {
 void memoryFailureIsNoReading() {
     fillVmWords();
     script->vmResult = 5; // KERN_FAILURE
-    EXPECT(!MacosMachine(nominal).vmStatistics());
+    EXPECT(!MacosMachine(nominal).read()->vmStatistics());
 }
 
 void memoryGivesTheHostRightBackOnSuccess() {
     MacosMachine machine(nominal);
     for (int i = 0; i < 3; ++i) {
-        EXPECT(machine.vmStatistics().has_value());
+        EXPECT(machine.read()->vmStatistics().has_value());
         EXPECT_EQUAL(script->hostRights, 0);
     }
 }
 
 void memoryGivesTheHostRightBackOnFailure() {
     script->vmResult = 5;
-    EXPECT(!MacosMachine(nominal).vmStatistics());
+    EXPECT(!MacosMachine(nominal).read()->vmStatistics());
     EXPECT_EQUAL(script->calls, vmCalls());
     EXPECT_EQUAL(script->hostRights, 0);
 }
 
+void aReadingMakesNoCallBeforeItIsAsked() {
+    MacosMachine machine(nominal);
+    const auto reading = machine.read();
+    EXPECT_EQUAL(script->calls, Calls());
+}
+
+void aReadingMakesItsCallsEachTimeItIsAsked() {
+    MacosMachine machine(nominal);
+    const auto reading = machine.read();
+    EXPECT(reading->vmStatistics() && reading->vmStatistics());
+    Calls twice = vmCalls();
+    for (const std::string& call : vmCalls()) {
+        twice.push_back(call);
+    }
+    EXPECT_EQUAL(script->calls, twice);
+}
+
 void pageSizeIsTheKernels() {
-    EXPECT_EQUAL(MacosMachine(nominal).pageSize(), 16384U);
+    EXPECT_EQUAL(MacosMachine(nominal).read()->pageSize(), 16384U);
     EXPECT_EQUAL(script->calls, Calls());
 }
 
 void physicalMemoryIsHwMemsize() {
     const std::uint64_t memory = std::uint64_t{24} << 30;
     script->sysctls.push_back({"6.24", 0, bytesOf(memory), 8});
-    EXPECT_EQUAL(MacosMachine(nominal).physicalMemory(), memory);
+    EXPECT_EQUAL(MacosMachine(nominal).read()->physicalMemory(), memory);
     EXPECT_EQUAL(script->calls, {"sysctl 6.24 size 8"});
 }
 
-void physicalMemoryThatFailsIsZero() {
-    EXPECT_EQUAL(MacosMachine(nominal).physicalMemory(), 0U);
+void physicalMemoryThatFailsIsNoReading() {
+    EXPECT(!MacosMachine(nominal).read()->physicalMemory());
 }
 
-void physicalMemoryOfAnotherSizeIsZero() {
+void physicalMemoryOfAnotherSizeIsNoReading() {
     script->sysctls.push_back({"6.24", 0, bytesOf(std::uint32_t{1} << 30), 4});
-    EXPECT_EQUAL(MacosMachine(nominal).physicalMemory(), 0U);
+    EXPECT(!MacosMachine(nominal).read()->physicalMemory());
 }
 
 void processorCountIsHwNcpu() {
     script->sysctls.push_back({"6.3", 0, bytesOf(10), 4});
-    EXPECT_EQUAL(MacosMachine(nominal).processorCount(), 10);
+    EXPECT_EQUAL(MacosMachine(nominal).read()->processorCount(), 10);
     EXPECT_EQUAL(script->calls, {"sysctl 6.3 size 4"});
 }
 
-void processorCountThatFailsIsOne() {
-    EXPECT_EQUAL(MacosMachine(nominal).processorCount(), 1);
+void processorCountThatFailsIsNoReading() {
+    EXPECT(!MacosMachine(nominal).read()->processorCount());
 }
 
-void processorCountIsAtLeastOne() {
+void processorCountBelowOneIsNoReading() {
     script->sysctls.push_back({"6.3", 0, bytesOf(0), 4});
-    EXPECT_EQUAL(MacosMachine(nominal).processorCount(), 1);
+    EXPECT(!MacosMachine(nominal).read()->processorCount());
 }
 
 void thermalStateIsHandedOnAsItComes() {
-    EXPECT_EQUAL(MacosMachine([] { return 3; }).thermalState(), 3);
-    EXPECT_EQUAL(MacosMachine([] { return 17; }).thermalState(), 17);
+    EXPECT_EQUAL(MacosMachine([] { return 3; }).read()->thermalState(), 3);
+    EXPECT_EQUAL(MacosMachine([] { return 17; }).read()->thermalState(), 17);
     EXPECT_EQUAL(script->calls, Calls());
 }
 
@@ -145,25 +162,25 @@ void pressureLevelIsReadByName() {
     for (const std::int32_t level : {1, 2, 4, 77, -1}) {
         script->calls.clear();
         script->sysctls = {{"kern.memorystatus_vm_pressure_level", 0, bytesOf(level), 4}};
-        EXPECT_EQUAL(MacosMachine(nominal).memoryPressureLevel(), level);
+        EXPECT_EQUAL(MacosMachine(nominal).read()->memoryPressureLevel(), level);
         EXPECT_EQUAL(script->calls, {"sysctlbyname kern.memorystatus_vm_pressure_level size 4"});
     }
 }
 
 void pressureLevelThatFailsIsNoReading() {
-    EXPECT(!MacosMachine(nominal).memoryPressureLevel());
+    EXPECT(!MacosMachine(nominal).read()->memoryPressureLevel());
 }
 
 void pressureLevelOfAnotherSizeIsNoReading() {
     script->sysctls = {{"kern.memorystatus_vm_pressure_level", 0, bytesOf(2), 8}};
-    EXPECT(!MacosMachine(nominal).memoryPressureLevel());
+    EXPECT(!MacosMachine(nominal).read()->memoryPressureLevel());
 }
 
 constexpr std::array<std::uint64_t, 4> kSwap{4096, 1024, 3072, 16384};
 
 void swapUsageIsReadFromItsPlaces() {
     script->sysctls = {{"vm.swapusage", 0, bytesOf(kSwap), 32}};
-    const auto usage = MacosMachine(nominal).swapUsage();
+    const auto usage = MacosMachine(nominal).read()->swapUsage();
     EXPECT(usage.has_value());
     EXPECT_EQUAL(usage ? usage->xsu_total : 0, 4096U);
     EXPECT_EQUAL(usage ? usage->xsu_avail : 0, 1024U);
@@ -172,17 +189,17 @@ void swapUsageIsReadFromItsPlaces() {
 }
 
 void swapUsageThatFailsIsNoReading() {
-    EXPECT(!MacosMachine(nominal).swapUsage());
+    EXPECT(!MacosMachine(nominal).read()->swapUsage());
 }
 
 void swapUsageOfAnotherSizeIsNoReading() {
     script->sysctls = {{"vm.swapusage", 0, bytesOf(kSwap), 24}};
-    EXPECT(!MacosMachine(nominal).swapUsage());
+    EXPECT(!MacosMachine(nominal).read()->swapUsage());
 }
 
 void volumeIsTheDataVolume() {
     script->volume = {4096, std::uint64_t{1} << 40, 2000, 1000};
-    const auto volume = MacosMachine(nominal).dataVolume();
+    const auto volume = MacosMachine(nominal).read()->dataVolume();
     EXPECT(volume.has_value());
     EXPECT_EQUAL(volume ? volume->f_bsize : 0, 4096U);
     EXPECT_EQUAL(volume ? volume->f_blocks : 0, std::uint64_t{1} << 40);
@@ -193,39 +210,40 @@ void volumeIsTheDataVolume() {
 
 void volumeThatFailsIsNoReading() {
     script->statfsResult = -1;
-    EXPECT(!MacosMachine(nominal).dataVolume());
+    EXPECT(!MacosMachine(nominal).read()->dataVolume());
 }
 
 void loadIsAskedForThreeAverages() {
     script->load = {1.5, 2.25, 3.125};
-    EXPECT_EQUAL(MacosMachine(nominal).loadAverages(), {1.5, 2.25, 3.125});
+    EXPECT_EQUAL(MacosMachine(nominal).read()->loadAverages(),
+                 std::array<double, 3>{1.5, 2.25, 3.125});
     EXPECT_EQUAL(script->calls, {"getloadavg 3"});
 }
 
-void loadThatFailsIsZeros() {
-    EXPECT_EQUAL(MacosMachine(nominal).loadAverages(), {0, 0, 0});
+void loadThatFailsIsNoReading() {
+    EXPECT(!MacosMachine(nominal).read()->loadAverages());
 }
 
 void loadKeepsWhatAShortAnswerGave() {
     script->load = {1.5};
-    EXPECT_EQUAL(MacosMachine(nominal).loadAverages(), {1.5, 0, 0});
+    EXPECT_EQUAL(MacosMachine(nominal).read()->loadAverages(), std::array<double, 3>{1.5, 0, 0});
 }
 
 constexpr std::array<std::int64_t, 2> kBoot{1700000000, 999999};
 
 void bootTimeIsTheWholeSeconds() {
     script->sysctls = {{"1.21", 0, bytesOf(kBoot), 16}};
-    EXPECT_EQUAL(MacosMachine(nominal).bootTime(), 1700000000);
+    EXPECT_EQUAL(MacosMachine(nominal).read()->bootTime(), 1700000000);
     EXPECT_EQUAL(script->calls, {"sysctl 1.21 size 16"});
 }
 
 void bootTimeThatFailsIsNoReading() {
-    EXPECT(!MacosMachine(nominal).bootTime());
+    EXPECT(!MacosMachine(nominal).read()->bootTime());
 }
 
 void bootTimeOfAnotherSizeIsNoReading() {
     script->sysctls = {{"1.21", 0, bytesOf(kBoot), 8}};
-    EXPECT(!MacosMachine(nominal).bootTime());
+    EXPECT(!MacosMachine(nominal).read()->bootTime());
 }
 
 #define CASE(name)                                                                                 \
@@ -241,13 +259,15 @@ constexpr Case kCases[] = {
     CASE(memoryFailureIsNoReading),
     CASE(memoryGivesTheHostRightBackOnSuccess),
     CASE(memoryGivesTheHostRightBackOnFailure),
+    CASE(aReadingMakesNoCallBeforeItIsAsked),
+    CASE(aReadingMakesItsCallsEachTimeItIsAsked),
     CASE(pageSizeIsTheKernels),
     CASE(physicalMemoryIsHwMemsize),
-    CASE(physicalMemoryThatFailsIsZero),
-    CASE(physicalMemoryOfAnotherSizeIsZero),
+    CASE(physicalMemoryThatFailsIsNoReading),
+    CASE(physicalMemoryOfAnotherSizeIsNoReading),
     CASE(processorCountIsHwNcpu),
-    CASE(processorCountThatFailsIsOne),
-    CASE(processorCountIsAtLeastOne),
+    CASE(processorCountThatFailsIsNoReading),
+    CASE(processorCountBelowOneIsNoReading),
     CASE(thermalStateIsHandedOnAsItComes),
     CASE(pressureLevelIsReadByName),
     CASE(pressureLevelThatFailsIsNoReading),
@@ -258,7 +278,7 @@ constexpr Case kCases[] = {
     CASE(volumeIsTheDataVolume),
     CASE(volumeThatFailsIsNoReading),
     CASE(loadIsAskedForThreeAverages),
-    CASE(loadThatFailsIsZeros),
+    CASE(loadThatFailsIsNoReading),
     CASE(loadKeepsWhatAShortAnswerGave),
     CASE(bootTimeIsTheWholeSeconds),
     CASE(bootTimeThatFailsIsNoReading),

@@ -157,6 +157,7 @@ void aMachineOnWhichEveryCallFailsIsStillSampled() {
     EXPECT_EQUAL(s.cores, 1);
     EXPECT_EQUAL(s.cpuPct, 0);
     EXPECT_EQUAL(s.diskFreeGB, 0);
+    EXPECT_EQUAL(s.load1, 0);
     EXPECT_EQUAL(s.uptime, "");
     EXPECT(s.topProcs.empty());
     EXPECT(!s.verdict.empty());

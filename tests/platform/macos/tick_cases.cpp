@@ -24,7 +24,7 @@ void tenProcessors() {
 /// The machine's answer when the kernel counts this much.
 Counters read(MacosMachine& machine, const Counters& kernel) {
     script->cpuWords = kernel;
-    const std::optional<CpuTicks> ticks = machine.cpuTicks();
+    const std::optional<CpuTicks> ticks = machine.read()->cpuTicks();
     EXPECT(ticks.has_value());
     return ticks ? Counters{ticks->user, ticks->system, ticks->idle, ticks->nice} : Counters();
 }
@@ -48,14 +48,14 @@ void ticksOfAFailureAreNoReadingAndForgetNothing() {
     MacosMachine machine(nominal);
     read(machine, {10, 10, 10, 10});
     script->cpuResult = 5; // KERN_FAILURE
-    EXPECT(!machine.cpuTicks());
+    EXPECT(!machine.read()->cpuTicks());
     script->cpuResult = 0;
     EXPECT_EQUAL(read(machine, {11, 12, 13, 14}), {1, 2, 3, 4});
 }
 
 void ticksOfAShortAnswerAreNoReading() {
     script->cpuCountOut = 3;
-    EXPECT(!MacosMachine(nominal).cpuTicks());
+    EXPECT(!MacosMachine(nominal).read()->cpuTicks());
 }
 
 void ticksGiveTheHostRightBackOnSuccess() {
@@ -67,7 +67,7 @@ void ticksGiveTheHostRightBackOnSuccess() {
 
 void ticksGiveTheHostRightBackOnFailure() {
     script->cpuResult = 5;
-    EXPECT(!MacosMachine(nominal).cpuTicks());
+    EXPECT(!MacosMachine(nominal).read()->cpuTicks());
     EXPECT_EQUAL(script->calls,
                  {"mach_host_self", "host_statistics flavor 3 count 4", "mach_port_deallocate"});
     EXPECT_EQUAL(script->hostRights, 0);

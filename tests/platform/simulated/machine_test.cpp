@@ -1,3 +1,4 @@
+#include <array>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -11,50 +12,59 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(SimulatedMachine, EachReadingFailsOnItsOwn) {
+template <auto Function, auto Field>
+void expectToFailAlone(const char* name) {
     SimulatedMachine machine;
-    machine.readings.vm.fails = true;
-    EXPECT_FALSE(machine.vmStatistics());
-    EXPECT_TRUE(machine.cpuTicks());
-    machine.readings.cpuTicks.fails = true;
-    EXPECT_FALSE(machine.cpuTicks());
-    EXPECT_TRUE(machine.memoryPressureLevel());
-    machine.readings.pressureLevel.fails = true;
-    EXPECT_FALSE(machine.memoryPressureLevel());
-    EXPECT_TRUE(machine.swapUsage());
-    machine.readings.swap.fails = true;
-    EXPECT_FALSE(machine.swapUsage());
-    EXPECT_TRUE(machine.dataVolume());
-    machine.readings.volume.fails = true;
-    EXPECT_FALSE(machine.dataVolume());
-    EXPECT_TRUE(machine.bootTime());
-    machine.readings.bootTime.fails = true;
-    EXPECT_FALSE(machine.bootTime());
+    const auto reading = machine.read();
+    EXPECT_TRUE(((*reading).*Function)()) << name;
+    (machine.readings.*Field).fails = true;
+    EXPECT_FALSE(((*reading).*Function)()) << name;
+    SimulatedMachine others;
+    (others.readings.*Field).fails = true;
+    const auto rest = others.read();
+    const int failed = !rest->physicalMemory() + !rest->processorCount() + !rest->vmStatistics() +
+                       !rest->cpuTicks() + !rest->memoryPressureLevel() + !rest->swapUsage() +
+                       !rest->dataVolume() + !rest->loadAverages() + !rest->bootTime();
+    EXPECT_EQ(failed, 1) << name;
 }
 
-TEST(SimulatedMachine, LoadAveragesThatCannotBeReadAreZeros) {
+TEST(SimulatedMachine, EachFigureFailsOnItsOwn) {
+    using In = SimulatedReadings;
+    using Out = MachineReading;
+    expectToFailAlone<&Out::physicalMemory, &In::physicalMemory>("memory");
+    expectToFailAlone<&Out::processorCount, &In::processorCount>("processors");
+    expectToFailAlone<&Out::vmStatistics, &In::vm>("pages");
+    expectToFailAlone<&Out::cpuTicks, &In::cpuTicks>("ticks");
+    expectToFailAlone<&Out::memoryPressureLevel, &In::pressureLevel>("pressure");
+    expectToFailAlone<&Out::swapUsage, &In::swap>("swap");
+    expectToFailAlone<&Out::dataVolume, &In::volume>("volume");
+    expectToFailAlone<&Out::loadAverages, &In::load>("load");
+    expectToFailAlone<&Out::bootTime, &In::bootTime>("boot time");
+}
+
+TEST(SimulatedMachine, IsReadWhenItIsAsked) {
     SimulatedMachine machine;
+    const auto reading = machine.read();
     machine.readings.load.value = {1.5, 2, 3};
-    EXPECT_THAT(machine.loadAverages(), ElementsAre(1.5, 2, 3));
-    machine.readings.load.fails = true;
-    EXPECT_THAT(machine.loadAverages(), ElementsAre(0, 0, 0));
+    EXPECT_EQ(reading->loadAverages(), (std::array{1.5, 2.0, 3.0}));
 }
 
-TEST(SimulatedMachine, AReadingThatComesBackGoesOnFromWhereItWas) {
+TEST(SimulatedMachine, AFigureThatComesBackGoesOnFromWhereItWas) {
     SimulatedMachine machine;
     machine.readings.swap.value = {100, 60, 40};
     machine.readings.swap.fails = true;
     machine.readings.swap.fails = false;
-    EXPECT_EQ(machine.swapUsage()->xsu_used, 40U);
+    EXPECT_EQ(machine.read()->swapUsage()->xsu_used, 40U);
 }
 
 TEST(SimulatedMachine, TheHealthyOneAccountsForAllOfItsMemory) {
     SimulatedMachine machine;
-    const VmStatistics vm = *machine.vmStatistics();
+    const auto reading = machine.read();
+    const VmStatistics vm = reading->vmStatistics().value();
     EXPECT_EQ((std::uint64_t{vm.free_count} + vm.active_count + vm.inactive_count + vm.wire_count +
                vm.compressor_page_count) *
-                  machine.pageSize(),
-              machine.physicalMemory());
+                  reading->pageSize(),
+              reading->physicalMemory());
 }
 
 TEST(SimulatedProcesses, ListsInTheOrderOfTheTable) {
@@ -117,7 +127,7 @@ TEST(SimulatedServices, WriteIntoOneLogInTheOrderOfTheCalls) {
     CallLog log;
     simulated.logTo(log);
     const Services services = simulated.services();
-    services.machine.cpuTicks();
+    services.machine.read()->cpuTicks();
     services.clock.now();
     services.processes.terminate(12);
     services.processes.currentProcessIdentifier();

@@ -27,6 +27,8 @@ Backend::Instance makeHealthy() {
 Backend::Instance makeFailing() {
     const auto simulated = std::make_shared<Simulated>();
     SimulatedReadings& readings = simulated->machine.readings;
+    readings.physicalMemory.fails = true;
+    readings.processorCount.fails = true;
     readings.vm.fails = true;
     readings.cpuTicks.fails = true;
     readings.pressureLevel.fails = true;

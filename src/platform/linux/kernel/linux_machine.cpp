@@ -1,31 +1,172 @@
 #include "platform/linux/kernel/linux_machine.h"
 
-#include <algorithm>
+#include <array>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include <unistd.h>
 
 #include "platform/linux/kernel/machine_texts.h"
+#include "platform/linux/kernel/meminfo.h"
 #include "platform/linux/kernel/root_folder.h"
 #include "platform/linux/kernel/volume_statistics.h"
 
 namespace korvel::platform {
 
-using User = SharedReading::User;
+namespace {
 
-bool SharedReading::isCurrent(User user) {
-    constexpr auto kOldest = std::chrono::milliseconds(100);
-    const auto now = std::chrono::steady_clock::now();
-    const auto bit = static_cast<unsigned>(user);
-    const bool current = usedBy_ != 0 && (usedBy_ & bit) == 0 && now - takenAt_ <= kOldest;
-    if (current) {
-        usedBy_ |= bit;
-    } else {
-        usedBy_ = bit;
-        takenAt_ = now;
+/// A value that is found when it is first asked for, and kept.
+template <typename Value>
+class Once {
+  public:
+    template <typename Find>
+    const Value& get(Find find) {
+        if (!value_) {
+            value_.emplace(find());
+        }
+        return *value_;
     }
-    return current;
-}
+
+  private:
+    std::optional<Value> value_;
+};
+
+} // namespace
+
+/// Keeps what it has read: several functions are answered from meminfo and from stat, and every
+/// other file belongs to one function, whose answer is kept.
+class LinuxMachine::Reading final : public MachineReading {
+  public:
+    explicit Reading(LinuxMachine& machine) : machine_(machine) {}
+
+    std::optional<std::uint64_t> physicalMemory() override {
+        const std::lock_guard lock(machine_.mutex_);
+        const std::optional<Meminfo>& memory = meminfo();
+        return memory ? std::optional(memory->memTotal) : std::nullopt;
+    }
+
+    std::optional<int> processorCount() override {
+        const std::lock_guard lock(machine_.mutex_);
+        return processorCount_.get([this] { return readProcessorCount(); });
+    }
+
+    int thermalState() override {
+        const std::lock_guard lock(machine_.mutex_);
+        return thermalState_.get([this] { return machine_.thermal_.state(); });
+    }
+
+    std::uint64_t pageSize() override {
+        static const long size = ::sysconf(_SC_PAGESIZE);
+        return static_cast<std::uint64_t>(size);
+    }
+
+    std::optional<VmStatistics> vmStatistics() override {
+        const std::lock_guard lock(machine_.mutex_);
+        return vmStatistics_.get([this] { return readVmStatistics(); });
+    }
+
+    std::optional<CpuTicks> cpuTicks() override {
+        const std::lock_guard lock(machine_.mutex_);
+        return cpuTicks_.get([this] { return machine_.ticks_.add(stat().processors); });
+    }
+
+    std::optional<std::int32_t> memoryPressureLevel() override {
+        const std::lock_guard lock(machine_.mutex_);
+        return pressureLevel_.get([this] { return readPressureLevel(); });
+    }
+
+    std::optional<SwapUsage> swapUsage() override {
+        const std::lock_guard lock(machine_.mutex_);
+        const std::optional<Meminfo>& memory = meminfo();
+        return memory ? platform::swapUsage(*memory) : std::nullopt;
+    }
+
+    std::optional<VolumeStatistics> dataVolume() override {
+        // Not under the lock: a volume that does not answer would hold up the other readings.
+        struct statvfs volume {};
+        if (::statvfs(machine_.dataPath_.c_str(), &volume) != 0) {
+            return std::nullopt;
+        }
+        return volumeStatistics(volume);
+    }
+
+    std::optional<std::array<double, 3>> loadAverages() override {
+        const std::lock_guard lock(machine_.mutex_);
+        return loadAverages_.get([this] { return parsed(machine_.loadFile_, parseLoadAverages); });
+    }
+
+    std::optional<std::int64_t> bootTime() override {
+        const std::lock_guard lock(machine_.mutex_);
+        return stat().btime;
+    }
+
+  private:
+    // All of these with the machine's lock held.
+
+    /// What the text of a file says; the empty record when the file cannot be read.
+    template <typename Parse>
+    auto parsed(KeptFile& file, Parse parse) -> decltype(parse(std::string_view())) {
+        const std::optional<std::string_view> text = file.read(machine_.buffer_);
+        return text ? parse(*text) : decltype(parse(*text))();
+    }
+
+    const std::optional<Meminfo>& meminfo() {
+        return meminfo_.get([this] { return parsed(machine_.meminfoFile_, parseMeminfo); });
+    }
+
+    const KernelStat& stat() {
+        return stat_.get([this] { return parsed(machine_.statFile_, parseKernelStat); });
+    }
+
+    std::optional<int> readProcessorCount() {
+        if (const auto online = parsed(machine_.onlineFile_, countProcessors)) {
+            return online;
+        }
+        const std::size_t listed = stat().processors.size();
+        return listed > 0 ? std::optional(static_cast<int>(listed)) : std::nullopt;
+    }
+
+    std::optional<VmStatistics> readVmStatistics() {
+        const std::optional<Meminfo>& memory = meminfo();
+        if (!memory) {
+            return std::nullopt;
+        }
+        const std::uint64_t compressed = memory->zswap.value_or(0) + machine_.zram_.memoryUsed();
+        auto statistics = platform::vmStatistics(*memory, compressed, pageSize());
+        if (statistics) {
+            // A kernel without swap has no such line. Where it cannot be read just now, the last
+            // count stands: a step to 0 and back would look like a burst of swapping.
+            std::uint64_t& swapouts = machine_.swapouts_;
+            swapouts = parsed(machine_.vmstatFile_, parseSwapouts).value_or(swapouts);
+            statistics->swapouts = swapouts;
+        }
+        return statistics;
+    }
+
+    std::optional<std::int32_t> readPressureLevel() {
+        const std::optional<Meminfo>& memory = meminfo();
+        const auto available = memory ? availableMemory(*memory) : std::nullopt;
+        if (!available) {
+            return std::nullopt;
+        }
+        return machine_.pressure_.level({.stall = parsed(machine_.pressureFile_, parseMemoryStall),
+                                         .memTotal = memory->memTotal,
+                                         .memAvailable = *available,
+                                         .swapTotal = memory->swapTotal.value_or(0),
+                                         .swapFree = memory->swapFree.value_or(0)});
+    }
+
+    LinuxMachine& machine_;
+    Once<std::optional<Meminfo>> meminfo_;
+    Once<KernelStat> stat_;
+    Once<std::optional<int>> processorCount_;
+    Once<int> thermalState_;
+    Once<std::optional<VmStatistics>> vmStatistics_;
+    Once<std::optional<CpuTicks>> cpuTicks_;
+    Once<std::optional<std::int32_t>> pressureLevel_;
+    Once<std::optional<std::array<double, 3>>> loadAverages_;
+};
 
 LinuxMachine::LinuxMachine(const std::string& root, std::string dataPath, FileCalls& calls)
     : dataPath_(std::move(dataPath)), meminfoFile_(calls, rootFolder(root) + "proc/meminfo"),
@@ -36,111 +177,8 @@ LinuxMachine::LinuxMachine(const std::string& root, std::string dataPath, FileCa
       onlineFile_(calls, rootFolder(root) + "sys/devices/system/cpu/online"),
       zram_(calls, rootFolder(root)), thermal_(calls, rootFolder(root)) {}
 
-std::uint64_t LinuxMachine::physicalMemory() {
-    const std::lock_guard lock(mutex_);
-    const std::optional<Meminfo>& memory = meminfo(User::first);
-    return memory ? memory->memTotal : 0;
-}
-
-int LinuxMachine::processorCount() {
-    const std::lock_guard lock(mutex_);
-    const std::optional<std::string_view> list = onlineFile_.read(buffer_);
-    if (const std::optional<int> online = list ? countProcessors(*list) : std::nullopt) {
-        return *online;
-    }
-    return std::max(static_cast<int>(stat(User::first).processors.size()), 1);
-}
-
-int LinuxMachine::thermalState() {
-    const std::lock_guard lock(mutex_);
-    return thermal_.state();
-}
-
-std::uint64_t LinuxMachine::pageSize() {
-    static const long size = ::sysconf(_SC_PAGESIZE);
-    return static_cast<std::uint64_t>(size);
-}
-
-std::optional<VmStatistics> LinuxMachine::vmStatistics() {
-    const std::lock_guard lock(mutex_);
-    const std::optional<Meminfo>& memory = meminfo(User::second);
-    if (!memory) {
-        return std::nullopt;
-    }
-    const std::uint64_t compressed = memory->zswap.value_or(0) + zram_.memoryUsed();
-    std::optional<VmStatistics> statistics =
-        platform::vmStatistics(*memory, compressed, pageSize());
-    if (statistics) {
-        // A kernel without swap has no such line. Where it cannot be read just now, the last count
-        // stands: a step to 0 and back would look like a burst of swapping.
-        const std::optional<std::string_view> counters = vmstatFile_.read(buffer_);
-        swapouts_ = (counters ? parseSwapouts(*counters) : std::nullopt).value_or(swapouts_);
-        statistics->swapouts = swapouts_;
-    }
-    return statistics;
-}
-
-std::optional<CpuTicks> LinuxMachine::cpuTicks() {
-    const std::lock_guard lock(mutex_);
-    return ticks_.add(stat(User::second).processors);
-}
-
-std::optional<std::int32_t> LinuxMachine::memoryPressureLevel() {
-    const std::lock_guard lock(mutex_);
-    const std::optional<Meminfo>& memory = meminfo(User::third);
-    const std::optional<std::uint64_t> available = memory ? availableMemory(*memory) : std::nullopt;
-    if (!available) {
-        return std::nullopt;
-    }
-    PressureFigures figures;
-    const std::optional<std::string_view> stall = pressureFile_.read(buffer_);
-    figures.stall = stall ? parseMemoryStall(*stall) : std::nullopt;
-    figures.memTotal = memory->memTotal;
-    figures.memAvailable = *available;
-    figures.swapTotal = memory->swapTotal.value_or(0);
-    figures.swapFree = memory->swapFree.value_or(0);
-    return pressure_.level(figures);
-}
-
-std::optional<SwapUsage> LinuxMachine::swapUsage() {
-    const std::lock_guard lock(mutex_);
-    const std::optional<Meminfo>& memory = meminfo(User::fourth);
-    return memory ? platform::swapUsage(*memory) : std::nullopt;
-}
-
-std::optional<VolumeStatistics> LinuxMachine::dataVolume() {
-    struct statvfs volume {};
-    if (::statvfs(dataPath_.c_str(), &volume) != 0) {
-        return std::nullopt;
-    }
-    return volumeStatistics(volume);
-}
-
-std::array<double, 3> LinuxMachine::loadAverages() {
-    const std::lock_guard lock(mutex_);
-    const std::optional<std::string_view> text = loadFile_.read(buffer_);
-    return text ? parseLoadAverages(*text) : std::array<double, 3>{};
-}
-
-std::optional<std::int64_t> LinuxMachine::bootTime() {
-    const std::lock_guard lock(mutex_);
-    return stat(User::third).btime;
-}
-
-const std::optional<Meminfo>& LinuxMachine::meminfo(User user) {
-    if (!meminfoReading_.isCurrent(user)) {
-        const std::optional<std::string_view> text = meminfoFile_.read(buffer_);
-        meminfo_ = text ? parseMeminfo(*text) : std::nullopt;
-    }
-    return meminfo_;
-}
-
-const KernelStat& LinuxMachine::stat(User user) {
-    if (!statReading_.isCurrent(user)) {
-        const std::optional<std::string_view> text = statFile_.read(buffer_);
-        stat_ = text ? parseKernelStat(*text) : KernelStat();
-    }
-    return stat_;
+std::unique_ptr<MachineReading> LinuxMachine::read() {
+    return std::make_unique<Reading>(*this);
 }
 
 } // namespace korvel::platform

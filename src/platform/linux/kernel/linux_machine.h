@@ -1,12 +1,12 @@
 #pragma once
 
-#include <chrono>
+#include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 
 #include "platform/linux/kernel/cpu_ticks.h"
 #include "platform/linux/kernel/kept_file.h"
-#include "platform/linux/kernel/meminfo.h"
 #include "platform/linux/kernel/pressure.h"
 #include "platform/linux/kernel/thermal_reader.h"
 #include "platform/linux/kernel/zram_reader.h"
@@ -14,48 +14,28 @@
 
 namespace korvel::platform {
 
-/// One reading of a file from which several functions are answered: taken anew when a function asks
-/// for the second time, or when it is older than a tenth of a second. So a sample, which asks each
-/// function once, reads the file once.
-class SharedReading {
-  public:
-    enum class User : unsigned { first = 1, second = 2, third = 4, fourth = 8 };
-
-    /// True: the reading may be used. False: take another now.
-    bool isCurrent(User user);
-
-  private:
-    unsigned usedBy_ = 0;
-    std::chrono::steady_clock::time_point takenAt_;
-};
-
-/// The machine as /proc and /sys tell it. Callable from any thread.
+/// The machine as /proc and /sys tell it. Its files stay open between readings, and a reading reads
+/// each of them at most once, however many of its functions are answered from it.
+///
+/// Of the figures: processors are those online; physical memory is what the kernel manages; of page
+/// counts none overlap, because nothing is speculative or purgeable; ticks are the mean of the
+/// processors since the first reading that asked for them (see `CpuTickAccumulator`).
 class LinuxMachine final : public Machine {
   public:
     /// `root` is the folder that holds proc and sys; `dataPath` any path on the data volume.
     explicit LinuxMachine(const std::string& root = "/", std::string dataPath = "/",
                           FileCalls& calls = FileCalls::system());
 
-    std::uint64_t physicalMemory() override; ///< what the kernel manages; 0 when it cannot be read
-    int processorCount() override;           ///< those online
-    int thermalState() override;
-    std::uint64_t pageSize() override;
-    /// The sets do not overlap here: nothing is speculative or purgeable.
-    std::optional<VmStatistics> vmStatistics() override;
-    /// Mean ticks of a processor since the first call, see `CpuTickAccumulator`.
-    std::optional<CpuTicks> cpuTicks() override;
-    std::optional<std::int32_t> memoryPressureLevel() override;
-    std::optional<SwapUsage> swapUsage() override;
-    std::optional<VolumeStatistics> dataVolume() override;
-    std::array<double, 3> loadAverages() override;
-    std::optional<std::int64_t> bootTime() override;
+    std::unique_ptr<MachineReading> read() override;
 
   private:
-    const std::optional<Meminfo>& meminfo(SharedReading::User user);
-    const KernelStat& stat(SharedReading::User user);
+    class Reading;
 
+    const std::string dataPath_;
+
+    /// Guards what follows. A reading holds it while it answers a question, not for its whole life:
+    /// so readings overlap safely, and one thread may have two of them.
     std::mutex mutex_;
-    std::string dataPath_;
     KeptFile meminfoFile_;
     KeptFile statFile_;
     KeptFile vmstatFile_;
@@ -66,12 +46,7 @@ class LinuxMachine final : public Machine {
     ThermalReader thermal_;
     std::string buffer_;
 
-    SharedReading meminfoReading_;
-    std::optional<Meminfo> meminfo_;
-    SharedReading statReading_;
-    KernelStat stat_;
-
-    std::uint64_t swapouts_ = 0;
+    std::uint64_t swapouts_ = 0; ///< the last count that could be read
     CpuTickAccumulator ticks_;
     PressureRule pressure_;
 };

@@ -31,13 +31,13 @@ std::optional<int> countProcessors(std::string_view list) {
     return count > 0 ? std::optional(count) : std::nullopt;
 }
 
-std::array<double, 3> parseLoadAverages(std::string_view text) {
+std::optional<std::array<double, 3>> parseLoadAverages(std::string_view text) {
     std::optional<std::string_view> line = takeLine(text);
     std::array<double, 3> averages{};
     for (double& average : averages) {
         const auto number = line ? wholeDecimal(takeWord(*line)) : std::nullopt;
         if (!number) {
-            return {};
+            return std::nullopt;
         }
         average = *number;
     }

@@ -11,8 +11,8 @@ namespace korvel::platform {
 /// The list of processors "0-3,6": how many there are. nullopt when it is malformed or empty.
 std::optional<int> countProcessors(std::string_view list);
 
-/// The three averages of /proc/loadavg; zeros when any of them cannot be read.
-std::array<double, 3> parseLoadAverages(std::string_view text);
+/// The three averages of /proc/loadavg; nullopt when any of them cannot be read.
+std::optional<std::array<double, 3>> parseLoadAverages(std::string_view text);
 
 /// Pages written to swap since boot: pswpout of /proc/vmstat.
 std::optional<std::uint64_t> parseSwapouts(std::string_view text);

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cerrno>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -25,7 +26,11 @@ class CountingCalls final : public FileCalls {
             return -1;
         }
         const int file = FileCalls::openAt(directory, path, flags);
-        opened += file >= 0 ? 1 : 0;
+        if (file >= 0) {
+            ++opened;
+            const std::lock_guard lock(mutex_);
+            pathOf_[file] = path;
+        }
         return file;
     }
 
@@ -35,7 +40,17 @@ class CountingCalls final : public FileCalls {
             errno = error;
             return -1;
         }
+        if (offset == 0) {
+            const std::lock_guard lock(mutex_);
+            ++timesRead_[pathOf_[file]];
+        }
         return FileCalls::readAt(file, buffer, size, offset);
+    }
+
+    /// How often each file was read from its start, by the path that it was opened with.
+    std::map<std::string, int> timesRead() const {
+        const std::lock_guard lock(mutex_);
+        return timesRead_;
     }
 
     std::atomic<int> opens{0};  ///< tried
@@ -46,7 +61,9 @@ class CountingCalls final : public FileCalls {
     std::function<int(int file)> failRead;                ///< an errno, or 0 to go on
 
   private:
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
+    std::map<int, std::string> pathOf_; ///< by descriptor
+    std::map<std::string, int> timesRead_;
 };
 
 } // namespace korvel::platform

@@ -28,11 +28,12 @@ std::uint64_t used(const VmStatistics& s) {
 
 TEST(LinuxMachine, ReadsALaptopWithThermalZonesAndCompressedSwap) {
     LinuxMachine machine(fixture("laptop"));
-    const std::uint64_t page = machine.pageSize();
-    EXPECT_EQ(machine.physicalMemory(), 16116236 * kKiB);
-    EXPECT_EQ(machine.processorCount(), 8);
-    EXPECT_EQ(machine.thermalState(), 0) << "the disabled zone is over its trip point";
-    const auto pages = machine.vmStatistics();
+    const auto reading = machine.read();
+    const std::uint64_t page = reading->pageSize();
+    EXPECT_EQ(reading->physicalMemory(), 16116236 * kKiB);
+    EXPECT_EQ(reading->processorCount(), 8);
+    EXPECT_EQ(reading->thermalState(), 0) << "the disabled zone is over its trip point";
+    const auto pages = reading->vmStatistics();
     ASSERT_TRUE(pages);
     EXPECT_EQ(available(*pages), 5862108 * kKiB / page);
     EXPECT_EQ(pages->free_count, 731932 * kKiB / page);
@@ -40,46 +41,48 @@ TEST(LinuxMachine, ReadsALaptopWithThermalZonesAndCompressedSwap) {
     EXPECT_EQ(pages->wire_count, (301000 + 24064 + 88120 + 1200 + 14080 + 112) * kKiB / page);
     EXPECT_EQ(used(*pages), 16116236 * kKiB / page - 5862108 * kKiB / page);
     EXPECT_EQ(pages->swapouts, 512044U);
-    EXPECT_EQ(machine.memoryPressureLevel(), 1);
-    const auto swap = machine.swapUsage();
+    EXPECT_EQ(reading->memoryPressureLevel(), 1);
+    const auto swap = reading->swapUsage();
     ASSERT_TRUE(swap);
     EXPECT_EQ(swap->xsu_total, 8058108 * kKiB);
     EXPECT_EQ(swap->xsu_used, (8058108 - 6010108) * kKiB);
-    EXPECT_EQ(machine.loadAverages(), (std::array{1.27, 0.94, 0.81}));
-    EXPECT_EQ(machine.bootTime(), 1763600000);
-    EXPECT_TRUE(machine.cpuTicks());
+    EXPECT_EQ(reading->loadAverages(), (std::array{1.27, 0.94, 0.81}));
+    EXPECT_EQ(reading->bootTime(), 1763600000);
+    EXPECT_TRUE(reading->cpuTicks());
 }
 
 TEST(LinuxMachine, ReadsAServerWith128Processors) {
     LinuxMachine machine(fixture("server_128_processors"));
-    EXPECT_EQ(machine.physicalMemory(), 528280572 * kKiB);
-    EXPECT_EQ(machine.processorCount(), 128);
-    const auto pages = machine.vmStatistics();
+    const auto reading = machine.read();
+    EXPECT_EQ(reading->physicalMemory(), 528280572 * kKiB);
+    EXPECT_EQ(reading->processorCount(), 128);
+    const auto pages = reading->vmStatistics();
     ASSERT_TRUE(pages);
-    EXPECT_EQ(available(*pages), 410220112 * kKiB / machine.pageSize());
-    EXPECT_GE(pages->wire_count, 16777216 * kKiB / machine.pageSize()) << "huge pages are held";
+    EXPECT_EQ(available(*pages), 410220112 * kKiB / reading->pageSize());
+    EXPECT_GE(pages->wire_count, 16777216 * kKiB / reading->pageSize()) << "huge pages are held";
     EXPECT_EQ(pages->compressor_page_count, 0U);
-    EXPECT_TRUE(machine.cpuTicks());
-    EXPECT_EQ(machine.bootTime(), 1751000000);
-    EXPECT_EQ(machine.loadAverages()[0], 41.9);
+    EXPECT_TRUE(reading->cpuTicks());
+    EXPECT_EQ(reading->bootTime(), 1751000000);
+    EXPECT_EQ(reading->loadAverages().value().front(), 41.9);
 }
 
 TEST(LinuxMachine, ReadsAContainerWithoutPressureFileThermalZonesOrSwap) {
     LinuxMachine machine(fixture("container"));
-    EXPECT_EQ(machine.processorCount(), 2);
-    EXPECT_EQ(machine.thermalState(), 0);
-    EXPECT_EQ(machine.memoryPressureLevel(), 1) << "by available memory";
-    const auto swap = machine.swapUsage();
+    const auto reading = machine.read();
+    EXPECT_EQ(reading->processorCount(), 2);
+    EXPECT_EQ(reading->thermalState(), 0);
+    EXPECT_EQ(reading->memoryPressureLevel(), 1) << "by available memory";
+    const auto swap = reading->swapUsage();
     ASSERT_TRUE(swap);
     EXPECT_EQ(swap->xsu_total, 0U);
     EXPECT_EQ(swap->xsu_used, 0U);
-    ASSERT_TRUE(machine.vmStatistics());
-    EXPECT_EQ(machine.vmStatistics()->swapouts, 0U);
+    ASSERT_TRUE(reading->vmStatistics());
+    EXPECT_EQ(reading->vmStatistics()->swapouts, 0U);
 }
 
 TEST(LinuxMachine, WhereThePressureFileCannotBeReadAvailableMemoryDecides) {
     LinuxMachine opened(fixture("pressure_unreadable"));
-    EXPECT_EQ(opened.memoryPressureLevel(), 2) << "nine percent are available";
+    EXPECT_EQ(opened.read()->memoryPressureLevel(), 2) << "nine percent are available";
 
     TempTree tree;
     tree.copyFixture("laptop");
@@ -97,32 +100,33 @@ TEST(LinuxMachine, WhereThePressureFileCannotBeReadAvailableMemoryDecides) {
     tree.write("proc/meminfo", "MemTotal: 1000 kB\nMemFree: 10 kB\nMemAvailable: 40 kB\n"
                                "SwapTotal: 0 kB\nSwapFree: 0 kB\n");
     LinuxMachine unsupported(tree.root(), "/", calls);
-    EXPECT_EQ(unsupported.memoryPressureLevel(), 4);
+    EXPECT_EQ(unsupported.read()->memoryPressureLevel(), 4);
     EXPECT_GE(pressure, 0);
 }
 
 TEST(LinuxMachine, OnAKernelWithoutItsOwnEstimateAvailableMemoryIsReckoned) {
     LinuxMachine machine(fixture("kernel_3_2"));
-    const auto pages = machine.vmStatistics();
+    const auto reading = machine.read();
+    const auto pages = reading->vmStatistics();
     ASSERT_TRUE(pages);
     EXPECT_EQ(available(*pages),
-              (102400 + 20480 + (409600 - 10240) + 20480) * kKiB / machine.pageSize());
-    EXPECT_EQ(machine.processorCount(), 1) << "by the processors that /proc/stat lists";
-    EXPECT_EQ(machine.bootTime(), 1330000000);
-    EXPECT_TRUE(machine.cpuTicks());
+              (102400 + 20480 + (409600 - 10240) + 20480) * kKiB / reading->pageSize());
+    EXPECT_EQ(reading->processorCount(), 1) << "by the processors that /proc/stat lists";
+    EXPECT_EQ(reading->bootTime(), 1330000000);
+    EXPECT_TRUE(reading->cpuTicks());
 }
 
 TEST(LinuxMachine, PressureFiguresGiveTheLevel) {
     TempTree tree;
     tree.copyFixture("laptop");
     LinuxMachine machine(tree.root());
-    EXPECT_EQ(machine.memoryPressureLevel(), 1);
+    EXPECT_EQ(machine.read()->memoryPressureLevel(), 1);
     tree.write("proc/pressure/memory", "some avg10=22.00 avg60=0.00 avg300=0.00 total=1\n"
                                        "full avg10=11.00 avg60=0.00 avg300=0.00 total=1\n");
-    EXPECT_EQ(machine.memoryPressureLevel(), 4);
+    EXPECT_EQ(machine.read()->memoryPressureLevel(), 4);
     tree.write("proc/pressure/memory", "some avg10=22.00 avg60=0.00 avg300=0.00 total=1\n"
                                        "full avg10=1.00 avg60=0.00 avg300=0.00 total=1\n");
-    EXPECT_EQ(machine.memoryPressureLevel(), 2);
+    EXPECT_EQ(machine.read()->memoryPressureLevel(), 2);
 }
 
 struct Spoiled {
@@ -161,17 +165,18 @@ TEST(LinuxMachine, AFileThatIsMissingOrSpoiltFailsItsOwnReadingsAlone) {
                 tree.write(file, spoiled.text);
             }
             LinuxMachine machine(tree.root());
+            const auto reading = machine.read();
             const bool memory = file != "proc/meminfo";
-            EXPECT_EQ(machine.physicalMemory() != 0, memory);
-            EXPECT_EQ(machine.vmStatistics().has_value(), memory);
-            EXPECT_EQ(machine.swapUsage().has_value(), memory);
-            EXPECT_EQ(machine.memoryPressureLevel().has_value(), memory);
-            EXPECT_EQ(machine.cpuTicks().has_value(), file != "proc/stat");
-            EXPECT_EQ(machine.bootTime().has_value(), file != "proc/stat");
-            EXPECT_EQ(machine.loadAverages()[0] > 0, file != "proc/loadavg");
-            EXPECT_EQ(machine.processorCount(), 8);
+            EXPECT_EQ(reading->physicalMemory().has_value(), memory);
+            EXPECT_EQ(reading->vmStatistics().has_value(), memory);
+            EXPECT_EQ(reading->swapUsage().has_value(), memory);
+            EXPECT_EQ(reading->memoryPressureLevel().has_value(), memory);
+            EXPECT_EQ(reading->cpuTicks().has_value(), file != "proc/stat");
+            EXPECT_EQ(reading->bootTime().has_value(), file != "proc/stat");
+            EXPECT_EQ(reading->loadAverages().has_value(), file != "proc/loadavg");
+            EXPECT_EQ(reading->processorCount(), 8);
             if (memory) {
-                EXPECT_EQ(machine.vmStatistics()->swapouts, file == "proc/vmstat" ? 0U : 512044U);
+                EXPECT_EQ(reading->vmStatistics()->swapouts, file == "proc/vmstat" ? 0U : 512044U);
             }
         }
     }
@@ -188,9 +193,10 @@ TEST(LinuxMachine, SpoiltDevicesAndZonesAreLeftOut) {
             tree.write(std::string("sys/class/thermal/thermal_zone0/") + part, spoiled.text);
         }
         LinuxMachine machine(tree.root());
-        ASSERT_TRUE(machine.vmStatistics());
-        EXPECT_EQ(machine.vmStatistics()->compressor_page_count, 40960 / machine.pageSize());
-        EXPECT_EQ(machine.thermalState(), 0);
+        const auto reading = machine.read();
+        ASSERT_TRUE(reading->vmStatistics());
+        EXPECT_EQ(reading->vmStatistics()->compressor_page_count, 40960 / reading->pageSize());
+        EXPECT_EQ(reading->thermalState(), 0);
     }
 }
 
@@ -202,9 +208,10 @@ TEST(LinuxMachine, CompressedMemoryIsThatOfZswapAndOfEveryDevice) {
     tree.write("sys/block/zram1/mm_stat", "1 1 819200\n");
     tree.write("sys/block/sda/mm_stat", "1 1 99999999\n");
     LinuxMachine machine(tree.root());
-    ASSERT_TRUE(machine.vmStatistics());
-    EXPECT_EQ(machine.vmStatistics()->compressor_page_count,
-              (400 * kKiB + 409600 + 819200) / machine.pageSize());
+    const auto reading = machine.read();
+    ASSERT_TRUE(reading->vmStatistics());
+    EXPECT_EQ(reading->vmStatistics()->compressor_page_count,
+              (400 * kKiB + 409600 + 819200) / reading->pageSize());
 }
 
 TEST(MmStat, TheThirdNumberIsTheMemoryUsed) {
@@ -219,41 +226,41 @@ TEST(LinuxMachine, ASwapoutCountThatCannotBeReadLeavesTheLastOne) {
     TempTree tree;
     tree.copyFixture("laptop");
     LinuxMachine machine(tree.root());
-    EXPECT_EQ(machine.vmStatistics()->swapouts, 512044U);
+    EXPECT_EQ(machine.read()->vmStatistics()->swapouts, 512044U);
     tree.write("proc/vmstat", "");
-    EXPECT_EQ(machine.vmStatistics()->swapouts, 512044U);
+    EXPECT_EQ(machine.read()->vmStatistics()->swapouts, 512044U);
     tree.write("proc/vmstat", "pswpin 1\npswpout 600000\n");
-    EXPECT_EQ(machine.vmStatistics()->swapouts, 600000U);
+    EXPECT_EQ(machine.read()->vmStatistics()->swapouts, 600000U);
 }
 
 TEST(LinuxMachine, AReadingIsTakenAnewEachTime) {
     TempTree tree;
     tree.copyFixture("laptop");
     LinuxMachine machine(tree.root());
-    EXPECT_EQ(machine.physicalMemory(), 16116236 * kKiB);
+    EXPECT_EQ(machine.read()->physicalMemory(), 16116236 * kKiB);
     tree.write("proc/meminfo", "MemTotal: 1000 kB\nMemFree: 1 kB\n");
-    EXPECT_EQ(machine.physicalMemory(), 1000 * kKiB);
+    EXPECT_EQ(machine.read()->physicalMemory(), 1000 * kKiB);
     tree.write("proc/meminfo", "");
-    EXPECT_EQ(machine.physicalMemory(), 0U);
+    EXPECT_FALSE(machine.read()->physicalMemory());
 }
 
 TEST(LinuxMachine, TicksAreThoseSinceTheFirstReading) {
     TempTree tree;
     LinuxMachine machine(tree.root());
-    EXPECT_FALSE(machine.cpuTicks()) << "no file yet";
+    EXPECT_FALSE(machine.read()->cpuTicks()) << "no file yet";
     TempTree later;
     later.write("proc/stat", "cpu0 100 10 50 1000 5 1 1 1 0 0\ncpu1 100 10 50 1000 5 1 1 1 0 0\n");
     LinuxMachine second(later.root());
-    EXPECT_EQ(second.cpuTicks()->idle, 0U);
+    EXPECT_EQ(second.read()->cpuTicks()->idle, 0U);
     later.write("proc/stat", "cpu0 200 10 50 1000 5 1 1 1 0 0\ncpu1 100 10 50 1100 5 1 1 1 0 0\n");
-    const auto ticks = second.cpuTicks();
+    const auto ticks = second.read()->cpuTicks();
     EXPECT_EQ(ticks->user, 50U);
     EXPECT_EQ(ticks->idle, 50U);
 }
 
 TEST(DataVolume, APathThatIsNotThereHasNone) {
-    EXPECT_FALSE(LinuxMachine("/", "/nowhere/at/all").dataVolume());
-    EXPECT_TRUE(LinuxMachine("/", "/").dataVolume());
+    EXPECT_FALSE(LinuxMachine("/", "/nowhere/at/all").read()->dataVolume());
+    EXPECT_TRUE(LinuxMachine("/", "/").read()->dataVolume());
 }
 
 } // namespace

@@ -11,16 +11,17 @@ namespace korvel::platform {
 namespace {
 
 void readEverything(LinuxMachine& machine) {
-    machine.physicalMemory();
-    machine.processorCount();
-    machine.vmStatistics();
-    machine.memoryPressureLevel();
-    machine.cpuTicks();
-    machine.swapUsage();
-    machine.dataVolume();
-    machine.loadAverages();
-    machine.bootTime();
-    machine.thermalState();
+    const auto reading = machine.read();
+    reading->physicalMemory();
+    reading->processorCount();
+    reading->vmStatistics();
+    reading->memoryPressureLevel();
+    reading->cpuTicks();
+    reading->swapUsage();
+    reading->dataVolume();
+    reading->loadAverages();
+    reading->bootTime();
+    reading->thermalState();
 }
 
 std::string root(const std::string& fixture) {
