@@ -43,6 +43,13 @@ void BusObject::tell(const char* method, const QVariantList& arguments) const {
     bus_.asyncCall(message(method, arguments));
 }
 
+bool BusObject::nobodyThere(const QDBusMessage& answer) {
+    // The first where no service may be started for the call, the second where none can be.
+    const QString error = answer.errorName();
+    return error == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner") ||
+           error == QLatin1String("org.freedesktop.DBus.Error.ServiceUnknown");
+}
+
 QDBusMessage BusObject::message(const char* method, const QVariantList& arguments) const {
     QDBusMessage call =
         QDBusMessage::createMethodCall(service_, path_, interface_, QLatin1String(method));

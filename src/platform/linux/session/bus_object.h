@@ -44,6 +44,9 @@ class BusObject {
     /// Calls without waiting, and leaves the answer to nobody.
     void tell(const char* method, const QVariantList& arguments = {}) const;
 
+    /// Whether the answer is the bus's word that nobody owns the service's name.
+    static bool nobodyThere(const QDBusMessage& answer);
+
   private:
     QDBusMessage message(const char* method, const QVariantList& arguments) const;
 

@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <QDBusConnection>
-#include <QDBusError>
 
 #include "platform/linux/session/bus_object.h"
 
@@ -50,7 +49,7 @@ bool SingleInstance::acquire() {
         }
         const QDBusMessage answer = running.call("Activate", {QVariantMap()}, kAnswerTime);
         // The other one may have ended in between.
-        if (QDBusError(answer).type() != QDBusError::ServiceUnknown) {
+        if (!BusObject::nobodyThere(answer)) {
             return false;
         }
     }

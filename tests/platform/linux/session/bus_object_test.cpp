@@ -73,6 +73,15 @@ TEST_F(BusObjectTest, AServiceIsStartedOnlyWhereThatIsAllowed) {
     EXPECT_EQ(errorOf(object(Activation::allowed)), "org.freedesktop.DBus.Error.Spawn.ChildExited");
 }
 
+TEST_F(BusObjectTest, ANameWithoutAnOwnerIsToldFromOtherErrors) {
+    const std::chrono::milliseconds patience(200);
+    for (const Activation activation : {Activation::never, Activation::allowed}) {
+        EXPECT_TRUE(BusObject::nobodyThere(object(activation).call("joined", {}, patience)));
+    }
+    startService();
+    EXPECT_FALSE(BusObject::nobodyThere(object().call("joined", {}, patience)));
+}
+
 TEST_F(BusObjectTest, AnAnswerIsWaitedForNoLongerThanSaid) {
     startService(); // on this thread, which cannot answer while it waits
     EXPECT_EQ(errorOf(object()), "org.freedesktop.DBus.Error.NoReply");
