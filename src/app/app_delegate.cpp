@@ -26,9 +26,11 @@ constexpr double kPresentDelay = 1.2; // seconds
 AppDelegate::AppDelegate(const platform::Services& services, Metrics& metrics,
                          std::shared_ptr<Awake> awake, std::shared_ptr<Updater> updater,
                          std::shared_ptr<WhatsNew> whatsNew, PopoverFactory makePopover)
-    : services_(services), makePopover_(std::move(makePopover)),
+    : statusBar_(services.statusBar), runLoop_(services.runLoop),
+      notifications_(services.notifications), makePopover_(std::move(makePopover)),
       model_(std::make_shared<Model>(metrics, services)), awake_(std::move(awake)),
-      updater_(std::move(updater)), whatsNew_(std::move(whatsNew)) {}
+      updater_(std::move(updater)), whatsNew_(std::move(whatsNew)),
+      contentView_(std::make_unique<ContentView>(model_, services, awake_, updater_, whatsNew_)) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -51,24 +53,23 @@ void AppDelegate::applicationDidFinishLaunching() {
         }
     };
 
-    statusItem_ = services_.statusBar.makeStatusItem();
+    statusItem_ = statusBar_.makeStatusItem();
     statusItem_->setAction(weakly(&AppDelegate::togglePopover));
-    contentView_ = std::make_unique<ContentView>(model_, services_, awake_, updater_, whatsNew_);
     popover_ = makePopover_(*contentView_);
     model_->onUpdate = weakly(&AppDelegate::updateTitle);
     model_->refresh();
-    services_.runLoop.after(kSecondRefreshDelay, weaklyRefresh);
-    timer_ = services_.runLoop.every(kRefreshInterval, weaklyRefresh);
-    saveTimer_ = services_.runLoop.every(kSaveInterval, weaklySave);
+    runLoop_.after(kSecondRefreshDelay, weaklyRefresh);
+    timer_ = runLoop_.every(kRefreshInterval, weaklyRefresh);
+    saveTimer_ = runLoop_.every(kSaveInterval, weaklySave);
     updateTitle();
-    services_.notifications.requestAuthorisation();
-    services_.statusBar.setMainMenu(mainMenu());
-    services_.runLoop.async([updater = updater_] { updater->checkInBackground(); });
+    notifications_.requestAuthorisation();
+    statusBar_.setMainMenu(mainMenu());
+    runLoop_.async([updater = updater_] { updater->checkInBackground(); });
     awake_->onChange = weakly(&AppDelegate::updateTitle);
     awake_->restore();
     whatsNew_->evaluate();
     if (whatsNew_->shouldAutoPresent()) {
-        services_.runLoop.after(kPresentDelay, weakly(&AppDelegate::presentWhatsNew));
+        runLoop_.after(kPresentDelay, weakly(&AppDelegate::presentWhatsNew));
     }
 }
 
@@ -108,7 +109,7 @@ void AppDelegate::presentWhatsNew() {
 }
 
 void AppDelegate::checkForUpdates() {
-    services_.runLoop.async([updater = updater_] { updater->check(true); });
+    runLoop_.async([updater = updater_] { updater->check(true); });
 }
 
 void AppDelegate::updateTitle() {
@@ -117,7 +118,6 @@ void AppDelegate::updateTitle() {
 }
 
 platform::MainMenu AppDelegate::mainMenu() {
-    platform::RunLoop& runLoop = services_.runLoop;
     const auto check = [weak = weak_from_this()] {
         if (const auto self = weak.lock()) {
             self->checkForUpdates();
@@ -126,7 +126,7 @@ platform::MainMenu AppDelegate::mainMenu() {
     return {{{"",
               {{"Check for Updates…", check, ""},
                {},
-               {"Quit Korvel", [&runLoop] { runLoop.terminate(); }, "q"}}},
+               {"Quit Korvel", [&runLoop = runLoop_] { runLoop.terminate(); }, "q"}}},
              {"Edit",
               {{"Cut", {}, "x"}, {"Copy", {}, "c"}, {"Paste", {}, "v"}, {"Select All", {}, "a"}}}}};
 }

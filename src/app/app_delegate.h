@@ -50,7 +50,9 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
     void presentWhatsNew();
     platform::MainMenu mainMenu();
 
-    platform::Services services_;
+    platform::StatusBar& statusBar_;
+    platform::RunLoop& runLoop_;
+    platform::Notifications& notifications_;
     PopoverFactory makePopover_;
     std::shared_ptr<Model> model_;
     std::shared_ptr<Awake> awake_;

@@ -135,10 +135,25 @@ int main(int, char** argv) {
          .runningBuild = buildNumber(bundle.infoString("CFBundleVersion").value_or("")),
          .now = [&clock] { return static_cast<std::int64_t>(clock.now()); }});
     platform::LinuxWorkspace workspace(childProcesses);
-    const platform::Services services{
-        machine,     processes, swappedMemory, agents,        childProcesses, clock,  runLoop,
-        files,       statusBar, defaults,      power,         notifications,  bundle, http,
-        fileManager, digest,    archive,       codeSignature, workspace};
+    const platform::Services services{.machine = machine,
+                                      .processes = processes,
+                                      .swappedMemory = swappedMemory,
+                                      .agents = agents,
+                                      .childProcesses = childProcesses,
+                                      .clock = clock,
+                                      .runLoop = runLoop,
+                                      .files = files,
+                                      .statusBar = statusBar,
+                                      .defaults = defaults,
+                                      .power = power,
+                                      .notifications = notifications,
+                                      .bundle = bundle,
+                                      .http = http,
+                                      .fileManager = fileManager,
+                                      .digest = digest,
+                                      .archive = archive,
+                                      .codeSignature = codeSignature,
+                                      .workspace = workspace};
     platform::installedServices = &services;
 
     const auto delegate =

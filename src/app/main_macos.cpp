@@ -88,10 +88,25 @@ int main(int, char** argv) {
     platform::MacosWorkspace workspace([&childProcesses](const std::string& installed) {
         openInASecond(childProcesses, installed);
     });
-    const platform::Services services{
-        machine,     processes, swappedMemory, agents,        childProcesses, clock,  runLoop,
-        files,       statusBar, defaults,      power,         notifications,  bundle, http,
-        fileManager, digest,    archive,       codeSignature, workspace};
+    const platform::Services services{.machine = machine,
+                                      .processes = processes,
+                                      .swappedMemory = swappedMemory,
+                                      .agents = agents,
+                                      .childProcesses = childProcesses,
+                                      .clock = clock,
+                                      .runLoop = runLoop,
+                                      .files = files,
+                                      .statusBar = statusBar,
+                                      .defaults = defaults,
+                                      .power = power,
+                                      .notifications = notifications,
+                                      .bundle = bundle,
+                                      .http = http,
+                                      .fileManager = fileManager,
+                                      .digest = digest,
+                                      .archive = archive,
+                                      .codeSignature = codeSignature,
+                                      .workspace = workspace};
     platform::installedServices = &services;
 
     const auto delegate =

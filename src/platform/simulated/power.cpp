@@ -1,10 +1,17 @@
 #include "platform/simulated/power.h"
 
+#include "base/fatal.h"
+
 namespace korvel::platform {
 
 const char* SimulatedPower::typeName(PowerAssertionType type) {
-    return type == PowerAssertionType::noDisplaySleep ? "NoDisplaySleepAssertion"
-                                                      : "NoIdleSleepAssertion";
+    switch (type) {
+    case PowerAssertionType::noDisplaySleep:
+        return "NoDisplaySleepAssertion";
+    case PowerAssertionType::noIdleSleep:
+        return "NoIdleSleepAssertion";
+    }
+    fatal();
 }
 
 std::optional<PowerAssertionId> SimulatedPower::create(PowerAssertionType type,

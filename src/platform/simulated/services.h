@@ -53,10 +53,25 @@ struct SimulatedServices {
     Services services() { return services(childProcesses, files); }
     /// The same with other children and files.
     Services services(ChildProcesses& children, Files& otherFiles) {
-        return {machine, processes,     swappedMemory, agents,    children,
-                clock,   runLoop,       otherFiles,    statusBar, defaults,
-                power,   notifications, bundle,        http,      fileManager,
-                digest,  archive,       codeSignature, workspace};
+        return {.machine = machine,
+                .processes = processes,
+                .swappedMemory = swappedMemory,
+                .agents = agents,
+                .childProcesses = children,
+                .clock = clock,
+                .runLoop = runLoop,
+                .files = otherFiles,
+                .statusBar = statusBar,
+                .defaults = defaults,
+                .power = power,
+                .notifications = notifications,
+                .bundle = bundle,
+                .http = http,
+                .fileManager = fileManager,
+                .digest = digest,
+                .archive = archive,
+                .codeSignature = codeSignature,
+                .workspace = workspace};
     }
 
     /// Has every service write into one log.
