@@ -17,8 +17,8 @@ namespace {
 
 constexpr double kRefreshInterval = 5.0; // seconds
 constexpr double kSaveInterval = 120.0;  // seconds
-constexpr double kSecondRefreshDelay =
-    1.0;                              // seconds; the first reading of processor time needs two
+// Seconds. Processor load is the difference of two readings, so the first sample has none.
+constexpr double kSecondRefreshDelay = 1.0;
 constexpr double kPresentDelay = 1.2; // seconds
 
 } // namespace

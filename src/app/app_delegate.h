@@ -38,8 +38,8 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
     /// Closes the popover, or takes a sample and opens it.
     void togglePopover();
 
-    /// Takes a sample and opens the popover, or brings the open one to the front: what starting a
-    /// program does that is running already.
+    /// Takes a sample and opens the popover, or brings the open one to the front. A second start of
+    /// the program asks the running one for this.
     void openPopover();
 
     /// Looks for an update because the user asked.

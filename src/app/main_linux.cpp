@@ -48,7 +48,8 @@ using namespace korvel;
 
 constexpr const char* kIdentifier = "com.oxbrook.korvel";
 
-constexpr double kLaunchedAfter = 15; // seconds; what only the launch needed can then go
+constexpr double kLaunchedAfter =
+    15; // seconds; then the memory that only the launch used is given back
 
 AppDelegate* running = nullptr;
 
@@ -67,10 +68,10 @@ void finish() {
     std::_Exit(EXIT_FAILURE);
 }
 
-/// Drops what Qt has to say. A message that Qt would abort after ends the program as a quit does:
-/// most often the display is not there, or has gone. When a Wayland compositor goes, Qt warns, on
-/// the main thread or on the one that listens to the compositor, and then ends the process past all
-/// that is to be done at an exit.
+/// Takes Qt's messages and shows none. After a fatal one Qt would abort; the program ends as by a
+/// quit instead: most often the display is not there, or has gone. When a Wayland compositor goes,
+/// Qt warns, on the main thread or on the one that listens to the compositor, and then ends the
+/// process past all that is to be done at an exit.
 void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString& message) {
     constexpr std::chrono::seconds kLongestFinish(5);
     if (type == QtFatalMsg) {
@@ -93,7 +94,7 @@ int main(int, char** argv) {
     platform::TerminationSignals terminationSignals;
 
     platform::prepareEnvironment();
-    int argumentCount = 1; // the program has no command line, and Qt is not to find one either
+    int argumentCount = 1; // Qt must not read arguments: the program takes none
     const QApplication application(argumentCount, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setApplicationName(QStringLiteral("korvel"));
@@ -106,7 +107,7 @@ int main(int, char** argv) {
         }
     });
     if (!instance.acquire()) {
-        return EXIT_SUCCESS; // in good order: a session manager must see it go
+        return EXIT_SUCCESS; // by return: a session manager expects the application to leave
     }
 
     platform::raiseDescriptorLimit();
@@ -166,8 +167,8 @@ int main(int, char** argv) {
     runLoop.after(kLaunchedAfter, platform::giveMemoryBack);
     QApplication::exec();
     finish();
-    // What is left is the kernel's to take back. Taking the tray item down in good order would ask
-    // the bus and wait for its answer, which a dying bus does not give, and background work would
-    // be waited for too; a closed connection says the same at once.
+    // Without destructors. To take the tray item down, Qt calls the bus and waits for its answer,
+    // which a bus that is ending too does not give, and background work would be waited for. The
+    // connection that closes with the process tells the tray the same at once.
     std::_Exit(EXIT_SUCCESS);
 }

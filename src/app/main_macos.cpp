@@ -47,7 +47,8 @@ void finish() {
     }
 }
 
-/// Drops what Qt has to say. A message that Qt would abort after ends the program as a quit does.
+/// Takes Qt's messages and shows none. After a fatal one Qt would abort; the program ends as by a
+/// quit instead.
 void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString&) {
     if (type == QtFatalMsg) {
         std::exit(EXIT_FAILURE);
@@ -60,7 +61,7 @@ int main(int, char** argv) {
     qInstallMessageHandler(keepQuiet);
     platform::TerminationSignals terminationSignals;
 
-    int argumentCount = 1; // the program has no command line, and Qt is not to find one either
+    int argumentCount = 1; // Qt must not read arguments: the program takes none
     const QApplication application(argumentCount, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setApplicationName(QStringLiteral("korvel"));
@@ -119,6 +120,6 @@ int main(int, char** argv) {
     delegate->applicationDidFinishLaunching();
     QApplication::exec();
     finish();
-    // What is left is the system's to take back; work in the background would be waited for.
+    // Without destructors, which would wait for work in the background.
     std::_Exit(EXIT_SUCCESS);
 }

@@ -12,13 +12,13 @@ namespace {
 
 PopoverHost makeHost(std::function<void()> closed) {
     auto popover = std::make_unique<platform::MacosPopover>(std::move(closed));
-    platform::MacosPopover& host = *popover; // the functions live no longer
+    platform::MacosPopover& host = *popover; // outlives the functions, which it stands beside
     return {std::move(popover), [&host](void* view) { host.setContent(view); },
             [&host](double width, double height) { host.setPreferredContentSize(width, height); },
             platform::visibleScreenHeight};
 }
 
-/// This desktop is the one that the texts are written for.
+/// The texts are written for this desktop.
 std::string unchanged(std::string text) {
     return text;
 }

@@ -5,7 +5,7 @@
 
 #include "simulation/scenario.h"
 
-/// What the programs that run scenarios do alike on the command line.
+/// What the programs that run scenarios share on the command line.
 namespace korvel::simulation {
 
 /// Reads the scenario in a file.
@@ -21,7 +21,7 @@ int complain(std::string_view program, std::string_view text);
 /// The same for the scenario in that file.
 int complain(std::string_view program, std::string_view path, const Error<ScenarioFault>& error);
 
-/// The same for arguments that are none of the program's.
+/// Says on standard error how the program is called. Returns the exit status for wrong usage.
 int showUsage(std::string_view usage);
 
 } // namespace korvel::simulation

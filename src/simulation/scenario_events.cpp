@@ -5,7 +5,7 @@ namespace korvel::simulation {
 
 namespace {
 
-/// So far that seconds are still whole in a double.
+/// With so many minutes a double still holds whole seconds.
 constexpr std::int64_t kMostMinutes = std::int64_t{1} << 46;
 constexpr std::int64_t kLeastMinutes = -kMostMinutes;
 
@@ -158,7 +158,7 @@ Act readSetDefaults(const JsonValue& event, const Document& /*document*/) {
             change = readStored(value);
         }
     });
-    // From outside, so nobody is told.
+    // As if changed by another program: nothing is announced.
     return [changes](ScriptedProgram& program) {
         for (const auto& [key, value] : changes) {
             if (value) {

@@ -104,7 +104,7 @@ void readProcesses(const JsonValue& value, MachineState& machine) {
     }
     std::vector<SimulatedProcess> table;
     value.forEachElement([&](const JsonValue& element) {
-        element.member("pid"); // an entry without one means nothing
+        element.member("pid"); // the one key that must be there
         readMembers(element, kProcessKeys, table.emplace_back());
     });
     machine.processes.table = std::move(table);
@@ -142,7 +142,7 @@ constexpr Key<MachineState> kMachineKeys[] = {
 } // namespace
 
 MachineChange readMachine(const JsonValue& object, const Document& document) {
-    // Once on a machine that nobody looks at, so that every error is found before the launch.
+    // Tried on a machine that is thrown away, so that every error is found before the launch.
     SimulatedReadings readings;
     platform::SimulatedProcesses processes;
     Fallible<std::string> agents;

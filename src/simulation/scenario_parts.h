@@ -9,7 +9,7 @@
 /// The readers of a scenario's parts. Each throws at what is wrong, as json_value.h says.
 namespace korvel::simulation {
 
-/// The document that a scenario was read from; what is done later still refers to it.
+/// The document that a scenario was read from. Changes of the machine read it when they are made.
 using Document = std::shared_ptr<simdjson::dom::parser>;
 
 /// Checks the machine keys of `object` and makes the change that they stand for.

@@ -17,7 +17,7 @@ using Arguments = platform::SimulatedChildProcesses::Arguments;
 
 namespace {
 
-/// What is there before the program is made: it looks at it as it is made.
+/// Sets what the program reads while it is made.
 void prepare(platform::SimulatedServices& simulated, const Scenario& scenario) {
     for (const auto& [key, value] : scenario.defaults) {
         simulated.defaults.values[key] = value;
@@ -61,7 +61,7 @@ ScriptedProgram::ScriptedProgram(const Scenario& scenario, const Stage* stage)
       metrics_(services_.machine, services_.processes, services_.agents, services_.clock),
       awake_(std::make_shared<Awake>(services_)) {
     prepare(simulated_, scenario);
-    // Identifiers that are the same in each run: they stand in paths that are seen.
+    // The same identifiers in each run: they are part of paths that the trace prints.
     updater_ = std::make_shared<Updater>(services_, [this] { return Uuid{{0, ++uuids_}}; });
     whatsNew_ = std::make_shared<WhatsNew>(services_, updater_);
     simulated_.clock.set(scenario.start);

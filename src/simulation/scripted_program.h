@@ -30,8 +30,8 @@ struct Stage {
     platform::StatusBar& statusBar;
 };
 
-/// The whole program on the machine of one scenario, and what may happen to it. Those who derive
-/// from it say where it runs and let the events happen.
+/// The whole program on the machine of one scenario, and what may happen to it. A derived class
+/// says where it runs, and makes the events happen.
 class ScriptedProgram {
   public:
     ScriptedProgram(const ScriptedProgram&) = delete;
@@ -42,7 +42,7 @@ class ScriptedProgram {
     virtual void togglePopover() = 0;
     virtual void clickOutside() = 0;
     virtual void terminate() = 0;
-    /// Tells whoever follows the program what the popover shows, or would show.
+    /// Writes down what the popover shows, or would show if it were open.
     virtual void describePopover() = 0;
     void toggleBreakdown();
     void quitProcess(std::int32_t pid);

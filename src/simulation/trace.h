@@ -27,7 +27,7 @@ struct StatusTitle;
 
 namespace korvel::simulation {
 
-/// What the world sees of a simulated program: one JSON object a line, described in
+/// Writes what can be observed of a simulated program: one JSON object a line, described in
 /// docs/simulation.md.
 class Trace {
   public:

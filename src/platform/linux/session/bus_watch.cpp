@@ -42,7 +42,8 @@ bool BusWatch::connectToBus() {
         return false;
     }
     watcher_.setConnection(bus);
-    // What the library says of the connection itself.
+    // The library tells the end of a connection as a signal of this object, which is not on the
+    // bus.
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                 QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                 SLOT(disconnected()));

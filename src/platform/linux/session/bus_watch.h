@@ -8,8 +8,8 @@
 
 namespace korvel::platform {
 
-/// Tells when services appear on a bus, and when the bus itself goes away and is back. On a
-/// connection of its own, for the program's shared one does not come back.
+/// Tells when services appear on a bus, and when the bus itself goes away and is back. It has a
+/// connection of its own, because the library does not connect its shared one again.
 class BusWatch final : public QObject {
     Q_OBJECT
 
@@ -18,7 +18,8 @@ class BusWatch final : public QObject {
     BusWatch(QDBusConnection::BusType bus, QString connection, const QStringList& services);
     ~BusWatch() override;
 
-    /// Whether a bus that is away is looked for; nobody is woken for what nobody waits for.
+    /// Whether a bus that is away is looked for, every ten seconds. While it is not there is no
+    /// timer, so that the program is not woken for nothing.
     void setWanted(bool wanted);
 
   Q_SIGNALS:

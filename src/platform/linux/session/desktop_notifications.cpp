@@ -21,7 +21,7 @@ BusObject notificationService() {
             QStringLiteral("org.freedesktop.Notifications"), Activation::allowed};
 }
 
-/// Without what a bus message or a line of text cannot hold.
+/// One line, with spaces in the place of control characters.
 std::string printable(std::string text) {
     for (char& c : text) {
         constexpr unsigned char kFirstPrintable = 0x20;

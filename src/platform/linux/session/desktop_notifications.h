@@ -10,25 +10,25 @@
 namespace korvel::platform {
 
 /// Posts through org.freedesktop.Notifications on the session bus, which is never waited for. No
-/// bus, and no service on it: nothing is shown, and nobody is told.
+/// bus, or no service on it: nothing is shown, and the failure is silent.
 class DesktopNotifications final : public Notifications {
   public:
     using Words = std::function<std::string(std::string)>;
 
-    /// `words` says each text in the words of the desktop.
+    /// `words` turns each text into the words of this desktop.
     explicit DesktopNotifications(Words words);
 
-    /// This desktop wants no leave.
+    /// Nothing: this desktop asks nobody for permission.
     void requestAuthorisation() override {}
     void post(const Notification& notification) override;
 
-    /// A text as a body that the service renders as markup, or as plain text, where characters that
-    /// cannot be shown become spaces.
+    /// A text as the body of a notification: escaped for a service that renders markup, else plain.
+    /// Control characters become spaces.
     static std::string body(const std::string& text, bool markup);
 
   private:
     Words words_;
-    QObject replies_; ///< what still waits for an answer goes with it
+    QObject replies_; ///< the context of calls whose answers are still to come
 };
 
 } // namespace korvel::platform

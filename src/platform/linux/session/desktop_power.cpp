@@ -20,7 +20,8 @@ const QString kScreenSaver = QStringLiteral("org.freedesktop.ScreenSaver");
 const QString kLogind = QStringLiteral("org.freedesktop.login1");
 const QString kProgram = QStringLiteral("com.oxbrook.korvel");
 
-/// Connections of their own: to drop one takes back what a late answer might still grant.
+/// Connections that nothing else uses. A call that was given up may still be granted later; the
+/// services watch the connection, so to close it takes that back.
 const QString kSessionConnection = QStringLiteral("korvel power session");
 const QString kSystemConnection = QStringLiteral("korvel power system");
 
@@ -54,7 +55,7 @@ DesktopPower::DesktopPower()
         takeAgain(kSession);
         takeAgain(kScreenSaver);
     });
-    // What logind holds goes with the descriptor, not with the bus.
+    // An inhibitor of logind lasts as long as its descriptor: a lost bus takes none away.
     QObject::connect(&logind_, &BusWatch::lost, &logind_,
                      [] { QDBusConnection::disconnectFromBus(kSystemConnection); });
     QObject::connect(&logind_, &BusWatch::returned, &logind_, [this] { takeAgain(kLogind); });
@@ -150,7 +151,7 @@ bool DesktopPower::inhibitIdle(Held& held) {
         }
         return false;
     }
-    // A duplicate, for the reply closes its own.
+    // A duplicate, because the reply closes its own.
     held.descriptor = FileDescriptor(::fcntl(reply.value().fileDescriptor(), F_DUPFD_CLOEXEC, 0));
     return static_cast<bool>(held.descriptor);
 }
@@ -174,7 +175,8 @@ void DesktopPower::takeAgain(const QString& service) {
         if (display != (service != kLogind)) {
             continue;
         }
-        // The new one first, so that there is no gap; where another service holds it, that stays.
+        // The new one is taken before the old one goes, so that there is no gap. What another
+        // service granted stays with that service.
         if (display && !held.grantor.empty() && held.grantor != service.toStdString()) {
             continue;
         }

@@ -14,7 +14,7 @@ namespace korvel::platform {
 /// Keeps the display awake through the desktop's session (org.gnome.SessionManager, "idle" alone)
 /// or screen saver (org.freedesktop.ScreenSaver), and the machine through an "idle" inhibitor of
 /// logind. Neither touches the lid or the user's own suspend. A service that does not answer
-/// within half a second has refused. What is held goes with the process, for the services watch the
+/// within half a second has refused. What is held ends with the process: the services watch its
 /// connection, and logind its descriptor. A service that comes back, or whose bus does, is asked
 /// anew for what is held.
 class DesktopPower final : public PowerAssertions {
@@ -29,7 +29,7 @@ class DesktopPower final : public PowerAssertions {
     void release(PowerAssertionId id) override;
 
   private:
-    /// One that was granted. Without a grantor and a descriptor it is one whose bus went away.
+    /// An assertion that was granted. It has no grantor and no descriptor while its bus is away.
     struct Held {
         PowerAssertionType type;
         std::string name;

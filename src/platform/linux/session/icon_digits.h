@@ -6,8 +6,8 @@
 
 namespace korvel::platform {
 
-/// Numerals drawn for a handful of pixels: every straight stroke lies on whole pixels, and a digit
-/// stands the same way in every desktop, whatever its fonts are.
+/// The sizes of numerals that are drawn for icons of few pixels: every straight stroke lies on
+/// whole pixels, and a digit looks the same on every desktop, whatever its fonts are.
 struct DigitMetrics {
     int width = 0;  ///< of a digit, in pixels
     int height = 0; ///< in pixels

@@ -19,7 +19,7 @@ class LinuxWorkspace final : public Workspace {
     /// `path` is absolute.
     void reveal(const std::string& path) override;
 
-    /// What is no folder is started itself: the program outside a bundle.
+    /// A path that is no folder is the program outside a bundle, and is started itself.
     void relaunch(const std::string& bundle) override;
 
   private:
@@ -27,7 +27,7 @@ class LinuxWorkspace final : public Workspace {
 
     ChildProcesses& children_;
     QDBusConnection bus_;
-    QObject replies_; ///< what still waits for an answer goes with it
+    QObject replies_; ///< the context of calls whose answers are still to come
 };
 
 /// The address of an absolute path, whatever bytes are in it.

@@ -17,7 +17,7 @@ namespace korvel::platform {
 
 namespace {
 
-constexpr std::chrono::seconds kAnswerTime(5); // a running one that hangs is left alone
+constexpr std::chrono::seconds kAnswerTime(5); // then the running one hangs, and is left alone
 
 QString busName() {
     return QStringLiteral("com.oxbrook.korvel");
@@ -39,7 +39,7 @@ bool SingleInstance::acquire() {
     if (!bus.isConnected()) {
         return acquireLock();
     }
-    // The object is there before the name is, so that no call can miss it.
+    // The object is registered before the name, so that no call comes before it.
     bus.registerObject(objectPath(), this, QDBusConnection::ExportScriptableSlots);
     const BusObject running(bus, busName(), objectPath(),
                             QStringLiteral("org.freedesktop.Application"));
@@ -48,7 +48,7 @@ bool SingleInstance::acquire() {
             return true;
         }
         const QDBusMessage answer = running.call("Activate", {QVariantMap()}, kAnswerTime);
-        // The other one may have ended in between.
+        // The other one may have ended in between; then the name is free.
         if (!BusObject::nobodyThere(answer)) {
             return false;
         }
@@ -67,7 +67,7 @@ bool SingleInstance::acquireLock() {
                                  : "/tmp/korvel-" + std::to_string(::getuid()) + ".lock";
     lock_ = FileDescriptor(
         ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
-    // Without a place for the lock nothing can be told, and running is better than not running.
+    // Where no file can be locked the program may run twice, which is better than not at all.
     return !lock_ || ::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0;
 }
 

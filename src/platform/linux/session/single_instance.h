@@ -21,8 +21,8 @@ class SingleInstance final : public QObject {
     explicit SingleInstance(std::function<void()> activated);
     ~SingleInstance() override;
 
-    /// Whether this process is now the only one. False: another runs and has been asked to come to
-    /// the front, as far as it can be reached.
+    /// Whether this process is now the only one. False: another runs; where there is a bus it has
+    /// been asked to come to the front.
     bool acquire();
 
     /// The D-Bus method: the program has been started once more.

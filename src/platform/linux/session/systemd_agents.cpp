@@ -12,15 +12,15 @@ namespace korvel::platform {
 
 namespace {
 
-const QString& kManager() {
+const QString& managerName() {
     static const QString name = QStringLiteral("org.freedesktop.systemd1");
     return name;
 }
-const QString& kPath() {
+const QString& managerPath() {
     static const QString path = QStringLiteral("/org/freedesktop/systemd1");
     return path;
 }
-const QString& kInterface() {
+const QString& managerInterface() {
     static const QString interface = QStringLiteral("org.freedesktop.systemd1.Manager");
     return interface;
 }
@@ -61,7 +61,7 @@ bool saysLoaded(const QDBusMessage& answer) {
 } // namespace
 
 SystemdAgents::SystemdAgents(const QDBusConnection& bus, std::chrono::milliseconds settle)
-    : bus_(bus), manager_(bus, kManager(), kPath(), kInterface()) {
+    : bus_(bus), manager_(bus, managerName(), managerPath(), managerInterface()) {
     settle_.setSingleShot(true);
     settle_.setInterval(settle);
     connect(&settle_, &QTimer::timeout, this, &SystemdAgents::askAgain);
@@ -85,7 +85,7 @@ bool SystemdAgents::isLoaded(const std::string& label) {
     if (!mine) {
         return known && known->loaded;
     }
-    // Signals that nobody takes in would only pile up.
+    // Without an event loop, signals would only queue up.
     const bool signalsCome = thread()->loopLevel() > 0;
     if (signalsCome && known && known->watched) {
         return known->loaded;
@@ -110,7 +110,7 @@ bool SystemdAgents::managerIsThere() {
     const BusObject bus(bus_, QStringLiteral("org.freedesktop.DBus"),
                         QStringLiteral("/org/freedesktop/DBus"),
                         QStringLiteral("org.freedesktop.DBus"));
-    const QDBusReply<bool> answer = bus.call("NameHasOwner", {kManager()}, kPatience);
+    const QDBusReply<bool> answer = bus.call("NameHasOwner", {managerName()}, kPatience);
     return answer.isValid() && answer.value();
 }
 
@@ -139,15 +139,15 @@ void SystemdAgents::keep(const std::string& label, bool loaded) {
 void SystemdAgents::watch(const std::string& label) {
     const auto on = [this](const char* signal, const QStringList& arguments, const char* slot) {
         // Without the service's name, which the library would first resolve in a blocking call.
-        bus_.connect(QString(), kPath(), kInterface(), QString::fromLatin1(signal), arguments,
-                     QString(), this, slot);
+        bus_.connect(QString(), managerPath(), managerInterface(), QString::fromLatin1(signal),
+                     arguments, QString(), this, slot);
     };
     if (!started_) {
         started_ = true;
         watcher_.setConnection(bus_);
         watcher_.setWatchMode(QDBusServiceWatcher::WatchForRegistration |
                               QDBusServiceWatcher::WatchForUnregistration);
-        watcher_.addWatchedService(kManager());
+        watcher_.addWatchedService(managerName());
         on("Reloading", {}, SLOT(reloading(bool)));
         on("UnitFilesChanged", {}, SLOT(unitFilesChanged()));
         manager_.tell("Subscribe");
@@ -158,7 +158,7 @@ void SystemdAgents::watch(const std::string& label) {
             return;
         }
     }
-    // A busy session makes and drops units all day long: only this one's are to come through.
+    // The bus sends those of this unit only: a busy session makes and drops others all day long.
     on("UnitNew", {unitName(label)}, SLOT(unitNew(QString)));
     on("UnitRemoved", {unitName(label)}, SLOT(unitRemoved(QString)));
 }
@@ -217,9 +217,9 @@ void SystemdAgents::askSoon(bool all) {
 }
 
 void SystemdAgents::askAgain() {
-    // To be asked about a unit that is not in memory, the manager takes it in and drops it again,
-    // and says so in signals. These must not lead to the next question, and so on for ever: only a
-    // unit that is in memory now and was not before, or the other way round, has changed.
+    // The manager answers a question about a unit that is not in memory by loading it and dropping
+    // it again, and sends the signals of both. These must not lead to the next question, and so on
+    // for ever: only a unit that is in memory now and was not before, or the reverse, has changed.
     std::map<std::string, Unit> before;
     {
         const std::lock_guard lock(mutex_);

@@ -13,7 +13,8 @@ namespace korvel::platform {
 
 namespace {
 
-// A panel that speaks both takes its XEmbed selection first; it gets this long to say the rest.
+// A panel that offers both kinds of tray takes the XEmbed selection first. This is how long it has
+// to register as a StatusNotifier host.
 constexpr auto kGrace = std::chrono::seconds(2);
 
 QString watcherService() {
@@ -30,7 +31,7 @@ TrayHost::TrayHost(std::function<void()> found)
     : found_(std::move(found)), watcher_(watcherService(), QDBusConnection::sessionBus(),
                                          QDBusServiceWatcher::WatchForRegistration) {
     connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &TrayHost::askForHost);
-    // The watcher's name may be taken before any panel that draws is behind it.
+    // The watcher may be on the bus before any panel has registered as a host.
     QDBusConnection::sessionBus().connect(watcherService(), watcherPath(), watcherService(),
                                           QStringLiteral("StatusNotifierHostRegistered"), this,
                                           SLOT(hostRegistered()));
@@ -74,7 +75,7 @@ void TrayHost::foundOnce() {
 }
 
 bool TrayHost::xembedTray() const {
-    // The tray of the first screen: a server with several of them is one Qt cannot show there.
+    // Of the first screen alone: Qt shows no icon on the other screens of a server.
     return x11SelectionIsHeld("_NET_SYSTEM_TRAY_S0");
 }
 

@@ -13,11 +13,11 @@ namespace korvel::platform {
 
 namespace {
 
-constexpr QRgb kInk = 0xff101418; // near black: at least 6.5:1 on each colour of the score
+constexpr QRgb kInk =
+    0xff101418; // near black: a contrast of 6.5:1 or more on each colour of the score
 
 /// Where things stand in a square of a given size, in whole pixels.
 struct Layout {
-    int inset = 0; ///< around the tile
     double radius = 0;
     int digitsTop = 0;
     DigitMetrics digits;
@@ -36,7 +36,8 @@ Layout layoutFor(const QString& digits, bool cup, int pixels) {
     const int margin = rounded(pixels * (pixels < 20 ? 0.06 : 0.085));
     const int room = pixels - 2 * margin;
 
-    // Heights are even or odd as the square is, so that the number stands in its very middle.
+    // A height is even or odd as the square's is, so that the number can stand exactly in the
+    // middle.
     const auto inTheMiddle = [pixels](double height) {
         const int whole = rounded(height);
         return whole + (pixels - whole) % 2;

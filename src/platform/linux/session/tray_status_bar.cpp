@@ -17,7 +17,7 @@ void TrayStatusItem::setTitle(const StatusTitle& title) {
     if (!icon_) {
         host_.lookAgain();
     }
-    // An icon that is set anew travels to the panel and wakes it, changed or not.
+    // To set an icon sends it to the panel and wakes it, whether the icon changed or not.
     if (title_ != title) {
         title_ = title;
         if (icon_) {
@@ -65,7 +65,7 @@ void TrayStatusItem::appear() {
 }
 
 void TrayStatusItem::activated(QSystemTrayIcon::ActivationReason reason) {
-    // The second of two quick clicks is a click like any other.
+    // The second of two quick clicks comes as a double click, and counts as a click too.
     const bool click = reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick;
     if (click && clicksIgnoredUntil_.hasExpired() && action_) {
         action_();

@@ -15,8 +15,8 @@
 
 namespace korvel::platform {
 
-/// The icon in the tray: from the moment there is a tray, for as long as there is one, and again
-/// when it comes back.
+/// The icon in the tray. It appears as soon as there is a tray, and again when a tray that went
+/// away comes back.
 class TrayStatusItem final : public QObject, public StatusItem {
   public:
     /// `menu` outlives the item.
@@ -34,7 +34,7 @@ class TrayStatusItem final : public QObject, public StatusItem {
 
     QMenu& menu_;
     std::function<void()> action_;
-    std::optional<StatusTitle> title_; ///< none before the first
+    std::optional<StatusTitle> title_; ///< none until one is set
     QString toolTip_;
     QDeadlineTimer clicksIgnoredUntil_;
     std::unique_ptr<QSystemTrayIcon> icon_;

@@ -15,14 +15,14 @@ namespace korvel::platform {
 
 namespace {
 
-/// Known to window managers and compositors from the toolkits that draw their own frames.
+/// The property by which toolkits that draw their own frames tell the width of the shadow.
 constexpr std::string_view kExtents = "_GTK_FRAME_EXTENTS";
 
 } // namespace
 
 bool desktopBlendsWindows() {
     if (x11Connection()) {
-        // Of the first screen: a server with several of them is one Qt cannot show there.
+        // Of the first screen alone: Qt shows no window on the other screens of a server.
         return x11SelectionIsHeld("_NET_WM_CM_S0");
     }
     return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));

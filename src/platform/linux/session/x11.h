@@ -6,10 +6,11 @@
 
 namespace korvel::platform {
 
-/// The program's connection to the X server, or null when it is shown by something else.
+/// The program's connection to the X server, or null where it has none (Wayland).
 xcb_connection_t* x11Connection();
 
-/// The server's number for a name, or none (0) when it cannot be had; `made`: a new one if need be.
+/// The server's atom for a name; with `made` it makes one where there is none. XCB_ATOM_NONE where
+/// there is none, or no server.
 xcb_atom_t x11Atom(std::string_view name, bool made);
 
 /// Whether anyone holds this selection, which is how X programs say that they are there: a tray, a
