@@ -12,7 +12,7 @@ namespace {
 
 using platform::CpuTicks;
 
-struct Sampler : test::SimulatedSampler {
+struct CpuSampler : test::SimulatedSampler {
     double cpuPct(std::optional<CpuTicks> ticks) {
         readings.cpuTicks.set(ticks);
         clock.turn(5);
@@ -20,10 +20,10 @@ struct Sampler : test::SimulatedSampler {
     }
 };
 
-constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint32_t kMostTicks = std::numeric_limits<std::uint32_t>::max();
 
 TEST(Cpu, FirstReadingIsZeroPercent) {
-    Sampler sampler;
+    CpuSampler sampler;
     EXPECT_EQ(sampler.cpuPct(CpuTicks{5000, 5000, 0, 0}), 0);
 }
 
@@ -38,50 +38,50 @@ TEST(Cpu, ShareIsWhatWasNotIdleSinceTheLastReading) {
         {"all alike", {200, 300, 400, 500}, 75}, {"one in eight", {101, 200, 307, 400}, 12.5},
     };
     for (const auto& row : cases) {
-        Sampler sampler;
+        CpuSampler sampler;
         sampler.cpuPct(CpuTicks{100, 200, 300, 400});
         EXPECT_EQ(sampler.cpuPct(row.ticks), row.pct) << row.name;
     }
 }
 
 TEST(Cpu, EachReadingIsTheNextOnesBaseline) {
-    Sampler sampler;
+    CpuSampler sampler;
     sampler.cpuPct(CpuTicks{0, 0, 0, 0});
     EXPECT_EQ(sampler.cpuPct(CpuTicks{50, 0, 50, 0}), 50);
     EXPECT_EQ(sampler.cpuPct(CpuTicks{75, 0, 125, 0}), 25);
 }
 
 TEST(Cpu, NoTicksSinceTheLastReadingIsZeroPercent) {
-    Sampler sampler;
+    CpuSampler sampler;
     sampler.cpuPct(CpuTicks{1, 2, 3, 4});
     EXPECT_EQ(sampler.cpuPct(CpuTicks{1, 2, 3, 4}), 0);
     EXPECT_EQ(sampler.cpuPct(CpuTicks{2, 2, 3, 4}), 100);
 }
 
 TEST(Cpu, FailureIsZeroPercentAndKeepsTheBaseline) {
-    Sampler sampler;
+    CpuSampler sampler;
     sampler.cpuPct(CpuTicks{0, 0, 0, 0});
     EXPECT_EQ(sampler.cpuPct(std::nullopt), 0);
     EXPECT_EQ(sampler.cpuPct(CpuTicks{30, 0, 70, 0}), 30);
 }
 
 TEST(Cpu, FirstSuccessfulReadingIsZeroPercentWheneverItComes) {
-    Sampler sampler;
+    CpuSampler sampler;
     EXPECT_EQ(sampler.cpuPct(std::nullopt), 0);
     EXPECT_EQ(sampler.cpuPct(CpuTicks{900, 0, 100, 0}), 0);
     EXPECT_EQ(sampler.cpuPct(CpuTicks{910, 0, 190, 0}), 10);
 }
 
 TEST(Cpu, SumsOfDifferencesDoNotWrap) {
-    Sampler sampler;
+    CpuSampler sampler;
     sampler.cpuPct(CpuTicks{0, 0, 0, 0});
-    EXPECT_EQ(sampler.cpuPct(CpuTicks{kMost, kMost, kMost, kMost}), 75);
+    EXPECT_EQ(sampler.cpuPct(CpuTicks{kMostTicks, kMostTicks, kMostTicks, kMostTicks}), 75);
 }
 
 TEST(CpuDeathTest, AnyCounterThatRunsBackwardsIsFatal) {
     for (std::uint32_t CpuTicks::*counter :
          {&CpuTicks::user, &CpuTicks::system, &CpuTicks::idle, &CpuTicks::nice}) {
-        Sampler sampler;
+        CpuSampler sampler;
         CpuTicks ticks{100, 100, 100, 100};
         sampler.cpuPct(ticks);
         ticks = {200, 200, 200, 200};
@@ -91,13 +91,13 @@ TEST(CpuDeathTest, AnyCounterThatRunsBackwardsIsFatal) {
 }
 
 TEST(CpuDeathTest, CounterThatWrapsIsFatal) {
-    Sampler sampler;
-    sampler.cpuPct(CpuTicks{kMost, 0, 0, 0});
+    CpuSampler sampler;
+    sampler.cpuPct(CpuTicks{kMostTicks, 0, 0, 0});
     EXPECT_EXIT(sampler.cpuPct(CpuTicks{0, 0, 10, 0}), testing::KilledBySignal(SIGABRT), "^$");
 }
 
 TEST(CpuDeathTest, FailureInBetweenHidesNoStepBack) {
-    Sampler sampler;
+    CpuSampler sampler;
     sampler.cpuPct(CpuTicks{10, 10, 10, 10});
     sampler.cpuPct(std::nullopt);
     EXPECT_EXIT(sampler.cpuPct(CpuTicks{10, 10, 9, 10}), testing::KilledBySignal(SIGABRT), "^$");

@@ -13,6 +13,7 @@ namespace {
 using test::factor;
 using test::factorSum;
 using test::Generator;
+using test::rawScore;
 using test::scored;
 
 constexpr const char* kCreationOrder[] = {"Memory", "Disk", "CPU", "Load", "Swap", "Thermal"};
@@ -35,14 +36,6 @@ Snapshot anyReadings(Generator& random) {
         s.topProcs.push_back({static_cast<std::int32_t>(i), "p", random.between(0.05, 12)});
     }
     return s;
-}
-
-double rawScore(const Snapshot& s) {
-    double raw = 0;
-    for (const char* name : kCreationOrder) {
-        raw += factor(s, name).health * factor(s, name).weight;
-    }
-    return raw;
 }
 
 TEST(AnyReadings, WeightsSumToOne) {

@@ -10,19 +10,14 @@
 namespace korvel {
 namespace {
 
+using test::above;
+using test::below;
 using test::factor;
+using test::kInfinity;
+using test::kNaN;
 using test::perfectReadings;
+using test::rawScore;
 using test::scored;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-double below(double value) {
-    return std::nextafter(value, -kInfinity);
-}
-double above(double value) {
-    return std::nextafter(value, kInfinity);
-}
 
 std::vector<std::string> names(const Snapshot& s) {
     std::vector<std::string> all;
@@ -76,14 +71,6 @@ TEST(Score, EachPassGivesTheFactorsNewIdentities) {
             EXPECT_NE(one.factors[i].id, other.factors[k].id);
         }
     }
-}
-
-double rawScore(const Snapshot& s) {
-    double raw = 0;
-    for (const char* name : {"Memory", "Disk", "CPU", "Load", "Swap", "Thermal"}) {
-        raw += factor(s, name).health * factor(s, name).weight;
-    }
-    return raw;
 }
 
 /// `s` with a processor share that makes its raw score exactly `raw`. Not every sum is met by the

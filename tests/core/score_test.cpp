@@ -10,20 +10,14 @@
 namespace korvel {
 namespace {
 
+using test::above;
+using test::below;
 using test::factor;
 using test::factorAfter;
+using test::kInfinity;
+using test::kNaN;
 using test::perfectReadings;
 using test::scored;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-double below(double value) {
-    return std::nextafter(value, -kInfinity);
-}
-double above(double value) {
-    return std::nextafter(value, kInfinity);
-}
 
 TEST(Thresholds, AreThoseOfTheProgram) {
     EXPECT_EQ(Metrics::runawayGB, 8.0);

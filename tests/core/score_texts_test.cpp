@@ -12,11 +12,11 @@ namespace korvel {
 namespace {
 
 using test::factorAfter;
+using test::kNaN;
 using test::perfectReadings;
 using test::scored;
 using Lines = std::vector<std::string>;
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr const char* kCriticalMemory = "Memory is critically low. Quit something large";
 constexpr const char* kPagingMemory = "Under memory pressure and paging to disk";
 constexpr const char* kHot = "Running hot. macOS is throttling to cool down";

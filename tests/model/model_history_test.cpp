@@ -24,17 +24,17 @@ using platform::CallLog;
 
 constexpr const char* kFile = "/Users/korvel/.korvel-history.json";
 
-struct Program : platform::SimulatedServices {
+struct SavingProgram : platform::SimulatedServices {
     CallLog log;
     Metrics metrics{machine, processes, agents, clock};
 
-    Program() { logTo(log); }
+    SavingProgram() { logTo(log); }
 
     std::shared_ptr<Model> launch() { return std::make_shared<Model>(metrics, services()); }
 };
 
 TEST(History, IsReadOnceFromTheHomeDirectory) {
-    Program program;
+    SavingProgram program;
     program.files.contents[kFile] = "[[1,2,3],[4,5,6]]";
     const auto model = program.launch();
     EXPECT_EQ(model->history->size(), 2U);
@@ -45,14 +45,14 @@ TEST(History, IsReadOnceFromTheHomeDirectory) {
 }
 
 TEST(History, FileNameIsAppendedToTheHomeDirectoryAsItStands) {
-    Program program;
+    SavingProgram program;
     program.files.home = "/odd home/ü";
     program.launch()->saveHistory();
     EXPECT_EQ(program.files.contents.begin()->first, "/odd home/ü/.korvel-history.json");
 }
 
 TEST(History, MissingFileStartsEmptyAndTheFirstSaveMakesIt) {
-    Program program;
+    SavingProgram program;
     const auto model = program.launch();
     EXPECT_TRUE(model->history->empty());
     model->saveHistory();
@@ -60,7 +60,7 @@ TEST(History, MissingFileStartsEmptyAndTheFirstSaveMakesIt) {
 }
 
 TEST(History, SurvivesARestart) {
-    Program program;
+    SavingProgram program;
     auto model = program.launch();
     for (int i = 0; i < 3; ++i) {
         program.clock.turn(5.1);
@@ -76,14 +76,14 @@ TEST(History, SurvivesARestart) {
 }
 
 TEST(History, FourthColumnIsGoneAfterTheNextSave) {
-    Program program;
+    SavingProgram program;
     program.files.contents[kFile] = "[[1, 2, 3, 4]]\n";
     program.launch()->saveHistory();
     EXPECT_EQ(program.files.contents.at(kFile), "[[1,2,3]]");
 }
 
 TEST(History, MalformedFileIsLeftUntilTheNextSaveReplacesIt) {
-    Program program;
+    SavingProgram program;
     program.files.contents[kFile] = "{}";
     const auto model = program.launch();
     EXPECT_TRUE(model->history->empty());
@@ -93,13 +93,13 @@ TEST(History, MalformedFileIsLeftUntilTheNextSaveReplacesIt) {
 }
 
 TEST(HistoryDeathTest, ShortRowEndsTheProcessDuringLoading) {
-    Program program;
+    SavingProgram program;
     program.files.contents[kFile] = "[[1,2]]";
     EXPECT_EXIT(program.launch(), testing::KilledBySignal(SIGABRT), "^$");
 }
 
 TEST(History, NumberWithoutAJsonFormLeavesTheOldFile) {
-    Program program;
+    SavingProgram program;
     program.files.contents[kFile] = "[[1,2,3]]";
     const auto model = program.launch();
     model->history.update([](std::vector<HistoryPoint>& points) {
@@ -112,7 +112,7 @@ TEST(History, NumberWithoutAJsonFormLeavesTheOldFile) {
 }
 
 TEST(History, FailedSaveIsDroppedAndTheNextTriesAgain) {
-    Program program;
+    SavingProgram program;
     const auto model = program.launch();
     program.files.unwritable.insert(kFile);
     model->saveHistory();
@@ -123,7 +123,7 @@ TEST(History, FailedSaveIsDroppedAndTheNextTriesAgain) {
 }
 
 TEST(History, LoadingAnnouncesNothingToAnyoneElse) {
-    Program program;
+    SavingProgram program;
     program.files.contents[kFile] = "[[1,2,3]]";
     program.launch();
     EXPECT_EQ(program.log,

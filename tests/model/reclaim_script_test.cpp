@@ -21,7 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::Optional;
 
-constexpr const char* kNothing = "nothing worth clearing";
+constexpr const char* kNothingCleared = "nothing worth clearing";
 
 class RealScript : public testing::Test {
   protected:
@@ -94,12 +94,12 @@ TEST_F(RealScript, ADeathBySignalMeansNothing) {
 
 TEST_F(RealScript, WhatItSaysOfErrorsIsNotRead) {
     script("echo TOTAL RECLAIMABLE 3 GB >&2\n");
-    EXPECT_THAT(preview(), Optional(std::string(kNothing)));
+    EXPECT_THAT(preview(), Optional(std::string(kNothingCleared)));
 }
 
 TEST_F(RealScript, OutputThatIsNoUtf8IsNothing) {
     script("printf 'TOTAL RECLAIMABLE 3 GB\\n\\377\\n'\n");
-    EXPECT_THAT(preview(), Optional(std::string(kNothing)));
+    EXPECT_THAT(preview(), Optional(std::string(kNothingCleared)));
 }
 
 TEST_F(RealScript, AHundredMegabytesOfOutputAreReadToTheEnd) {
@@ -119,13 +119,13 @@ TEST_F(RealScript, IsTheSameThroughALink) {
 }
 
 TEST_F(RealScript, ThatIsMissingClearsNothing) {
-    EXPECT_THAT(preview(), Optional(std::string(kNothing)));
+    EXPECT_THAT(preview(), Optional(std::string(kNothingCleared)));
     EXPECT_THAT(run(), Optional(std::string("nothing to reclaim right now")));
 }
 
 TEST_F(RealScript, ThatIsAFolderClearsNothing) {
     fs::create_directory(home_ / "reclaim.sh");
-    EXPECT_THAT(preview(), Optional(std::string(kNothing)));
+    EXPECT_THAT(preview(), Optional(std::string(kNothingCleared)));
 }
 
 TEST_F(RealScript, ThatMayNotBeReadClearsNothing) {
@@ -134,7 +134,8 @@ TEST_F(RealScript, ThatMayNotBeReadClearsNothing) {
     fs::permissions(home_ / "reclaim.sh", fs::perms::owner_exec | fs::perms::others_exec);
     // The superuser may read anything.
     const auto check = [&] {
-        const bool nothing = test::becomeOrdinaryUser() && preview() == std::string(kNothing);
+        const bool nothing =
+            test::becomeOrdinaryUser() && preview() == std::string(kNothingCleared);
         std::_Exit(nothing ? 0 : 1);
     };
     EXPECT_EXIT(check(), testing::ExitedWithCode(0), "");
@@ -142,12 +143,12 @@ TEST_F(RealScript, ThatMayNotBeReadClearsNothing) {
 
 TEST_F(RealScript, ThatIsBrokenClearsNothing) {
     script("if then fi (((\n");
-    EXPECT_THAT(preview(), Optional(std::string(kNothing)));
+    EXPECT_THAT(preview(), Optional(std::string(kNothingCleared)));
 }
 
 TEST_F(RealScript, AnEmptyOneClearsNothing) {
     script("");
-    EXPECT_THAT(preview(), Optional(std::string(kNothing)));
+    EXPECT_THAT(preview(), Optional(std::string(kNothingCleared)));
 }
 
 } // namespace

@@ -18,13 +18,13 @@ using testing::SizeIs;
 constexpr const char* kLow = R"({"pressureLevel": 4, "load": [40, 40, 40], "thermalState": 3,)"
                              R"( "volume": {"f_bavail": 100}})";
 
-TraceLines runWith(std::string_view members) {
+TraceLines runScripted(std::string_view members) {
     return runQuietScenario(fmt::format("{{{}}}", members));
 }
 
 TEST(SimNotification, IsPostedOnceTheQuietTimeIsOver) {
     const TraceLines lines =
-        runWith(fmt::format(R"("until": 200, "events": [{{"at": 50, "set": {}}}])", kLow));
+        runScripted(fmt::format(R"("until": 200, "events": [{{"at": 50, "set": {}}}])", kLow));
     const TraceLines posted = ofKind(lines, "notification");
     ASSERT_THAT(posted, SizeIs(1));
     // 120 s after the launch are not more than 120.
@@ -41,7 +41,7 @@ TEST(SimNotification, IsPostedOnceTheQuietTimeIsOver) {
 }
 
 TEST(SimNotification, GoesByWhatTheSettingsHoldAtLaunch) {
-    const TraceLines lines = runWith(
+    const TraceLines lines = runScripted(
         fmt::format(R"("until": 1300, "machine": {}, "defaults": {{"lastNotifiedScore": 90,)"
                     R"( "lastNotifiedAt": 1700000000.0}})",
                     kLow));
@@ -51,7 +51,7 @@ TEST(SimNotification, GoesByWhatTheSettingsHoldAtLaunch) {
 }
 
 TEST(SimAwake, ASwitchIsTracedWithItsAssertionsSettingsAndTitle) {
-    const TraceLines lines = runWith(
+    const TraceLines lines = runScripted(
         R"("until": 4, "events": [{"at": 2, "do": "enableAwake", "minutes": 30},
                                   {"at": 3, "do": "disableAwake"}])");
     EXPECT_THAT(kindsAt(lines, 2),
@@ -80,21 +80,22 @@ TEST(SimAwake, ASwitchIsTracedWithItsAssertionsSettingsAndTitle) {
 
 TEST(SimAwake, WithoutAnEndAnIntegerZeroIsStored) {
     const TraceLines stored = ofKind(
-        runWith(R"("events": [{"at": 2, "do": "enableAwake", "minutes": null}])"), "defaults");
+        runScripted(R"("events": [{"at": 2, "do": "enableAwake", "minutes": null}])"), "defaults");
     ASSERT_THAT(stored, SizeIs(2));
     EXPECT_EQ(stored[1].string("/type"), "integer");
     EXPECT_EQ(stored[1].number("/value"), 0);
 }
 
 TEST(SimAwake, NoMinutesEndAfterOneSecond) {
-    const TraceLines lines = runWith(R"("events": [{"at": 2, "do": "enableAwake", "minutes": 0}])");
+    const TraceLines lines =
+        runScripted(R"("events": [{"at": 2, "do": "enableAwake", "minutes": 0}])");
     EXPECT_THAT(ofKind(lines, "awake"), SizeIs(2));
     EXPECT_EQ(ofKind(lines, "awake")[1].number("/t"), 3);
 }
 
 TEST(SimAwake, ARefusedSwitchLeavesNothingBehind) {
     const TraceLines lines =
-        runWith(R"("events": [{"at": 1, "power": {"display": false, "system": false}},
+        runScripted(R"("events": [{"at": 1, "power": {"display": false, "system": false}},
                               {"at": 2, "do": "enableAwake", "minutes": 5}])");
     for (const char* kind : {"assertion", "awake", "defaults"}) {
         EXPECT_THAT(ofKind(lines, kind), IsEmpty()) << kind;
@@ -102,21 +103,21 @@ TEST(SimAwake, ARefusedSwitchLeavesNothingBehind) {
 }
 
 TEST(SimAwake, OneGrantedAssertionIsEnough) {
-    const TraceLines lines = runWith(R"("events": [{"at": 1, "power": {"display": false}},
+    const TraceLines lines = runScripted(R"("events": [{"at": 1, "power": {"display": false}},
                               {"at": 2, "do": "enableAwake", "minutes": 5}])");
     ASSERT_THAT(ofKind(lines, "assertion"), SizeIs(2)) << "taken, and released at the end";
     EXPECT_EQ(ofKind(lines, "assertion")[0].string("/type"), "NoIdleSleepAssertion");
 }
 
 TEST(SimAwake, IsTakenUpAtLaunchAndReleasedAtTheEndWithoutBeingForgotten) {
-    const TraceLines lines = runWith(R"("until": 2, "defaults": {"awakeOn": true})");
+    const TraceLines lines = runScripted(R"("until": 2, "defaults": {"awakeOn": true})");
     EXPECT_EQ(ofKind(lines, "title")[1].string("/text"), "● ☕ 0");
     EXPECT_THAT(kindsAt(lines, 2), ElementsAre("wrote", "assertion", "assertion", "awake", "exit"));
     EXPECT_THAT(ofKind(lines, "defaults"), SizeIs(1)) << "the end that was absent is an integer 0";
 }
 
 TEST(SimReclaim, APreviewIsSeenToStartAndToEndAfterItsSeconds) {
-    const TraceLines lines = runWith(
+    const TraceLines lines = runScripted(
         R"("events": [{"at": 1, "script": {"preview": "x\nTOTAL RECLAIMABLE 4.7 GB\n",
                                            "seconds": 2.5}},
                       {"at": 2, "do": "previewReclaim"}, {"at": 6, "do": "dismissPreview"}])");
@@ -137,7 +138,7 @@ TEST(SimReclaim, APreviewIsSeenToStartAndToEndAfterItsSeconds) {
 }
 
 TEST(SimReclaim, ARunTellsWhatItGainedAndTakesASample) {
-    const TraceLines lines = runWith(
+    const TraceLines lines = runScripted(
         R"("events": [{"at": 1, "script": {"frees": 2512555868, "seconds": 1}},
                       {"at": 2, "do": "runReclaim"}, {"at": 2.5, "do": "describePopover"},
                       {"at": 4, "do": "describePopover"}])");
@@ -152,7 +153,7 @@ TEST(SimReclaim, ARunTellsWhatItGainedAndTakesASample) {
 }
 
 TEST(SimReclaim, WithoutAScriptThereIsNothingToClear) {
-    const TraceLines lines = runWith(R"("events": [{"at": 2, "do": "previewReclaim"},
+    const TraceLines lines = runScripted(R"("events": [{"at": 2, "do": "previewReclaim"},
                                                    {"at": 3, "do": "runReclaim"}])");
     const TraceLines reclaim = ofKind(lines, "reclaim");
     ASSERT_THAT(reclaim, SizeIs(4));
@@ -162,7 +163,7 @@ TEST(SimReclaim, WithoutAScriptThereIsNothingToClear) {
 
 TEST(SimContent, HoldsTheActionsAndTheFooter) {
     const TraceLine content =
-        ofKind(runWith(R"("events": [{"at": 2, "do": "describePopover"}])"), "content").at(0);
+        ofKind(runScripted(R"("events": [{"at": 2, "do": "describePopover"}])"), "content").at(0);
     EXPECT_EQ(content.json("/keepAwake"),
               R"({"remaining":null,"control":["30 minutes","1 hour","3 hours",)"
               R"("Until I turn it off"]})");
@@ -173,11 +174,11 @@ TEST(SimContent, HoldsTheActionsAndTheFooter) {
 }
 
 TEST(SimDefaults, AChangeFromOutsideIsSeenByTheProgramAndNotTraced) {
-    const TraceLines lines =
-        runWith(fmt::format(R"("until": 200, "machine": {}, "events": [{{"at": 1, "setDefaults":)"
-                            R"( {{"lastNotifiedAt": 1700000100, "lastNotifiedScore": 60.5}}}},)"
-                            R"( {{"at": 150, "setDefaults": {{"lastNotifiedAt": null}}}}])",
-                            kLow));
+    const TraceLines lines = runScripted(
+        fmt::format(R"("until": 200, "machine": {}, "events": [{{"at": 1, "setDefaults":)"
+                    R"( {{"lastNotifiedAt": 1700000100, "lastNotifiedScore": 60.5}}}},)"
+                    R"( {{"at": 150, "setDefaults": {{"lastNotifiedAt": null}}}}])",
+                    kLow));
     ASSERT_THAT(ofKind(lines, "notification"), SizeIs(1));
     EXPECT_EQ(ofKind(lines, "notification")[0].number("/t"), 150);
 }

@@ -24,14 +24,14 @@ const std::string kFeed =
     kZipDigest + R"(\", \"notes\": \"- One\"}"})";
 
 /// The scenario with these members, of somebody who has seen build 100.
-TraceLines runWith(const std::string& members) {
+TraceLines runAfter100(const std::string& members) {
     return runScenario(R"({"defaults": {"seenBuild": 100}, )" + members + "}");
 }
 
 /// The same, with a feed that offers an update that is installed at 3.
 TraceLines runInstall(const std::string& archive, const std::string& members = R"("until": 5)") {
-    return runWith("\"feed\": " + kFeed + R"(, "events": [{"at": 2, "archive": )" + archive +
-                   R"(}, {"at": 3, "do": "installPending"}], )" + members);
+    return runAfter100("\"feed\": " + kFeed + R"(, "events": [{"at": 2, "archive": )" + archive +
+                       R"(}, {"at": 3, "do": "installPending"}], )" + members);
 }
 
 std::vector<std::string> states(const TraceLines& lines) {
@@ -44,7 +44,7 @@ std::vector<std::string> states(const TraceLines& lines) {
 }
 
 TEST(SimUpdate, ByItselfTheFeedCannotBeReachedAndNobodyIsTold) {
-    const TraceLines lines = runWith(R"("until": 3)");
+    const TraceLines lines = runAfter100(R"("until": 3)");
     EXPECT_THAT(states(lines), ElementsAre("checking", "idle"));
     EXPECT_THAT(timesOf(lines, "updater"), ElementsAre(0, 0));
     const TraceLines stored = ofKind(lines, "defaults");
@@ -55,7 +55,7 @@ TEST(SimUpdate, ByItselfTheFeedCannotBeReachedAndNobodyIsTold) {
 }
 
 TEST(SimUpdate, TheFeedIsAskedAfterTheLaunchAndAnswersAfterItsDelay) {
-    const TraceLines lines = runWith(R"("feed": {"status": 404, "delay": 2.5}, "until": 21,
+    const TraceLines lines = runAfter100(R"("feed": {"status": 404, "delay": 2.5}, "until": 21,
         "events": [{"at": 4, "do": "checkForUpdates"}, {"at": 5, "feed": {"delay": 16}},
                    {"at": 5, "do": "checkForUpdates"}])");
     EXPECT_THAT(states(lines), ElementsAre("checking", "idle", "checking", "checking",
@@ -67,8 +67,8 @@ TEST(SimUpdate, TheFeedIsAskedAfterTheLaunchAndAnswersAfterItsDelay) {
 
 TEST(SimUpdate, UpToDateIsOverAfterFourSeconds) {
     const TraceLines lines =
-        runWith(R"("bundle": {"build": "101"}, "feed": )" + kFeed +
-                R"(, "until": 9, "events": [{"at": 2, "do": "checkForUpdates"}])");
+        runAfter100(R"("bundle": {"build": "101"}, "feed": )" + kFeed +
+                    R"(, "until": 9, "events": [{"at": 2, "do": "checkForUpdates"}])");
     EXPECT_THAT(states(lines), ElementsAre("checking", "upToDate", "checking", "upToDate", "idle"));
     EXPECT_THAT(timesOf(lines, "updater"), ElementsAre(0, 0, 2, 2, 4))
         << "by the older of the two ends";
@@ -138,7 +138,7 @@ TEST(SimUpdate, WhereTheFolderCannotBeWrittenTheBundleIsRevealed) {
 }
 
 TEST(SimUpdate, RelaunchIsLeftToAShellAndEndsTheProgram) {
-    const TraceLines lines = runWith(R"("bundle": {"path": "/Apps/K \"1\".app"},
+    const TraceLines lines = runAfter100(R"("bundle": {"path": "/Apps/K \"1\".app"},
         "events": [{"at": 2, "do": "relaunch"}, {"at": 3, "do": "togglePopover"}])");
     EXPECT_THAT(kindsAt(lines, 2), ElementsAre("spawn", "relaunched", "wrote", "exit"));
     EXPECT_EQ(ofKind(lines, "relaunched")[0].string("/path"), R"(/Apps/K "1".app)");

@@ -1,11 +1,25 @@
 #pragma once
 
+#include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <string>
 
 #include "core/metrics.h"
 
 namespace korvel::test {
+
+inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+/// The next number below, and the next above.
+inline double below(double value) {
+    return std::nextafter(value, -kInfinity);
+}
+
+inline double above(double value) {
+    return std::nextafter(value, kInfinity);
+}
 
 /// Readings of a machine that has nothing wrong with it: score 100.
 inline Snapshot perfectReadings() {
@@ -37,6 +51,16 @@ ScoreFactor factorAfter(const std::string& name, Change change) {
     Snapshot s = perfectReadings();
     change(s);
     return factor(scored(s), name);
+}
+
+/// The score before it is rounded: the factors' healths by their weights, added in the order of the
+/// pass.
+inline double rawScore(const Snapshot& s) {
+    double raw = 0;
+    for (const char* name : {"Memory", "Disk", "CPU", "Load", "Swap", "Thermal"}) {
+        raw += factor(s, name).health * factor(s, name).weight;
+    }
+    return raw;
 }
 
 inline double factorSum(const Snapshot& s, double (*of)(const ScoreFactor&)) {

@@ -22,12 +22,12 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Case = WhatsNew::Kind::Case;
+using KindCase = WhatsNew::Kind::Case;
 using Kind = WhatsNew::Kind;
 using Lines = std::vector<std::string>;
 
-const Kind kNone{Case::none, ""};
-const Kind kInstalled{Case::installed, ""};
+const Kind kNone{KindCase::none, ""};
+const Kind kInstalled{KindCase::installed, ""};
 const Lines kWelcome{"Your score lives in the menu bar. Click it for the detail.",
                      "Amber or red names the one thing dragging it down.",
                      "Nothing is uploaded and nothing runs as admin."};
@@ -87,7 +87,7 @@ TEST_F(Greeting, AnUpdateTellsWhatWasHandedOver) {
     seen(99);
     handOver("- One\n- Two");
     launch();
-    EXPECT_EQ(*whatsNew->kind, (Kind{Case::updated, "0.9"}));
+    EXPECT_EQ(*whatsNew->kind, (Kind{KindCase::updated, "0.9"}));
     EXPECT_THAT(*whatsNew->notes, ElementsAre("One", "Two"));
     EXPECT_FALSE(isHandedOver());
     simulated.runLoop.advance(10);
@@ -100,7 +100,7 @@ TEST_F(Greeting, AnUpdateFromAVersionThatWasNeverStored) {
     seen(99);
     simulated.defaults.values.erase("seenVersion");
     launch();
-    EXPECT_EQ(*whatsNew->kind, (Kind{Case::updated, ""}));
+    EXPECT_EQ(*whatsNew->kind, (Kind{KindCase::updated, ""}));
 }
 
 TEST_F(Greeting, WithoutAHandOverTheFeedIsAsked) {
@@ -112,7 +112,7 @@ TEST_F(Greeting, WithoutAHandOverTheFeedIsAsked) {
         }
         feed(100, "One • Two");
         launch();
-        EXPECT_EQ(whatsNew->kind->value, Case::updated);
+        EXPECT_EQ(whatsNew->kind->value, KindCase::updated);
         EXPECT_THAT(*whatsNew->notes, IsEmpty());
         simulated.runLoop.advance(0);
         EXPECT_THAT(*whatsNew->notes, ElementsAre("One", "Two"));
@@ -129,12 +129,12 @@ TEST_F(Greeting, AFeedWithNothingOnThisBuildLeavesTheHeadingAlone) {
         launch();
         simulated.runLoop.advance(1);
         EXPECT_THAT(*whatsNew->notes, IsEmpty()) << build;
-        EXPECT_EQ(whatsNew->kind->value, Case::updated);
+        EXPECT_EQ(whatsNew->kind->value, KindCase::updated);
     }
     simulated.http.document.reset();
     launch();
     simulated.runLoop.advance(1);
-    EXPECT_EQ(whatsNew->kind->value, Case::updated);
+    EXPECT_EQ(whatsNew->kind->value, KindCase::updated);
 }
 
 TEST_F(Greeting, NotesThatComeLateAreAnnouncedInPlace) {
@@ -204,7 +204,7 @@ TEST_F(Greeting, DismissedItStaysAwayForThatBuildAndKeepsItsLines) {
     simulated.bundle.info["CFBundleVersion"] = "101";
     simulated.bundle.info["CFBundleShortVersionString"] = "1.1";
     launch();
-    EXPECT_EQ(*whatsNew->kind, (Kind{Case::updated, "1.0.0"}));
+    EXPECT_EQ(*whatsNew->kind, (Kind{KindCase::updated, "1.0.0"}));
 }
 
 TEST(Bullets, AreAtMostThreeTrimmedLines) {

@@ -23,7 +23,7 @@ using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 using MoveStep = PosixFileManager::MoveStep;
 
-const Status<std::errc> kMoved;
+const Status<std::errc> kMovedThere;
 
 /// With a second volume of a given size.
 class MoveToOtherVolume : public FileManagerTest {
@@ -48,11 +48,11 @@ TEST_F(MoveToOtherVolume, KeepsModesTimesAndLinks) {
     const auto before = describedTree(path("Korvel.app"));
     ASSERT_NE(::rename(path("Korvel.app").c_str(), there("x").c_str()), 0);
     ASSERT_EQ(errno, EXDEV);
-    EXPECT_EQ(manager_.move(path("Korvel.app"), there("old.app")), kMoved);
+    EXPECT_EQ(manager_.move(path("Korvel.app"), there("old.app")), kMovedThere);
     EXPECT_EQ(describedTree(there("old.app")), before);
     EXPECT_THAT(manager_.contents(folder_).value(), ElementsAre("volume"));
     EXPECT_THAT(manager_.contents(volume_->folder()).value(), ElementsAre("old.app"));
-    EXPECT_EQ(manager_.move(there("old.app"), path("Korvel.app")), kMoved);
+    EXPECT_EQ(manager_.move(there("old.app"), path("Korvel.app")), kMovedThere);
     EXPECT_EQ(describedTree(path("Korvel.app")), before);
     EXPECT_THAT(manager_.contents(volume_->folder()).value(), IsEmpty());
 }
@@ -61,8 +61,8 @@ TEST_F(MoveToOtherVolume, MovesAFileAndALink) {
     NEED_VOLUME("4m");
     write(path("file"), "x");
     fs::create_symlink("file", path("link"));
-    EXPECT_EQ(manager_.move(path("file"), there("file")), kMoved);
-    EXPECT_EQ(manager_.move(path("link"), there("link")), kMoved);
+    EXPECT_EQ(manager_.move(path("file"), there("file")), kMovedThere);
+    EXPECT_EQ(manager_.move(path("link"), there("link")), kMovedThere);
     EXPECT_EQ(fs::read_symlink(there("link")), "file");
     EXPECT_EQ(fs::file_size(there("link")), 1U);
     EXPECT_THAT(manager_.contents(folder_).value(), ElementsAre("volume"));
@@ -72,7 +72,7 @@ TEST_F(MoveToOtherVolume, DropsWhatWouldRunAsAnotherUser) {
     NEED_VOLUME("4m");
     write(path("file"), "x");
     ASSERT_EQ(::chmod(path("file").c_str(), 06755), 0);
-    EXPECT_EQ(manager_.move(path("file"), there("file")), kMoved);
+    EXPECT_EQ(manager_.move(path("file"), there("file")), kMovedThere);
     EXPECT_EQ(fs::status(there("file")).permissions(), fs::perms(0755));
 }
 
@@ -145,7 +145,7 @@ TEST_F(MoveToOtherVolume, LeftoverOfAnEarlierMoveIsNoHindrance) {
     const std::string number = std::to_string(::getpid());
     write(there(".Korvel.app.korvel-" + number), "left");
     write(path(".Korvel.app.korvel-" + number + "/x"), "left");
-    EXPECT_EQ(manager_.move(path("Korvel.app"), there("Korvel.app")), kMoved);
+    EXPECT_EQ(manager_.move(path("Korvel.app"), there("Korvel.app")), kMovedThere);
     EXPECT_TRUE(fs::exists(there("Korvel.app/Contents/Linux/korvel")));
     EXPECT_FALSE(fs::exists(path("Korvel.app")));
 }
@@ -222,7 +222,7 @@ TEST_F(MoveToOtherVolume, KilledAfterAnyStepItLeavesAWholeCopyUnderTheOldOrTheNe
                 }
             }
             if (atNew.empty()) {
-                EXPECT_EQ(manager_.move(from, to), kMoved) << count;
+                EXPECT_EQ(manager_.move(from, to), kMovedThere) << count;
                 EXPECT_EQ(describedTree(to), expected) << count;
             }
         }

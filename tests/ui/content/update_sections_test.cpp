@@ -44,7 +44,7 @@ TEST_F(UpdateSections, IdleOrUpToDateThereIsNoLine) {
 }
 
 TEST_F(UpdateSections, EachOtherStateHasItsLine) {
-    using Action = Line::Action;
+    using Click = Line::Action;
     using Progress = Line::Progress;
     using Style = Line::Style;
     const struct {
@@ -53,22 +53,22 @@ TEST_F(UpdateSections, EachOtherStateHasItsLine) {
     } cases[] = {
         {Checking{},
          {"", Ink::cyan, Progress::spinning, 0, "Checking for updates…", Style::regular, "",
-          Action::none}},
+          Click::none}},
         {Available{"2.0 \"beta\""},
          {"arrow.down.circle.fill", Ink::cyan, Progress::none, 0,
-          "Version 2.0 \"beta\" is available", Style::semibold, "Update", Action::install}},
+          "Version 2.0 \"beta\" is available", Style::semibold, "Update", Click::install}},
         {Downloading{},
          {"", Ink::cyan, Progress::determinate, 0, "Downloading…", Style::regular, "",
-          Action::none}},
+          Click::none}},
         {Installing{},
          {"", Ink::cyan, Progress::spinning, 0, "Verifying and installing…", Style::regular, "",
-          Action::none}},
+          Click::none}},
         {ReadyToRelaunch{},
          {"checkmark.circle.fill", Ink::good, Progress::none, 0, "Update installed", Style::regular,
-          "Relaunch", Action::relaunch}},
+          "Relaunch", Click::relaunch}},
         {Failed{"Download <b>failed</b>"},
          {"exclamationmark.triangle.fill", Ink::warn, Progress::none, 0, "Download <b>failed</b>",
-          Style::small, "", Action::none}},
+          Style::small, "", Click::none}},
     };
     for (const auto& row : cases) {
         become(row.state);

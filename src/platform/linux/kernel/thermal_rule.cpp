@@ -18,7 +18,7 @@ constexpr std::int64_t kWidestHysteresis = 20'000; // millidegrees; above: nonse
 constexpr int kNominal = 0;
 constexpr int kFair = 1;
 constexpr int kSerious = 2;
-constexpr int kCritical = 3;
+constexpr int kCriticalState = 3;
 
 /// The one number of a file with one line.
 std::optional<std::int64_t> onlyNumber(std::string_view text) {
@@ -87,10 +87,10 @@ int ThermalZoneRule::state(std::optional<std::int64_t> temperature) {
             reached(kSerious, trip.temperature);
             break;
         case TripPoint::Kind::hot:
-            reached(kCritical, trip.temperature);
+            reached(kCriticalState, trip.temperature);
             break;
         case TripPoint::Kind::critical:
-            reached(kCritical, trip.temperature - kNear);
+            reached(kCriticalState, trip.temperature - kNear);
             break;
         }
     }

@@ -7,24 +7,11 @@
 #include <unistd.h>
 
 #include "platform/linux/kernel/counting_calls.h"
+#include "platform/linux/kernel/kernel_trees.h"
 #include "support/temp_tree.h"
 
 namespace korvel::platform {
 namespace {
-
-constexpr std::uint64_t kKiB = 1024;
-
-std::string fixture(const std::string& name) {
-    return std::string(KORVEL_FIXTURES) + "/linux/" + name;
-}
-
-std::uint64_t available(const VmStatistics& s) {
-    return std::uint64_t{s.free_count} + s.inactive_count + s.speculative_count + s.purgeable_count;
-}
-
-std::uint64_t used(const VmStatistics& s) {
-    return std::uint64_t{s.active_count} + s.wire_count + s.compressor_page_count;
-}
 
 TEST(LinuxMachine, ReadsALaptopWithThermalZonesAndCompressedSwap) {
     LinuxMachine machine(fixture("laptop"));
@@ -35,11 +22,11 @@ TEST(LinuxMachine, ReadsALaptopWithThermalZonesAndCompressedSwap) {
     EXPECT_EQ(reading->thermalState(), 0) << "the disabled zone is over its trip point";
     const auto pages = reading->vmStatistics();
     ASSERT_TRUE(pages);
-    EXPECT_EQ(available(*pages), 5862108 * kKiB / page);
+    EXPECT_EQ(availablePages(*pages), 5862108 * kKiB / page);
     EXPECT_EQ(pages->free_count, 731932 * kKiB / page);
     EXPECT_EQ(pages->compressor_page_count, 640221184 / page);
     EXPECT_EQ(pages->wire_count, (301000 + 24064 + 88120 + 1200 + 14080 + 112) * kKiB / page);
-    EXPECT_EQ(used(*pages), 16116236 * kKiB / page - 5862108 * kKiB / page);
+    EXPECT_EQ(usedPages(*pages), 16116236 * kKiB / page - 5862108 * kKiB / page);
     EXPECT_EQ(pages->swapouts, 512044U);
     EXPECT_EQ(reading->memoryPressureLevel(), 1);
     const auto swap = reading->swapUsage();
@@ -58,7 +45,7 @@ TEST(LinuxMachine, ReadsAServerWith128Processors) {
     EXPECT_EQ(reading->processorCount(), 128);
     const auto pages = reading->vmStatistics();
     ASSERT_TRUE(pages);
-    EXPECT_EQ(available(*pages), 410220112 * kKiB / reading->pageSize());
+    EXPECT_EQ(availablePages(*pages), 410220112 * kKiB / reading->pageSize());
     EXPECT_GE(pages->wire_count, 16777216 * kKiB / reading->pageSize()) << "huge pages are held";
     EXPECT_EQ(pages->compressor_page_count, 0U);
     EXPECT_TRUE(reading->cpuTicks());
@@ -109,7 +96,7 @@ TEST(LinuxMachine, OnAKernelWithoutItsOwnEstimateAvailableMemoryIsReckoned) {
     const auto reading = machine.read();
     const auto pages = reading->vmStatistics();
     ASSERT_TRUE(pages);
-    EXPECT_EQ(available(*pages),
+    EXPECT_EQ(availablePages(*pages),
               (102400 + 20480 + (409600 - 10240) + 20480) * kKiB / reading->pageSize());
     EXPECT_EQ(reading->processorCount(), 1) << "by the processors that /proc/stat lists";
     EXPECT_EQ(reading->bootTime(), 1330000000);

@@ -11,26 +11,13 @@
 #include <unistd.h>
 
 #include "platform/linux/kernel/counting_calls.h"
+#include "platform/linux/kernel/kernel_trees.h"
 #include "support/temp_tree.h"
 
 namespace korvel::platform {
 namespace {
 
 const std::uint64_t kPage = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
-constexpr std::uint64_t kKiB = 1024;
-
-std::string fixture(const std::string& name) {
-    return std::string(KORVEL_FIXTURES) + "/linux/" + name;
-}
-
-std::string words(std::initializer_list<const char*> arguments) {
-    std::string line;
-    for (const char* argument : arguments) {
-        line += argument;
-        line += '\0';
-    }
-    return line;
-}
 
 class ProcessTree : public testing::Test {
   protected:
@@ -210,13 +197,13 @@ TEST_F(ProcessTree, NamesAreHandedOnAsTheyAre) {
 
 TEST_F(ProcessTree, ANameIsLengthenedFromTheCommandLineAndFollowsAChange) {
     process(5, "gnome-shell-cal", 1);
-    tree_.write("proc/5/cmdline", words({"/usr/libexec/gnome-shell-calendar-server", "-x"}));
+    tree_.write("proc/5/cmdline", commandLine({"/usr/libexec/gnome-shell-calendar-server", "-x"}));
     EXPECT_EQ(processes_.name(5), "gnome-shell-calendar-server");
     const int opens = calls_.opens;
     EXPECT_EQ(processes_.name(5), "gnome-shell-calendar-server");
     EXPECT_EQ(calls_.opens, opens) << "known from before";
     tree_.write("proc/5/comm", "another-program\n");
-    tree_.write("proc/5/cmdline", words({"/usr/bin/another-program-altogether"}));
+    tree_.write("proc/5/cmdline", commandLine({"/usr/bin/another-program-altogether"}));
     EXPECT_EQ(processes_.name(5), "another-program-altogether");
     tree_.write("proc/5/comm", "short\n");
     EXPECT_EQ(processes_.name(5), "short");

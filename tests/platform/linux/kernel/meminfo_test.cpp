@@ -6,11 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/linux/kernel/kernel_trees.h"
+
 namespace korvel::platform {
 namespace {
 
-constexpr std::uint64_t kKiB = 1024;
-constexpr std::uint64_t kPage = 4096;
+constexpr std::uint64_t kSmallPage = 4096;
 
 TEST(Meminfo, FieldsAreReadInBytes) {
     const auto memory = parseMeminfo("MemTotal:       16116236 kB\n"
@@ -122,34 +123,26 @@ TEST(MeminfoSwap, NeedsBothFiguresAndUsedIsTheDifference) {
     EXPECT_FALSE(swapUsage(memory));
 }
 
-std::uint64_t available(const VmStatistics& s) {
-    return std::uint64_t{s.free_count} + s.inactive_count + s.speculative_count + s.purgeable_count;
-}
-
-std::uint64_t used(const VmStatistics& s) {
-    return std::uint64_t{s.active_count} + s.wire_count + s.compressor_page_count;
-}
-
 TEST(MeminfoPages, AvailableIsTheKernelsFigureAndAllTogetherIsTheTotal) {
     Meminfo memory;
-    memory.memTotal = 1000 * kPage;
-    memory.memFree = 100 * kPage;
-    memory.memAvailable = 300 * kPage;
-    memory.sUnreclaim = 40 * kPage;
-    memory.kernelStack = 3 * kPage;
-    memory.pageTables = 5 * kPage;
-    memory.secPageTables = 1 * kPage;
-    memory.percpu = 2 * kPage;
-    memory.mlocked = 4 * kPage;
-    memory.hugetlb = 50 * kPage;
-    memory.balloon = 10 * kPage;
-    const auto pages = vmStatistics(memory, 60 * kPage, kPage);
+    memory.memTotal = 1000 * kSmallPage;
+    memory.memFree = 100 * kSmallPage;
+    memory.memAvailable = 300 * kSmallPage;
+    memory.sUnreclaim = 40 * kSmallPage;
+    memory.kernelStack = 3 * kSmallPage;
+    memory.pageTables = 5 * kSmallPage;
+    memory.secPageTables = 1 * kSmallPage;
+    memory.percpu = 2 * kSmallPage;
+    memory.mlocked = 4 * kSmallPage;
+    memory.hugetlb = 50 * kSmallPage;
+    memory.balloon = 10 * kSmallPage;
+    const auto pages = vmStatistics(memory, 60 * kSmallPage, kSmallPage);
     ASSERT_TRUE(pages);
-    EXPECT_EQ(available(*pages), 300U);
+    EXPECT_EQ(availablePages(*pages), 300U);
     EXPECT_EQ(pages->free_count, 100U);
     EXPECT_EQ(pages->compressor_page_count, 60U);
     EXPECT_EQ(pages->wire_count, 115U);
-    EXPECT_EQ(used(*pages), 700U);
+    EXPECT_EQ(usedPages(*pages), 700U);
 }
 
 TEST(MeminfoPages, FiguresThatDoNotFitAreCutSoThatTheSumsHold) {
@@ -163,17 +156,17 @@ TEST(MeminfoPages, FiguresThatDoNotFitAreCutSoThatTheSumsHold) {
           Case{"more compressed than used", 100, 300, 50, 900},
           Case{"more kernel than used", 100, 300, 900, 50},
           Case{"all available", 1000, 1000, 50, 50}, Case{"none available", 0, 0, 50, 50},
-          Case{"nonsense", most / kPage, 300, most / kPage, most / kPage}}) {
+          Case{"nonsense", most / kSmallPage, 300, most / kSmallPage, most / kSmallPage}}) {
         Meminfo memory;
-        memory.memTotal = 1000 * kPage;
-        memory.memFree = c.free * kPage;
-        memory.memAvailable = c.available * kPage;
-        memory.sUnreclaim = c.kernel * kPage;
-        memory.percpu = c.kernel * kPage;
-        const auto pages = vmStatistics(memory, c.compressed * kPage, kPage);
+        memory.memTotal = 1000 * kSmallPage;
+        memory.memFree = c.free * kSmallPage;
+        memory.memAvailable = c.available * kSmallPage;
+        memory.sUnreclaim = c.kernel * kSmallPage;
+        memory.percpu = c.kernel * kSmallPage;
+        const auto pages = vmStatistics(memory, c.compressed * kSmallPage, kSmallPage);
         ASSERT_TRUE(pages) << c.name;
-        EXPECT_EQ(available(*pages), c.available) << c.name;
-        EXPECT_EQ(used(*pages), 1000 - c.available) << c.name;
+        EXPECT_EQ(availablePages(*pages), c.available) << c.name;
+        EXPECT_EQ(usedPages(*pages), 1000 - c.available) << c.name;
     }
 }
 
@@ -182,7 +175,7 @@ TEST(MeminfoPages, CountsStopAtTheLimitOf32Bits) {
     memory.memTotal = std::uint64_t{1} << 60;
     memory.memFree = memory.memTotal / 2;
     memory.memAvailable = memory.memTotal / 2;
-    const auto pages = vmStatistics(memory, 0, kPage);
+    const auto pages = vmStatistics(memory, 0, kSmallPage);
     ASSERT_TRUE(pages);
     EXPECT_EQ(pages->free_count, std::numeric_limits<std::uint32_t>::max());
     EXPECT_EQ(pages->active_count, std::numeric_limits<std::uint32_t>::max());
@@ -190,10 +183,10 @@ TEST(MeminfoPages, CountsStopAtTheLimitOf32Bits) {
 
 TEST(MeminfoPages, WithoutFreeOrAvailableMemoryThereIsNoReading) {
     Meminfo memory;
-    memory.memTotal = 1000 * kPage;
-    EXPECT_FALSE(vmStatistics(memory, 0, kPage));
-    memory.memAvailable = 10 * kPage;
-    EXPECT_TRUE(vmStatistics(memory, 0, kPage));
+    memory.memTotal = 1000 * kSmallPage;
+    EXPECT_FALSE(vmStatistics(memory, 0, kSmallPage));
+    memory.memAvailable = 10 * kSmallPage;
+    EXPECT_TRUE(vmStatistics(memory, 0, kSmallPage));
     EXPECT_FALSE(vmStatistics(memory, 0, 0));
 }
 

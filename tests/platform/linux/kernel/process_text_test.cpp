@@ -3,18 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/linux/kernel/kernel_trees.h"
 #include "platform/linux/kernel/linux_processes.h"
 #include "platform/linux/kernel/process_name.h"
 #include "platform/linux/kernel/process_status.h"
 
 namespace korvel::platform {
 namespace {
-
-constexpr std::uint64_t kKiB = 1024;
-
-std::string fixture(const std::string& name) {
-    return std::string(KORVEL_FIXTURES) + "/linux/" + name;
-}
 
 TEST(Statm, AnonymousMemoryIsResidentLessShared) {
     EXPECT_EQ(parseStatm("40220 21112 3112 8 0 20220 0\n")->anonymous(), 18000U);
@@ -47,15 +42,6 @@ TEST(LinuxSwappedMemory, IsVmSwapOrNone) {
     EXPECT_FALSE(memory.swappedOut(99999)) << "not there";
 }
 
-std::string words(std::initializer_list<const char*> arguments) {
-    std::string line;
-    for (const char* argument : arguments) {
-        line += argument;
-        line += '\0';
-    }
-    return line;
-}
-
 TEST(LengthenedName, IsTheFileNameThatContinuesTheCutOne) {
     struct Case {
         const char* name;
@@ -64,30 +50,31 @@ TEST(LengthenedName, IsTheFileNameThatContinuesTheCutOne) {
         std::string expected;
     };
     for (const Case& c : std::vector<Case>{
-             {"a program", "gnome-shell-cal", words({"/usr/libexec/gnome-shell-calendar-server"}),
+             {"a program", "gnome-shell-cal",
+              commandLine({"/usr/libexec/gnome-shell-calendar-server"}),
               "gnome-shell-calendar-server"},
-             {"exactly fifteen bytes", "fifteen-bytes-x", words({"/bin/fifteen-bytes-x"}),
+             {"exactly fifteen bytes", "fifteen-bytes-x", commandLine({"/bin/fifteen-bytes-x"}),
               "fifteen-bytes-x"},
-             {"a script", "a-long-script-n", words({"/bin/sh", "/home/k/a-long-script-name"}),
+             {"a script", "a-long-script-n", commandLine({"/bin/sh", "/home/k/a-long-script-name"}),
               "a-long-script-name"},
              {"a script whose interpreter has an option", "a-long-script-n",
-              words({"/bin/python3", "-u", "./a-long-script-name.py", "x"}),
+              commandLine({"/bin/python3", "-u", "./a-long-script-name.py", "x"}),
               "a-long-script-name.py"},
              {"a word further on does not count", "a-long-script-n",
-              words({"/bin/x", "1", "2", "/a-long-script-name"}), "a-long-script-n"},
-             {"a name of its own", "Isolated Web Co", words({"/usr/lib/firefox/firefox", "-x"}),
-              "Isolated Web Co"},
+              commandLine({"/bin/x", "1", "2", "/a-long-script-name"}), "a-long-script-n"},
+             {"a name of its own", "Isolated Web Co",
+              commandLine({"/usr/lib/firefox/firefox", "-x"}), "Isolated Web Co"},
              {"a title in one word", "a-long-daemon-n", "/opt/a-long-daemon-name: at /a/b",
               "a-long-daemon-name:"},
-             {"blanks in the name", "My Long Applica", words({"/opt/My Long Application"}),
+             {"blanks in the name", "My Long Applica", commandLine({"/opt/My Long Application"}),
               "My Long Application"},
              {"cut inside a character", "f\xc3\xbcnfzehn-byte\xc3",
-              words({"/bin/f\xc3\xbcnfzehn-byte\xc3\xa4-und-mehr"}),
+              commandLine({"/bin/f\xc3\xbcnfzehn-byte\xc3\xa4-und-mehr"}),
               "f\xc3\xbcnfzehn-byte\xc3\xa4-und-mehr"},
              {"no command line", "fifteen-bytes-x", "", "fifteen-bytes-x"},
              {"not ended", "fifteen-bytes-x", "/bin/fifteen-bytes-xyz", "fifteen-bytes-xyz"},
              {"only ends", "fifteen-bytes-x", std::string(9, '\0'), "fifteen-bytes-x"},
-             {"a folder of that name", "fifteen-bytes-x", words({"/fifteen-bytes-xyz/run"}),
+             {"a folder of that name", "fifteen-bytes-x", commandLine({"/fifteen-bytes-xyz/run"}),
               "fifteen-bytes-x"},
          }) {
         EXPECT_EQ(lengthenedName(c.comm, c.commandLine), c.expected) << c.name;

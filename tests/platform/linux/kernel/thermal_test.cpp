@@ -47,7 +47,7 @@ TEST(TripPoint, AHysteresisThatMakesNoSenseIsNone) {
     EXPECT_EQ(parseTripPoint("passive\n", "95000\n", "20000\n")->hysteresis, 20000);
 }
 
-struct Walk {
+struct Warming {
     const char* name;
     std::vector<TripPoint> trips;
     std::vector<std::pair<std::int64_t, int>> steps; ///< millidegrees (0: unread) and state
@@ -58,7 +58,7 @@ TEST(ThermalZoneRule, StatesAreEnteredAtTheirTripsAndLeftAHysteresisLower) {
     const TripPoint passive{Kind::passive, 90000, 3000};
     const TripPoint hot{Kind::hot, 100000, 2000};
     const TripPoint critical{Kind::critical, 110000, 0};
-    for (const Walk& walk : std::vector<Walk>{
+    for (const Warming& walk : std::vector<Warming>{
              {"no trips", {}, {{149000, 0}}},
              {"fair within five degrees of a passive trip",
               {passive},

@@ -23,15 +23,15 @@ Identity member(const std::vector<std::string>& units, const Identity* issuer) {
     return issue(spec, issuer);
 }
 
-struct World {
+struct Signers {
     Identity root = issue(authoritySpec("Root"), nullptr);
     Identity foreignRoot = issue(authoritySpec("Root"), nullptr);
     Identity team = member({"7QX4D1K9WB"}, &root);
     Identity other = member({"ZZZZZZZZZZ"}, &root);
 };
 
-const World& world() {
-    static const World made;
+const Signers& signers() {
+    static const Signers made;
     return made;
 }
 
@@ -45,7 +45,7 @@ class CodeSignatureOnLinux : public testing::Test {
   protected:
     static LinuxCodeSignature::Options options() {
         LinuxCodeSignature::Options made;
-        made.rootPem = world().root.pem();
+        made.rootPem = signers().root.pem();
         made.runningBuild = kBuild - 1;
         made.now = [] { return kNow; };
         return made;
@@ -61,7 +61,7 @@ class CodeSignatureOnLinux : public testing::Test {
 
     std::optional<std::string> description() { return signature_.describe(bundle_.path()); }
 
-    void sealByTeam() const { bundle_.seal(by(world().team)); }
+    void sealByTeam() const { bundle_.seal(by(signers().team)); }
 
     SignedBundle bundle_;
     LinuxCodeSignature signature_{options()};
@@ -90,26 +90,26 @@ TEST_F(CodeSignatureOnLinux, NoSignatureIsRefusedAndNotDescribed) {
 
 TEST_F(CodeSignatureOnLinux, TwoSignersAreRefusedAndNotDescribed) {
     SignatureSpec spec;
-    spec.signers = {world().team, world().other};
+    spec.signers = {signers().team, signers().other};
     bundle_.seal(spec);
     EXPECT_EQ(fault(), "there is not exactly one signer");
     EXPECT_FALSE(description());
 }
 
 TEST_F(CodeSignatureOnLinux, AnotherTeamIsDescribedAndRefused) {
-    bundle_.seal(by(world().other));
+    bundle_.seal(by(signers().other));
     EXPECT_EQ(fault(), "the signer is of another team");
     EXPECT_EQ(description(), "Identifier=com.oxbrook.korvel\nTeamIdentifier=ZZZZZZZZZZ\n");
 }
 
 TEST_F(CodeSignatureOnLinux, ALongerTeamHasTheTextButIsRefused) {
-    bundle_.seal(by(member({"7QX4D1K9WBZ"}, &world().root)));
+    bundle_.seal(by(member({"7QX4D1K9WBZ"}, &signers().root)));
     EXPECT_NE(description().value_or("").find(kTeamLine), std::string::npos);
     EXPECT_EQ(fault(), "the signer is of another team");
 }
 
 TEST_F(CodeSignatureOnLinux, TwoUnitsAreNoTeam) {
-    bundle_.seal(by(member({"7QX4D1K9WB", "ZZZZZZZZZZ"}, &world().root)));
+    bundle_.seal(by(member({"7QX4D1K9WB", "ZZZZZZZZZZ"}, &signers().root)));
     EXPECT_EQ(fault(), "the signer's certificate names no one team");
     EXPECT_EQ(description(), "Identifier=com.oxbrook.korvel\nTeamIdentifier=not set\n");
 }
@@ -118,13 +118,13 @@ TEST_F(CodeSignatureOnLinux, TheTeamWithoutCodeSigningIsRefused) {
     CertificateSpec spec;
     spec.units = {"7QX4D1K9WB"};
     spec.extendedUsage = "serverAuth";
-    bundle_.seal(by(issue(spec, &world().root)));
+    bundle_.seal(by(issue(spec, &signers().root)));
     EXPECT_EQ(fault(), "the signer's certificate is not meant for code");
     EXPECT_NE(description().value_or("").find(kTeamLine), std::string::npos);
 }
 
 TEST_F(CodeSignatureOnLinux, AForeignRootOrNoneWithTheSameTeamIsRefused) {
-    for (const Identity* issuer : {&world().foreignRoot, static_cast<const Identity*>(nullptr)}) {
+    for (const Identity* issuer : {&signers().foreignRoot, static_cast<const Identity*>(nullptr)}) {
         bundle_.seal(by(member({"7QX4D1K9WB"}, issuer)));
         EXPECT_EQ(fault().rfind("the certificate does not lead to the root", 0), 0U) << fault();
         EXPECT_NE(description().value_or("").find(kTeamLine), std::string::npos);
@@ -145,7 +145,7 @@ TEST_F(CodeSignatureOnLinux, ExpiryIsJudgedAtTheTimeOfSigning) {
     spec.units = {"7QX4D1K9WB"};
     spec.from = kNow - 30 * kDay;
     spec.until = kNow - 10 * kDay;
-    SignatureSpec signing = by(issue(spec, &world().root));
+    SignatureSpec signing = by(issue(spec, &signers().root));
     signing.time = kNow - 20 * kDay;
     bundle_.seal(signing);
     EXPECT_EQ(fault(), "");
@@ -285,7 +285,7 @@ TEST_F(CodeSignatureOnLinux, TheSignedManifestIsOneThatIsWritten) {
     const std::string text = platform::writeManifest(bundle_.manifest()).value();
     for (const std::string& other : {text + "\n", text + "comment\n",
                                      text.substr(0, text.size() - 1), "\n" + text, std::string()}) {
-        bundle_.sealText(other, by(world().team));
+        bundle_.sealText(other, by(signers().team));
         EXPECT_EQ(fault(), "the manifest cannot be read") << other;
         EXPECT_FALSE(description());
     }
@@ -297,7 +297,7 @@ TEST_F(CodeSignatureOnLinux, ALinkOutOfTheBundleIsRefusedHoweverItIsSigned) {
     const std::string listed = "link\tContents/Resources/passwd\t/etc/passwd\n";
     const std::size_t place = text.find("folder\t755\tContents/_CodeSignature");
     ASSERT_NE(place, std::string::npos);
-    bundle_.sealText(std::string(text).insert(place, listed), by(world().team));
+    bundle_.sealText(std::string(text).insert(place, listed), by(signers().team));
     EXPECT_EQ(fault(), "the manifest cannot be read");
 }
 
@@ -305,7 +305,7 @@ TEST_F(CodeSignatureOnLinux, AnotherProgramOfTheTeamIsRefused) {
     bundle_.write("Contents/Info.plist", SignedBundle::infoPlist("com.oxbrook.other"));
     BundleManifest manifest = bundle_.manifest();
     manifest.identifier = "com.oxbrook.other";
-    bundle_.seal(manifest, by(world().team));
+    bundle_.seal(manifest, by(signers().team));
     EXPECT_EQ(fault(), "the bundle is another program");
 }
 
