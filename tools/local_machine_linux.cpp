@@ -18,7 +18,7 @@ namespace korvel {
 
 namespace {
 
-/// The bus needs an application; its loop never runs.
+/// What Qt asks for before it connects to a bus. Its event loop is never run.
 struct Application {
     int count = 1;
     char name[7] = "korvel"; // NOLINT(modernize-avoid-c-arrays): what QCoreApplication takes

@@ -69,7 +69,9 @@ class Metrics {
     platform::Agents& agents_;
     platform::Clock& clock_;
 
-    std::mutex mutex_; ///< guards the services' own memory as well as what follows
+    /// Held for a whole snapshot: guards what follows, and services that serve one thread at a
+    /// time.
+    std::mutex mutex_;
 
     std::optional<platform::CpuTicks> lastCPULoad_;
     std::uint64_t lastSwapouts_ = 0;

@@ -45,9 +45,9 @@ struct VolumeStatistics {
 };
 
 /// One reading of the machine, for one sample. Each function takes its figure when it is called, so
-/// that what is not asked for is not read; nullopt says that it could not be taken. What a reading
-/// has read once it may answer from: whoever wants to know how the machine is now takes a new one.
-/// To be used by one thread at a time, and not after the machine is gone.
+/// that what is not asked for is not read; nullopt says that it could not be taken. A reading may
+/// answer from what it read before: for figures of a later moment, take another one. It is used by
+/// one thread at a time and destroyed before the machine.
 class MachineReading {
   public:
     virtual ~MachineReading() = default;

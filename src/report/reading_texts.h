@@ -10,8 +10,8 @@ class Processes;
 namespace korvel {
 
 /// The figures of one reading of the machine, and what the process table holds, as one line each,
-/// for eyes that compare them. A figure is taken when it is called for; one that cannot be taken is
-/// "none".
+/// for a person to compare. A figure is taken when its function is called; one that cannot be taken
+/// is "none".
 class ReadingTexts {
   public:
     ReadingTexts(platform::MachineReading& reading, platform::Processes& processes)

@@ -11,10 +11,11 @@
 
 namespace korvel::platform {
 
-/// Follows the kernel's sums of ticks over all processors. They have 32 bits and wrap (ten
-/// processors fill them in seven weeks), and the kernel adds up the parts of the idle one while
-/// these run on, so that it may also step back a little. What is nearer by going forward, round the
-/// end where need be, is what a counter advanced; one that stepped back is held at its highest.
+/// Follows the kernel's sums of ticks over all processors. They have 32 bits and wrap: ten
+/// processors fill them in seven weeks. They may also step back a little, because the kernel sums
+/// up idle time while it still grows. So a difference of less than half of the 32-bit range,
+/// counted forward, is what a counter advanced; any other is a step back, at which the counter is
+/// held at its highest value.
 class WrappingTicks {
   public:
     /// user, system, idle, nice
@@ -34,7 +35,7 @@ class WrappingTicks {
 /// `CpuTickRecord`.
 class MacosMachine final : public Machine {
   public:
-    /// `thermalState` is asked for the state: it is told by no system call.
+    /// `thermalState` gives the state, which only the system's Objective-C classes know.
     explicit MacosMachine(std::function<int()> thermalState);
 
     std::unique_ptr<MachineReading> read() override;
