@@ -6,6 +6,7 @@ caller's session is touched. Needs xvfb, openbox, dbus, xdotool, x11-apps and th
 
 import ast
 import ctypes
+import functools
 import json
 import os
 import shutil
@@ -14,7 +15,9 @@ import struct
 import subprocess
 import tempfile
 import time
-import zlib
+
+import PIL.Image
+import PIL.ImageChops
 
 WATCHER = "org.kde.StatusNotifierWatcher"
 
@@ -95,66 +98,49 @@ def wait_for(what, condition, seconds=10.0, pause=0.05):
 
 
 class Image:
-    """Pixels as rows of (r, g, b) bytes."""
+    """A picture without transparency."""
 
-    def __init__(self, width, height, rgb):
-        self.width, self.height, self.rgb = width, height, rgb
+    def __init__(self, picture):
+        self.picture = picture.convert("RGB")
+        self.width, self.height = self.picture.size
 
     @staticmethod
     def from_xwd(data):
+        """What a window dump shows; of its kinds the one that Xvfb keeps its screen in."""
         header = struct.unpack(">25I", data[:100])
         size, width, height = header[0], header[4], header[5]
         order, bits, line, colours = header[7], header[11], header[12], header[19]
-        if bits not in (24, 32):
-            raise Failure(f"the screen has {bits} bits a pixel")
-        start = size + colours * 12
-        pixel = bits // 8
-        r, g, b = (2, 1, 0) if order == 0 else (pixel - 3, pixel - 2, pixel - 1)
-        rgb = bytearray(width * height * 3)
-        for y in range(height):
-            row = data[start + y * line:start + y * line + width * pixel]
-            rgb[y * width * 3 + 0:(y + 1) * width * 3:3] = row[r::pixel]
-            rgb[y * width * 3 + 1:(y + 1) * width * 3:3] = row[g::pixel]
-            rgb[y * width * 3 + 2:(y + 1) * width * 3:3] = row[b::pixel]
-        return Image(width, height, bytes(rgb))
+        if (order, bits) != (0, 32):
+            raise Failure(f"the screen has {bits} bits a pixel in order {order}")
+        pixels = data[size + colours * 12:][:height * line]
+        return Image(PIL.Image.frombytes("RGB", (width, height), pixels, "raw", "BGRX", line, 1))
+
+    @property
+    def rgb(self):
+        """Row after row, three bytes a pixel."""
+        return self.picture.tobytes()
 
     def crop(self, x, y, width, height):
-        rows = [self.rgb[(row * self.width + x) * 3:(row * self.width + x + width) * 3]
-                for row in range(y, y + height)]
-        return Image(width, height, b"".join(rows))
+        return Image(self.picture.crop((x, y, x + width, y + height)))
 
     def pixel(self, x, y):
-        start = (y * self.width + x) * 3
-        return tuple(self.rgb[start:start + 3])
-
-    def count(self, colour):
-        """How many pixels have exactly this colour."""
-        wanted = bytes(colour)
-        return sum(self.rgb[i:i + 3] == wanted for i in range(0, len(self.rgb), 3))
+        return self.picture.getpixel((x, y))
 
     def box(self, colours):
-        """The smallest (x, y, width, height) around the pixels of these colours, or None."""
-        wanted = {bytes(colour) for colour in colours}
-        found = [(i // 3 % self.width, i // 3 // self.width)
-                 for i in range(0, len(self.rgb), 3) if self.rgb[i:i + 3] in wanted]
-        if not found:
+        """The smallest (x, y, width, height) around the pixels of exactly these colours, or None."""
+        found = PIL.Image.new("L", self.picture.size)
+        for colour in colours:
+            other = PIL.ImageChops.difference(self.picture, PIL.Image.new("RGB", self.picture.size, colour))
+            furthest = functools.reduce(PIL.ImageChops.lighter, other.split())
+            found = PIL.ImageChops.lighter(found, furthest.point([255] + [0] * 255))
+        around = found.getbbox()
+        if around is None:
             return None
-        left, right = min(x for x, _ in found), max(x for x, _ in found)
-        top, bottom = min(y for _, y in found), max(y for _, y in found)
-        return left, top, right - left + 1, bottom - top + 1
+        left, top, right, bottom = around
+        return left, top, right - left, bottom - top
 
     def save(self, path):
-        rows = b"".join(b"\0" + self.rgb[y * self.width * 3:(y + 1) * self.width * 3]
-                        for y in range(self.height))
-
-        def chunk(kind, content):
-            return (struct.pack(">I", len(content)) + kind + content +
-                    struct.pack(">I", zlib.crc32(kind + content)))
-
-        with open(path, "wb") as file:
-            file.write(b"\x89PNG\r\n\x1a\n" +
-                       chunk(b"IHDR", struct.pack(">2I5B", self.width, self.height, 8, 2, 0, 0, 0)) +
-                       chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
+        self.picture.save(path)
 
 
 class Desktop:
