@@ -210,8 +210,8 @@ class Desktop:
         config = os.path.join(self.folder, "bus.conf")
         with open(config, "w", encoding="utf-8") as file:
             file.write(BUS_CONFIG.format(address="path=" + self.runtime + "/session-bus"))
-        self.bus = bus = self.spawn(["dbus-daemon", "--config-file", config, "--print-address", "--nofork"],
-                         stdout=subprocess.PIPE, text=True)
+        command = ["dbus-daemon", "--config-file", config, "--print-address", "--nofork"]
+        self.bus = bus = self.spawn(command, stdout=subprocess.PIPE, text=True)
         # Without the bus's own number, as a desktop's address is.
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip().split(",guid=")[0]
 

@@ -8,7 +8,7 @@ import subprocess
 import sys
 import time
 
-from cases import PALETTE, Load, Program, Skip, case, check, closed, equal, geometry, opened, wait_for_item
+from cases import PALETTE, Load, Program, Skip, case, check, closed, equal, geometry, opened
 from desktop import Desktop, Failure, wait_for
 
 try:
