@@ -87,7 +87,7 @@ int main(int, char** argv) {
     DittoArchive archive(childProcesses);
     CodesignSignature codeSignature(childProcesses);
     platform::MacosWorkspace workspace([&childProcesses](const std::string& installed) {
-        openInASecond(childProcesses, installed);
+        openAfterASecond(childProcesses, installed);
     });
     const platform::Services services{.machine = machine,
                                       .processes = processes,

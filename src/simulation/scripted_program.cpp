@@ -130,7 +130,7 @@ void ScriptedProgram::answerUpdateTools() {
     };
     answers["/bin/sh"] = [](const Arguments&) { return ChildResult{}; };
     simulated_.workspace.onRelaunch = [this](const std::string& bundle) {
-        openInASecond(simulated_.childProcesses, bundle);
+        openAfterASecond(simulated_.childProcesses, bundle);
     };
     simulated_.fileManager.onMove = [this](const std::string& from, const std::string& to) {
         return move(from, to);

@@ -34,7 +34,7 @@ bool CodesignSignature::verifyStrictly(const std::string& bundle, std::int64_t /
     return result && result->status == 0;
 }
 
-void openInASecond(platform::ChildProcesses& children, const std::string& bundle) {
+void openAfterASecond(platform::ChildProcesses& children, const std::string& bundle) {
     children.start("/bin/sh", {"-c", "sleep 1; open \"" + bundle + "\""});
 }
 

@@ -29,8 +29,8 @@ class CodesignSignature final : public platform::CodeSignature {
     platform::ChildProcesses& children_;
 };
 
-/// Has `/bin/sh` open the bundle in a second. The path is put between double quotes and not looked
-/// at further. Nothing waits, and a failure is silent.
-void openInASecond(platform::ChildProcesses& children, const std::string& bundle);
+/// Has `/bin/sh` wait for a second and then open the bundle. The path is put between double quotes
+/// and not looked at further. Nothing waits, and a failure is silent.
+void openAfterASecond(platform::ChildProcesses& children, const std::string& bundle);
 
 } // namespace korvel

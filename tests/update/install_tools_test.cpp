@@ -84,9 +84,9 @@ TEST(UpdateTools, OnlyTheDescriptionIsReadAndFromStandardError) {
     EXPECT_EQ(children.streams[2].standardError, ChildStream::discard);
 }
 
-TEST(OpenInASecond, LeavesItToAShellWithThePathBetweenQuotes) {
+TEST(OpenAfterASecond, LeavesItToAShellWithThePathBetweenQuotes) {
     SimulatedChildProcesses children;
-    openInASecond(children, "/Applications/My Korvel.app");
+    openAfterASecond(children, "/Applications/My Korvel.app");
     EXPECT_THAT(
         children.runs,
         ElementsAre(Asked{"/bin/sh", {"-c", "sleep 1; open \"/Applications/My Korvel.app\""}}));
