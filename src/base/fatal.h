@@ -4,7 +4,7 @@
 
 namespace korvel {
 
-/// Ends the process at once, without a word. For the few states that must not be carried on with: a
+/// Ends the process at once and prints nothing. For the few states in which it must not go on: a
 /// kernel counter that ran backwards, a number with no integer, a malformed history row.
 [[noreturn]] void fatal();
 

@@ -10,7 +10,7 @@
 namespace korvel {
 
 std::vector<ProcInfo> Metrics::topProcesses(int limit) const {
-    // Below this a process is not worth naming, and there are many.
+    // Smaller processes are not listed: there are many, and a name costs a call.
     constexpr double kSmallestListedGB = 0.05;
     if (limit < 0) {
         fatal();

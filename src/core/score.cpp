@@ -55,7 +55,7 @@ double thermalHealth(ThermalState thermal) {
     case ThermalState::critical:
         return 0;
     }
-    return 100; // a state of no known meaning is not held against the machine
+    return 100; // a state whose meaning is not known costs no points
 }
 
 std::vector<ScoreFactor> makeFactors(const Snapshot& s) {
@@ -118,11 +118,11 @@ std::vector<std::string> makeAlerts(const Snapshot& s) {
 } // namespace
 
 void Metrics::score(Snapshot& snapshot) {
-    /// The most that a machine can score while one process eats it, which no factor measures.
+    /// The highest score while there is a runaway process, which no factor measures.
     constexpr double kRunawayCap = 45;
 
     snapshot.factors = makeFactors(snapshot);
-    // Added in the order of making: after the sort the last bits could differ.
+    // Added before the factors are sorted: in another order the last bits could differ.
     double raw = 0;
     for (const ScoreFactor& factor : snapshot.factors) {
         raw += factor.health * factor.weight;

@@ -16,7 +16,7 @@ constexpr const char* kOnKey = "awakeOn";
 constexpr const char* kUntilKey = "awakeUntil";
 constexpr const char* kAssertionName = "Korvel keep awake";
 constexpr double kSecondsPerMinute = 60;
-/// Seconds; an end that is past is still met on a later turn.
+/// Seconds; also for an end that is past, so that the period ends on a later turn, not at once.
 constexpr double kShortestInterval = 1.0;
 /// Seconds; what is left of a period must be more than this to be taken up at launch.
 constexpr double kLeastWorthRestoring = 30;
@@ -125,7 +125,7 @@ void Awake::restore() {
 
 std::string Awake::remainingLabel() const {
     if (*until) {
-        // No clock is so far off; a stored date may be.
+        // A stored date may be any number; this one still fits an integer.
         constexpr double kMostMinutes = 1e15;
         const double minutes = std::min((**until - clock_.now()) / kSecondsPerMinute, kMostMinutes);
         const std::int64_t shown = std::max<std::int64_t>(checkedInt(minutes) + 1, 0);

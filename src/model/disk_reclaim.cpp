@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* kBash = "/bin/bash";
 
-/// What stands between spaces.
+/// The parts of a line between spaces, without empty ones.
 std::vector<std::string_view> wordsOf(std::string_view line) {
     std::vector<std::string_view> words;
     while (!line.empty()) {
@@ -30,7 +30,7 @@ std::vector<std::string_view> wordsOf(std::string_view line) {
     return words;
 }
 
-/// A script that cannot be run says as much as one that prints nothing.
+/// What the script prints; "" when it cannot be run or prints anything but UTF-8.
 std::string run(platform::ChildProcesses& children, const std::vector<std::string>& arguments) {
     const auto result = children.run(kBash, arguments, {});
     return result && isUtf8(result->output) ? result->output : std::string();

@@ -19,7 +19,7 @@ constexpr const char* kLastNotifiedAtKey = "lastNotifiedAt";
 
 constexpr double kQuietAfterLaunch = 120; // seconds; a machine that starts up is always slow
 constexpr double kLeastInterval = 900;    // seconds between two notifications
-constexpr std::int64_t kLowScore = 55;    // below this a machine is worth a word
+constexpr std::int64_t kLowScore = 55;    // at or above this nothing is told
 constexpr std::int64_t kClearDrop = 12;   // points below what was last told
 constexpr std::int64_t kNeverTold = 100;  // stands for an absent score, and for a stored 0
 
@@ -58,7 +58,7 @@ void ScoreNotifications::maybeNotify(const Snapshot& snapshot) {
                              bodyOf(snapshot)});
         return;
     }
-    // The level follows the score up, so that the next word needs a fresh fall.
+    // What was last told follows the score up, so that only a new fall is told again.
     if (snapshot.score > last) {
         defaults_.set(kLastNotifiedScoreKey, snapshot.score);
     }

@@ -54,7 +54,7 @@ void Model::quit(const ProcInfo& process) {
         return;
     }
     processes_.terminate(process.id);
-    // Holds the model strongly: the sample is owed to the user who pressed the button.
+    // Holds the model strongly, so that the sample is taken even if nobody else holds it.
     runLoop_.after(kRefreshAfterQuit, [self = shared_from_this()] { self->refresh(); });
 }
 

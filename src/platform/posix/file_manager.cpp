@@ -22,7 +22,7 @@ std::string withoutSlashAtEnd(std::string path) {
     return path;
 }
 
-/// Ends in a slash, or is empty where the path is but a name.
+/// The part of the path up to its last slash, with it; empty when there is none.
 std::string folderOf(const std::string& path) {
     return path.substr(0, path.rfind('/') + 1);
 }
@@ -139,7 +139,7 @@ Status<std::errc> PosixFileManager::moveToOtherVolume(const std::string& from,
     const std::string original = hiddenBeside(from);
     moved = renameToFree(from, original);
     if (!moved) {
-        // Away from the new path in one step, as it came there.
+        // Moved away from the new path first, so that it is never half there while it is removed.
         removeTree(renameToFree(to, copy) ? copy : to, {});
         return moved;
     }

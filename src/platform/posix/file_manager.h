@@ -11,7 +11,7 @@ namespace korvel::platform {
 /// A move to another volume is a copy under a hidden name beside the new path, which is given the
 /// new path when it is whole; then the original is given a hidden name beside the old path, and is
 /// removed. So a program that is killed on the way leaves the whole of it under the old path, the
-/// new one or both, and what is under either is never half there. What it may leave besides is a
+/// new one or both, and never a part of it under either. What it may leave besides is a
 /// hidden file or folder whose name ends in ".korvel-" and a number.
 class PosixFileManager final : public FileManager {
   public:

@@ -7,7 +7,7 @@
 
 namespace korvel::platform {
 
-/// A bundle that is only talked about.
+/// A bundle whose answers are set by hand; there is none on any disk.
 class SimulatedBundle final : public Bundle {
   public:
     std::string location = "/Applications/Korvel.app";

@@ -31,7 +31,7 @@ class SimulatedChildProcesses final : public ChildProcesses {
 
     std::optional<ChildResult> run(const std::string& executable, const Arguments& arguments,
                                    ChildStreams streams) override;
-    /// Asked for in the same way; the answer's text and status are nobody's.
+    /// Answered in the same way; what the child prints and its status are not looked at.
     bool start(const std::string& executable, const Arguments& arguments) override;
 };
 

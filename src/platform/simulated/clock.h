@@ -7,7 +7,7 @@
 
 namespace korvel::platform {
 
-/// A wall clock that goes with a simulated run loop, or, without one, only when it is turned.
+/// A wall clock that advances with a simulated run loop or, without one, only when it is turned.
 class SimulatedClock final : public Clock, public Logging {
   public:
     explicit SimulatedClock(Date start = kSimulatedStart) : base_(start) {}
@@ -19,7 +19,7 @@ class SimulatedClock final : public Clock, public Logging {
         return base_ + elapsed();
     }
 
-    /// Sets the clock, forth or back.
+    /// Sets the clock, forward or back.
     void set(Date date) { base_ = date - elapsed(); }
 
     /// Moves the clock by so many seconds, which may be negative.

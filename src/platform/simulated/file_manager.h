@@ -13,7 +13,7 @@
 
 namespace korvel::platform {
 
-/// Folders that are hardly more than their names, beside the files that live in memory.
+/// Folders in memory, kept by their paths and listings alone, beside the simulated files.
 class SimulatedFileManager final : public FileManager, public Logging {
   public:
     explicit SimulatedFileManager(SimulatedFiles& files) : files_(files) {}

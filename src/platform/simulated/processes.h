@@ -20,8 +20,8 @@ struct SimulatedProcess {
     std::optional<std::string> vmmap;
 };
 
-/// A process table that stands still. A process that was asked to end stays in it until the table
-/// is changed, as one does that takes its time or refuses.
+/// A process table that only its owner changes. A process that was asked to end stays in it until
+/// then, as one does that takes its time or refuses.
 class SimulatedProcesses final : public Processes, public Logging {
   public:
     std::vector<SimulatedProcess> table;

@@ -17,7 +17,7 @@ struct SimulatedRunLoop::Scheduled {
     bool countsSleep = false;
     std::uint64_t fired = 0;
 
-    /// Multiplied, not added up: a tenth of a second stays one after a day.
+    /// Multiplied, not added up, so that rounding errors do not grow with each firing.
     double due() const { return madeAt + static_cast<double>(fired + 1) * interval; }
 };
 
@@ -26,7 +26,7 @@ class SimulatedRunLoop::OwnedTimer final : public Timer {
     explicit OwnedTimer(std::shared_ptr<Scheduled> scheduled) : scheduled_(std::move(scheduled)) {}
     OwnedTimer(const OwnedTimer&) = delete;
     OwnedTimer& operator=(const OwnedTimer&) = delete;
-    // The work itself stays until it is due: it may be what is running now.
+    // The work itself is kept until it is due, because it may be what is running now.
     ~OwnedTimer() override { scheduled_->cancelled = true; }
 
   private:
@@ -125,7 +125,7 @@ std::shared_ptr<SimulatedRunLoop::Scheduled> SimulatedRunLoop::schedule(double s
 }
 
 void SimulatedRunLoop::clear() {
-    // What goes may queue more as it goes, so all is taken out first.
+    // Destroying the work may queue more of it, so all is taken out first.
     const auto events = std::exchange(events_, {});
     const auto background = std::exchange(background_, {});
     const auto arrivals = std::exchange(arrivals_, {});

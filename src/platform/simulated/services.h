@@ -44,7 +44,7 @@ struct SimulatedServices {
     SimulatedWorkspace workspace;
 
     SimulatedServices() = default;
-    /// Work that is still to run may hold what uses the services.
+    /// Queued work may hold objects that use the services, so it is dropped first.
     ~SimulatedServices() { runLoop.clear(); }
     SimulatedServices(const SimulatedServices&) = delete;
     SimulatedServices& operator=(const SimulatedServices&) = delete;
