@@ -1,10 +1,6 @@
 #include "tools/local_machine.h"
 
-#include <optional>
-
 #include <QCoreApplication>
-
-#include <fmt/format.h>
 
 #include "core/metrics.h"
 #include "platform/linux/kernel/linux_machine.h"

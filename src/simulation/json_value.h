@@ -26,7 +26,6 @@ class JsonValue {
     explicit JsonValue(simdjson::dom::element root) : element_(root) {}
 
     bool isNull() const { return element_.is_null(); }
-    bool isObject() const { return element_.is_object(); }
 
     /// The value as that type. Each throws when it is of another type.
     double number() const;

@@ -1,6 +1,5 @@
 #include "base/lines.h"
 
-#include <string>
 #include <vector>
 
 #include <gmock/gmock.h>

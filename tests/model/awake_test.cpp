@@ -1,7 +1,6 @@
 #include "model/awake.h"
 
 #include <limits>
-#include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,3 @@
-#include <string>
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>

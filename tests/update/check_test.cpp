@@ -1,5 +1,4 @@
 #include <memory>
-#include <ostream>
 #include <string>
 #include <vector>
 

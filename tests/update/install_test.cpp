@@ -1,10 +1,8 @@
 #include <cerrno>
 #include <memory>
-#include <ostream>
 #include <string>
 #include <vector>
 
-#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

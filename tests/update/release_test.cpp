@@ -1,7 +1,6 @@
 #include "update/release.h"
 
 #include <limits>
-#include <ostream>
 
 #include <gtest/gtest.h>
 

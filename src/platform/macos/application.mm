@@ -2,8 +2,6 @@
 
 #import <AppKit/AppKit.h>
 
-#include <utility>
-
 namespace korvel::platform {
 
 void becomeAccessory() {

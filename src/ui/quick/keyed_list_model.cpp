@@ -1,7 +1,6 @@
 #include "ui/quick/keyed_list_model.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace korvel {
 

@@ -1,6 +1,5 @@
 #include "platform/qt/user_defaults.h"
 
-#include <cmath>
 #include <limits>
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
 #include "ui/content/metric_rows.h"
 
-#include <cmath>
 #include <limits>
 
 #include <gmock/gmock.h>

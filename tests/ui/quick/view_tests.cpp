@@ -1,7 +1,5 @@
 // Runs the tst_*.qml of this folder on the program's own views.
 
-#include <memory>
-
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QtQuickTest>

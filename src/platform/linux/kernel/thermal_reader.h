@@ -4,7 +4,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "platform/linux/kernel/kept_directory.h"
 #include "platform/linux/kernel/kept_file.h"

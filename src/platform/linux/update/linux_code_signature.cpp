@@ -1,8 +1,5 @@
 #include "platform/linux/update/linux_code_signature.h"
 
-#include <map>
-#include <string_view>
-
 #include <fmt/format.h>
 
 #include "platform/linux/update/bundle_manifest.h"

@@ -3,7 +3,6 @@
 #include <clocale>
 #include <cstdlib>
 #include <memory>
-#include <optional>
 
 #include <archive.h>
 #include <archive_entry.h>

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include <QDBusConnection>
 #include <QFile>
 #include <QProcess>

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <csignal>
 #include <functional>
-#include <memory>
 #include <thread>
 
 #include <QCoreApplication>

@@ -1,7 +1,5 @@
 // Against the manager on the session bus; run by systemd_user_test.
 
-#include <string>
-
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>

@@ -1,4 +1,3 @@
-#include <functional>
 #include <limits>
 
 #include <fmt/format.h>

@@ -1,7 +1,6 @@
 #include "platform/linux/update/info_plist.h"
 
 #include <cstdint>
-#include <memory>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
 #include "platform/linux/update/signing_kit.h"
 
-#include <array>
 #include <stdexcept>
 
 #include <openssl/cms.h>
