@@ -20,6 +20,7 @@
 #include "platform/linux/update/update_root.h"
 #include "platform/linux/update/zip_archive.h"
 #include "platform/posix/files.h"
+#include "report/fault_words.h"
 
 namespace {
 
@@ -58,16 +59,16 @@ int writeManifestOf(const std::string& bundle) {
     const fs::path file = fs::path(bundle) / kManifestPath;
     fs::create_directory(file.parent_path(), error);
 
-    std::string why;
-    auto found = scanBundle(bundle, why);
+    auto found = scanBundle(bundle);
     if (!found) {
-        return fail(why);
+        return fail(korvel::wordsOf(found.error()));
     }
     const auto text =
         writeManifest({valueOf("CFBundleIdentifier"), valueOf("CFBundleShortVersionString"),
-                       buildOf(valueOf("CFBundleVersion")).value_or(0), std::move(*found)});
+                       buildOf(valueOf("CFBundleVersion")).value_or(0), *std::move(found)});
     if (!text) {
-        return fail("Contents/Info.plist: its identifier, version or build is not as it is to be");
+        const bool isDescription = text.error().code == BundleFault::descriptionUnfit;
+        return fail((isDescription ? "Contents/Info.plist: " : "") + korvel::wordsOf(text.error()));
     }
     if (!PosixFiles().write(file.string(), *text)) {
         return fail(fmt::format("{}: cannot be written", kManifestPath));
@@ -89,13 +90,13 @@ int verify(const std::string& bundle, std::int64_t build, std::string rootPem) {
     LinuxCodeSignature signature(options);
     // Both steps that the program takes.
     const std::string description = signature.describe(bundle).value_or("");
-    auto fault = signature.fault(bundle, build);
-    if (!fault &&
-        description.find("TeamIdentifier=" + options.teamIdentifier) == std::string::npos) {
-        fault = "the description does not name the team";
+    const auto verified = signature.verifyStrictly(bundle, build);
+    if (!verified) {
+        fmt::print("refused: {}\n", korvel::wordsOf(verified.error()));
+        return kRefused;
     }
-    if (fault) {
-        fmt::print("refused: {}\n", *fault);
+    if (description.find("TeamIdentifier=" + options.teamIdentifier) == std::string::npos) {
+        fmt::print("refused: the description does not name the team\n");
         return kRefused;
     }
     fmt::print("good: {}, build {}, signed by {}\n", options.identifier, build,
@@ -134,9 +135,10 @@ int main(int argc, char** argv) {
         return verifyWords(words);
     }
     if (command == "unpack" && words.size() == 3) {
-        return ZipArchive().unpack(words[1], words[2])
-                   ? 0
-                   : fail(fmt::format("{}: could not be unpacked", words[1]));
+        const auto unpacked = ZipArchive().unpack(words[1], words[2]);
+        return unpacked ? 0
+                        : fail(fmt::format("{}: could not be unpacked: {}", words[1],
+                                           korvel::wordsOf(unpacked.error())));
     }
     return fail(kUsage, kWrongUsage);
 }

@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/bundle_fault.h"
+
 namespace korvel::platform {
 
 /// Signatures of program bundles. Blocks.
@@ -15,9 +17,9 @@ class CodeSignature {
     /// when it is not signed. Tells nothing of whether the signature is good.
     virtual std::optional<std::string> describe(const std::string& bundle) = 0;
 
-    /// Whether the signature is good and covers all that is in the bundle. Where the signature
+    /// Checks that the signature is good and covers all that is in the bundle. Where the signature
     /// binds the build, it must be `build`.
-    virtual bool verifyStrictly(const std::string& bundle, std::int64_t build) = 0;
+    virtual Status<BundleFault> verifyStrictly(const std::string& bundle, std::int64_t build) = 0;
 };
 
 } // namespace korvel::platform

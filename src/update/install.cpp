@@ -170,7 +170,7 @@ void Updater::install(const Release& release, const WorkDirectory& work) {
 bool Updater::verifySignature(const std::string& bundle, std::int64_t build) {
     const std::optional<std::string> text = codeSignature_.describe(bundle);
     return text && text->find("TeamIdentifier=" + teamID) != std::string::npos &&
-           codeSignature_.verifyStrictly(bundle, build);
+           bool(codeSignature_.verifyStrictly(bundle, build));
 }
 
 std::optional<std::string> Updater::swap(const std::string& bundle, const WorkDirectory& work) {

@@ -4,6 +4,8 @@
 
 namespace korvel {
 
+using platform::ArchiveFault;
+using platform::BundleFault;
 using platform::ChildStream;
 
 namespace {
@@ -13,10 +15,13 @@ constexpr const char* kCodesign = "/usr/bin/codesign";
 
 } // namespace
 
-bool DittoArchive::unpack(const std::string& archive, const std::string& folder) {
+Status<ArchiveFault> DittoArchive::unpack(const std::string& archive, const std::string& folder) {
     const auto result = children_.run("/usr/bin/ditto", {"-x", "-k", archive, folder}, kNothing);
     // A tool that does not start leaves the folder empty, which is found out next.
-    return !result || result->status == 0;
+    if (result && result->status != 0) {
+        return Error{ArchiveFault::toolFailed, "", std::to_string(result->status)};
+    }
+    return {};
 }
 
 std::optional<std::string> CodesignSignature::describe(const std::string& bundle) {
@@ -28,10 +33,14 @@ std::optional<std::string> CodesignSignature::describe(const std::string& bundle
     return isUtf8(result->output) ? result->output : std::string();
 }
 
-bool CodesignSignature::verifyStrictly(const std::string& bundle, std::int64_t /*build*/) {
+Status<BundleFault> CodesignSignature::verifyStrictly(const std::string& bundle,
+                                                      std::int64_t /*build*/) {
     const auto result =
         children_.run(kCodesign, {"--verify", "--deep", "--strict", bundle}, kNothing);
-    return result && result->status == 0;
+    if (!result) {
+        return Error{BundleFault::noTool};
+    }
+    return result->status == 0 ? Status<BundleFault>() : Error{BundleFault::refusedByTool};
 }
 
 void openAfterASecond(platform::ChildProcesses& children, const std::string& bundle) {

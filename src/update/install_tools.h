@@ -12,7 +12,8 @@ namespace korvel {
 class DittoArchive final : public platform::Archive {
   public:
     explicit DittoArchive(platform::ChildProcesses& children) : children_(children) {}
-    bool unpack(const std::string& archive, const std::string& folder) override;
+    Status<platform::ArchiveFault> unpack(const std::string& archive,
+                                          const std::string& folder) override;
 
   private:
     platform::ChildProcesses& children_;
@@ -23,7 +24,8 @@ class CodesignSignature final : public platform::CodeSignature {
   public:
     explicit CodesignSignature(platform::ChildProcesses& children) : children_(children) {}
     std::optional<std::string> describe(const std::string& bundle) override;
-    bool verifyStrictly(const std::string& bundle, std::int64_t build) override;
+    Status<platform::BundleFault> verifyStrictly(const std::string& bundle,
+                                                 std::int64_t build) override;
 
   private:
     platform::ChildProcesses& children_;

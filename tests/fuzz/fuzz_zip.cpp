@@ -61,7 +61,7 @@ void fuzz(std::string_view bytes) {
     const fs::path out = folder.path() / "out";
     std::ofstream(archive, std::ios::binary | std::ios::trunc) << bytes;
     fs::create_directory(out);
-    const bool unpacked = korvel::platform::ZipArchive().unpack(archive, out);
+    const auto unpacked = korvel::platform::ZipArchive().unpack(archive, out);
     std::size_t entries = 0;
     std::uintmax_t found = 0;
     for (const auto& entry : fs::recursive_directory_iterator(out)) {

@@ -75,7 +75,7 @@ FILES = {
     ],
     r"tools/local_machine_macos\.cpp": ["tools", "report", "platform/macos", "platform/posix", *CORE],
     # What it makes is read by that room, from the same tables.
-    r"tools/korvel_release\.cpp": ["platform/linux/update whole", "platform/posix", *PLATFORM],
+    r"tools/korvel_release\.cpp": ["platform/linux/update whole", "platform/posix", "report", *PLATFORM],
     r"tools/(korvel_icons\.cpp|icons/[a-z_]+\.(cpp|h))": ["tools", "ui/content", *BASE],
     r"tools/(korvel_demo\.cpp|demo/[a-z_]+\.(cpp|h))": [
         "tools", "simulation", "app", "app/main_popover_linux.h", "platform/simulated",
@@ -91,6 +91,7 @@ FILES = {
 TESTS = {
     "tests": ["platform/posix"],
     "tests/platform/linux/session": ["app", *CONTENT],  # the icon of the score of a title
+    "tests/platform/linux/update": ["report"],  # the words of what is refused
     "tests/platform/macos": CORE,
     "tests/report": ["platform/posix"],
     "tests/model": ["update", "platform/posix"],

@@ -14,6 +14,7 @@ namespace korvel {
 
 namespace {
 
+using platform::BundleFault;
 using platform::CallLog;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -191,7 +192,7 @@ TEST_F(Install, TheDigestIsComparedExactly) {
 }
 
 TEST_F(Install, WhatCannotBeUnpackedEndsBeforeItsSignatureIsLookedAt) {
-    simulated.archive.unpacks = false;
+    simulated.archive.unpacked = Error{platform::ArchiveFault::damaged, "Korvel.app/Contents"};
     expectFailure("Update could not be unpacked");
     for (const std::string& call : log) {
         EXPECT_FALSE(call.starts_with("describe "));
@@ -235,7 +236,8 @@ TEST_F(Install, TheSignatureIsTheTeamsAndStrict) {
     };
     for (const auto& row : cases) {
         simulated.codeSignature.description = row.description;
-        simulated.codeSignature.strict = row.strict;
+        simulated.codeSignature.verified =
+            row.strict ? Status<BundleFault>() : Error{BundleFault::changed, "Contents/x"};
         states.clear();
         install();
         EXPECT_EQ(states.back(), row.accepted ? kReady : failed(kMessage))

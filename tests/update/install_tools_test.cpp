@@ -40,7 +40,8 @@ TEST(DittoArchive, ItsExitStatusDecides) {
     EXPECT_TRUE(archive.unpack("/w/update.zip", "/w/out"));
     for (const int status : {1, 2, 255, -9}) {
         answer(children, "/usr/bin/ditto", {"", status});
-        EXPECT_FALSE(archive.unpack("/w/update.zip", "/w/out")) << status;
+        EXPECT_EQ(archive.unpack("/w/update.zip", "/w/out"),
+                  (Error{platform::ArchiveFault::toolFailed, "", std::to_string(status)}));
     }
 }
 
@@ -61,19 +62,19 @@ TEST(CodesignSignature, IsDescribedByWhatTheToolSaysOfIt) {
 TEST(CodesignSignature, IsVerifiedByTheToolsExitStatus) {
     SimulatedChildProcesses children;
     CodesignSignature signature(children);
-    EXPECT_FALSE(signature.verifyStrictly("/w/K.app", 7)) << "no tool";
+    EXPECT_EQ(signature.verifyStrictly("/w/K.app", 7), Error{platform::BundleFault::noTool});
     EXPECT_THAT(children.runs, ElementsAre(Asked{"/usr/bin/codesign",
                                                  {"--verify", "--deep", "--strict", "/w/K.app"}}));
     answer(children, "/usr/bin/codesign", {"", 0});
     EXPECT_TRUE(signature.verifyStrictly("/w/K.app", 7));
     answer(children, "/usr/bin/codesign", {"", 3});
-    EXPECT_FALSE(signature.verifyStrictly("/w/K.app", 7));
+    EXPECT_EQ(signature.verifyStrictly("/w/K.app", 7), Error{platform::BundleFault::refusedByTool});
 }
 
 TEST(UpdateTools, OnlyTheDescriptionIsReadAndFromStandardError) {
     using platform::ChildStream;
     StreamsOf children;
-    DittoArchive(children).unpack("a", "b");
+    static_cast<void>(DittoArchive(children).unpack("a", "b"));
     static_cast<void>(CodesignSignature(children).describe("a"));
     static_cast<void>(CodesignSignature(children).verifyStrictly("a", 1));
     ASSERT_EQ(children.streams.size(), 3U);

@@ -19,15 +19,15 @@ class SimulatedArchive final : public Archive, public Logging {
     explicit SimulatedArchive(SimulatedFileManager& files) : files_(files) {}
 
     std::vector<std::string> entries{"Korvel.app"};
-    bool unpacks = true;
+    Status<ArchiveFault> unpacked; ///< what comes of it
 
-    bool unpack(const std::string& archive, const std::string& folder) override {
+    Status<ArchiveFault> unpack(const std::string& archive, const std::string& folder) override {
         note("unpack " + archive + " " + folder);
         files_.listings[folder] = entries;
         for (const std::string& entry : entries) {
             files_.folders.insert(folder + "/" + entry);
         }
-        return unpacks;
+        return unpacked;
     }
 
   private:
@@ -38,15 +38,15 @@ class SimulatedArchive final : public Archive, public Logging {
 class SimulatedSignature final : public CodeSignature, public Logging {
   public:
     std::optional<std::string> description = "TeamIdentifier=7QX4D1K9WB\n";
-    bool strict = true;
+    Status<BundleFault> verified; ///< what comes of a strict look
 
     std::optional<std::string> describe(const std::string& bundle) override {
         note("describe " + bundle);
         return description;
     }
-    bool verifyStrictly(const std::string& bundle, std::int64_t build) override {
+    Status<BundleFault> verifyStrictly(const std::string& bundle, std::int64_t build) override {
         note("verifyStrictly " + bundle + " " + std::to_string(build));
-        return strict;
+        return verified;
     }
 };
 

@@ -42,23 +42,39 @@ bool isPlainMode(const BundleEntry& entry) {
     return (entry.mode & ~kMost) == 0 && (entry.mode & least) == least;
 }
 
-std::string entryFault(const BundleTree& tree, const std::string& path, const BundleEntry& entry) {
+/// `bytes` are those of the files before it, to which its own are added.
+Status<BundleFault> checkEntry(const BundleTree& tree, const std::string& path,
+                               const BundleEntry& entry, std::uint64_t& bytes) {
     if (path == ".") {
-        return entry.kind == BundleEntryKind::folder ? "" : "is no folder";
+        if (entry.kind != BundleEntryKind::folder) {
+            return Error{BundleFault::notAFolder, path};
+        }
+    } else if (!isPlainRelativePath(path) || path.back() == '/') {
+        return Error{BundleFault::notAPlainPath, path};
+    } else if (path == kManifestPath || path == kManifestSignaturePath) {
+        return Error{BundleFault::ofSignature, path};
+    } else {
+        const std::size_t slash = path.rfind('/');
+        const auto parent = tree.find(slash == std::string::npos ? "." : path.substr(0, slash));
+        if (parent == tree.end() || parent->second.kind != BundleEntryKind::folder) {
+            return Error{BundleFault::inNoFolder, path};
+        }
     }
-    if (!isPlainRelativePath(path) || path.back() == '/') {
-        return "is no plain path";
+    if (entry.kind == BundleEntryKind::link) {
+        return linkStaysInside(path, entry.target) ? Status<BundleFault>()
+                                                   : Error{BundleFault::leavesBundle, path};
     }
-    if (path == kManifestPath || path == kManifestSignaturePath) {
-        return "is part of the signature";
+    if (!isPlainMode(entry)) {
+        return Error{BundleFault::badMode, path, fmt::format("{:o}", entry.mode)};
     }
-    const std::size_t slash = path.rfind('/');
-    const auto parent = tree.find(slash == std::string::npos ? "." : path.substr(0, slash));
-    if (parent == tree.end() || parent->second.kind != BundleEntryKind::folder) {
-        return "lies in no folder";
-    }
-    if (entry.kind == BundleEntryKind::link && !linkStaysInside(path, entry.target)) {
-        return "is a link that leaves the bundle";
+    if (entry.kind == BundleEntryKind::file) {
+        if (!isDigest(entry.sha256)) {
+            return Error{BundleFault::noDigest, path};
+        }
+        if (entry.size > kMostBundleBytes - bytes) {
+            return Error{BundleFault::tooLarge, path};
+        }
+        bytes += entry.size;
     }
     return {};
 }
@@ -133,68 +149,58 @@ std::optional<std::string_view> takeValue(std::string_view& text, std::string_vi
 
 } // namespace
 
-std::string treeFault(const BundleTree& tree) {
+Status<BundleFault> checkTree(const BundleTree& tree) {
     if (tree.find(".") == tree.end()) {
-        return ".: is missing";
+        return Error{BundleFault::missing, "."};
     }
     if (tree.size() > kMostBundleEntries) {
-        return ".: holds too many files";
+        return Error{BundleFault::holdsTooMuch, "."};
     }
     std::uint64_t bytes = 0;
     for (const auto& [path, entry] : tree) {
-        std::string fault = entryFault(tree, path, entry);
-        if (fault.empty() && entry.kind != BundleEntryKind::link && !isPlainMode(entry)) {
-            fault = fmt::format("has the mode {:o}", entry.mode);
-        }
-        if (fault.empty() && entry.kind == BundleEntryKind::file) {
-            if (!isDigest(entry.sha256)) {
-                fault = "has no digest";
-            } else if (entry.size > kMostBundleBytes - bytes) {
-                fault = "makes the bundle too large";
-            } else {
-                bytes += entry.size;
-            }
-        }
-        if (!fault.empty()) {
-            return fmt::format("{}: {}", path, fault);
+        if (Status<BundleFault> checked = checkEntry(tree, path, entry, bytes); !checked) {
+            return checked;
         }
     }
     return {};
 }
 
-std::optional<std::string> writeManifest(const BundleManifest& manifest) {
+Result<std::string, BundleFault> writeManifest(const BundleManifest& manifest) {
     constexpr std::size_t kLongestIdentifier = 255;
     constexpr std::size_t kLongestVersion = 64;
     if (!isWord(manifest.identifier, kLongestIdentifier, ".-") ||
-        !isWord(manifest.version, kLongestVersion, ".-+") || manifest.build < 1 ||
-        !treeFault(manifest.entries).empty()) {
-        return std::nullopt;
+        !isWord(manifest.version, kLongestVersion, ".-+") || manifest.build < 1) {
+        return Error{BundleFault::descriptionUnfit};
+    }
+    if (const Status<BundleFault> checked = checkTree(manifest.entries); !checked) {
+        return checked.error();
     }
     std::string text = fmt::format("{}\nidentifier\t{}\nversion\t{}\nbuild\t{}\n", kFirstLine,
                                    manifest.identifier, manifest.version, manifest.build);
     for (const auto& [path, entry] : manifest.entries) {
         text += line(path, entry);
         if (text.size() > kLargestManifest) {
-            return std::nullopt;
+            return Error{BundleFault::manifestTooLarge};
         }
     }
     return text;
 }
 
-std::optional<BundleManifest> readManifest(std::string_view text) {
+Result<BundleManifest, BundleFault> readManifest(std::string_view text) {
+    const Error malformed{BundleFault::manifestMalformed};
     if (text.size() > kLargestManifest) {
-        return std::nullopt;
+        return malformed;
     }
     std::string_view rest = text;
     if (takeLine(rest) != kFirstLine) {
-        return std::nullopt;
+        return malformed;
     }
     const auto identifier = takeValue(rest, "identifier");
     const auto version = identifier ? takeValue(rest, "version") : std::nullopt;
     const auto build = version ? takeValue(rest, "build") : std::nullopt;
     BundleManifest manifest;
     if (!build || !readNumber(*build, kDecimal, manifest.build)) {
-        return std::nullopt;
+        return malformed;
     }
     manifest.identifier = *identifier;
     manifest.version = *version;
@@ -202,12 +208,12 @@ std::optional<BundleManifest> readManifest(std::string_view text) {
         const auto next = takeLine(rest);
         if (!next || manifest.entries.size() == kMostBundleEntries ||
             !readEntry(*next, manifest.entries)) {
-            return std::nullopt;
+            return malformed;
         }
     }
     // Order, leading zeros and all else that could be written in two ways is settled here.
-    if (writeManifest(manifest) != text) {
-        return std::nullopt;
+    if (const auto written = writeManifest(manifest); !written || *written != text) {
+        return malformed;
     }
     return manifest;
 }

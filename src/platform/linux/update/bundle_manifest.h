@@ -2,9 +2,10 @@
 
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
+
+#include "platform/bundle_fault.h"
 
 namespace korvel::platform {
 
@@ -55,15 +56,16 @@ constexpr std::size_t kLargestManifest = std::size_t{8} << 20; ///< bytes of tex
 constexpr std::size_t kMostBundleEntries = 20000;
 constexpr std::uint64_t kMostBundleBytes = std::uint64_t{1} << 30; ///< of all files together
 
-/// Why the tree is none that is signed, as "PATH: reason"; empty when it is one. Refused are paths
-/// that are not plain, entries outside a folder of the tree, other modes than above, links that
-/// leave the bundle, and what passes the bounds.
-std::string treeFault(const BundleTree& tree);
+/// Whether the tree is one that is signed. Refused are paths that are not plain, entries outside a
+/// folder of the tree, other modes than above, links that leave the bundle, and what passes the
+/// bounds.
+Status<BundleFault> checkTree(const BundleTree& tree);
 
-/// The text; nullopt when a field is not as described, or the tree has a fault.
-std::optional<std::string> writeManifest(const BundleManifest& manifest);
+/// The text. An error is descriptionUnfit when a field is not as described, manifestTooLarge, or
+/// what is wrong with the tree.
+Result<std::string, BundleFault> writeManifest(const BundleManifest& manifest);
 
-/// Reads what `writeManifest` wrote; nullopt for all other bytes.
-std::optional<BundleManifest> readManifest(std::string_view text);
+/// Reads what `writeManifest` wrote; all other bytes are manifestMalformed.
+Result<BundleManifest, BundleFault> readManifest(std::string_view text);
 
 } // namespace korvel::platform

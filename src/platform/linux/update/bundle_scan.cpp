@@ -60,53 +60,49 @@ FileDescriptor openIn(int folder, const char* name, int flags) {
         ::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | flags));
 }
 
-/// Why the opened file is not one to take in; empty when it is.
-std::string fileFault(int file, struct stat& facts) {
+/// Whether the opened file, which has this path in the bundle, is one to take in.
+Status<BundleFault> checkFile(int file, std::string_view path, struct stat& facts) {
     if (::fstat(file, &facts) != 0) {
-        return "cannot be read";
+        return Error{BundleFault::unreadable, std::string(path)};
     }
     if (!S_ISREG(facts.st_mode)) {
-        return "is neither file, folder nor link";
+        return Error{BundleFault::notAFile, std::string(path)};
     }
-    // Through the other name it could be written after it was looked at.
-    return facts.st_nlink == 1 ? "" : "is a hard link";
+    if (facts.st_nlink != 1) { // through the other name it could be written after it was looked at
+        return Error{BundleFault::hardLink, std::string(path)};
+    }
+    return {};
 }
 
 class Scan {
   public:
     /// Lists what is in the folder, whose path is given with a slash at the end, or is empty.
-    bool folder(int descriptor, const std::string& prefix) {
+    Status<BundleFault> folder(int descriptor, const std::string& prefix) {
         const auto names = folderNames(descriptor, kMostBundleEntries);
         if (!names) {
-            return fail(prefix + ".", "cannot be listed");
+            return Error{BundleFault::unlistable, prefix + "."};
         }
         for (const std::string& name : *names) {
-            if (!entry(descriptor, name, prefix + name)) {
-                return false;
+            if (Status<BundleFault> taken = entry(descriptor, name, prefix + name); !taken) {
+                return taken;
             }
         }
-        return true;
+        return {};
     }
 
     BundleTree tree;
-    std::string why;
 
   private:
-    bool fail(const std::string& path, const std::string& reason) {
-        why = path + ": " + reason;
-        return false;
-    }
-
-    bool entry(int parent, const std::string& name, const std::string& path) {
+    Status<BundleFault> entry(int parent, const std::string& name, const std::string& path) {
         if (!isPlainRelativePath(path)) {
-            return fail(".", "holds a name that is not plain"); // nor is it to be printed
+            return Error{BundleFault::holdsOddName, "."}; // nor is it to be printed
         }
         if (tree.size() == kMostBundleEntries) {
-            return fail(".", "holds too many files");
+            return Error{BundleFault::holdsTooMuch, "."};
         }
         struct stat facts {};
         if (::fstatat(parent, name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) != 0) {
-            return fail(path, "cannot be read");
+            return Error{BundleFault::unreadable, path};
         }
         if (S_ISLNK(facts.st_mode)) {
             return link(parent, name, path);
@@ -114,7 +110,7 @@ class Scan {
         if (S_ISDIR(facts.st_mode)) {
             const FileDescriptor opened = openIn(parent, name.c_str(), O_DIRECTORY);
             if (!opened || ::fstat(opened.get(), &facts) != 0) {
-                return fail(path, "cannot be read");
+                return Error{BundleFault::unreadable, path};
             }
             BundleEntry& made = tree[path];
             made.kind = BundleEntryKind::folder;
@@ -122,35 +118,38 @@ class Scan {
             return folder(opened.get(), path + "/");
         }
         if (!S_ISREG(facts.st_mode)) {
-            return fail(path, "is neither file, folder nor link");
+            return Error{BundleFault::notAFile, path};
         }
-        return path == kManifestPath || path == kManifestSignaturePath || file(parent, name, path);
+        if (path == kManifestPath || path == kManifestSignaturePath) {
+            return {};
+        }
+        return file(parent, name, path);
     }
 
-    bool link(int parent, const std::string& name, const std::string& path) {
+    Status<BundleFault> link(int parent, const std::string& name, const std::string& path) {
         std::vector<char> target(kLongestBundlePath + 1);
         const ssize_t length = ::readlinkat(parent, name.c_str(), target.data(), target.size());
         if (length < 0) {
-            return fail(path, "cannot be read");
+            return Error{BundleFault::unreadable, path};
         }
         BundleEntry& made = tree[path];
         made.kind = BundleEntryKind::link;
         made.target.assign(target.data(), static_cast<std::size_t>(length));
-        return true;
+        return {};
     }
 
-    bool file(int parent, const std::string& name, const std::string& path) {
+    Status<BundleFault> file(int parent, const std::string& name, const std::string& path) {
         const FileDescriptor opened = openIn(parent, name.c_str(), 0);
         struct stat facts {};
         if (!opened) {
-            return fail(path, "cannot be read");
+            return Error{BundleFault::unreadable, path};
         }
-        if (const std::string fault = fileFault(opened.get(), facts); !fault.empty()) {
-            return fail(path, fault);
+        if (Status<BundleFault> checked = checkFile(opened.get(), path, facts); !checked) {
+            return checked;
         }
         const std::uint64_t most = kMostBundleBytes - bytes_;
         if (static_cast<std::uint64_t>(facts.st_size) > most) {
-            return fail(path, "makes the bundle too large");
+            return Error{BundleFault::tooLarge, path};
         }
         BundleEntry made;
         made.mode = facts.st_mode & kModeBits;
@@ -161,12 +160,12 @@ class Scan {
             return made.size <= most;
         });
         if (!whole) {
-            return fail(path, "cannot be read");
+            return Error{BundleFault::unreadable, path};
         }
         bytes_ += made.size;
         made.sha256 = digest.hexadecimal();
         tree[path] = std::move(made);
-        return true;
+        return {};
     }
 
     std::uint64_t bytes_ = 0;
@@ -174,24 +173,21 @@ class Scan {
 
 } // namespace
 
-std::optional<BundleTree> scanBundle(const std::string& path, std::string& why) {
+Result<BundleTree, BundleFault> scanBundle(const std::string& path) {
     const FileDescriptor root = openIn(AT_FDCWD, path.c_str(), O_DIRECTORY);
     struct stat facts {};
     if (!root || ::fstat(root.get(), &facts) != 0) {
-        why = ".: is no folder, or cannot be read";
-        return std::nullopt;
+        return Error{BundleFault::notABundle, "."};
     }
     Scan scan;
     BundleEntry& bundle = scan.tree["."];
     bundle.kind = BundleEntryKind::folder;
     bundle.mode = facts.st_mode & kModeBits;
-    if (!scan.folder(root.get(), "")) {
-        why = scan.why;
-        return std::nullopt;
+    if (const Status<BundleFault> scanned = scan.folder(root.get(), ""); !scanned) {
+        return scanned.error();
     }
-    why = treeFault(scan.tree);
-    if (!why.empty()) {
-        return std::nullopt;
+    if (const Status<BundleFault> checked = checkTree(scan.tree); !checked) {
+        return checked.error();
     }
     return std::move(scan.tree);
 }
@@ -212,7 +208,7 @@ std::optional<std::string> readInBundle(const std::string& bundle, std::string_v
     }
     const FileDescriptor file = openIn(folder.get(), std::string(path).c_str(), 0);
     struct stat facts {};
-    if (!file || !fileFault(file.get(), facts).empty()) {
+    if (!file || !checkFile(file.get(), path, facts)) {
         return std::nullopt;
     }
     return readAll(file.get(), most);

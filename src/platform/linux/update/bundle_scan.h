@@ -9,9 +9,9 @@
 namespace korvel::platform {
 
 /// Lists the bundle at `path` and reads every file in it, without following a link, the bundle
-/// itself included. nullopt, with the reason in `why`: something could not be read, is neither
-/// file, folder nor link, has a second name (a hard link), or makes it a tree with a fault.
-std::optional<BundleTree> scanBundle(const std::string& path, std::string& why);
+/// itself included. An error: something could not be read, is neither file, folder nor link, has a
+/// second name (a hard link), or makes it a tree that is not signed.
+Result<BundleTree, BundleFault> scanBundle(const std::string& path);
 
 /// The bytes of a file of the bundle; nullopt when there is none, a link leads to it, it has a
 /// second name or is larger than `most` bytes.

@@ -126,33 +126,34 @@ bool hasStrongAlgorithms(CMS_SignerInfo* signer) {
             (key == NID_rsaEncryption || key == NID_X9_62_id_ecPublicKey));
 }
 
-/// Why the certificate is not one to sign programs with; empty when it is.
-std::string signerFault(X509* certificate) {
+/// Whether the certificate is one to sign programs with.
+Status<BundleFault> checkSigner(X509* certificate) {
     const std::uint32_t flags = X509_get_extension_flags(certificate);
     if ((flags & EXFLAG_INVALID) != 0) {
-        return "the signer's certificate is malformed";
+        return Error{BundleFault::certificateMalformed};
     }
     if ((flags & EXFLAG_CA) != 0) {
-        return "the signer is an authority";
+        return Error{BundleFault::signerIsAuthority};
     }
     if ((flags & EXFLAG_XKUSAGE) == 0 ||
         (X509_get_extended_key_usage(certificate) & XKU_CODE_SIGN) == 0) {
-        return "the signer's certificate is not meant for code";
+        return Error{BundleFault::signerNotForCode};
     }
     if ((flags & EXFLAG_KUSAGE) != 0 &&
         (X509_get_key_usage(certificate) & KU_DIGITAL_SIGNATURE) == 0) {
-        return "the signer's certificate is not meant for signatures";
+        return Error{BundleFault::signerNotForSigning};
     }
-    return teamOf(certificate) ? "" : "the signer's certificate names no one team";
+    return teamOf(certificate) ? Status<BundleFault>() : Error{BundleFault::signerNotOfOneTeam};
 }
 
-/// Why the certificate does not lead to the root as it was at `time`; empty when it does.
-std::string chainFault(X509* root, X509* certificate, STACK_OF(X509) * others, std::time_t time) {
+/// Whether the certificate leads to the root as it was at `time`.
+Status<BundleFault> checkChain(X509* root, X509* certificate, STACK_OF(X509) * others,
+                               std::time_t time) {
     const X509StoreHandle store(X509_STORE_new());
     const X509ContextHandle context(X509_STORE_CTX_new());
     if (!store || !context || X509_STORE_add_cert(store.get(), root) != 1 ||
         X509_STORE_CTX_init(context.get(), store.get(), certificate, others) != 1) {
-        return "the library failed";
+        return Error{BundleFault::libraryFailed};
     }
     X509_VERIFY_PARAM* const rules = X509_STORE_CTX_get0_param(context.get());
     // None of the purposes that the library knows is code; usages are looked at here.
@@ -162,15 +163,15 @@ std::string chainFault(X509* root, X509* certificate, STACK_OF(X509) * others, s
     X509_VERIFY_PARAM_set_auth_level(rules, kSecurityLevel);
     X509_VERIFY_PARAM_set_time(rules, time);
     if (X509_verify_cert(context.get()) != 1) {
-        return std::string("the certificate does not lead to the root: ") +
-               X509_verify_cert_error_string(X509_STORE_CTX_get_error(context.get()));
+        return Error{BundleFault::notUnderRoot, "",
+                     X509_verify_cert_error_string(X509_STORE_CTX_get_error(context.get()))};
     }
     const STACK_OF(X509)* const chain = X509_STORE_CTX_get0_chain(context.get());
     for (int i = 1; i + 1 < sk_X509_num(chain); ++i) {
         X509* const authority = sk_X509_value(chain, i);
         if ((X509_get_extension_flags(authority) & EXFLAG_XKUSAGE) != 0 &&
             (X509_get_extended_key_usage(authority) & (XKU_CODE_SIGN | XKU_ANYEKU)) == 0) {
-            return "an authority on the way to the root is not meant for code";
+            return Error{BundleFault::authorityNotForCode};
         }
     }
     return {};
@@ -189,51 +190,46 @@ std::optional<CmsClaim> readCmsClaim(std::string_view signature) {
     return CmsClaim{certificate == nullptr ? std::nullopt : teamOf(certificate)};
 }
 
-std::optional<CmsSigner> verifyCms(std::string_view signature, std::string_view content,
-                                   std::string_view rootPem, std::int64_t now, std::string& why) {
+Result<CmsSigner, BundleFault> verifyCms(std::string_view signature, std::string_view content,
+                                         std::string_view rootPem, std::int64_t now) {
     const KeepErrors errors;
-    const auto refuse = [&](std::string reason) {
-        why = std::move(reason);
-        return std::nullopt;
-    };
     const X509Handle root = rootOf(rootPem);
     if (!root) {
-        return refuse("there is no root to trust");
+        return Error{BundleFault::noRoot};
     }
     const CmsHandle cms = parsed(signature);
     if (!cms || content.size() > kLargestContent) {
-        return refuse("the signature cannot be read");
+        return Error{BundleFault::signatureMalformed};
     }
     CMS_SignerInfo* const signer = oneSigner(cms.get());
     if (signer == nullptr) {
-        return refuse("there is not exactly one signer");
+        return Error{BundleFault::notOneSigner};
     }
     const X509ListHandle others(CMS_get1_certs(cms.get()));
     X509* const certificate = certificateOf(cms.get(), signer);
     if (certificate == nullptr || sk_X509_num(others.get()) > kMostCertificates) {
-        return refuse("the signer's certificate is not there");
+        return Error{BundleFault::certificateMissing};
     }
     if (!hasStrongAlgorithms(signer)) {
-        return refuse("the signature's algorithms are not accepted");
+        return Error{BundleFault::weakAlgorithms};
     }
     const auto time = signingTime(signer);
     if (!time) {
-        return refuse("the time of signing is not there");
+        return Error{BundleFault::timeMissing};
     }
     if (*time > now + kMostClockError) {
-        return refuse("the time of signing is in the future");
+        return Error{BundleFault::timeInFuture};
     }
-    if (std::string fault = signerFault(certificate); !fault.empty()) {
-        return refuse(std::move(fault));
+    if (const auto checked = checkSigner(certificate); !checked) {
+        return checked.error();
     }
-    if (std::string fault = chainFault(root.get(), certificate, others.get(), *time);
-        !fault.empty()) {
-        return refuse(std::move(fault));
+    if (const auto checked = checkChain(root.get(), certificate, others.get(), *time); !checked) {
+        return checked.error();
     }
     const BioHandle bytes = bioOf(content);
     constexpr unsigned kFlags = CMS_BINARY | CMS_DETACHED | CMS_NO_SIGNER_CERT_VERIFY;
     if (CMS_verify(cms.get(), nullptr, nullptr, bytes.get(), nullptr, kFlags) != 1) {
-        return refuse("the signature is not over this manifest");
+        return Error{BundleFault::notOverManifest};
     }
     return CmsSigner{teamOf(certificate).value_or(""), *time};
 }

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/bundle_fault.h"
+
 namespace korvel::platform {
 
 /// A detached signature as it says itself, unproved.
@@ -22,10 +24,12 @@ std::optional<CmsClaim> readCmsClaim(std::string_view signature);
 struct CmsSigner {
     std::string team;          ///< the one organisational unit of the signer's certificate
     std::int64_t signedAt = 0; ///< by the signer's own word; seconds since 1970
+
+    bool operator==(const CmsSigner&) const = default;
 };
 
 /// Whether the detached signature over `content` is good under the root, at the time `now` (seconds
-/// since 1970). nullopt, with the reason in `why`, unless all of this holds:
+/// since 1970). An error unless all of this holds:
 /// - it is one detached CMS signature in DER, of exactly one signer, whose certificate is in it;
 /// - that certificate is no authority's, names exactly one organisational unit, has codeSigning
 ///   among its extended key usages and, where key usages are given, digitalSignature;
@@ -38,7 +42,7 @@ struct CmsSigner {
 ///   installable. A thief of the key can claim any time, so that expiry is no defence against one.
 ///
 /// `rootPem` is the text of exactly one certificate.
-std::optional<CmsSigner> verifyCms(std::string_view signature, std::string_view content,
-                                   std::string_view rootPem, std::int64_t now, std::string& why);
+Result<CmsSigner, BundleFault> verifyCms(std::string_view signature, std::string_view content,
+                                         std::string_view rootPem, std::int64_t now);
 
 } // namespace korvel::platform

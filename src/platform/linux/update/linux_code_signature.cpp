@@ -16,29 +16,29 @@ constexpr std::size_t kLargestSignature = std::size_t{1} << 20;
 constexpr const char* kInfoPlist = "Contents/Info.plist";
 constexpr const char* kExecutable = "Contents/Linux/korvel";
 
-/// The first difference, by path; empty when the trees are the same.
-std::string difference(const BundleTree& listed, const BundleTree& found) {
+/// The error is the first difference.
+Status<BundleFault> compare(const BundleTree& listed, const BundleTree& found) {
     for (const auto& [path, entry] : listed) {
         const auto other = found.find(path);
         if (other == found.end()) {
-            return path + ": is missing";
+            return Error{BundleFault::missing, path};
         }
         if (other->second.kind != entry.kind) {
-            return path + ": is of another kind";
+            return Error{BundleFault::otherKind, path};
         }
         if (other->second.mode != entry.mode) {
-            return path + ": has another mode";
+            return Error{BundleFault::otherMode, path};
         }
         if (other->second.target != entry.target) {
-            return path + ": leads elsewhere";
+            return Error{BundleFault::otherTarget, path};
         }
         if (!(other->second == entry)) {
-            return path + ": is changed";
+            return Error{BundleFault::changed, path};
         }
     }
     for (const auto& [path, entry] : found) {
         if (listed.find(path) == listed.end()) {
-            return path + ": is not in the manifest";
+            return Error{BundleFault::notListed, path};
         }
     }
     return {};
@@ -57,27 +57,26 @@ bool agrees(const std::string& infoPlist, const BundleManifest& manifest) {
            holds("CFBundleExecutable", "korvel");
 }
 
-/// Why the bundle is not the one that the manifest lists; empty when it is.
-std::string contentFault(const std::string& bundle, const BundleManifest& manifest) {
-    std::string why;
-    const auto found = scanBundle(bundle, why);
+/// Whether the bundle is the one that the manifest lists.
+Status<BundleFault> checkContent(const std::string& bundle, const BundleManifest& manifest) {
+    const auto found = scanBundle(bundle);
     if (!found) {
-        return why;
+        return found.error();
     }
-    if (std::string different = difference(manifest.entries, *found); !different.empty()) {
-        return different;
+    if (Status<BundleFault> compared = compare(manifest.entries, *found); !compared) {
+        return compared;
     }
     const auto listed = found->find(kInfoPlist);
     const auto description = readInBundle(bundle, kInfoPlist, kLargestInfoPlist);
     if (listed == found->end() || !description || sha256Of(*description) != listed->second.sha256 ||
         !agrees(*description, manifest)) {
-        return "Contents/Info.plist: does not agree with the manifest";
+        return Error{BundleFault::descriptionDiffers, kInfoPlist};
     }
     const auto executable = found->find(kExecutable);
     constexpr std::uint32_t kOwnerRuns = 0100;
     if (executable == found->end() || executable->second.kind != BundleEntryKind::file ||
         (executable->second.mode & kOwnerRuns) == 0) {
-        return std::string(kExecutable) + ": is no program";
+        return Error{BundleFault::notAProgram, kExecutable};
     }
     return {};
 }
@@ -87,45 +86,46 @@ std::string contentFault(const std::string& bundle, const BundleManifest& manife
 std::optional<std::string> LinuxCodeSignature::describe(const std::string& bundle) {
     const auto text = readInBundle(bundle, kManifestPath, kLargestManifest);
     const auto signature = readInBundle(bundle, kManifestSignaturePath, kLargestSignature);
-    const auto manifest = text && signature ? readManifest(*text) : std::nullopt;
-    const auto claim = manifest ? readCmsClaim(*signature) : std::nullopt;
+    const auto claim = text && signature ? readCmsClaim(*signature) : std::nullopt;
     if (!claim) {
+        return std::nullopt;
+    }
+    const auto manifest = readManifest(*text);
+    if (!manifest) {
         return std::nullopt;
     }
     return fmt::format("Identifier={}\nTeamIdentifier={}\n", manifest->identifier,
                        claim->team.value_or("not set"));
 }
 
-std::optional<std::string> LinuxCodeSignature::fault(const std::string& bundle,
-                                                     std::int64_t build) const {
+Status<BundleFault> LinuxCodeSignature::verifyStrictly(const std::string& bundle,
+                                                       std::int64_t build) {
     const auto text = readInBundle(bundle, kManifestPath, kLargestManifest);
     const auto signature = readInBundle(bundle, kManifestSignaturePath, kLargestSignature);
     if (!text || !signature) {
-        return "the bundle is not signed";
+        return Error{BundleFault::notSigned};
     }
-    std::string why;
-    const auto signer = verifyCms(*signature, *text, options_.rootPem, options_.now(), why);
+    const auto signer = verifyCms(*signature, *text, options_.rootPem, options_.now());
     if (!signer) {
-        return why;
+        return signer.error();
     }
     if (signer->team != options_.teamIdentifier) {
-        return "the signer is of another team";
+        return Error{BundleFault::otherTeam};
     }
     const auto manifest = readManifest(*text);
     if (!manifest) {
-        return "the manifest cannot be read";
+        return manifest.error();
     }
     if (manifest->identifier != options_.identifier) {
-        return "the bundle is another program";
+        return Error{BundleFault::otherProgram};
     }
     if (manifest->build != build) {
-        return "the bundle is another build";
+        return Error{BundleFault::otherBuild};
     }
     if (manifest->build <= options_.runningBuild) {
-        return "the bundle is not newer than this program";
+        return Error{BundleFault::notNewer};
     }
-    why = contentFault(bundle, *manifest);
-    return why.empty() ? std::nullopt : std::optional(std::move(why));
+    return checkContent(bundle, *manifest);
 }
 
 } // namespace korvel::platform

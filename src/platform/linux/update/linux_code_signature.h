@@ -29,12 +29,7 @@ class LinuxCodeSignature final : public CodeSignature {
     /// Two lines: "Identifier=" and the bundle's, "TeamIdentifier=" and the signer's, or "not set".
     std::optional<std::string> describe(const std::string& bundle) override;
 
-    bool verifyStrictly(const std::string& bundle, std::int64_t build) override {
-        return !fault(bundle, build);
-    }
-
-    /// Why `verifyStrictly` is false, in one line; nullopt when it is true.
-    std::optional<std::string> fault(const std::string& bundle, std::int64_t build) const;
+    Status<BundleFault> verifyStrictly(const std::string& bundle, std::int64_t build) override;
 
   private:
     Options options_;

@@ -56,7 +56,7 @@ class Unpacking {
     Unpacking(std::string_view bytes, ZipIndex index, std::string folder)
         : bytes_(bytes), index_(std::move(index)), folder_(std::move(folder)) {}
 
-    bool run() {
+    Status<ArchiveFault> run() {
         // Names were found to be relative before the folder's path is put in front of them, so
         // ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS would only refuse that. Without it the unpacking
         // would have to change the working directory, which the whole program shares.
@@ -67,11 +67,11 @@ class Unpacking {
             ::archive_read_set_options(reader_.get(), "zip:hdrcharset=UTF-8") != ARCHIVE_OK ||
             ::archive_read_open_memory(reader_.get(), bytes_.data(), bytes_.size()) != ARCHIVE_OK ||
             ::archive_write_disk_set_options(writer_.get(), kFlags) != ARCHIVE_OK) {
-            return false;
+            return damaged("");
         }
         for (const std::string& path : index_.impliedFolders) {
             if (!makeFolder(path)) {
-                return false;
+                return unwritable(path);
             }
         }
         for (;;) {
@@ -80,16 +80,32 @@ class Unpacking {
             if (status == ARCHIVE_EOF) {
                 break;
             }
-            if (status != ARCHIVE_OK || !unpack(entry)) {
-                return false;
+            if (status != ARCHIVE_OK) {
+                return damaged("");
+            }
+            if (Status<ArchiveFault> unpacked = unpack(entry); !unpacked) {
+                return unpacked;
             }
         }
+        if (!index_.entries.empty()) {
+            return damaged(index_.entries.begin()->first);
+        }
         // Closed here: modes and times of folders are set last.
-        return index_.entries.empty() && ::archive_write_close(writer_.get()) == ARCHIVE_OK;
+        return ::archive_write_close(writer_.get()) == ARCHIVE_OK ? Status<ArchiveFault>()
+                                                                  : unwritable("");
     }
 
   private:
     static constexpr mode_t kFolderMode = 0755;
+
+    Error<ArchiveFault> damaged(const std::string& name) const {
+        const char* const said = reader_ ? ::archive_error_string(reader_.get()) : nullptr;
+        return {ArchiveFault::damaged, name, said == nullptr ? "" : said};
+    }
+    Error<ArchiveFault> unwritable(const std::string& name) const {
+        const char* const said = ::archive_error_string(writer_.get());
+        return {ArchiveFault::unwritable, name, said == nullptr ? "" : said};
+    }
 
     std::string pathOf(const std::string& name) const { return folder_ + "/" + name; }
 
@@ -104,50 +120,57 @@ class Unpacking {
         return ::archive_write_header(writer_.get(), entry.get()) == ARCHIVE_OK;
     }
 
-    bool unpack(archive_entry* entry) {
+    Status<ArchiveFault> unpack(archive_entry* entry) {
         const char* const found = ::archive_entry_pathname(entry);
         const auto known = index_.entries.find(found == nullptr ? "" : found);
         if (known == index_.entries.end()) {
-            return false; // not as the index spells it
+            return damaged(""); // not as the index spells it
         }
         const std::string name = known->first;
         const ZipEntry told = known->second;
         index_.entries.erase(known);
-        if (!isAsTold(entry, name, told.kind)) {
-            return false;
+        if (Status<ArchiveFault> checked = check(entry, name, told.kind); !checked) {
+            return checked;
         }
         // Not the user's mask, which would make two users' copies differ.
         constexpr mode_t kKept = 0755;
         ::archive_entry_set_perm(entry, ::archive_entry_perm(entry) & kKept);
         ::archive_entry_copy_pathname(entry, pathOf(name).c_str());
         if (::archive_write_header(writer_.get(), entry) != ARCHIVE_OK) {
-            return false;
+            return unwritable(name);
         }
-        return (::archive_entry_filetype(entry) != AE_IFREG || copyData(told.size)) &&
-               ::archive_write_finish_entry(writer_.get()) == ARCHIVE_OK;
+        if (::archive_entry_filetype(entry) == AE_IFREG) {
+            if (Status<ArchiveFault> copied = copyData(name, told.size); !copied) {
+                return copied;
+            }
+        }
+        return ::archive_write_finish_entry(writer_.get()) == ARCHIVE_OK ? Status<ArchiveFault>()
+                                                                         : unwritable(name);
     }
 
-    static bool isAsTold(archive_entry* entry, const std::string& name, ZipKind kind) {
+    static Status<ArchiveFault> check(archive_entry* entry, const std::string& name, ZipKind told) {
         if (::archive_entry_hardlink(entry) != nullptr ||
             ::archive_entry_is_encrypted(entry) != 0) {
-            return false;
+            return Error{ArchiveFault::unsupported, name};
         }
-        switch (::archive_entry_filetype(entry)) {
-        case AE_IFDIR:
-            return kind == ZipKind::folder;
-        case AE_IFREG:
-            return kind == ZipKind::file;
-        case AE_IFLNK: {
+        const auto type = ::archive_entry_filetype(entry);
+        const auto expected = told == ZipKind::folder ? AE_IFDIR
+                              : told == ZipKind::file ? AE_IFREG
+                                                      : AE_IFLNK;
+        if (type != expected) {
+            return Error{ArchiveFault::damaged, name};
+        }
+        if (told == ZipKind::link) {
             const char* const target = ::archive_entry_symlink(entry);
-            return kind == ZipKind::link && target != nullptr && linkStaysInside(name, target);
+            if (target == nullptr || !linkStaysInside(name, target)) {
+                return Error{ArchiveFault::leavesFolder, name};
+            }
         }
-        default:
-            return false;
-        }
+        return {};
     }
 
     /// Exactly the bytes that the index told, or not at all.
-    bool copyData(std::uint64_t size) {
+    Status<ArchiveFault> copyData(const std::string& name, std::uint64_t size) {
         std::uint64_t copied = 0;
         for (;;) {
             const void* block = nullptr;
@@ -155,13 +178,13 @@ class Unpacking {
             la_int64_t place = 0;
             const int status = ::archive_read_data_block(reader_.get(), &block, &length, &place);
             if (status == ARCHIVE_EOF) {
-                return copied == size;
+                return copied == size ? Status<ArchiveFault>() : damaged(name);
             }
             if (status != ARCHIVE_OK || length > size - copied) {
-                return false;
+                return damaged(name);
             }
             if (::archive_write_data_block(writer_.get(), block, length, place) != ARCHIVE_OK) {
-                return false;
+                return unwritable(name);
             }
             copied += length;
         }
@@ -176,18 +199,21 @@ class Unpacking {
 
 } // namespace
 
-bool ZipArchive::unpack(const std::string& archive, const std::string& folder) {
+Status<ArchiveFault> ZipArchive::unpack(const std::string& archive, const std::string& folder) {
     const auto bytes = PosixFiles().read(archive);
     if (!bytes) {
-        return false;
+        return Error{ArchiveFault::unreadable};
     }
     auto index = readZipIndex(*bytes);
+    if (!index) {
+        return index.error();
+    }
     std::string into = realPath(folder);
-    if (!index || into.empty()) {
-        return false;
+    if (into.empty()) {
+        return Error{ArchiveFault::noFolder};
     }
     const Utf8Names names;
-    return Unpacking(*bytes, std::move(*index), std::move(into)).run();
+    return Unpacking(*bytes, *std::move(index), std::move(into)).run();
 }
 
 } // namespace korvel::platform

@@ -9,7 +9,7 @@ namespace korvel::platform {
 /// lead to what is inside.
 class ZipArchive final : public Archive {
   public:
-    bool unpack(const std::string& archive, const std::string& folder) override;
+    Status<ArchiveFault> unpack(const std::string& archive, const std::string& folder) override;
 };
 
 } // namespace korvel::platform

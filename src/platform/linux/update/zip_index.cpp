@@ -1,6 +1,7 @@
 #include "platform/linux/update/zip_index.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -81,10 +82,10 @@ std::optional<ZipKind> kindOf(std::uint32_t mode, std::string_view name) {
 }
 
 /// The entry that the index describes at `place`, which moves on to the next.
-std::optional<Described> readEntry(std::string_view archive, std::uint64_t& place) {
+Result<Described, ArchiveFault> readEntry(std::string_view archive, std::uint64_t& place) {
     const auto central = Record::at(archive, place, kCentralSignature, kCentralLength);
     if (!central) {
-        return std::nullopt;
+        return Error{ArchiveFault::malformed};
     }
     const std::uint32_t flags = central->two(8);
     const std::uint32_t method = central->two(10);
@@ -94,24 +95,29 @@ std::optional<Described> readEntry(std::string_view archive, std::uint64_t& plac
     const std::uint32_t begin = central->four(42);
     const std::uint64_t next =
         place + kCentralLength + nameLength + central->two(30) + central->two(32);
+    if ((flags & kRefusedFlags) != 0 || (method != kStored && method != kDeflated) ||
+        packed == kStandsFor64Bits || unpacked == kStandsFor64Bits) {
+        return Error{ArchiveFault::unsupported};
+    }
     const auto local = Record::at(archive, begin, kLocalSignature, kLocalLength);
-    if (next > archive.size() || (flags & kRefusedFlags) != 0 ||
-        (method != kStored && method != kDeflated) || (method == kStored && packed != unpacked) ||
-        packed == kStandsFor64Bits || unpacked == kStandsFor64Bits || central->two(34) != 0 ||
-        !local || local->two(6) != flags || local->two(8) != method ||
+    if (next > archive.size() || (method == kStored && packed != unpacked) ||
+        central->two(34) != 0 || !local || local->two(6) != flags || local->two(8) != method ||
         local->two(26) != nameLength) {
-        return std::nullopt;
+        return Error{ArchiveFault::malformed};
     }
     const std::string_view name = archive.substr(place + kCentralLength, nameLength);
     const std::uint64_t end =
         std::uint64_t{begin} + kLocalLength + nameLength + local->two(28) + packed;
     if (end > archive.size() || archive.substr(begin + kLocalLength, nameLength) != name) {
-        return std::nullopt;
+        return Error{ArchiveFault::malformed};
+    }
+    if (!isPlainRelativePath(name)) {
+        return Error{ArchiveFault::oddName};
     }
     const std::uint32_t madeOn = central->two(4) >> 8U;
     const auto kind = kindOf(central->four(38) >> 16U, name);
     if ((madeOn != kMadeOnUnix && madeOn != kMadeOnMac) || !kind) {
-        return std::nullopt;
+        return Error{ArchiveFault::unsupported, std::string(name)};
     }
     place = next;
     return Described{name, {*kind, unpacked}, {begin, end}};
@@ -182,21 +188,24 @@ class PathKinds {
 
 } // namespace
 
-std::optional<ZipIndex> readZipIndex(std::string_view archive) {
+Result<ZipIndex, ArchiveFault> readZipIndex(std::string_view archive) {
     if (archive.size() < kEndLength) {
-        return std::nullopt;
+        return Error{ArchiveFault::malformed};
     }
     const std::uint64_t endPlace = archive.size() - kEndLength;
     const auto end = Record::at(archive, endPlace, kEndSignature, kEndLength);
     if (!end) {
-        return std::nullopt;
+        return Error{ArchiveFault::malformed};
     }
     constexpr std::size_t kNumbersOfVolumes = 4;
     const std::uint32_t count = end->two(10);
     const std::uint64_t begin = end->four(16);
-    if (end->four(kNumbersOfVolumes) != 0 || end->two(8) != count || count > kMostZipEntries ||
+    if (end->four(kNumbersOfVolumes) != 0 || end->two(8) != count ||
         begin + end->four(12) != endPlace || end->two(20) != 0) {
-        return std::nullopt;
+        return Error{ArchiveFault::malformed};
+    }
+    if (count > kMostZipEntries) {
+        return Error{ArchiveFault::tooLarge};
     }
     ZipIndex index;
     std::vector<Range> ranges;
@@ -205,17 +214,22 @@ std::optional<ZipIndex> readZipIndex(std::string_view archive) {
     std::uint64_t place = begin;
     for (std::uint32_t i = 0; i < count; ++i) {
         const auto entry = readEntry(archive.substr(0, endPlace), place);
-        if (!entry || !isPlainRelativePath(entry->name) || !kinds.add(entry->name)) {
-            return std::nullopt;
+        if (!entry) {
+            return entry.error();
+        }
+        if (!kinds.add(entry->name)) {
+            return Error{ArchiveFault::nameTwice, std::string(entry->name)};
         }
         unpacked += entry->entry.size;
         ranges.push_back(entry->bytes);
         index.entries.emplace(entry->name, entry->entry);
     }
-    if (place != endPlace || !followEachOther(std::move(ranges), begin) ||
-        unpacked > kMostUnpackedBytes ||
+    if (place != endPlace || !followEachOther(std::move(ranges), begin)) {
+        return Error{ArchiveFault::malformed};
+    }
+    if (unpacked > kMostUnpackedBytes ||
         (unpacked > kRatioFreeBytes && unpacked > kMostZipRatio * archive.size())) {
-        return std::nullopt;
+        return Error{ArchiveFault::tooLarge};
     }
     index.impliedFolders = kinds.folders();
     for (const auto& [name, entry] : index.entries) {

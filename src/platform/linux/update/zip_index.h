@@ -2,10 +2,11 @@
 
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
+
+#include "platform/archive.h"
 
 namespace korvel::platform {
 
@@ -27,8 +28,8 @@ struct ZipIndex {
 /// of releases allow: files, folders and links of a Unix system, stored or deflated, without gaps
 /// for other data, comment, encryption or 64-bit sizes. What two readers could understand in two
 /// ways, names that are no plain relative paths or differ in the case of letters only, and whatever
-/// passes the bounds below is refused: nullopt.
-std::optional<ZipIndex> readZipIndex(std::string_view archive);
+/// passes the bounds below is refused.
+Result<ZipIndex, ArchiveFault> readZipIndex(std::string_view archive);
 
 constexpr std::size_t kMostZipEntries = 20000;
 constexpr std::uint64_t kMostUnpackedBytes = std::uint64_t{1} << 30;

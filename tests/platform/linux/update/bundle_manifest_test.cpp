@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/update/bundle_manifest.h"
+#include "report/fault_words.h"
 
 namespace korvel {
 namespace {
@@ -57,7 +58,7 @@ TEST(BundleManifest, WhatIsWrittenIsReadAgain) {
     EXPECT_EQ(readManifest(kSample), sample());
     BundleManifest largest = sample();
     largest.build = std::numeric_limits<std::int64_t>::max();
-    EXPECT_EQ(readManifest(writeManifest(largest).value()), largest);
+    EXPECT_EQ(readManifest(*writeManifest(largest)), largest);
 }
 
 /// The sample with one piece of its text replaced.
@@ -124,7 +125,7 @@ TEST(BundleManifest, CutAnywhereItHoldsNoMoreThanTheLinesThatAreLeft) {
     for (std::size_t length = 0; length < kSample.size(); ++length) {
         const std::string cut = kSample.substr(0, length);
         const auto read = readManifest(cut);
-        EXPECT_EQ(read.has_value(), cut.find("\t.\n") != std::string::npos && cut.back() == '\n')
+        EXPECT_EQ(bool(read), cut.find("\t.\n") != std::string::npos && cut.back() == '\n')
             << length;
     }
 }
@@ -185,8 +186,12 @@ TEST(BundleManifest, TreesWithAFaultAreNeitherWrittenNorRead) {
          }) {
         BundleManifest manifest = sample();
         manifest.entries[each.path] = each.entry;
-        EXPECT_EQ(treeFault(manifest.entries), each.path + ": " + each.fault) << each.name;
-        EXPECT_FALSE(writeManifest(manifest)) << each.name;
+        const auto checked = checkTree(manifest.entries);
+        ASSERT_FALSE(checked) << each.name;
+        EXPECT_EQ(checked.error().subject, each.path) << each.name;
+        const std::string about = each.path.empty() ? "" : each.path + ": ";
+        EXPECT_EQ(wordsOf(checked.error()), about + each.fault) << each.name;
+        EXPECT_EQ(writeManifest(manifest), checked.error()) << each.name;
         std::string text = kSample;
         const BundleEntry& entry = each.entry;
         text += entry.kind == BundleEntryKind::link
@@ -201,8 +206,8 @@ TEST(BundleManifest, TreesWithAFaultAreNeitherWrittenNorRead) {
         BundleManifest manifest = sample();
         manifest.entries["Contents/y"] = folder();
         manifest.entries["Contents/y/x"] = link(target);
-        EXPECT_EQ(treeFault(manifest.entries), "") << target;
-        EXPECT_EQ(readManifest(writeManifest(manifest).value()), manifest) << target;
+        EXPECT_TRUE(checkTree(manifest.entries)) << target;
+        EXPECT_EQ(readManifest(*writeManifest(manifest)), manifest) << target;
     }
 }
 
@@ -215,7 +220,7 @@ TEST(BundleManifest, TheNumberOfEntriesIsBounded) {
     ASSERT_TRUE(text);
     EXPECT_EQ(readManifest(*text), manifest);
     manifest.entries["one more"] = file(1);
-    EXPECT_FALSE(writeManifest(manifest));
+    EXPECT_EQ(writeManifest(manifest), (Error{BundleFault::holdsTooMuch, "."}));
     EXPECT_FALSE(readManifest(*text + "file\t644\t1\t" + kDigest + "\tone more\n"));
 }
 

@@ -9,6 +9,7 @@
 
 #include "platform/linux/update/signed_bundle.h"
 #include "platform/posix/file_descriptor.h"
+#include "report/fault_words.h"
 
 namespace korvel {
 namespace {
@@ -18,10 +19,8 @@ using namespace platform;
 using test::SignedBundle;
 
 std::string faultOf(const SignedBundle& bundle) {
-    std::string why;
-    const auto found = scanBundle(bundle.path(), why);
-    EXPECT_EQ(found.has_value(), why.empty());
-    return why;
+    const auto found = scanBundle(bundle.path());
+    return found ? "" : wordsOf(found.error());
 }
 
 TEST(BundleScan, ListsAllThatIsThereButTheSignature) {
@@ -30,9 +29,8 @@ TEST(BundleScan, ListsAllThatIsThereButTheSignature) {
     bundle.write("Contents/_CodeSignature/Manifest.p7s", "s");
     bundle.write("Contents/empty", "", 0600);
     bundle.write("top", std::string(200000, 'x'));
-    std::string why;
-    const auto found = scanBundle(bundle.path(), why);
-    ASSERT_TRUE(found) << why;
+    const auto found = scanBundle(bundle.path());
+    ASSERT_TRUE(found) << wordsOf(found.error());
     std::string paths;
     for (const auto& [path, entry] : *found) {
         paths += path + "\n";
@@ -124,10 +122,11 @@ TEST(BundleScan, TheBytesAreBounded) {
 }
 
 TEST(BundleScan, OnlyAFolderIsABundle) {
-    std::string why;
-    EXPECT_FALSE(scanBundle("/etc/passwd", why));
-    EXPECT_FALSE(scanBundle("/nowhere", why));
-    EXPECT_EQ(why, ".: is no folder, or cannot be read");
+    for (const char* path : {"/etc/passwd", "/nowhere"}) {
+        const auto found = scanBundle(path);
+        ASSERT_FALSE(found) << path;
+        EXPECT_EQ(wordsOf(found.error()), ".: is no folder, or cannot be read");
+    }
 }
 
 TEST(BundleScan, AFileIsReadOnlyWhereItLies) {

@@ -6,6 +6,7 @@
 
 #include "platform/linux/update/cms_signature.h"
 #include "platform/linux/update/signing_kit.h"
+#include "report/fault_words.h"
 
 namespace korvel {
 namespace {
@@ -40,11 +41,8 @@ const World& world() {
 /// Empty when it is good, else the reason.
 std::string faultOf(const std::string& signature, const std::string& content = kContent,
                     const std::string& root = world().root.pem()) {
-    std::string why;
-    if (verifyCms(signature, content, root, kNow, why)) {
-        return "";
-    }
-    return why.empty() ? "no reason" : why;
+    const auto signer = verifyCms(signature, content, root, kNow);
+    return signer ? "" : wordsOf(signer.error());
 }
 
 std::string signedBy(const Identity& signer, const std::vector<Identity>& others = {}) {
@@ -61,9 +59,8 @@ std::string teamSignature() {
 constexpr const char* kNoWay = "the certificate does not lead to the root: ";
 
 TEST(CmsSignature, OneOfTheTeamUnderTheRootIsGood) {
-    std::string why;
-    const auto signer = verifyCms(teamSignature(), kContent, world().root.pem(), kNow, why);
-    ASSERT_TRUE(signer) << why;
+    const auto signer = verifyCms(teamSignature(), kContent, world().root.pem(), kNow);
+    ASSERT_TRUE(signer) << wordsOf(signer.error());
     EXPECT_EQ(signer->team, kTeam);
     EXPECT_EQ(signer->signedAt, kNow - kDay);
 }
@@ -183,13 +180,14 @@ TEST(CmsSignature, TheTeamIsTheOneUnit) {
                                               {{"7QX4D1K9WB\nx"}, std::nullopt},
                                               {{std::string("7QX4D1K9WB\0", 11)}, std::nullopt}}) {
         const std::string signature = signedBy(issue(teamSpec(each.units), &world().root));
-        std::string why;
-        const auto signer = verifyCms(signature, kContent, world().root.pem(), kNow, why);
+        const auto signer = verifyCms(signature, kContent, world().root.pem(), kNow);
         const auto claim = readCmsClaim(signature);
         ASSERT_TRUE(claim);
         EXPECT_EQ(claim->team, each.team);
         EXPECT_EQ(signer ? std::optional(signer->team) : std::nullopt, each.team);
-        EXPECT_EQ(why, each.team ? "" : "the signer's certificate names no one team");
+        if (!each.team) {
+            EXPECT_EQ(signer, Error{platform::BundleFault::signerNotOfOneTeam});
+        }
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include "platform/linux/update/linux_code_signature.h"
 #include "platform/linux/update/signed_bundle.h"
+#include "report/fault_words.h"
 
 namespace korvel {
 namespace {
@@ -52,11 +53,9 @@ class CodeSignatureOnLinux : public testing::Test {
     }
 
     /// Empty when the bundle is good, else the reason.
-    std::string fault(std::int64_t build = kBuild) const {
-        std::string why = signature_.fault(bundle_.path(), build).value_or("");
-        LinuxCodeSignature again = signature_;
-        EXPECT_EQ(again.verifyStrictly(bundle_.path(), build), why.empty());
-        return why;
+    std::string fault(std::int64_t build = kBuild) {
+        const auto verified = signature_.verifyStrictly(bundle_.path(), build);
+        return verified ? "" : wordsOf(verified.error());
     }
 
     std::optional<std::string> description() { return signature_.describe(bundle_.path()); }
@@ -84,7 +83,8 @@ TEST_F(CodeSignatureOnLinux, NoSignatureIsRefusedAndNotDescribed) {
     bundle_.remove("Contents/_CodeSignature/Manifest");
     EXPECT_EQ(fault(), "the bundle is not signed");
     EXPECT_FALSE(description());
-    EXPECT_TRUE(signature_.fault(bundle_.path() + ".gone", kBuild));
+    EXPECT_EQ(signature_.verifyStrictly(bundle_.path() + ".gone", kBuild),
+              Error{platform::BundleFault::notSigned});
     EXPECT_FALSE(signature_.describe(bundle_.path() + ".gone"));
 }
 
@@ -136,8 +136,8 @@ TEST_F(CodeSignatureOnLinux, WithNoRootBuiltInEverythingIsRefused) {
     auto rootless = options();
     rootless.rootPem.clear();
     LinuxCodeSignature signature(rootless);
-    EXPECT_FALSE(signature.verifyStrictly(bundle_.path(), kBuild));
-    EXPECT_EQ(signature.fault(bundle_.path(), kBuild), "there is no root to trust");
+    EXPECT_EQ(signature.verifyStrictly(bundle_.path(), kBuild),
+              Error{platform::BundleFault::noRoot});
 }
 
 TEST_F(CodeSignatureOnLinux, ExpiryIsJudgedAtTheTimeOfSigning) {
@@ -268,7 +268,7 @@ const Tampering kTamperings[] = {
      [](const auto& b) {
          BundleManifest manifest = b.manifest();
          manifest.version = "1.4.1";
-         b.write("Contents/_CodeSignature/Manifest", platform::writeManifest(manifest).value());
+         b.write("Contents/_CodeSignature/Manifest", *platform::writeManifest(manifest));
      },
      "the signature is not over this manifest"},
     {"BytesAfterTheSignature",
@@ -282,7 +282,7 @@ INSTANTIATE_TEST_SUITE_P(Each, TamperedBundle, testing::ValuesIn(kTamperings),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(CodeSignatureOnLinux, TheSignedManifestIsOneThatIsWritten) {
-    const std::string text = platform::writeManifest(bundle_.manifest()).value();
+    const std::string text = *platform::writeManifest(bundle_.manifest());
     for (const std::string& other : {text + "\n", text + "comment\n",
                                      text.substr(0, text.size() - 1), "\n" + text, std::string()}) {
         bundle_.sealText(other, by(signers().team));
@@ -292,7 +292,7 @@ TEST_F(CodeSignatureOnLinux, TheSignedManifestIsOneThatIsWritten) {
 }
 
 TEST_F(CodeSignatureOnLinux, ALinkOutOfTheBundleIsRefusedHoweverItIsSigned) {
-    const std::string text = platform::writeManifest(bundle_.manifest()).value();
+    const std::string text = *platform::writeManifest(bundle_.manifest());
     fs::create_symlink("/etc/passwd", bundle_.file("Contents/Resources/passwd"));
     const std::string listed = "link\tContents/Resources/passwd\t/etc/passwd\n";
     const std::size_t place = text.find("folder\t755\tContents/_CodeSignature");
@@ -315,8 +315,8 @@ TEST_F(CodeSignatureOnLinux, AnOlderSignedBuildIsNotPassedOffAsNew) {
     auto running = options();
     for (const std::int64_t build : {kBuild, kBuild + 1}) {
         running.runningBuild = build;
-        EXPECT_EQ(LinuxCodeSignature(running).fault(bundle_.path(), kBuild),
-                  "the bundle is not newer than this program");
+        EXPECT_EQ(LinuxCodeSignature(running).verifyStrictly(bundle_.path(), kBuild),
+                  Error{platform::BundleFault::notNewer});
     }
     EXPECT_EQ(fault(), "");
 }

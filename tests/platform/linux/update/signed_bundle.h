@@ -60,10 +60,9 @@ class SignedBundle {
 
     /// A manifest of what is there.
     platform::BundleManifest manifest() const {
-        std::string why;
-        const auto found = platform::scanBundle(path(), why);
+        const auto found = platform::scanBundle(path());
         if (!found) {
-            throw std::runtime_error(why);
+            throw std::runtime_error("no bundle because of " + found.error().subject);
         }
         return {"com.oxbrook.korvel", "1.4.0", 42, *found};
     }
@@ -75,7 +74,7 @@ class SignedBundle {
     }
 
     void seal(const platform::BundleManifest& manifest, const SignatureSpec& spec) const {
-        sealText(platform::writeManifest(manifest).value(), spec);
+        sealText(*platform::writeManifest(manifest), spec);
     }
 
     void seal(const SignatureSpec& spec) const { seal(manifest(), spec); }

@@ -107,10 +107,11 @@ TEST_F(ZipArchiveTest, FolderWithALinkInItsPathIsUnpackedInto) {
 }
 
 TEST_F(ZipArchiveTest, MissingArchiveOrFolderIsTold) {
-    EXPECT_FALSE(ZipArchive().unpack(archive(), out()));
+    EXPECT_EQ(ZipArchive().unpack(archive(), out()), Error{ArchiveFault::unreadable});
     tree_.write("work/update.zip", makeZip({{"file", "x"}}));
-    EXPECT_FALSE(ZipArchive().unpack(archive(), out() / "missing"));
-    EXPECT_FALSE(ZipArchive().unpack(out(), out())) << "a folder is no archive";
+    EXPECT_EQ(ZipArchive().unpack(archive(), out() / "missing"), Error{ArchiveFault::noFolder});
+    EXPECT_EQ(ZipArchive().unpack(out(), out()), Error{ArchiveFault::unreadable})
+        << "a folder is no archive";
 }
 
 TEST_F(ZipArchiveTest, DataThatIsNotAsToldIsRefused) {
@@ -119,7 +120,11 @@ TEST_F(ZipArchiveTest, DataThatIsNotAsToldIsRefused) {
         change(member);
         return std::vector<ZipMember>{member};
     };
-    EXPECT_FALSE(unpack(with([](ZipMember& m) { m.checksum = 1; })));
+    const auto unpacked = unpack(with([](ZipMember& m) { m.checksum = 1; }));
+    ASSERT_FALSE(unpacked);
+    EXPECT_EQ(unpacked.error().code, ArchiveFault::damaged);
+    EXPECT_EQ(unpacked.error().subject, "file");
+    EXPECT_NE(unpacked.error().detail, "") << "what the library says";
     EXPECT_FALSE(unpack(with([](ZipMember& m) { m.unpacked = 5; })));
     EXPECT_FALSE(unpack(with([](ZipMember& m) { m.packed = 5; })));
     EXPECT_FALSE(unpack(with([](ZipMember& m) { m.packed = m.unpacked = 5; })));
@@ -166,7 +171,10 @@ TEST_F(ZipArchiveTest, FullDiskIsTold) {
         GTEST_SKIP() << volume.failure();
     }
     tree_.write("work/update.zip", makeZip({{"file", std::string(300000, 'x')}}));
-    EXPECT_FALSE(ZipArchive().unpack(archive(), volume.folder()));
+    const auto unpacked = ZipArchive().unpack(archive(), volume.folder());
+    ASSERT_FALSE(unpacked);
+    EXPECT_EQ(unpacked.error().code, ArchiveFault::unwritable);
+    EXPECT_EQ(unpacked.error().subject, "file");
 }
 
 TEST_F(ZipArchiveTest, WorkingDirectoryAndLocaleStayAsTheyWere) {

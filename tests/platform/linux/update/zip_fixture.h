@@ -32,11 +32,13 @@ class ZipArchiveTest : public testing::Test {
         return std::filesystem::path(tree_.root()) / "work" / "update.zip";
     }
 
-    bool unpack(const std::string& bytes) {
+    Status<platform::ArchiveFault> unpack(const std::string& bytes) {
         tree_.write("work/update.zip", bytes);
         return platform::ZipArchive().unpack(archive(), out());
     }
-    bool unpack(const std::vector<ZipMember>& members) { return unpack(makeZip(members)); }
+    Status<platform::ArchiveFault> unpack(const std::vector<ZipMember>& members) {
+        return unpack(makeZip(members));
+    }
 
     /// Whether nothing but the archive and the folder is where they are.
     bool nothingOutside() const {
