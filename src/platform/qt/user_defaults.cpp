@@ -26,27 +26,40 @@ QJsonValue typed(const QJsonObject& values, const std::string& key, const char* 
     return values.value(QString::fromStdString(key)).toObject().value(QLatin1String(type));
 }
 
+Error<SettingsFault> faultOf(SettingsFault fault, const QFileDevice& file) {
+    return {fault, file.fileName().toStdString(), file.errorString().toStdString()};
+}
+
 } // namespace
 
-QtUserDefaults::QtUserDefaults(QString file) : file_(std::move(file)) {
-    load();
-}
+QtUserDefaults::QtUserDefaults(QString file) : file_(std::move(file)), fileStatus_(load()) {}
 
 QString QtUserDefaults::standardFile() {
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
            QStringLiteral("/korvel/defaults.json");
 }
 
-void QtUserDefaults::load() {
+Status<SettingsFault> QtUserDefaults::load() {
     QFile file(file_);
     if (!file.exists()) {
-        return;
+        return {};
     }
-    const bool readable = file.open(QIODevice::ReadOnly) && file.size() <= kLargestFile;
-    const QJsonDocument document =
-        QJsonDocument::fromJson(readable ? file.readAll() : QByteArray());
-    broken_ = !document.isObject();
+    if (!file.open(QIODevice::ReadOnly)) {
+        return faultOf(SettingsFault::unreadable, file);
+    }
+    if (file.size() > kLargestFile) {
+        return Error{SettingsFault::foreign, file_.toStdString()};
+    }
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        return faultOf(SettingsFault::unreadable, file);
+    }
+    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    if (!document.isObject()) {
+        return Error{SettingsFault::foreign, file_.toStdString()};
+    }
     values_ = document.object();
+    return {};
 }
 
 double QtUserDefaults::real(const std::string& key) {
@@ -126,16 +139,21 @@ void QtUserDefaults::remove(const std::string& key) {
 
 void QtUserDefaults::save() {
     QDir().mkpath(QFileInfo(file_).path());
-    if (std::exchange(broken_, false)) {
+    if (!fileStatus_ && fileStatus_.error().code != SettingsFault::unwritable) {
         QFile::remove(file_ + QStringLiteral(".broken"));
         QFile::rename(file_, file_ + QStringLiteral(".broken"));
     }
+    fileStatus_ = write();
+}
+
+Status<SettingsFault> QtUserDefaults::write() const {
     QSaveFile file(file_);
-    if (file.open(QIODevice::WriteOnly)) {
-        file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-        file.write(QJsonDocument(values_).toJson(QJsonDocument::Compact));
-        file.commit();
+    if (!file.open(QIODevice::WriteOnly)) {
+        return faultOf(SettingsFault::unwritable, file);
     }
+    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    file.write(QJsonDocument(values_).toJson(QJsonDocument::Compact));
+    return file.commit() ? Status<SettingsFault>() : faultOf(SettingsFault::unwritable, file);
 }
 
 } // namespace korvel::platform

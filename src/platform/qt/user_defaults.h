@@ -5,9 +5,17 @@
 #include <QJsonObject>
 #include <QString>
 
+#include "base/result.h"
 #include "platform/defaults.h"
 
 namespace korvel::platform {
+
+/// What can be wrong with the file of the settings, whose path is an error's subject.
+enum class SettingsFault {
+    unreadable, ///< it is there and cannot be read; the detail is the system's
+    foreign,    ///< it holds something else, or more than settings could be
+    unwritable, ///< it cannot be written; the detail is the system's
+};
 
 /// Settings in one small JSON file that keeps each value with its type, such as
 /// {"awakeUntil":{"double":1700000000.5}}. It is read once, and each change is written at once, to
@@ -33,14 +41,19 @@ class QtUserDefaults final : public UserDefaults {
     void set(const std::string& key, const std::string& value) override;
     void remove(const std::string& key) override;
 
+    /// What was wrong with the file when it was last read or written. The program goes on as it is
+    /// said above, and tells nobody.
+    const Status<SettingsFault>& fileStatus() const { return fileStatus_; }
+
   private:
-    void load();
+    Status<SettingsFault> load();
     void store(const std::string& key, const char* type, const QJsonValue& value);
     void save();
+    Status<SettingsFault> write() const;
 
     QString file_;
     QJsonObject values_;
-    bool broken_ = false; ///< the file is there and is none of ours
+    Status<SettingsFault> fileStatus_;
 };
 
 } // namespace korvel::platform

@@ -99,10 +99,12 @@ TEST_P(DamagedFile, IsKeptAsideWhenTheFirstValueIsStored) {
     const QByteArray bytes(GetParam());
     write(bytes);
     QtUserDefaults defaults = open();
+    EXPECT_EQ(defaults.fileStatus(), (Error{SettingsFault::foreign, path_.toStdString()}));
     EXPECT_EQ(defaults.integer("a"), 0);
     EXPECT_EQ(read(), bytes) << "reading changes nothing";
     defaults.set("a", std::int64_t{3});
     EXPECT_EQ(read(".broken"), bytes);
+    EXPECT_TRUE(defaults.fileStatus());
     EXPECT_EQ(open().integer("a"), 3);
 }
 
@@ -132,8 +134,30 @@ TEST_F(SettingsFile, AFolderThatCannotBeMadeKeepsTheValuesForThisRun) {
     QFile inTheWay(folder_.filePath("below"));
     ASSERT_TRUE(inTheWay.open(QIODevice::WriteOnly));
     QtUserDefaults defaults = open();
+    EXPECT_TRUE(defaults.fileStatus()) << "there is none to be read";
+    for (const std::int64_t value : {3, 4}) {
+        defaults.set("a", value);
+        EXPECT_EQ(defaults.integer("a"), value);
+        ASSERT_FALSE(defaults.fileStatus());
+        EXPECT_EQ(defaults.fileStatus().error().code, SettingsFault::unwritable);
+        EXPECT_EQ(defaults.fileStatus().error().subject, path_.toStdString());
+        EXPECT_NE(defaults.fileStatus().error().detail, "");
+    }
+    ASSERT_TRUE(inTheWay.remove());
+    defaults.set("a", std::int64_t{5});
+    EXPECT_TRUE(defaults.fileStatus());
+    EXPECT_EQ(open().integer("a"), 5);
+}
+
+TEST_F(SettingsFile, AFolderInItsPlaceIsKeptAsideToo) {
+    ASSERT_TRUE(QDir().mkpath(path_));
+    QtUserDefaults defaults = open();
+    ASSERT_FALSE(defaults.fileStatus());
+    EXPECT_EQ(defaults.fileStatus().error().code, SettingsFault::unreadable);
+    EXPECT_NE(defaults.fileStatus().error().detail, "");
     defaults.set("a", std::int64_t{3});
-    EXPECT_EQ(defaults.integer("a"), 3);
+    EXPECT_TRUE(QDir(path_ + ".broken").exists());
+    EXPECT_EQ(open().integer("a"), 3);
 }
 
 } // namespace
