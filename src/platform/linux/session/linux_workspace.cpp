@@ -1,10 +1,10 @@
 #include "platform/linux/session/linux_workspace.h"
 
-#include <string_view>
 #include <utility>
 
 #include <sys/stat.h>
 
+#include <QByteArray>
 #include <QStringList>
 
 #include "platform/linux/session/bus_object.h"
@@ -21,21 +21,8 @@ bool isFolder(const std::string& path) {
 } // namespace
 
 std::string fileUri(const std::string& path) {
-    constexpr std::string_view kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
-                                        "0123456789-._~/";
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
-    std::string uri = "file://";
-    for (const char c : path) {
-        if (kPlain.find(c) != std::string_view::npos) {
-            uri += c;
-        } else {
-            const auto byte = static_cast<unsigned char>(c);
-            uri += '%';
-            uri += kDigits[byte >> 4U];
-            uri += kDigits[byte & 0xfU];
-        }
-    }
-    return uri;
+    // By its bytes: a URL of the toolkit's is made from text, which a path need not be.
+    return "file://" + QByteArray::fromStdString(path).toPercentEncoding("/").toStdString();
 }
 
 LinuxWorkspace::LinuxWorkspace(ChildProcesses& children, QDBusConnection bus)
