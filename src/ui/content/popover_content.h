@@ -132,7 +132,6 @@ struct PopoverContent {
     static constexpr const char* kKeepAwake = "Keep awake";
     static constexpr const char* kKeepAwakeTooltip =
         "Stops the display and system idle-sleeping. Always released when Korvel quits.";
-    static constexpr double kShortestFactorBar = 2; ///< logical pixels
 
     /// What the crosses are called that put the greeting away, and a waiting preview.
     static constexpr const char* kDismiss = "Dismiss";

@@ -4,9 +4,6 @@
 
 namespace korvel {
 
-/// The popover's width, in logical pixels.
-inline constexpr double kPopoverWidth = 340;
-
 /// The tallest that the popover grows before it scrolls: the screen's visible height less a margin,
 /// never under a usable least; a fixed height where there is no screen.
 inline double popoverMaximumHeight(std::optional<double> visibleHeight) {

@@ -10,8 +10,6 @@ namespace korvel {
 
 /// One metric of the popover: caption, bar, sparkline and percentage, and a line that explains it.
 struct Row {
-    static constexpr double kShortestBar = 3; ///< logical pixels; even 0 % shows a stub
-
     std::string label;
     double pct = 0; ///< may pass 100; never NaN or infinite
     std::string detail;

@@ -6,6 +6,7 @@
 #include "model/history_store.h"
 #include "ui/content/geometry.h"
 #include "ui/content/palette.h"
+#include "ui/content/popover_sizes.h"
 
 namespace korvel {
 
@@ -13,7 +14,7 @@ namespace korvel {
 struct Spark {
     static constexpr std::size_t kPoints = 60;
     static constexpr double kLowestTop = 20; ///< keeps a quiet series low in its box
-    static constexpr Size kFrame{44, 14};
+    static constexpr Size kFrame{PopoverSizes::kSparkWidth, PopoverSizes::kSparkHeight};
     static constexpr double kLineWidth = 1.3; ///< logical pixels; butt caps, round joins
     static constexpr double kMiterLimit = 10;
     static constexpr double kOpacity = 0.85;

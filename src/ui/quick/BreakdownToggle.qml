@@ -12,7 +12,7 @@ PlainButton {
     Accessible.name: text
 
     contentItem: Row {
-        leftPadding: -1 // the chevron does not fill its box
+        leftPadding: -Theme.toggleOutdent
         spacing: Theme.chevronSpacing
 
         Symbol {

@@ -37,7 +37,7 @@ Item {
         color: face.ink
         font: face.wordFont
         fontSizeMode: Text.HorizontalFit // where it is cramped, before it is cut
-        minimumPointSize: Math.floor(0.8 * face.wordFont.pointSize)
+        minimumPointSize: Math.floor(Theme.smallestWord * face.wordFont.pointSize)
         text: face.word
     }
 }

@@ -62,8 +62,8 @@ T.Menu {
             onTriggered: menu.choose(index)
 
             background: Rectangle {
-                color: entry.highlighted || entry.hovered ? Theme.track(Theme.highlightOpacity) : "transparent"
-                radius: Theme.focusRadius - 2
+                color: entry.highlighted || entry.hovered ? Inks.texts.track(Theme.highlightOpacity) : "transparent"
+                radius: Theme.menuItemRadius
             }
 
             contentItem: Label {
@@ -85,7 +85,7 @@ T.Menu {
     }
 
     background: Rectangle {
-        border.color: Qt.tint(Inks.ground, Theme.track(Theme.borderOpacity))
+        border.color: Qt.tint(Inks.ground, Inks.texts.track(Theme.borderOpacity))
         color: Inks.dark ? Qt.lighter(Inks.ground, 1.5) : "white"
         radius: Theme.focusRadius
     }

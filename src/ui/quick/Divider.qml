@@ -4,5 +4,5 @@ import Korvel
 HairLine {
     implicitWidth: Theme.popoverWidth
     implicitHeight: 1
-    colour: Theme.track(Theme.dividerOpacity)
+    colour: Inks.texts.track(Theme.dividerOpacity)
 }

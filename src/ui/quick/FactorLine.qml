@@ -7,7 +7,7 @@ Column {
 
     required property factorValue value
 
-    spacing: 2
+    spacing: Theme.factorLineSpacing
 
     Accessible.role: Accessible.StaticText
     Accessible.name: value.spoken
@@ -40,7 +40,7 @@ Column {
             colour: Inks.fills.of(line.value.barColour)
             fraction: line.value.barFraction
             shortest: Theme.shortestFactorBar
-            trackColour: Theme.track(Theme.factorTrackOpacity)
+            trackColour: Inks.texts.track(Theme.factorTrackOpacity)
         }
 
         Item {

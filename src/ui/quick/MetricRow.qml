@@ -40,7 +40,7 @@ Column {
             colour: Inks.fills.of(row.value.colour)
             fraction: row.value.barFraction
             shortest: Theme.shortestRowBar
-            trackColour: Theme.track(Theme.rowTrackOpacity)
+            trackColour: Inks.texts.track(Theme.rowTrackOpacity)
         }
 
         Item {

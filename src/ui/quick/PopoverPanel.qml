@@ -23,7 +23,7 @@ Rectangle {
 
     width: Theme.popoverWidth
     height: Math.min(view.contentHeight, maximumHeight)
-    border.color: Qt.tint(Inks.ground, Theme.track(Theme.borderOpacity))
+    border.color: Qt.tint(Inks.ground, Inks.texts.track(Theme.borderOpacity))
     border.width: bordered ? 1 : 0
     color: Inks.ground
     radius: rounded ? Theme.popoverRadius : 0

@@ -22,7 +22,7 @@ Item {
         colour: Inks.fills.of(dial.value.colour)
         fraction: dial.value.score / 100
         lineWidth: Theme.dialLineWidth
-        trackColour: Theme.track(Theme.dialTrackOpacity)
+        trackColour: Inks.texts.track(Theme.dialTrackOpacity)
 
         Behavior on fraction {
             enabled: dial.animated
@@ -30,7 +30,7 @@ Item {
             NumberAnimation {
                 duration: Theme.scoreAnimation
                 easing.type: Easing.BezierSpline
-                easing.bezierCurve: [0, 0, 0.58, 1, 1, 1] // ease-out
+                easing.bezierCurve: Theme.easeOut
             }
         }
     }

@@ -35,10 +35,10 @@ FocusScope {
     implicitWidth: Theme.popoverWidth
     implicitHeight: contentHeight
 
-    Keys.onDownPressed: flickable.scrollBy(40)
-    Keys.onUpPressed: flickable.scrollBy(-40)
+    Keys.onDownPressed: flickable.scrollBy(Theme.scrollStep)
+    Keys.onUpPressed: flickable.scrollBy(-Theme.scrollStep)
     Keys.onPressed: event => {
-        const page = flickable.height - 40;
+        const page = flickable.height - Theme.scrollStep;
         if (event.key === Qt.Key_PageDown) {
             flickable.scrollBy(page);
         } else if (event.key === Qt.Key_PageUp) {
@@ -64,7 +64,7 @@ FocusScope {
 
         // Brings a piece of the content that has got the keyboard into sight.
         function reveal(item: Item) {
-            const margin = 12;
+            const margin = Theme.revealMargin;
             const top = item.mapToItem(contentItem, 0, 0).y;
             if (top - margin < contentY) {
                 scrollBy(top - margin - contentY);
@@ -100,18 +100,18 @@ FocusScope {
         T.ScrollBar.vertical: T.ScrollBar {
             id: scrollBar
 
-            padding: 3
-            topPadding: 6
-            bottomPadding: 6
-            implicitWidth: 10
-            minimumSize: 0.1
+            padding: Theme.scrollBarPadding
+            topPadding: Theme.scrollBarEndPadding
+            bottomPadding: Theme.scrollBarEndPadding
+            implicitWidth: Theme.scrollBarWidth
+            minimumSize: Theme.shortestScrollBar
             policy: flickable.interactive ? T.ScrollBar.AlwaysOn : T.ScrollBar.AlwaysOff
             visible: flickable.interactive
             Accessible.ignored: true // what has the keyboard comes into sight by itself
 
             contentItem: Rectangle {
                 antialiasing: true
-                color: Theme.track(scrollBar.hovered || scrollBar.pressed ? 0.45 : 0.22)
+                color: Inks.texts.track(scrollBar.hovered || scrollBar.pressed ? Theme.scrollBarOpacityActive : Theme.scrollBarOpacity)
                 radius: width / 2
             }
         }

@@ -8,9 +8,9 @@ Dial {
     implicitWidth: Theme.spinnerSize
     implicitHeight: Theme.spinnerSize
     colour: Inks.fills.of("secondary")
-    fraction: 0.3
+    fraction: Theme.spinnerArc
     lineWidth: Theme.spinnerLineWidth
-    trackColour: Theme.track(Theme.dialTrackOpacity)
+    trackColour: Inks.texts.track(Theme.dialTrackOpacity)
 
     NumberAnimation on rotation {
         duration: Theme.spinnerTurn

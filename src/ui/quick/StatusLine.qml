@@ -23,20 +23,18 @@ Item {
 
         objectName: "symbol"
         // Centred in a fixed place, so that the sentences begin on one line; beside the first line.
-        x: Math.round((frame - width) / 2)
+        x: Math.round((Theme.symbolFrame - width) / 2)
         y: Math.max(0, Math.round((metrics.height - height) / 2))
         colour: Inks.fills.of(line.value.colour)
         name: line.value.symbol
         size: line.value.textStyle === "primary" ? Theme.alertSymbol : Theme.calmSymbol
-
-        readonly property real frame: 14
     }
 
     Label {
         id: label
 
         objectName: "words"
-        x: mark.frame + Theme.symbolSpacing
+        x: Theme.symbolFrame + Theme.symbolSpacing
         width: line.width - x
         color: Inks.texts.of(line.value.textStyle)
         font: Theme.status

@@ -28,7 +28,7 @@ Column {
         onClicked: block.content.findSwapHolders()
 
         contentItem: Row {
-            leftPadding: block.content.swapBlock.scanning ? 0 : -2 // the chevron does not fill its box
+            leftPadding: block.content.swapBlock.scanning ? 0 : -Theme.holdersOutdent
             spacing: Theme.chevronSpacing
 
             Symbol {
@@ -66,7 +66,7 @@ Column {
         font: Theme.holdersNote
         maximumLineCount: 2
         text: block.content.swapBlock.note
-        topPadding: 2
+        topPadding: Theme.holdersNoteTop
         visible: text !== ""
         wrapMode: Text.Wrap
         Accessible.ignored: !visible

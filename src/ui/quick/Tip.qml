@@ -19,9 +19,9 @@ T.ToolTip {
     implicitWidth: Math.min(longest, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
     margins: Theme.focusReach
-    horizontalPadding: 8
-    verticalPadding: 5
-    delay: 600
+    horizontalPadding: Theme.tipSidePadding
+    verticalPadding: Theme.tipPadding
+    delay: Theme.tipDelay
     visible: target !== null
 
     // Its size is the tip's to set: a binding of its own height would be cut while it runs, which
@@ -39,7 +39,7 @@ T.ToolTip {
     }
 
     background: Rectangle {
-        border.color: Qt.tint(Inks.ground, Theme.track(Theme.borderOpacity))
+        border.color: Qt.tint(Inks.ground, Inks.texts.track(Theme.borderOpacity))
         color: Inks.dark ? Qt.lighter(Inks.ground, 1.5) : "white"
         radius: Theme.focusRadius
     }

@@ -23,7 +23,7 @@ Section {
             id: mark
 
             objectName: "symbol"
-            x: Math.round((Theme.updateFrame - width) / 2)
+            x: Math.round((Theme.symbolFrame - width) / 2)
             anchors.verticalCenter: parent.verticalCenter
             colour: Inks.fills.of(section.content.update.colour)
             name: section.content.update.symbol
@@ -33,7 +33,7 @@ Section {
 
         Spinner {
             objectName: "spinner"
-            x: Math.round((Theme.updateFrame - width) / 2)
+            x: Math.round((Theme.symbolFrame - width) / 2)
             anchors.verticalCenter: parent.verticalCenter
             visible: section.content.update.spinning
         }
@@ -44,7 +44,7 @@ Section {
             objectName: "words"
             anchors {
                 left: parent.left
-                leftMargin: bar.visible ? 0 : Theme.updateFrame + Theme.symbolSpacing
+                leftMargin: bar.visible ? 0 : Theme.symbolFrame + Theme.symbolSpacing
                 verticalCenter: parent.verticalCenter
             }
             width: bar.visible ? implicitWidth : (control.visible ? control.x - Theme.footerSpacing : line.width) - x
@@ -72,7 +72,7 @@ Section {
             colour: Inks.fills.of("cyan")
             fraction: section.content.update.progress
             shortest: 0
-            trackColour: Theme.track(Theme.rowTrackOpacity)
+            trackColour: Inks.texts.track(Theme.rowTrackOpacity)
             visible: section.content.update.progressing
         }
 

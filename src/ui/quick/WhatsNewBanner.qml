@@ -26,7 +26,7 @@ Item {
         NumberAnimation {
             duration: Theme.bannerAnimation
             easing.type: Easing.BezierSpline
-            easing.bezierCurve: [0, 0, 0.58, 1, 1, 1] // ease-out
+            easing.bezierCurve: Theme.easeOut
         }
     }
 

@@ -39,6 +39,12 @@ QColor InkTable::of(const QString& name) const {
     return toQColor(colours_(Ink::primary, appearance_));
 }
 
+QColor InkTable::track(qreal opacity) const {
+    QColor colour = toQColor(colours_(Ink::primary, appearance_));
+    colour.setAlphaF(static_cast<float>(opacity));
+    return colour;
+}
+
 Inks* Inks::create(QQmlEngine* engine, QJSEngine*) {
     auto* inks = new Inks(nullptr); // the engine takes it
     const auto* scheme = engine->property(kColourSchemeProperty).value<ColourScheme*>();

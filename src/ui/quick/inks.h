@@ -25,6 +25,8 @@ class InkTable {
 
     /// Primary for a name that is none of the palette's.
     Q_INVOKABLE QColor of(const QString& name) const;
+    /// What a track or a line is painted in: the primary colour, so faint.
+    Q_INVOKABLE QColor track(qreal opacity) const;
 
     bool operator==(const InkTable&) const = default;
 

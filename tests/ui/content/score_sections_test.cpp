@@ -88,7 +88,6 @@ TEST(Breakdown, ABarIsFullAtTwentySixPoints) {
     for (const auto& row : rows) {
         EXPECT_DOUBLE_EQ(breakdownOf(losing(row.lost))[0].barFraction, row.fraction) << row.lost;
     }
-    EXPECT_EQ(PopoverContent::kShortestFactorBar, 2);
 }
 
 TEST(Breakdown, ListsTheFactorsWorstFirstByTheirOwnIdentity) {
