@@ -5,7 +5,7 @@
 #include <QQuickItem>
 #include <QQuickView>
 
-#include "ui/content/popover_size.h"
+#include "ui/content/popover_height.h"
 
 namespace korvel {
 

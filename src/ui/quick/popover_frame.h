@@ -5,7 +5,7 @@
 #include <QObject>
 #include <QtQmlIntegration>
 
-#include "ui/content/popover_size.h"
+#include "ui/content/popover_height.h"
 
 namespace korvel {
 

@@ -10,7 +10,7 @@
 #include <QQuickView>
 #include <QScreen>
 
-#include "ui/content/popover_size.h"
+#include "ui/content/popover_height.h"
 #include "ui/quick/shadow_item.h"
 
 namespace korvel {

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "ui/content/palette.h"
-#include "ui/content/popover_size.h"
+#include "ui/content/popover_height.h"
 #include "ui/content/row.h"
 #include "ui/content/shield_mark.h"
 #include "ui/content/spark.h"
