@@ -9,6 +9,7 @@
 #include "platform/services.h"
 #include "ui/content/action_sections.h"
 #include "ui/content/metric_rows.h"
+#include "ui/content/process_lists.h"
 #include "ui/content/score_sections.h"
 #include "ui/content/update_sections.h"
 

@@ -11,6 +11,7 @@
 #include "support/simulated_model.h"
 #include "ui/content/action_sections.h"
 #include "ui/content/metric_rows.h"
+#include "ui/content/process_lists.h"
 #include "ui/content/score_sections.h"
 #include "ui/content/update_sections.h"
 
