@@ -14,7 +14,7 @@ Reclaim reclaimOf(const Model& model) {
         return {"Clearing…", "", true, false, Reclaim::Action::none};
     }
     if (const std::optional<std::string>& preview = *model.reclaimPreview) {
-        // Whatever it says: also that there is nothing.
+        // Whatever the preview says, also where it says that there is nothing.
         return {"Clear " + *preview, "", true, true, Reclaim::Action::run};
     }
     if (*model.scanning) {

@@ -36,7 +36,7 @@ Item {
         width: face.width - mark.reach
         color: face.ink
         font: face.wordFont
-        fontSizeMode: Text.HorizontalFit // where it is cramped, before it is cut
+        fontSizeMode: Text.HorizontalFit // shrinks first, and is cut where that is not enough
         minimumPointSize: Math.floor(Theme.smallestWord * face.wordFont.pointSize)
         text: face.word
     }

@@ -39,7 +39,7 @@ Section {
             }
         }
 
-        // In the middle of what the other two leave.
+        // Centred between the watchdog and the way out.
         Row {
             readonly property real room: quit.x - warden.width - 2 * Theme.footerSpacing
 

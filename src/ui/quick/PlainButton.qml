@@ -21,7 +21,7 @@ T.AbstractButton {
     Accessible.ignored: !visible
     Accessible.role: Accessible.Button
     Accessible.description: tip
-    // The press that the toolkit offers by itself says that it was done and does nothing.
+    // The toolkit's own press action for screen readers reports success and clicks nothing.
     Accessible.onPressAction: clicked()
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()

@@ -7,7 +7,7 @@ Item {
 
     required property headerValue value
 
-    // Not while the popover is being filled for its opening.
+    // False while the popover is filled before it opens: what changes then is not to move or fade.
     property bool animated: true
 
     implicitWidth: Theme.dialSize

@@ -11,7 +11,7 @@ FocusScope {
 
     required property PopoverBridge content
 
-    // Not while the popover is being filled for its opening.
+    // False while the popover is filled before it opens: what changes then is not to move or fade.
     property bool animated: true
     property alias menuShown: keepAwake.menuShown
     readonly property real contentHeight: column.implicitHeight

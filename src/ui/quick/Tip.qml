@@ -8,7 +8,7 @@ T.ToolTip {
 
     property Item target
 
-    // Where it would leave the window it stands above, and never on what it is about.
+    // Below what it is about, or above where the window ends before; never over it.
     readonly property bool below: !target || target.mapToItem(null, 0, target.height).y + height + 2 * Theme.focusReach
                                   < target.Window.height
     readonly property real longest: Theme.popoverWidth - 2 * Theme.sidePadding
@@ -24,8 +24,8 @@ T.ToolTip {
     delay: Theme.tipDelay
     visible: target !== null
 
-    // Its size is the tip's to set: a binding of its own height would be cut while it runs, which
-    // this toolkit does not survive.
+    // The tip sets the size of this item. A binding of the item's own on its height would be
+    // removed while it is evaluated, and the toolkit crashes over that.
     contentItem: Text {
         objectName: "tip"
         color: Inks.texts.of("primary")

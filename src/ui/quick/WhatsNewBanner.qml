@@ -9,7 +9,7 @@ Item {
 
     required property PopoverBridge content
 
-    // Not while the popover is being filled for its opening.
+    // False while the popover is filled before it opens: what changes then is not to move or fade.
     property bool animated: true
 
     readonly property bool shown: content.banner.shown

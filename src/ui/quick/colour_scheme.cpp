@@ -31,7 +31,7 @@ ColourScheme::ColourScheme(const QDBusConnection& bus, QObject* parent)
     : QObject(parent), bus_(bus),
       watcher_(kService, bus, QDBusServiceWatcher::WatchForRegistration) {
     if (bus_.isConnected()) {
-        // By its name in the slot's signature; without it Qt does not make the connection.
+        // Qt looks the type up by its name in the slot's signature, or makes no connection.
         qRegisterMetaType<QDBusVariant>();
         connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &ColourScheme::ask);
         bus_.connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), this,
@@ -47,7 +47,8 @@ void ColourScheme::ask() {
         QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Read"));
     read << kGroup << kKey;
     read.setAutoStartService(false);
-    auto* call = new QDBusPendingCallWatcher(bus_.asyncCall(read), this); // ends with its answer
+    auto* call =
+        new QDBusPendingCallWatcher(bus_.asyncCall(read), this); // deleted once it is answered
     connect(call, &QDBusPendingCallWatcher::finished, this, &ColourScheme::answered);
 }
 

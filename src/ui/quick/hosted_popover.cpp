@@ -11,7 +11,7 @@ namespace korvel {
 
 namespace {
 
-/// A window of this kind is a native view without a native window.
+/// Of such a window Qt makes a native view, and no native window around it.
 constexpr Qt::WindowFlags kNativeView = Qt::SubWindow | Qt::FramelessWindowHint;
 
 /// Such a desktop has no portal: it tells by the palette whether it is dark.
@@ -67,7 +67,7 @@ void HostedPopover::makeKey() {
 void HostedPopover::loaded() {
     connect(views_.window()->rootObject(), &QQuickItem::heightChanged, this,
             &HostedPopover::resize);
-    // On Qt's side a number that names the view.
+    // Qt names a native view by a number, which on this desktop is the view's address.
     host_.setContent(reinterpret_cast<void*>(views_.window()->winId())); // NOLINT
 }
 

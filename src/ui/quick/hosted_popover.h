@@ -41,7 +41,7 @@ class HostedPopover final : public QObject, public platform::Popover {
     void resize();
 
     PopoverViews views_;
-    PopoverHost host_; ///< last: it calls back into the views, and holds their native one
+    PopoverHost host_; ///< goes first: it calls back into the views, and holds their native view
 };
 
 } // namespace korvel

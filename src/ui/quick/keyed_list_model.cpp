@@ -33,7 +33,7 @@ QHash<int, QByteArray> KeyedListModel::roleNames() const {
 }
 
 void KeyedListModel::setEntries(std::vector<Entry> entries) {
-    // A doubled key would make two rows one.
+    // A key is one row: of entries with the same one all but the first are dropped.
     for (auto entry = entries.begin(); entry != entries.end();) {
         const bool doubled = std::any_of(entries.begin(), entry, withKey(entry->key));
         entry = doubled ? entries.erase(entry) : std::next(entry);

@@ -30,7 +30,7 @@ void ShadowItem::setRadius(qreal radius) {
 }
 
 QImage ShadowItem::corner(qreal scale) const {
-    // As far as the panel covers it, though that stands higher than the shadow.
+    // Far enough inwards that the panel, which stands higher than its shadow, covers the rest.
     const int side = static_cast<int>(std::ceil((kReach + radius_ + 2 * kDrop) * scale));
     QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
     for (int y = 0; y < side; ++y) {
@@ -56,7 +56,8 @@ void ShadowItem::paint(QPainter* painter) {
     const qreal right = width() - side;
     const qreal bottom = height() - side;
     const QRectF whole(0, 0, pixels, pixels);
-    // Beyond the corner each edge is the same all along.
+    // Between the corners an edge is the same all along: the corner's last column or row, drawn
+    // out.
     const QRectF column(pixels - 1, 0, 1, pixels);
     const QRectF row(0, pixels - 1, pixels, 1);
     for (const bool flippedX : {false, true}) {

@@ -21,8 +21,8 @@ class ShadowItem : public korvel::TintedItem {
   public:
     using TintedItem::TintedItem;
 
-    /// How far the shadow reaches, and how far it lies below the panel: fours, so that the panel
-    /// stands on whole pixels at every usual scale.
+    /// How far the shadow reaches, and how far it lies below the panel: multiples of four, so that
+    /// the panel stands on whole pixels at scales of 1.25, 1.5 and 1.75 too.
     static constexpr int kReach = 20;
     static constexpr int kDrop = 8;
     static constexpr QMargins kMargins{kReach, kReach - kDrop, kReach, kReach + kDrop};

@@ -52,7 +52,7 @@ class WindowPopover final : public QObject, public platform::Popover {
     platform::StatusItem* item_ = nullptr; ///< that it stands at; null while closed
     QRect anchor_;                         ///< on the screen; what it stands under
     bool wasActive_ = false;
-    PopoverViews views_; ///< last: its window tells of its end
+    PopoverViews views_; ///< go first: their window still tells of changes as it goes
 };
 
 } // namespace korvel
