@@ -14,6 +14,7 @@
 #include "core/metrics.h"
 #include "model/awake.h"
 #include "platform/digest.h"
+#include "platform/identity.h"
 #include "platform/linux/kernel/linux_machine.h"
 #include "platform/linux/kernel/linux_processes.h"
 #include "platform/linux/kernel/own_memory.h"
@@ -45,8 +46,6 @@
 namespace {
 
 using namespace korvel;
-
-constexpr const char* kIdentifier = "com.oxbrook.korvel";
 
 constexpr double kLaunchedAfter =
     15; // seconds; then the memory that only the launch used is given back
@@ -99,7 +98,7 @@ int main(int, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setApplicationName(QStringLiteral("korvel"));
     QApplication::setApplicationDisplayName(QStringLiteral("Korvel"));
-    QApplication::setDesktopFileName(QString::fromLatin1(kIdentifier));
+    QApplication::setDesktopFileName(QString::fromLatin1(platform::kBundleIdentifier));
 
     platform::SingleInstance instance([] {
         if (running) {
@@ -123,7 +122,7 @@ int main(int, char** argv) {
     platform::QtUserDefaults defaults;
     platform::DesktopPower power;
     platform::DesktopNotifications notifications(linuxWords);
-    platform::LinuxBundle bundle(executable, {{"CFBundleIdentifier", kIdentifier},
+    platform::LinuxBundle bundle(executable, {{"CFBundleIdentifier", platform::kBundleIdentifier},
                                               {"CFBundleShortVersionString", KORVEL_VERSION},
                                               {"CFBundleVersion", KORVEL_BUILD}});
     platform::QtHttp http({.idle = platform::giveMemoryBack});
@@ -132,7 +131,6 @@ int main(int, char** argv) {
     platform::ZipArchive archive;
     platform::LinuxCodeSignature codeSignature(
         {.rootPem = std::string(platform::builtInUpdateRoot()),
-         .identifier = kIdentifier,
          .runningBuild = buildNumber(bundle.infoString("CFBundleVersion").value_or("")),
          .now = [&clock] { return static_cast<std::int64_t>(clock.now()); }});
     platform::LinuxWorkspace workspace(childProcesses);

@@ -9,6 +9,7 @@
 #include "base/observable.h"
 #include "base/uuid.h"
 #include "platform/clock.h"
+#include "platform/identity.h"
 #include "update/release.h"
 #include "update/updater_state.h"
 
@@ -47,7 +48,7 @@ class Updater : public ObservableObject, public std::enable_shared_from_this<Upd
                      std::function<Uuid()> newUuid = Uuid::random);
 
     /// The code-signing team that an update must carry.
-    const std::string teamID = "7QX4D1K9WB";
+    const std::string teamID = platform::kTeamIdentifier;
     Published<State> state{*this, update_state::Idle{}};
     Published<std::optional<platform::Date>> lastChecked{*this}; ///< when the last check ended
     std::optional<Release> pending; ///< what the last check that found something newer found

@@ -274,7 +274,13 @@ class Description(Checked):
     def setUp(self):
         super().setUp()
         template = (SOURCE / "packaging/macos/Info.plist.in").read_text(encoding="utf-8")
-        self.text = template.replace("@KORVEL_VERSION@", "1.4.0").replace("@KORVEL_BUILD@", "42")
+        for key, value in (
+            ("IDENTIFIER", "com.oxbrook.korvel"),
+            ("VERSION", "1.4.0"),
+            ("BUILD", "42"),
+        ):
+            template = template.replace(f"@KORVEL_{key}@", value)
+        self.text = template
 
     def judged(self, text, version="1.4.0", build="42"):
         (self.top / "Info.plist").write_text(text, encoding="utf-8")

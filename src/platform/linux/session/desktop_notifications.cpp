@@ -7,6 +7,7 @@
 #include <QStringList>
 #include <QVariantMap>
 
+#include "platform/identity.h"
 #include "platform/linux/session/bus_object.h"
 
 namespace korvel::platform {
@@ -74,7 +75,7 @@ void DesktopNotifications::post(const Notification& notification) {
                 return;
             }
             const bool markup = capabilities.value().contains(QStringLiteral("body-markup"));
-            const QString icon = QStringLiteral("com.oxbrook.korvel");
+            const QString icon = QString::fromLatin1(kBundleIdentifier);
             const QVariantMap hints{{QStringLiteral("desktop-entry"), icon}};
             constexpr unsigned kReplacesNone = 0;
             constexpr int kServicesOwnTimeout = -1;

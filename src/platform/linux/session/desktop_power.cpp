@@ -7,6 +7,7 @@
 #include <QDBusReply>
 #include <QDBusUnixFileDescriptor>
 
+#include "platform/identity.h"
 #include "platform/linux/session/bus_object.h"
 
 namespace korvel::platform {
@@ -18,7 +19,7 @@ constexpr std::chrono::milliseconds kPatience(500);
 const QString kSession = QStringLiteral("org.gnome.SessionManager");
 const QString kScreenSaver = QStringLiteral("org.freedesktop.ScreenSaver");
 const QString kLogind = QStringLiteral("org.freedesktop.login1");
-const QString kProgram = QStringLiteral("com.oxbrook.korvel");
+const QString kProgram = QString::fromLatin1(kBundleIdentifier);
 
 /// Connections that nothing else uses. A call that was given up may still be granted later; the
 /// services watch the connection, so to close it takes that back.

@@ -11,6 +11,7 @@
 
 #include <QDBusConnection>
 
+#include "platform/identity.h"
 #include "platform/linux/session/bus_object.h"
 
 namespace korvel::platform {
@@ -20,11 +21,11 @@ namespace {
 constexpr std::chrono::seconds kAnswerTime(5); // then the running one hangs, and is left alone
 
 QString busName() {
-    return QStringLiteral("com.oxbrook.korvel");
+    return QString::fromLatin1(kBundleIdentifier);
 }
 
 QString objectPath() {
-    return QStringLiteral("/com/oxbrook/korvel");
+    return QLatin1Char('/') + busName().replace(QLatin1Char('.'), QLatin1Char('/'));
 }
 
 } // namespace

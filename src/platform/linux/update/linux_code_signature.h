@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/code_signature.h"
+#include "platform/identity.h"
 
 namespace korvel::platform {
 
@@ -18,8 +19,8 @@ class LinuxCodeSignature final : public CodeSignature {
   public:
     struct Options {
         std::string rootPem; ///< the one certificate to trust; with none, nothing is good
-        std::string teamIdentifier = "7QX4D1K9WB";
-        std::string identifier = "com.oxbrook.korvel";
+        std::string teamIdentifier = kTeamIdentifier;
+        std::string identifier = kBundleIdentifier;
         std::int64_t runningBuild = 0;     ///< only a later one is good
         std::function<std::int64_t()> now; ///< seconds since 1970
     };
