@@ -300,7 +300,19 @@ def check(top):
     found = []
     for file in files:
         found += breaks(str(file.relative_to(top)), file.read_text(encoding="utf-8"), tracked)
-    return len(files), found
+    return len(files), found + pages(top)
+
+
+def pages(top):
+    """What is wrong with the pages of the rooms: each has one, that is read in a minute."""
+    found = []
+    for folder in [*(f"src/{room}" for room in ROOMS), "tools"]:
+        page = top / folder / "README.md"
+        if not page.is_file():
+            found.append(f"{folder} has no README.md")
+        elif not 10 <= len(page.read_text(encoding="utf-8").splitlines()) <= 20:
+            found.append(f"{folder}/README.md is not of ten to twenty lines")
+    return found
 
 
 TREE = {
