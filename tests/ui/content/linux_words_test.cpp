@@ -118,9 +118,9 @@ TEST(LinuxWords, NoTextOfAnUpdateNamesTheMacAfterThem) {
     system.bundle.writable = false;
     install();
     system.bundle.writable = true;
-    system.codeSignature.strict = false;
+    system.codeSignature.verified = Error{platform::BundleFault::changed, "Contents"};
     install();
-    system.archive.unpacks = false;
+    system.archive.unpacked = Error{platform::ArchiveFault::damaged, "Contents"};
     install();
     simulated.updater->pending->sha256 = "0";
     install();
