@@ -20,7 +20,7 @@ namespace korvel::platform {
 
 namespace {
 
-std::chrono::milliseconds milliseconds(double seconds) {
+std::chrono::milliseconds timerMilliseconds(double seconds) {
     return std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
 }
 
@@ -76,7 +76,7 @@ class OneShotTimer final : public Timer {
   public:
     OneShotTimer(double seconds, RunLoop::Work work) {
         timer_.setSingleShot(true);
-        timer_.setInterval(milliseconds(std::min(seconds, kLongest)));
+        timer_.setInterval(timerMilliseconds(std::min(seconds, kLongest)));
         timer_.callOnTimeout(&timer_, std::move(work));
         timer_.start();
     }
@@ -102,7 +102,7 @@ void QtRunLoop::async(Work work) {
 }
 
 void QtRunLoop::after(double seconds, Work work) {
-    QTimer::singleShot(milliseconds(seconds), &mainThread_, std::move(work));
+    QTimer::singleShot(timerMilliseconds(seconds), &mainThread_, std::move(work));
 }
 
 std::unique_ptr<Timer> QtRunLoop::once(double seconds, Work work) {
@@ -110,7 +110,7 @@ std::unique_ptr<Timer> QtRunLoop::once(double seconds, Work work) {
 }
 
 std::unique_ptr<Timer> QtRunLoop::every(double seconds, Work work) {
-    return std::make_unique<QtTimer>(milliseconds(seconds), std::move(work));
+    return std::make_unique<QtTimer>(timerMilliseconds(seconds), std::move(work));
 }
 
 void QtRunLoop::background(Work work) {

@@ -14,7 +14,7 @@ namespace korvel::platform {
 
 namespace {
 
-constexpr std::chrono::milliseconds kPatience(500);
+constexpr std::chrono::milliseconds kServicePatience(500);
 
 const QString kSession = QStringLiteral("org.gnome.SessionManager");
 const QString kScreenSaver = QStringLiteral("org.freedesktop.ScreenSaver");
@@ -120,7 +120,7 @@ bool DesktopPower::inhibitDisplay(Held& held) {
                                            ? QVariantList{kProgram, kNoWindow, reason, kIdle}
                                            : QVariantList{kProgram, reason};
         const QDBusReply<std::uint32_t> cookie =
-            sessionService(service).call("Inhibit", arguments, kPatience);
+            sessionService(service).call("Inhibit", arguments, kServicePatience);
         if (cookie.isValid()) {
             held.grantor = service.toStdString();
             held.cookie = cookie.value();
@@ -145,7 +145,7 @@ bool DesktopPower::inhibitIdle(Held& held) {
         manager.call("Inhibit",
                      {QStringLiteral("idle"), QStringLiteral("Korvel"),
                       QString::fromStdString(held.name), QStringLiteral("block")},
-                     kPatience);
+                     kServicePatience);
     if (!reply.isValid()) {
         if (reply.error().type() == QDBusError::NoReply) {
             QDBusConnection::disconnectFromBus(kSystemConnection);
@@ -164,7 +164,8 @@ void DesktopPower::giveBack(Held& held) {
     }
     const QString service = QString::fromStdString(held.grantor);
     const char* method = service == kSession ? "Uninhibit" : "UnInhibit";
-    const QDBusMessage answer = sessionService(service).call(method, {held.cookie}, kPatience);
+    const QDBusMessage answer =
+        sessionService(service).call(method, {held.cookie}, kServicePatience);
     if (answer.type() == QDBusMessage::ErrorMessage) {
         QDBusConnection::disconnectFromBus(kSessionConnection); // which releases it too
     }

@@ -24,7 +24,7 @@ constexpr int kSecurityLevel = 2;   ///< 112 bits: RSA from 2048 bits on, no SHA
 constexpr std::int64_t kMostClockError = 86400;
 
 /// Reads all of the bytes as a detached signature.
-CmsHandle parsed(std::string_view signature) {
+CmsHandle parsedCms(std::string_view signature) {
     if (signature.empty() || signature.size() > kLargestSignature) {
         return nullptr;
     }
@@ -181,7 +181,7 @@ Status<BundleFault> checkChain(X509* root, X509* certificate, STACK_OF(X509) * o
 
 std::optional<CmsClaim> readCmsClaim(std::string_view signature) {
     const KeepErrors errors;
-    const CmsHandle cms = parsed(signature);
+    const CmsHandle cms = parsedCms(signature);
     CMS_SignerInfo* const signer = cms ? oneSigner(cms.get()) : nullptr;
     if (signer == nullptr) {
         return std::nullopt;
@@ -197,7 +197,7 @@ Result<CmsSigner, BundleFault> verifyCms(std::string_view signature, std::string
     if (!root) {
         return Error{BundleFault::noRoot};
     }
-    const CmsHandle cms = parsed(signature);
+    const CmsHandle cms = parsedCms(signature);
     if (!cms || content.size() > kLargestContent) {
         return Error{BundleFault::signatureMalformed};
     }
