@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/linux/kernel/own_memory.h"
+#include "platform/linux/session/portal_appearance.h"
 #include "platform/linux/session/window_effects.h"
 #include "ui/content/linux_words.h"
 #include "ui/quick/window_popover.h"
@@ -10,8 +11,11 @@
 namespace korvel {
 
 std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root) {
-    PopoverDesktop desktop{linuxWords, platform::giveMemoryBack, platform::desktopBlendsWindows,
-                           nullptr};
+    PopoverDesktop desktop{.words = linuxWords,
+                           .appearance = std::make_unique<platform::PortalAppearance>(),
+                           .released = platform::giveMemoryBack,
+                           .blendsWindows = platform::desktopBlendsWindows,
+                           .declareShadow = nullptr};
     if (platform::desktopKnowsShadows()) {
         desktop.declareShadow = platform::declareShadow;
     }

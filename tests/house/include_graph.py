@@ -46,8 +46,8 @@ ROOMS = {
 FACES = {
     "platform/linux/kernel": {"linux_machine.h", "linux_processes.h", "own_memory.h", "process_status.h"},
     "platform/linux/session": {
-        "desktop_notifications.h", "desktop_power.h", "environment.h", "linux_workspace.h", "single_instance.h",
-        "systemd_agents.h", "tray_status_bar.h", "window_effects.h",
+        "desktop_notifications.h", "desktop_power.h", "environment.h", "linux_workspace.h",
+        "portal_appearance.h", "single_instance.h", "systemd_agents.h", "tray_status_bar.h", "window_effects.h",
     },
     "platform/linux/update": {"linux_bundle.h", "linux_code_signature.h", "update_root.h", "zip_archive.h"},
     "platform/macos": {
@@ -167,7 +167,7 @@ OUTSIDE = {
     "model": FMT | {"fmt/compile.h"} | JSON,
     "update": FMT | JSON,
     "ui/content": FMT,
-    "ui/quick": QT_CORE | QT_GUI | QT_DBUS | QT_QUICK,
+    "ui/quick": QT_CORE | QT_GUI | QT_QUICK,
     "app": FMT,
     "report": FMT,
     "simulation": FMT | JSON | {"fcntl.h", "unistd.h"},

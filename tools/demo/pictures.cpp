@@ -66,9 +66,11 @@ bool draw(ContentView& root, bool dark, const QString& file) {
     platform::SimulatedStatusBar bar;
     const auto item = bar.makeStatusItem();
     // As where windows blend: with its shadow.
-    WindowPopover popover(
-        root,
-        PopoverDesktop{linuxWords, {}, [] { return true; }, [](QWindow&, const QMargins&) {}});
+    WindowPopover popover(root, PopoverDesktop{.words = linuxWords,
+                                               .appearance = nullptr,
+                                               .released = {},
+                                               .blendsWindows = [] { return true; },
+                                               .declareShadow = [](QWindow&, const QMargins&) {}});
     popover.show(*item);
     QQuickWindow* window = shownWindow();
     if (!window) {

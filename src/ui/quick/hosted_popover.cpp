@@ -14,15 +14,10 @@ namespace {
 /// Of such a window Qt makes a native view, and no native window around it.
 constexpr Qt::WindowFlags kNativeView = Qt::SubWindow | Qt::FramelessWindowHint;
 
-/// Such a desktop has no portal: it tells by the palette whether it is dark.
-QDBusConnection noBus() {
-    return QDBusConnection(QString());
-}
-
 } // namespace
 
 HostedPopover::HostedPopover(ContentView& root, Words words, const MakeHost& makeHost)
-    : views_(root, {.words = std::move(words), .flags = kNativeView, .portal = noBus()}),
+    : views_(root, {.words = std::move(words), .flags = kNativeView}),
       host_(makeHost([this] { views_.hide(); })) {
     views_.frame().setBordered(false);
     connect(&views_, &PopoverViews::loaded, this, &HostedPopover::loaded);

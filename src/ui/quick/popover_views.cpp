@@ -18,7 +18,8 @@ namespace korvel {
 
 PopoverViews::PopoverViews(ContentView& root, Options options)
     : root_(root), options_(std::move(options)),
-      observation_(root.observe([this] { contentWillChange(); })), colourScheme_(options_.portal) {
+      observation_(root.observe([this] { contentWillChange(); })),
+      colourScheme_(std::move(options_.appearance)) {
     unloading_.setSingleShot(true);
     unloading_.setInterval(options_.keptLoaded);
     connect(&unloading_, &QTimer::timeout, this, &PopoverViews::unload);

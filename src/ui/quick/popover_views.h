@@ -3,11 +3,11 @@
 #include <chrono>
 #include <memory>
 
-#include <QDBusConnection>
 #include <QObject>
 #include <QTimer>
 
 #include "base/observable.h"
+#include "platform/appearance.h"
 #include "ui/quick/colour_scheme.h"
 #include "ui/quick/popover_bridge.h"
 #include "ui/quick/popover_frame.h"
@@ -27,9 +27,10 @@ class PopoverViews final : public QObject {
 
   public:
     struct Options {
-        Words words;            ///< what the texts are said in
-        Qt::WindowFlags flags;  ///< of the window
-        QDBusConnection portal; ///< where to ask for the colour scheme; not connected: nowhere
+        Words words;           ///< what the texts are said in
+        Qt::WindowFlags flags; ///< of the window
+        /// What the desktop says of dark and light; null: nothing, and the palette counts.
+        std::unique_ptr<platform::Appearance> appearance = nullptr;
         /// How long they stay after they were hidden, for whoever looks again at once.
         std::chrono::milliseconds keptLoaded = std::chrono::seconds(10);
     };

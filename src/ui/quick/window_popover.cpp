@@ -48,9 +48,9 @@ QPoint placeAt(const QRect& anchor, QSize size, const QRect& free) {
 } // namespace
 
 WindowPopover::WindowPopover(ContentView& root, PopoverDesktop desktop)
-    : desktop_(std::move(desktop)),
-      views_(root,
-             {.words = desktop_.words, .flags = kTool, .portal = QDBusConnection::sessionBus()}) {
+    : desktop_(std::move(desktop)), views_(root, {.words = desktop_.words,
+                                                  .flags = kTool,
+                                                  .appearance = std::move(desktop_.appearance)}) {
     connect(&views_, &PopoverViews::loaded, this, &WindowPopover::loaded);
     connect(&views_, &PopoverViews::unloading, this, &WindowPopover::unloading);
     connect(&views_, &PopoverViews::rendered, this, &WindowPopover::dress);

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
 #include <QMargins>
 #include <QObject>
 #include <QRect>
 
+#include "platform/appearance.h"
 #include "platform/status_bar.h"
 #include "ui/quick/popover_views.h"
 
@@ -17,7 +19,9 @@ class ContentView;
 
 /// What the popover asks of the desktop that it opens on.
 struct PopoverDesktop {
-    Words words;                    ///< what the texts are said in
+    Words words; ///< what the texts are said in
+    /// What it says of dark and light; null: nothing, and the palette counts.
+    std::unique_ptr<platform::Appearance> appearance;
     std::function<void()> released; ///< runs each time the views have been let go; may be empty
     /// Whether what a window leaves transparent shows what is behind it; empty: it does not.
     std::function<bool()> blendsWindows;

@@ -40,7 +40,6 @@ class Views : public testing::Test {
     PopoverViews views{stage.root,
                        {.words = [](std::string text) { return text; },
                         .flags = Qt::FramelessWindowHint,
-                        .portal = QDBusConnection(QString()),
                         .keptLoaded = milliseconds(0)}};
     int loaded = 0;
     int unloading = 0;

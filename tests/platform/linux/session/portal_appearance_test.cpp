@@ -1,0 +1,141 @@
+#include "platform/linux/session/portal_appearance.h"
+
+#include <QCoreApplication>
+#include <gtest/gtest.h>
+
+#include "platform/linux/session/event_loop.h"
+#include "platform/linux/session/private_bus.h"
+
+namespace korvel::platform {
+namespace {
+
+const QString kService = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString kPath = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString kGroup = QStringLiteral("org.freedesktop.appearance");
+const QString kKey = QStringLiteral("color-scheme");
+
+/// What the desktop portal answers about its settings.
+class FakeSettings : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+
+  public:
+    uint scheme = 0;
+    int questions = 0;
+
+    // Its name is the protocol's. NOLINTNEXTLINE(readability-identifier-naming)
+    Q_SLOT QDBusVariant Read(const QString& group, const QString& key) {
+        EXPECT_EQ(group, kGroup);
+        EXPECT_EQ(key, kKey);
+        ++questions;
+        return QDBusVariant(QVariant::fromValue(QDBusVariant(scheme)));
+    }
+
+    // Its name is the protocol's. NOLINTNEXTLINE(readability-identifier-naming)
+    Q_SIGNAL void SettingChanged(const QString& group, const QString& key,
+                                 const QDBusVariant& value);
+};
+
+class PortalAppearanceTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_FALSE(bus_.address().isEmpty()) << "dbus-daemon could not be started";
+        ASSERT_TRUE(portal_.registerObject(kPath, &settings_,
+                                           QDBusConnection::ExportAllSlots |
+                                               QDBusConnection::ExportAllSignals));
+        ASSERT_TRUE(portal_.registerService(kService));
+    }
+    ~PortalAppearanceTest() override {
+        QDBusConnection::disconnectFromBus(QStringLiteral("portal"));
+        QDBusConnection::disconnectFromBus(QStringLiteral("program"));
+    }
+
+    /// What the appearance says once it has asked and been answered.
+    static std::optional<bool> answered(PortalAppearance& appearance,
+                                        const FakeSettings& settings) {
+        EXPECT_TRUE(runUntil([&] { return settings.questions > 0; }));
+        runFor(kQuiet, [&] { return appearance.prefersDark().has_value(); });
+        return appearance.prefersDark();
+    }
+
+    static constexpr int kQuiet = 250; // milliseconds; after which nothing more is to be expected
+
+    PrivateBus bus_;
+    FakeSettings settings_;
+    QDBusConnection portal_ = bus_.connect(QStringLiteral("portal"));
+    QDBusConnection program_ = bus_.connect(QStringLiteral("program"));
+};
+
+TEST_F(PortalAppearanceTest, AsksThePortalWithoutWaiting) {
+    settings_.scheme = 1;
+    PortalAppearance appearance(program_);
+    EXPECT_EQ(appearance.prefersDark(), std::nullopt) << "the answer cannot have come yet";
+    int changes = 0;
+    appearance.follow([&] { ++changes; });
+    EXPECT_EQ(answered(appearance, settings_), true);
+    EXPECT_EQ(changes, 1);
+}
+
+TEST_F(PortalAppearanceTest, OneIsDarkTwoIsLightAndAnythingElseNoPreference) {
+    for (const uint scheme : {0U, 1U, 2U, 3U}) {
+        settings_.scheme = scheme;
+        settings_.questions = 0;
+        PortalAppearance appearance(program_);
+        const std::optional<bool> dark = answered(appearance, settings_);
+        EXPECT_EQ(dark, scheme == 1   ? std::optional(true)
+                        : scheme == 2 ? std::optional(false)
+                                      : std::nullopt)
+            << scheme;
+    }
+}
+
+TEST_F(PortalAppearanceTest, FollowsThePortalWhileItRuns) {
+    settings_.scheme = 2;
+    PortalAppearance appearance(program_);
+    EXPECT_EQ(answered(appearance, settings_), false);
+    Q_EMIT settings_.SettingChanged(kGroup, kKey, QDBusVariant(1U));
+    EXPECT_TRUE(runUntil([&] { return appearance.prefersDark() == true; }));
+    Q_EMIT settings_.SettingChanged(kGroup, kKey, QDBusVariant(0U));
+    EXPECT_TRUE(runUntil([&] { return !appearance.prefersDark(); }));
+}
+
+TEST_F(PortalAppearanceTest, AsksAPortalThatComesLater) {
+    settings_.scheme = 1;
+    ASSERT_TRUE(portal_.unregisterService(kService));
+    const PortalAppearance appearance(program_);
+    EXPECT_FALSE(runFor(kQuiet, [&] { return appearance.prefersDark().has_value(); }));
+    ASSERT_TRUE(portal_.registerService(kService));
+    EXPECT_TRUE(runUntil([&] { return appearance.prefersDark() == true; }));
+}
+
+TEST_F(PortalAppearanceTest, OtherSettingsAreNoneOfItsBusiness) {
+    settings_.scheme = 2;
+    PortalAppearance appearance(program_);
+    EXPECT_EQ(answered(appearance, settings_), false);
+    Q_EMIT settings_.SettingChanged(kGroup, QStringLiteral("contrast"), QDBusVariant(1U));
+    Q_EMIT settings_.SettingChanged(QStringLiteral("org.gnome.desktop.interface"), kKey,
+                                    QDBusVariant(1U));
+    EXPECT_FALSE(runFor(kQuiet, [&] { return appearance.prefersDark() != false; }));
+}
+
+TEST_F(PortalAppearanceTest, AnAnswerAfterItsEndIsNoHarm) {
+    { const PortalAppearance appearance(program_); }
+    EXPECT_TRUE(runUntil([this] { return settings_.questions == 1; }));
+    runFor(kQuiet, [] { return false; });
+}
+
+TEST(PortalAppearance, WithoutABusNothingIsKnown) {
+    const PortalAppearance appearance(QDBusConnection(QStringLiteral("never connected")));
+    EXPECT_EQ(appearance.prefersDark(), std::nullopt);
+}
+
+} // namespace
+} // namespace korvel::platform
+
+#include "portal_appearance_test.moc"
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    const QCoreApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
