@@ -24,6 +24,8 @@ struct TerminationNotice::Observer {
     id<NSObject> token;
 };
 
+// By value: the block would keep a reference as one.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 TerminationNotice::TerminationNotice(std::function<void()> notify)
     : observer_(new Observer{[NSNotificationCenter.defaultCenter
           addObserverForName:NSApplicationWillTerminateNotification
