@@ -115,8 +115,9 @@ void ScriptedProgram::answerUpdateTools() {
     answers["/usr/bin/ditto"] = [this](const Arguments& arguments) {
         if (const std::string& folder = arguments.back(); archive_.unpackStatus == 0) {
             simulated_.fileManager.listings[folder] = archive_.entries;
+            const std::string inside = folder + "/";
             for (const std::string& entry : archive_.entries) {
-                simulated_.fileManager.folders.insert(folder + "/" + entry);
+                simulated_.fileManager.folders.insert(inside + entry);
             }
         }
         return ChildResult{"", archive_.unpackStatus};

@@ -24,8 +24,9 @@ class SimulatedArchive final : public Archive, public Logging {
     Status<ArchiveFault> unpack(const std::string& archive, const std::string& folder) override {
         note("unpack " + archive + " " + folder);
         files_.listings[folder] = entries;
+        const std::string inside = folder + "/";
         for (const std::string& entry : entries) {
-            files_.folders.insert(folder + "/" + entry);
+            files_.folders.insert(inside + entry);
         }
         return unpacked;
     }
