@@ -165,7 +165,8 @@ def nothing_is_without_a_name_for_a_screen_reader():
 
 @case(LAUNCHER)
 def screen_reader_opens_and_closes_the_breakdown():
-    with screen_reader() as (place, tree):
+    # Tall enough for a popover that tells of a busy machine, and can still grow.
+    with screen_reader(size="800x1200") as (place, tree):
         window = place.popover()
         height = geometry(place, window)[3]
         equal(tree.nodes(lambda node: re.fullmatch(FACTOR, node.name)), [], "factors while closed")
