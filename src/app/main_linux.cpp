@@ -106,6 +106,9 @@ int main(int, char** argv) {
         }
     });
     if (!instance.acquire()) {
+        // The library's connection has put off a piece of work, which would be left behind.
+        QApplication::processEvents();
+        QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         return EXIT_SUCCESS; // by return: a session manager expects the application to leave
     }
 
