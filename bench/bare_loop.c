@@ -21,7 +21,7 @@ static int* statm; /* by pid; 0: none yet */
 static int met;
 static char buffer[262144];
 
-int bare_loop_open(void) {
+int bareLoopOpen(void) {
     if (statm != NULL) {
         return 1;
     }
@@ -57,7 +57,7 @@ static long read_process(int pid) {
     return resident - strtol(rest, &rest, 10);
 }
 
-long bare_loop_sample(void) {
+long bareLoopSample(void) {
     volatile long total = 0;
     for (int i = 0; i < files; ++i) {
         ssize_t got = pread(kept[i], buffer, sizeof buffer, 0);
@@ -84,6 +84,6 @@ long bare_loop_sample(void) {
     }
 }
 
-int bare_loop_processes(void) {
+int bareLoopProcesses(void) {
     return met;
 }

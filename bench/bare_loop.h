@@ -8,13 +8,13 @@ extern "C" {
    the process table is listed through a kept directory. What a sample cannot be faster than. */
 
 /* Opens what stays open. 0 on failure. */
-int bare_loop_open(void);
+int bareLoopOpen(void);
 
 /* Reads everything once; returns the pages of anonymous memory of all processes. */
-long bare_loop_sample(void);
+long bareLoopSample(void);
 
 /* How many processes the last sample met. */
-int bare_loop_processes(void);
+int bareLoopProcesses(void);
 
 #ifdef __cplusplus
 }

@@ -26,9 +26,9 @@ using namespace korvel;
 class Crowd {
   public:
     explicit Crowd(int processes) {
-        bare_loop_open();
-        bare_loop_sample();
-        for (int missing = processes - bare_loop_processes(); missing > 0; --missing) {
+        bareLoopOpen();
+        bareLoopSample();
+        for (int missing = processes - bareLoopProcesses(); missing > 0; --missing) {
             const pid_t child = ::fork();
             if (child == 0) {
                 for (;;) {
@@ -72,19 +72,19 @@ void sample(benchmark::State& state) {
     for (auto _ : state) {
         benchmark::DoNotOptimize(metrics.snapshot());
     }
-    bare_loop_sample();
-    state.counters["processes"] = bare_loop_processes();
+    bareLoopSample();
+    state.counters["processes"] = bareLoopProcesses();
 }
 BENCHMARK(sample)->Arg(100)->Arg(500)->Arg(2000)->Unit(benchmark::kMicrosecond);
 
 void bareLoop(benchmark::State& state) {
     const Crowd crowd(static_cast<int>(state.range(0)));
     platform::raiseDescriptorLimit();
-    bare_loop_sample();
+    bareLoopSample();
     for (auto _ : state) {
-        benchmark::DoNotOptimize(bare_loop_sample());
+        benchmark::DoNotOptimize(bareLoopSample());
     }
-    state.counters["processes"] = bare_loop_processes();
+    state.counters["processes"] = bareLoopProcesses();
 }
 BENCHMARK(bareLoop)->Arg(100)->Arg(500)->Arg(2000)->Unit(benchmark::kMicrosecond);
 

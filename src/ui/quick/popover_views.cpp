@@ -12,7 +12,7 @@
 #include "ui/quick/inks.h"
 
 // Made by the build from the QML module; a static library's module is registered by calling it.
-void qml_register_types_Korvel(); // NOLINT(readability-identifier-naming)
+void qml_register_types_Korvel();
 
 namespace korvel {
 

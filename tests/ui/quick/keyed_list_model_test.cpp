@@ -20,7 +20,7 @@ class Watcher : public QObject {
         connect(&list, &QAbstractItemModel::rowsInserted, this,
                 [this](const QModelIndex&, int first, int last) {
                     for (int row = first; row <= last; ++row) {
-                        rows.insert(rows.begin() + row, made++);
+                        rows.insert(rows.begin() + row, made_++);
                         told.push_back("insert");
                     }
                 });
@@ -47,7 +47,7 @@ class Watcher : public QObject {
     std::vector<std::string> told;
 
   private:
-    int made = 0;
+    int made_ = 0;
 };
 
 std::vector<Entry> entries(const std::string& keys) {

@@ -51,12 +51,14 @@ std::vector<double> numbers(const std::string& text) {
 }
 
 /// The numbers of a command's output; a test is skipped, and says so, where there are none.
+// NOLINTBEGIN(bugprone-macro-parentheses): the first argument is a name
 #define NUMBERS_OR_SKIP(variable, command)                                                         \
     const std::optional<std::string> variable##Text = outputOf(command);                           \
     if (!variable##Text) {                                                                         \
         GTEST_SKIP() << "cannot be run here: " << (command);                                       \
     }                                                                                              \
     const std::vector<double> variable = numbers(*variable##Text)
+// NOLINTEND(bugprone-macro-parentheses)
 
 void expectBetween(double value, double before, double after, double tolerance) {
     EXPECT_GE(value, std::min(before, after) - tolerance);
