@@ -27,6 +27,27 @@ int count(const QImage& image, QRgb colour) {
     return found;
 }
 
+enum class Along { columns, rows };
+
+bool isDark(QRgb pixel) {
+    return qGray(pixel) < 90 && qAlpha(pixel) == 255;
+}
+
+/// How many pieces of ink stand apart from one another, side by side or one over the other.
+int pieces(const QImage& image, Along along) {
+    int found = 0;
+    bool inside = false;
+    for (int i = 0; i < image.width(); ++i) {
+        bool dark = false;
+        for (int j = 0; j < image.width(); ++j) {
+            dark = dark || isDark(along == Along::columns ? image.pixel(i, j) : image.pixel(j, i));
+        }
+        found += dark && !inside;
+        inside = dark;
+    }
+    return found;
+}
+
 class TrayIconAtSize : public testing::TestWithParam<int> {};
 
 TEST_P(TrayIconAtSize, ShowsTheExactColourOfTheScore) {
@@ -50,6 +71,17 @@ TEST_P(TrayIconAtSize, EveryScoreHasAPictureOfItsOwn) {
     EXPECT_EQ(pictures.size(), 101U);
 }
 
+TEST_P(TrayIconAtSize, TheNumberHasTheDigitsOfTheScore) {
+    struct Case {
+        int score;
+        int digits;
+    };
+    for (const Case& c : {Case{0, 1}, Case{9, 1}, Case{10, 2}, Case{99, 2}, Case{100, 3}}) {
+        EXPECT_EQ(pieces(draw(c.score, GetParam()), Along::columns), c.digits)
+            << "score " << c.score;
+    }
+}
+
 TEST_P(TrayIconAtSize, TheNumberIsInkOnWholePixels) {
     // Upright and level strokes lie on whole pixels, so at least half of the ink is not blended.
     for (const int score : {0, 7, 10, 87, 88, 100}) {
@@ -57,7 +89,7 @@ TEST_P(TrayIconAtSize, TheNumberIsInkOnWholePixels) {
         int dark = 0;
         for (int y = 0; y < image.height(); ++y) {
             for (int x = 0; x < image.width(); ++x) {
-                dark += qGray(image.pixel(x, y)) < 90 && qAlpha(image.pixel(x, y)) == 255;
+                dark += isDark(image.pixel(x, y));
             }
         }
         EXPECT_GE(2 * count(image, kInk), dark) << "score " << score;
@@ -80,6 +112,8 @@ TEST_P(TrayIconAtSize, TheNumberKeepsOffTheEdge) {
 TEST_P(TrayIconAtSize, TheCupChangesThePictureAndLeavesTheNumber) {
     EXPECT_NE(draw(87, GetParam(), true), draw(87, GetParam(), false));
     EXPECT_NE(draw(87, GetParam(), true), draw(86, GetParam(), true));
+    EXPECT_EQ(pieces(draw(87, GetParam(), true), Along::rows), 2) << "a cup above the number";
+    EXPECT_EQ(pieces(draw(87, GetParam(), false), Along::rows), 1) << "the number alone";
 }
 
 INSTANTIATE_TEST_SUITE_P(Panels, TrayIconAtSize, testing::Values(16, 22, 24, 32, 44, 48, 64, 128));
