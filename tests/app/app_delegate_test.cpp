@@ -39,9 +39,9 @@ class AppDelegateTest : public testing::Test {
     }
 
     void make() {
+        whatsNew = std::make_shared<WhatsNew>(simulated.services(), updater);
         delegate = std::make_shared<AppDelegate>(
-            simulated.services(), metrics, awake, updater,
-            std::make_shared<WhatsNew>(simulated.services(), updater), [this](ContentView& root) {
+            simulated.services(), metrics, awake, updater, whatsNew, [this](ContentView& root) {
                 model = root.model().shared_from_this();
                 auto made = std::make_unique<SimulatedPopover>(nullptr, &log);
                 popover = made.get();
@@ -82,6 +82,7 @@ class AppDelegateTest : public testing::Test {
     Metrics metrics{simulated.machine, simulated.processes, simulated.agents, simulated.clock};
     std::shared_ptr<Awake> awake = std::make_shared<Awake>(simulated.services());
     std::shared_ptr<Updater> updater;
+    std::shared_ptr<WhatsNew> whatsNew;
     std::shared_ptr<Model> model;
     SimulatedPopover* popover = nullptr;
     std::shared_ptr<AppDelegate> delegate;
@@ -108,6 +109,21 @@ TEST_F(AppDelegateTest, KeepAwakeIsTakenUpLastAndShowsInTheTitle) {
                 ElementsAre("setMainMenu", "create NoDisplaySleepAssertion Korvel keep awake",
                             "create NoIdleSleepAssertion Korvel keep awake",
                             "setTitle \u25cf \u2615 0"));
+}
+
+TEST_F(AppDelegateTest, QueuesTheCheckThenTakesUpKeepAwakeThenGreets) {
+    simulated.defaults.values["seenBuild"] = std::int64_t{99};
+    simulated.defaults.values["awakeOn"] = true;
+    make();
+    whatsNew->kind.didSet = [this] { log.emplace_back("kind"); };
+    delegate->applicationDidFinishLaunching();
+    const auto menu = std::find(log.begin(), log.end(), "setMainMenu");
+    ASSERT_NE(menu, log.end());
+    EXPECT_THAT(CallLog(menu + 1, log.end()),
+                ElementsAre("async", "create NoDisplaySleepAssertion Korvel keep awake",
+                            "create NoIdleSleepAssertion Korvel keep awake",
+                            "setTitle \u25cf \u2615 0", "kind", "async", "after 1.2"))
+        << "the check and, last, the question for the notes are left to later turns";
 }
 
 TEST_F(AppDelegateTest, KeepAwakeThatIsWornOutIsForgottenWithoutANewTitle) {
@@ -217,6 +233,17 @@ TEST_F(AppDelegateTest, SavesTheHistoryThenLetsTheMachineSleepAndRemembersTheWis
     EXPECT_THAT(calls(), ElementsAre("write " + historyFile(), "release NoDisplaySleepAssertion",
                                      "release NoIdleSleepAssertion"));
     EXPECT_TRUE(simulated.defaults.boolean("awakeOn"));
+}
+
+TEST_F(AppDelegateTest, TerminationBeforeTheLaunchSavesWhatWasLoaded) {
+    const std::string kRows = "[[1600000000,1.5,2.5]]";
+    simulated.files.contents[historyFile()] = kRows;
+    make();
+    calls();
+    delegate->applicationWillTerminate();
+    EXPECT_THAT(calls(), ElementsAre("write " + historyFile()));
+    EXPECT_EQ(simulated.files.contents[historyFile()], kRows);
+    EXPECT_EQ(simulated.statusBar.items, 0);
 }
 
 TEST_F(AppDelegateTest, PublishesTheLaunchSampleOnlyAfterTheLaunch) {

@@ -1,6 +1,9 @@
 #include "model/awake.h"
 
+#include <cmath>
+#include <functional>
 #include <limits>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,7 +27,21 @@ class AwakeTest : public testing::Test {
     }
     void let(double seconds) { system.runLoop.advance(seconds); }
     bool isHeld() { return !system.power.held.empty(); }
+    /// What `act` asks, publishes and stores, in order; the questions for the time are left out.
+    platform::CallLog stepsOf(const std::function<void()>& act) {
+        system.logTo(steps);
+        awake->on.didSet = [this] { steps.emplace_back(*awake->on ? "on" : "not on"); };
+        awake->until.didSet = [this] { steps.emplace_back(*awake->until ? "until" : "no until"); };
+        system.defaults.onChange = [this](const std::string& key, const Value* value) {
+            steps.push_back((value == nullptr ? "removed " : "stored ") + key);
+        };
+        awake->onChange = [this] { steps.emplace_back("told"); };
+        act();
+        std::erase(steps, "now");
+        return std::exchange(steps, {});
+    }
 
+    platform::CallLog steps;
     platform::SimulatedServices system;
     int changes = 0;
     std::shared_ptr<Awake> awake = make();
@@ -45,6 +62,20 @@ TEST_F(AwakeTest, TakesTheDisplayAssertionThenTheSystemOne) {
     EXPECT_TRUE(*awake->on);
     EXPECT_EQ(awake->remainingLabel(), "on, indefinitely");
     EXPECT_EQ(changes, 1);
+}
+
+TEST_F(AwakeTest, SwitchesOnStepByStep) {
+    EXPECT_THAT(stepsOf([this] { awake->enable(30); }),
+                ElementsAre("not on", "create NoDisplaySleepAssertion Korvel keep awake",
+                            "create NoIdleSleepAssertion Korvel keep awake", "on", "until",
+                            "once 1800", "stored awakeOn", "stored awakeUntil", "told"));
+}
+
+TEST_F(AwakeTest, SwitchesOffStepByStep) {
+    awake->enable(30);
+    EXPECT_THAT(stepsOf([this] { awake->disable(); }),
+                ElementsAre("release NoDisplaySleepAssertion", "release NoIdleSleepAssertion",
+                            "not on", "no until", "stored awakeOn", "removed awakeUntil", "told"));
 }
 
 TEST_F(AwakeTest, WithoutAnEndAnIntegerZeroIsStored) {
@@ -114,6 +145,7 @@ TEST_F(AwakeTest, WhenBothAreRefusedItEndsUpOffAndAllElseStays) {
     EXPECT_FALSE(*awake->on);
     EXPECT_FALSE(isHeld());
     EXPECT_EQ(*awake->until, end);
+    EXPECT_EQ(awake->remainingLabel(), "on for 31m more") << "its end is told though it is off";
     EXPECT_EQ(system.defaults.values, stored);
     EXPECT_EQ(changes, 1);
 }
@@ -130,6 +162,7 @@ TEST_F(AwakeTest, QuittingReleasesButDoesNotForget) {
     awake->releaseOnQuit();
     EXPECT_FALSE(isHeld());
     EXPECT_FALSE(*awake->on);
+    EXPECT_EQ(awake->remainingLabel(), "on for 31m more") << "its end is told though it is off";
     EXPECT_EQ(system.defaults.values, stored);
     EXPECT_EQ(changes, 1);
     let(4000);
@@ -169,6 +202,24 @@ TEST_F(AwakeTest, AnEndThirtySecondsOffOrLessIsForgottenSilently) {
     EXPECT_EQ(changes, 0);
 }
 
+TEST_F(AwakeTest, AnEndJustMoreThanThirtySecondsOffIsTakenUp) {
+    const double kMore = system.clock.now() + 30;
+    const double kEnd = std::nextafter(kMore, kMore + 1);
+    system.defaults.set("awakeOn", true);
+    system.defaults.set("awakeUntil", kEnd);
+    awake->restore();
+    EXPECT_TRUE(*awake->on);
+    EXPECT_EQ(*awake->until, kEnd);
+    EXPECT_EQ(system.defaults.values.at("awakeUntil"), Value(kEnd));
+}
+
+TEST_F(AwakeTest, AnEndTooNearIsForgottenStepByStep) {
+    system.defaults.set("awakeOn", true);
+    system.defaults.set("awakeUntil", system.clock.now() + 30);
+    EXPECT_THAT(stepsOf([this] { awake->restore(); }),
+                ElementsAre("stored awakeOn", "removed awakeUntil"));
+}
+
 TEST_F(AwakeTest, AnEndFarOffIsTakenUpAndShown) {
     system.defaults.set("awakeOn", true);
     system.defaults.set("awakeUntil", 1e300);
@@ -184,12 +235,20 @@ TEST_F(AwakeTest, AnAbsentEndIsNoEnd) {
     EXPECT_EQ(awake->remainingLabel(), "on, indefinitely");
 }
 
-TEST_F(AwakeTest, WhatWasOffStaysOff) {
-    awake->restore();
-    system.defaults.set("awakeUntil", system.clock.now() + 4000);
-    awake->restore();
-    EXPECT_FALSE(*awake->on);
-    EXPECT_EQ(changes, 0);
+TEST_F(AwakeTest, OfWhatWasOffTheEndIsNotLookedAt) {
+    EXPECT_THAT(stepsOf([this] { awake->restore(); }), IsEmpty());
+    for (const double left : {4000.0, 30.0, -4000.0}) {
+        const Value end = system.clock.now() + left;
+        for (const bool absent : {false, true}) {
+            system.defaults.values = {{"awakeUntil", end}};
+            if (!absent) {
+                system.defaults.values["awakeOn"] = false;
+            }
+            EXPECT_THAT(stepsOf([this] { awake->restore(); }), IsEmpty()) << left;
+            EXPECT_EQ(system.defaults.values.at("awakeUntil"), end) << left;
+            EXPECT_FALSE(*awake->on) << left;
+        }
+    }
 }
 
 TEST_F(AwakeTest, AnEndThatIsNoNumberIsForgotten) {

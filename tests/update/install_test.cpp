@@ -391,7 +391,9 @@ TEST_F(Install, ADownloadThatIsGivenUpLeavesNoFolder) {
 
 TEST_F(Install, RelaunchStartsWhatLiesInPlaceAndEndsTheProgram) {
     install();
+    log.clear();
     updater->relaunch();
+    EXPECT_THAT(log, ElementsAre("relaunch " + kRunning, "terminate")) << "first it is started";
     EXPECT_THAT(simulated.workspace.relaunched, ElementsAre(kRunning));
     EXPECT_TRUE(simulated.runLoop.terminated());
 }

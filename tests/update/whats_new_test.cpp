@@ -1,5 +1,6 @@
 #include "update/whats_new.h"
 
+#include <limits>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -103,6 +104,26 @@ TEST_F(Greeting, AnUpdateFromAVersionThatWasNeverStored) {
     EXPECT_EQ(*whatsNew->kind, (Kind{KindCase::updated, ""}));
 }
 
+TEST_F(Greeting, ASeenBuildBelowZeroIsOneThatWasSeen) {
+    for (const std::int64_t build :
+         {std::int64_t{-1}, std::int64_t{-100}, std::numeric_limits<std::int64_t>::min()}) {
+        seen(build);
+        handOver("- One");
+        launch();
+        EXPECT_EQ(*whatsNew->kind, (Kind{KindCase::updated, "0.9"})) << build;
+        EXPECT_THAT(*whatsNew->notes, ElementsAre("One")) << build;
+        EXPECT_FALSE(isHandedOver()) << build;
+    }
+    // And a running build below zero has nothing that is newer than the same.
+    simulated.bundle.info["CFBundleVersion"] = "-5";
+    seen(-5);
+    launch();
+    EXPECT_EQ(*whatsNew->kind, kNone);
+    seen(-6);
+    launch();
+    EXPECT_EQ(whatsNew->kind->value, KindCase::updated);
+}
+
 TEST_F(Greeting, WithoutAHandOverTheFeedIsAsked) {
     for (const bool empty : {false, true}) {
         seen(99);
@@ -172,6 +193,19 @@ TEST_F(Greeting, TheSameBuildOrAnOlderOneIsNoNews) {
     }
 }
 
+TEST_F(Greeting, NoNewsLeaveTheLinesThatStand) {
+    seen(99);
+    handOver("- One\n- Two");
+    launch();
+    ASSERT_THAT(*whatsNew->notes, ElementsAre("One", "Two"));
+    for (const std::int64_t build : {100, 101}) {
+        seen(build);
+        whatsNew->evaluate();
+        EXPECT_EQ(*whatsNew->kind, kNone) << build;
+        EXPECT_THAT(*whatsNew->notes, ElementsAre("One", "Two")) << build;
+    }
+}
+
 TEST_F(Greeting, OpensByItselfOnceForEachBuild) {
     launch();
     EXPECT_TRUE(whatsNew->shouldAutoPresent());
@@ -205,6 +239,18 @@ TEST_F(Greeting, DismissedItStaysAwayForThatBuildAndKeepsItsLines) {
     simulated.bundle.info["CFBundleShortVersionString"] = "1.1";
     launch();
     EXPECT_EQ(*whatsNew->kind, (Kind{KindCase::updated, "1.0.0"}));
+}
+
+TEST_F(Greeting, IsStoredAsSeenBeforeItGoes) {
+    launch();
+    Lines steps;
+    simulated.defaults.onChange = [&](const std::string& key, const auto*) {
+        steps.push_back(key);
+    };
+    const Observation observation = whatsNew->observe([&] { steps.emplace_back("will change"); });
+    whatsNew->kind.didSet = [&] { steps.emplace_back("kind"); };
+    whatsNew->dismiss();
+    EXPECT_THAT(steps, ElementsAre("seenBuild", "seenVersion", "will change", "kind"));
 }
 
 TEST(Bullets, AreAtMostThreeTrimmedLines) {
