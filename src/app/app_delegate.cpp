@@ -76,6 +76,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 void AppDelegate::applicationWillTerminate() {
     model_->saveHistory();
     awake_->releaseOnQuit();
+    updater_->abandon();
 }
 
 void AppDelegate::togglePopover() {

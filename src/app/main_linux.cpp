@@ -34,6 +34,7 @@
 #include "platform/posix/file_manager.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
+#include "platform/posix/work_folder.h"
 #include "platform/qt/http.h"
 #include "platform/qt/run_loop.h"
 #include "platform/qt/termination_signals.h"
@@ -88,6 +89,11 @@ void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString& message
 } // namespace
 
 int main(int, char** argv) {
+    const std::string record = platform::QtUserDefaults::folder() + "/update";
+    platform::recoverWorkFolders(
+        {.bundle = platform::LinuxBundle::around(platform::LinuxBundle::runningExecutable()),
+         .temporary = platform::PosixFileManager().temporaryDirectory(),
+         .record = record});
     const std::string executable = platform::LinuxBundle::runningExecutable();
     qInstallMessageHandler(keepQuiet);
     platform::TerminationSignals terminationSignals;
@@ -129,7 +135,7 @@ int main(int, char** argv) {
                                               {"CFBundleShortVersionString", KORVEL_VERSION},
                                               {"CFBundleVersion", KORVEL_BUILD}});
     platform::QtHttp http({.idle = platform::giveMemoryBack});
-    platform::PosixFileManager fileManager;
+    platform::PosixFileManager fileManager(record);
     platform::SystemDigest digest;
     platform::ZipArchive archive;
     platform::LinuxCodeSignature codeSignature(

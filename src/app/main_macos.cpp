@@ -24,6 +24,7 @@
 #include "platform/posix/file_manager.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
+#include "platform/posix/work_folder.h"
 #include "platform/qt/http.h"
 #include "platform/qt/run_loop.h"
 #include "platform/qt/termination_signals.h"
@@ -58,6 +59,10 @@ void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString&) {
 } // namespace
 
 int main(int, char** argv) {
+    const std::string record = platform::QtUserDefaults::folder() + "/update";
+    platform::recoverWorkFolders({.bundle = platform::MacosBundle().path(),
+                                  .temporary = platform::PosixFileManager().temporaryDirectory(),
+                                  .record = record});
     qInstallMessageHandler(keepQuiet);
     platform::TerminationSignals terminationSignals;
 
@@ -82,7 +87,7 @@ int main(int, char** argv) {
     platform::MacosNotifications notifications;
     platform::MacosBundle bundle;
     platform::QtHttp http;
-    platform::PosixFileManager fileManager;
+    platform::PosixFileManager fileManager(record);
     platform::SystemDigest digest;
     DittoArchive archive(childProcesses);
     CodesignSignature codeSignature(childProcesses);

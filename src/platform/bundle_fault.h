@@ -34,7 +34,7 @@ enum class BundleFault {
     manifestMalformed,
     otherProgram,
     otherBuild,         ///< than the one that was asked for
-    notNewer,           ///< than the running one
+    notNewer,           ///< than the running one, or than one that it installed
     descriptionDiffers, ///< from what the manifest says
     descriptionUnfit,   ///< its identifier, version or build is none that can be signed
     manifestTooLarge,

@@ -18,8 +18,11 @@ class CodeSignature {
     virtual std::optional<std::string> describe(const std::string& bundle) = 0;
 
     /// Checks that the signature is good and covers all that is in the bundle. Where the signature
-    /// binds the build, it must be `build`.
+    /// binds the build, it must be `build`, and greater than every one that runs or was installed.
     virtual Status<BundleFault> verifyStrictly(const std::string& bundle, std::int64_t build) = 0;
+
+    /// To be called when a bundle of this build was put in place by this process.
+    virtual void installed(std::int64_t build) = 0;
 };
 
 } // namespace korvel::platform

@@ -28,9 +28,10 @@ class Http {
     virtual void get(const std::string& url, double timeout,
                      std::function<void(std::optional<HttpResponse>)> done) = 0;
 
-    /// The body as a file. What is not moved away within `done` is removed after it. No answer when
+    /// The body as a file in the folder, or in one of the system's for temporary files where that
+    /// is not there. What is not moved away within `done` is removed after it. No answer when
     /// nothing comes for a minute, or when the body is longer than kLargestDownload.
-    virtual void download(const std::string& url,
+    virtual void download(const std::string& url, const std::string& folder,
                           std::function<void(std::optional<HttpDownload>)> done) = 0;
 
     static constexpr long long kLargestBody = 1LL << 20;     ///< bytes

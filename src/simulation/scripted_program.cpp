@@ -76,9 +76,7 @@ ScriptedProgram::ScriptedProgram(const Scenario& scenario, const Stage* stage)
     for (const auto& [name, text] : scenario.home) {
         simulated_.files.contents[simulated_.files.inHome(name)] = text;
     }
-    simulated_.digest.digest = [](std::string_view bytes) {
-        return platform::SystemDigest().sha256(bytes);
-    };
+    simulated_.digest.digest = platform::SystemDigest::sha256;
     http_.document = scenario.feed;
     answerTools();
     answerUpdateTools();

@@ -13,7 +13,6 @@
 #include "platform/defaults.h"
 #include "platform/digest.h"
 #include "platform/file_manager.h"
-#include "platform/files.h"
 #include "platform/http.h"
 #include "platform/workspace.h"
 #include "update/updater.h"
@@ -66,8 +65,8 @@ std::string reasonOf(std::errc code) {
         return "it or the folder that it should go to does not exist";
     case EINVAL:
         return "a folder cannot be moved into itself";
-    case ENOTSUP:
-        return "it holds something that is no file, folder or link";
+    case EXDEV:
+        return "it would have to go to another disk";
     case EBUSY:
         return "it is in use";
     case EIO:
@@ -90,20 +89,28 @@ std::string sentenceOf(const std::string& bundle, const Error<std::errc>& error)
 
 class Updater::WorkDirectory {
   public:
-    WorkDirectory(platform::FileManager& files, const Uuid& uuid)
-        : files_(files),
-          path_(fmt::format("{}/korvel-update-{}", files.temporaryDirectory(), uuid.text())) {
-        files_.createDirectory(path_);
-    }
+    WorkDirectory(platform::FileManager& files, const Uuid& uuid, const std::string& bundle)
+        : files_(files), path_(files.makeWorkFolder("korvel-update-" + uuid.text(), bundle)) {}
     WorkDirectory(const WorkDirectory&) = delete;
     WorkDirectory& operator=(const WorkDirectory&) = delete;
-    ~WorkDirectory() { files_.remove(path_); }
+    ~WorkDirectory() {
+        if (!kept_) {
+            remove();
+        }
+    }
 
+    const std::string& path() const { return path_; }
     std::string operator/(const char* name) const { return path_ + "/" + name; }
+
+    void remove() { files_.remove(path_); }
+
+    /// It is not removed with this object.
+    void keep() { kept_ = true; }
 
   private:
     platform::FileManager& files_;
     std::string path_;
+    bool kept_ = false;
 };
 
 void Updater::installPending() {
@@ -113,28 +120,40 @@ void Updater::installPending() {
     // A check may replace what is pending while this one is on its way.
     const auto release = std::make_shared<const Release>(*pending);
     state = update_state::Downloading{};
-    auto work = std::make_shared<const WorkDirectory>(fileManager_, newUuid_());
-    http_.download(release->url, [self = shared_from_this(), release, work = std::move(work)](
-                                     const std::optional<platform::HttpDownload>& download) {
-        if (!download || download->status != kStatusOk) {
-            self->fail("Download failed");
-            return;
-        }
-        // Where it cannot be moved, there is nothing to be read next.
-        static_cast<void>(self->fileManager_.move(download->path, *work / "update.zip"));
-        self->install(*release, *work);
-    });
+    const auto work = std::make_shared<WorkDirectory>(fileManager_, newUuid_(), bundle_.path());
+    std::erase_if(underWay_, [](const auto& other) { return other.expired(); });
+    underWay_.push_back(work);
+    http_.download(release->url, work->path(),
+                   [self = shared_from_this(), release,
+                    work](const std::optional<platform::HttpDownload>& download) {
+                       if (!download || download->status != kStatusOk) {
+                           self->fail("Download failed");
+                           return;
+                       }
+                       // Where it cannot be moved, there is nothing to be read next.
+                       static_cast<void>(
+                           self->fileManager_.move(download->path, *work / "update.zip"));
+                       self->install(*release, *work);
+                   });
 }
 
-void Updater::install(const Release& release, const WorkDirectory& work) {
+void Updater::abandon() {
+    for (const std::weak_ptr<WorkDirectory>& one : std::exchange(underWay_, {})) {
+        if (const auto work = one.lock()) {
+            work->remove();
+        }
+    }
+}
+
+void Updater::install(const Release& release, WorkDirectory& work) {
     state = update_state::Installing{};
     const std::string archive = work / "update.zip";
-    const std::optional<std::string> bytes = files_.read(archive);
-    if (!bytes) {
+    const std::optional<platform::Sha256> digest = digest_.sha256OfFile(archive);
+    if (!digest) {
         fail("Could not read the download");
         return;
     }
-    if (hexadecimal(digest_.sha256(*bytes)) != release.sha256) {
+    if (hexadecimal(*digest) != release.sha256) {
         fail("Update failed its integrity check");
         return;
     }
@@ -163,6 +182,7 @@ void Updater::install(const Release& release, const WorkDirectory& work) {
         fail("Could not replace the app: " + *error);
         return;
     }
+    codeSignature_.installed(release.build);
     defaults_.set(WhatsNew::handoffKey, release.notes);
     state = update_state::ReadyToRelaunch{};
 }
@@ -173,8 +193,19 @@ bool Updater::verifySignature(const std::string& bundle, std::int64_t build) {
            bool(codeSignature_.verifyStrictly(bundle, build));
 }
 
-std::optional<std::string> Updater::swap(const std::string& bundle, const WorkDirectory& work) {
+std::optional<std::string> Updater::swap(const std::string& bundle, WorkDirectory& work) {
     const std::string running = bundle_.path();
+    // What is moved into place has to be on the disk before it is there, or a loss of power leaves
+    // its name with nothing behind it.
+    if (const auto flushed = fileManager_.flush(bundle); !flushed) {
+        return sentenceOf(bundle, flushed.error());
+    }
+    if (fileManager_.exchange(bundle, running)) {
+        return std::nullopt;
+    }
+    if (const auto recorded = fileManager_.recordReplacement(work.path(), running); !recorded) {
+        return sentenceOf(running, recorded.error());
+    }
     const std::string old = work / "old.app";
     std::string moving = running;
     Status<std::errc> moved = fileManager_.move(running, old);
@@ -185,10 +216,15 @@ std::optional<std::string> Updater::swap(const std::string& bundle, const WorkDi
     if (moved) {
         return std::nullopt;
     }
-    // It may be that nothing was moved, or that it cannot be moved back: the first error says more
-    // than what this has to say.
-    static_cast<void>(fileManager_.move(old, running));
-    return sentenceOf(moving, moved.error());
+    std::string sentence = sentenceOf(moving, moved.error());
+    // Where nothing was moved, there is nothing to move back either.
+    if (!fileManager_.move(old, running) && fileManager_.contents(old)) {
+        work.keep();
+        if (moved.error().detail.empty()) {
+            sentence += fmt::format(" The version that ran is now “{}”.", old);
+        }
+    }
+    return sentence;
 }
 
 } // namespace korvel

@@ -26,6 +26,7 @@ class CodesignSignature final : public platform::CodeSignature {
     std::optional<std::string> describe(const std::string& bundle) override;
     Status<platform::BundleFault> verifyStrictly(const std::string& bundle,
                                                  std::int64_t build) override;
+    void installed(std::int64_t /*build*/) override {}
 
   private:
     platform::ChildProcesses& children_;

@@ -43,9 +43,8 @@ const std::string& Updater::appcast() {
 Updater::Updater(const platform::Services& services, std::function<Uuid()> newUuid)
     : bundle_(services.bundle), clock_(services.clock), runLoop_(services.runLoop),
       defaults_(services.defaults), workspace_(services.workspace), http_(services.http),
-      fileManager_(services.fileManager), files_(services.files), digest_(services.digest),
-      archive_(services.archive), codeSignature_(services.codeSignature),
-      newUuid_(std::move(newUuid)) {
+      fileManager_(services.fileManager), digest_(services.digest), archive_(services.archive),
+      codeSignature_(services.codeSignature), newUuid_(std::move(newUuid)) {
     if (const double last = defaults_.real(checkedKey); last > 0) {
         lastChecked = last;
     }

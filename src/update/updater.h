@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/observable.h"
 #include "base/uuid.h"
@@ -19,7 +20,6 @@ class Bundle;
 class CodeSignature;
 class Digest;
 class FileManager;
-class Files;
 class Http;
 class RunLoop;
 class UserDefaults;
@@ -72,6 +72,9 @@ class Updater : public ObservableObject, public std::enable_shared_from_this<Upd
     /// on the disk changes unless all is well, and nothing is left behind in any case.
     void installPending();
 
+    /// To be called when the program ends: removes what installations under way have on the disk.
+    void abandon();
+
     /// Starts the bundle in place in a second, and ends this program.
     void relaunch();
 
@@ -82,10 +85,10 @@ class Updater : public ObservableObject, public std::enable_shared_from_this<Upd
     void fetchAppcast(std::function<void(std::optional<Release>)> done);
     void settle(const std::optional<Release>& release, bool userInitiated);
     void endUpToDate();
-    void install(const Release& release, const WorkDirectory& work);
+    void install(const Release& release, WorkDirectory& work);
     bool verifySignature(const std::string& bundle, std::int64_t build);
     /// The sentence of what went wrong; nullopt: the new bundle is in place.
-    std::optional<std::string> swap(const std::string& bundle, const WorkDirectory& work);
+    std::optional<std::string> swap(const std::string& bundle, WorkDirectory& work);
     void fail(std::string message);
 
     platform::Bundle& bundle_; ///< the running one
@@ -95,11 +98,11 @@ class Updater : public ObservableObject, public std::enable_shared_from_this<Upd
     platform::Workspace& workspace_;
     platform::Http& http_;
     platform::FileManager& fileManager_;
-    platform::Files& files_;
     platform::Digest& digest_;
     platform::Archive& archive_;
     platform::CodeSignature& codeSignature_;
     std::function<Uuid()> newUuid_;
+    std::vector<std::weak_ptr<WorkDirectory>> underWay_;
 };
 
 } // namespace korvel

@@ -153,7 +153,7 @@ APPLE = set("""
 OUTSIDE = {
     "base": FMT | FILE,
     "platform": set(),
-    "platform/posix": FILE | {"pwd.h", "spawn.h", "sys/wait.h"},
+    "platform/posix": FILE | {"pwd.h", "spawn.h", "sys/file.h", "sys/wait.h"},
     "platform/linux/kernel": FILE | FMT | {
         "malloc.h", "sys/mman.h", "sys/resource.h", "sys/statvfs.h", "sys/syscall.h",
     },

@@ -61,8 +61,9 @@ class Install : public testing::Test {
         CallLog seen;
         for (const std::string& call : log) {
             for (const char* verb :
-                 {"download ", "createDirectory ", "read ", "sha256", "unpack ", "contents ",
-                  "describe ", "verifyStrictly ", "reveal ", "move ", "remove "}) {
+                 {"download ", "createDirectory ", "read ", "sha256 ", "unpack ", "contents ",
+                  "describe ", "verifyStrictly ", "reveal ", "flush ", "exchange ",
+                  "recordReplacement ", "move ", "remove "}) {
                 if (call.starts_with(verb)) {
                     seen.push_back(call);
                 }
@@ -118,11 +119,14 @@ TEST_F(Install, GoesThroughItsStepsInOrder) {
     EXPECT_THAT(calls(),
                 ElementsAre("createDirectory " + kWork, "download https://host/a.zip",
                             "move /tmp/download " + kWork + "/update.zip",
-                            "read " + kWork + "/update.zip", "sha256",
+                            "read " + kWork + "/update.zip", "sha256 " + kWork + "/update.zip",
                             "createDirectory " + kWork + "/out",
                             "unpack " + kWork + "/update.zip " + kWork + "/out",
                             "contents " + kWork + "/out", "describe " + kWork + "/out/Korvel.app",
                             "verifyStrictly " + kWork + "/out/Korvel.app 101",
+                            "flush " + kWork + "/out/Korvel.app",
+                            "exchange " + kWork + "/out/Korvel.app " + kRunning,
+                            "recordReplacement " + kWork + " " + kRunning,
                             "move " + kRunning + " " + kWork + "/old.app",
                             "move " + kWork + "/out/Korvel.app " + kRunning, "remove " + kWork));
     EXPECT_EQ(simulated.fileManager.folders, std::set<std::string>{kRunning})
@@ -295,7 +299,7 @@ TEST_F(Install, EachErrorOfAMoveHasItsWords) {
         {ENOENT, "it or the folder that it should go to does not exist"},
         {ENOTDIR, "it or the folder that it should go to does not exist"},
         {EINVAL, "a folder cannot be moved into itself"},
-        {ENOTSUP, "it holds something that is no file, folder or link"},
+        {EXDEV, "it would have to go to another disk"},
         {EBUSY, "it is in use"},
         {EIO, "the disk reported an error"},
         {12345, "error 12345"},
@@ -312,12 +316,67 @@ TEST_F(Install, ASystemThatDescribesItsErrorsIsQuoted) {
     expectFailure("Could not replace the app: The volume is asleep.");
 }
 
-TEST_F(Install, AWayBackThatFailsTooLeavesTheFirstError) {
+TEST_F(Install, AWayBackThatFailsTooSaysWhereTheOldVersionIs) {
     scriptMoves({}, Error{std::errc::permission_denied, kWork + "/out/Korvel.app"},
                 Error{std::errc::no_space_on_device, kWork + "/old.app"});
     install();
     EXPECT_EQ(states.back(), failed("Could not replace the app: “Korvel.app” couldn’t be moved: "
-                                    "permission denied."));
+                                    "permission denied. The version that ran is now “" +
+                                    kWork + "/old.app”."));
+    EXPECT_EQ(simulated.fileManager.folders.count(kWork + "/old.app"), 1U)
+        << "the only copy is not removed";
+}
+
+TEST_F(Install, OfASystemThatDescribesItsErrorsNothingIsAddedWhereTheWayBackFails) {
+    scriptMoves({}, Error{std::errc::io_error, kWork + "/out/Korvel.app", "The volume is asleep."},
+                Error{std::errc::io_error, kWork + "/old.app", "It sleeps on."});
+    install();
+    EXPECT_EQ(states.back(), failed("Could not replace the app: The volume is asleep."));
+    EXPECT_EQ(simulated.fileManager.folders.count(kWork + "/old.app"), 1U);
+}
+
+TEST_F(Install, WhereTwoNamesCanBeExchangedThereIsNothingToMove) {
+    simulated.fileManager.exchanges = true;
+    install();
+    EXPECT_EQ(states.back(), kReady);
+    const CallLog seen = calls();
+    const CallLog last(seen.end() - 3, seen.end());
+    EXPECT_THAT(last, ElementsAre("flush " + kWork + "/out/Korvel.app",
+                                  "exchange " + kWork + "/out/Korvel.app " + kRunning,
+                                  "remove " + kWork));
+}
+
+TEST_F(Install, WhatCannotBeMadeSafeOnTheDiskIsNotMoved) {
+    simulated.fileManager.exchanges = true;
+    simulated.fileManager.flushed = Error{std::errc::io_error, kWork + "/out/Korvel.app"};
+    expectFailure("Could not replace the app: “Korvel.app” couldn’t be moved: "
+                  "the disk reported an error.");
+    EXPECT_THAT(calls(), testing::Not(testing::Contains(testing::StartsWith("exchange "))));
+}
+
+TEST_F(Install, WhatCouldNotBePutBackAtTheNextLaunchIsNotMovedAway) {
+    simulated.fileManager.recorded = Error{std::errc::no_space_on_device, kRunning};
+    expectFailure("Could not replace the app: “Korvel.app” couldn’t be moved: the disk is full.");
+    EXPECT_THAT(calls(), testing::Not(testing::Contains(testing::StartsWith("move " + kRunning))));
+}
+
+TEST_F(Install, TheBuildThatWasInstalledIsToldToTheSignatures) {
+    simulated.codeSignature.verified = Error{BundleFault::changed, "Contents/x"};
+    install();
+    EXPECT_THAT(simulated.codeSignature.builds, IsEmpty());
+    simulated.codeSignature.verified = {};
+    install();
+    EXPECT_THAT(simulated.codeSignature.builds, ElementsAre(101));
+}
+
+TEST_F(Install, AtTheEndOfTheProgramNoFolderOfADownloadStays) {
+    simulated.http.archive->delay = 5;
+    updater->installPending();
+    updater->installPending();
+    simulated.runLoop.advance(1);
+    ASSERT_EQ(simulated.fileManager.folders.size(), 3U);
+    updater->abandon();
+    EXPECT_EQ(simulated.fileManager.folders, std::set<std::string>{kRunning});
 }
 
 TEST_F(Install, AReleaseThatIsReplacedMeanwhileIsNotMixedIn) {

@@ -1,43 +1,41 @@
 #pragma once
 
-#include <functional>
+#include <map>
+#include <utility>
 
 #include "platform/file_manager.h"
+#include "platform/posix/work_folder.h"
 
 namespace korvel::platform {
 
 /// The file system.
-///
-/// A move to another volume is a copy under a hidden name beside the new path, which is given the
-/// new path when it is whole; then the original is given a hidden name beside the old path, and is
-/// removed. So a program that is killed on the way leaves the whole of it under the old path, the
-/// new one or both, and never a part of it under either. What it may leave besides is a
-/// hidden file or folder whose name ends in ".korvel-" and a number.
 class PosixFileManager final : public FileManager {
   public:
-    enum class MoveStep {
-        entryCopied,  ///< one file, link or folder of the tree
-        inPlace,      ///< under the new path too
-        asideFromOld, ///< no longer under the old path
-        entryRemoved, ///< one of the tree that was set aside
-    };
-    using AfterStep = std::function<void(MoveStep)>;
+    /// `record`: a path for a link that leads to the folder of an installation, where the volume of
+    /// its bundle cannot exchange two names. Empty: none is kept.
+    explicit PosixFileManager(std::string record = {}) : record_(std::move(record)) {}
 
-    /// `afterStep` is called after each step of a move to another volume.
-    explicit PosixFileManager(AfterStep afterStep = {});
-
-    /// $TMPDIR, or /tmp where that is no absolute path.
+    /// $TMPDIR, /tmp or /var/tmp: the first that is a folder in which nobody but this user and root
+    /// can exchange what this user puts there; else one of the home directory.
     std::string temporaryDirectory() override;
+
+    /// Hidden beside the bundle, or in the temporary directory where the bundle's folder cannot be
+    /// written.
+    std::string makeWorkFolder(const std::string& name, const std::string& place) override;
+
     bool createDirectory(const std::string& path) override;
     Status<std::errc> move(const std::string& from, const std::string& to) override;
+    bool exchange(const std::string& one, const std::string& other) override;
+    Status<std::errc> flush(const std::string& folder) override;
+    Status<std::errc> recordReplacement(const std::string& workFolder,
+                                        const std::string& place) override;
     void remove(const std::string& path) override;
     std::optional<std::vector<std::string>> contents(const std::string& path) override;
 
   private:
-    Status<std::errc> moveToOtherVolume(const std::string& from, const std::string& to);
-    void done(MoveStep step) const;
-
-    AfterStep afterStep_;
+    std::string record_;
+    std::string recorded_;                          ///< the folder that it was made to lead to
+    std::map<std::string, WorkFolder> workFolders_; ///< of this process, by path
 };
 
 } // namespace korvel::platform

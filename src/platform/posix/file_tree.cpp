@@ -1,8 +1,6 @@
 #include "platform/posix/file_tree.h"
 
-#include <array>
 #include <cerrno>
-#include <climits>
 #include <memory>
 #include <utility>
 
@@ -11,7 +9,6 @@
 #include <sys/stat.h>
 
 #include "platform/posix/file_descriptor.h"
-#include "platform/posix/whole_file.h"
 
 namespace korvel::platform {
 
@@ -26,107 +23,43 @@ struct Place {
     const char* name;
 };
 
-std::array<timespec, 2> timesOf(const struct stat& status) {
-#ifdef __APPLE__
-    return {status.st_atimespec, status.st_mtimespec};
-#else
-    return {status.st_atim, status.st_mtim};
-#endif
-}
-
-mode_t keptMode(const struct stat& status) {
-    return status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO | S_ISVTX);
-}
-
 FileDescriptor openFolder(Place place) {
     return FileDescriptor(
         ::openat(place.folder, place.name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-/// Mode and times last, since writing changes the times; then to the disk, so that after a loss of
-/// power the copy is there when the original is gone.
-bool finish(int copy, const struct stat& status) {
-    return ::fchmod(copy, keptMode(status)) == 0 && ::futimens(copy, timesOf(status).data()) == 0 &&
-           ::fsync(copy) == 0;
-}
-
-/// False: errno tells.
-bool copyFile(Place from, Place to, const struct stat& status) {
-    const FileDescriptor source(
-        ::openat(from.folder, from.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    if (!source) {
-        return false;
-    }
-    const FileDescriptor copy(
-        ::openat(to.folder, to.name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly));
-    return copy &&
-           readPieces(source.get(),
-                      [&](std::string_view piece) { return writeAll(copy.get(), piece); }) &&
-           finish(copy.get(), status);
-}
-
-/// False: errno tells.
-bool copyLink(Place from, Place to, const struct stat& status) {
-    std::array<char, PATH_MAX> target;
-    const ssize_t length = ::readlinkat(from.folder, from.name, target.data(), target.size() - 1);
-    if (length < 0) {
-        return false;
-    }
-    target[static_cast<std::size_t>(length)] = '\0';
-    return ::symlinkat(target.data(), to.folder, to.name) == 0 &&
-           ::utimensat(to.folder, to.name, timesOf(status).data(), AT_SYMLINK_NOFOLLOW) == 0;
-}
-
-Status<std::errc> copyEntry(Place from, Place to, const AfterEntry& after);
-
-// A tree so deep that the recursion runs out of descriptors is not copied.
+// A tree so deep that the recursion runs out of descriptors cannot be flushed.
 // NOLINTNEXTLINE(misc-no-recursion)
-Status<std::errc> copyFolder(Place from, Place to, const struct stat& status,
-                             const AfterEntry& after) {
-    const FileDescriptor source = openFolder(from);
-    if (!source) {
-        return lastError(from.name);
+Status<std::errc> flushEntry(Place place, const std::string& path) {
+    struct stat status {};
+    if (::fstatat(place.folder, place.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return lastError(path);
     }
-    const auto names = folderNames(source.get());
-    if (!names || ::mkdirat(to.folder, to.name, kOwnerOnly) != 0) {
-        return lastError(from.name);
+    if (!S_ISDIR(status.st_mode) && !S_ISREG(status.st_mode)) {
+        return {};
     }
-    const FileDescriptor copy = openFolder(to);
-    if (!copy) {
-        return lastError(from.name);
+    const FileDescriptor opened(
+        ::openat(place.folder, place.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!opened) {
+        return lastError(path);
     }
-    for (const std::string& name : *names) {
-        if (const auto entry =
-                copyEntry({source.get(), name.c_str()}, {copy.get(), name.c_str()}, after);
-            !entry) {
-            return Error{entry.error().code, from.name + ("/" + entry.error().subject)};
+    if (S_ISDIR(status.st_mode)) {
+        const auto names = folderNames(opened.get());
+        if (!names) {
+            return lastError(path);
+        }
+        for (const std::string& name : *names) {
+            if (auto flushed = flushEntry({opened.get(), name.c_str()}, path + "/" + name);
+                !flushed) {
+                return flushed;
+            }
         }
     }
-    return finish(copy.get(), status) ? Status<std::errc>() : lastError(from.name);
+    return ::fsync(opened.get()) == 0 ? Status<std::errc>() : lastError(path);
 }
 
 // NOLINTNEXTLINE(misc-no-recursion)
-Status<std::errc> copyEntry(Place from, Place to, const AfterEntry& after) {
-    struct stat status {};
-    if (::fstatat(from.folder, from.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        return lastError(from.name);
-    }
-    Status<std::errc> copied;
-    if (S_ISDIR(status.st_mode)) {
-        copied = copyFolder(from, to, status, after);
-    } else if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
-        copied = Error{std::errc::not_supported, from.name};
-    } else if (!(S_ISREG(status.st_mode) ? copyFile : copyLink)(from, to, status)) {
-        copied = lastError(from.name);
-    }
-    if (copied && after) {
-        after();
-    }
-    return copied;
-}
-
-// NOLINTNEXTLINE(misc-no-recursion)
-void removeEntry(Place place, const AfterEntry& after) {
+void removeEntry(Place place) {
     struct stat status {};
     if (::fstatat(place.folder, place.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return;
@@ -138,14 +71,11 @@ void removeEntry(Place place, const AfterEntry& after) {
         if (const FileDescriptor folder = openFolder(place)) {
             for (const std::string& name :
                  folderNames(folder.get()).value_or(std::vector<std::string>())) {
-                removeEntry({folder.get(), name.c_str()}, after);
+                removeEntry({folder.get(), name.c_str()});
             }
         }
     }
     ::unlinkat(place.folder, place.name, S_ISDIR(status.st_mode) ? AT_REMOVEDIR : 0);
-    if (after) {
-        after();
-    }
 }
 
 } // namespace
@@ -187,13 +117,24 @@ Error<std::errc> lastError(std::string path) {
     return {static_cast<std::errc>(errno), std::move(path)};
 }
 
-Status<std::errc> copyTree(const std::string& from, const std::string& to,
-                           const AfterEntry& after) {
-    return copyEntry({AT_FDCWD, from.c_str()}, {AT_FDCWD, to.c_str()}, after);
+std::string folderOf(const std::string& path) {
+    return path.substr(0, path.rfind('/') + 1);
 }
 
-void removeTree(const std::string& path, const AfterEntry& after) {
-    removeEntry({AT_FDCWD, path.c_str()}, after);
+void flushFolder(const std::string& folder) {
+    const FileDescriptor opened(
+        ::open((folder + "/.").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened) {
+        ::fsync(opened.get());
+    }
+}
+
+Status<std::errc> flushTree(const std::string& folder) {
+    return flushEntry({AT_FDCWD, folder.c_str()}, folder);
+}
+
+void removeTree(const std::string& path) {
+    removeEntry({AT_FDCWD, path.c_str()});
 }
 
 } // namespace korvel::platform

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -12,9 +11,6 @@
 
 namespace korvel::platform {
 
-/// Called after each entry of a tree that was worked on.
-using AfterEntry = std::function<void()>;
-
 /// The names in the folder but "." and "..", in the system's order. nullopt (errno tells): it
 /// cannot be listed, or has more than `most` (EFBIG). The descriptor stays the caller's.
 std::optional<std::vector<std::string>>
@@ -23,14 +19,17 @@ folderNames(int folder, std::size_t most = std::numeric_limits<std::size_t>::max
 /// What the last call of the system said, about this path.
 Error<std::errc> lastError(std::string path);
 
-/// Copies a file, a link as the link that it is, or a folder with all that is in it, to a name
-/// where nothing is yet, through to the disk. Modes and times are kept; owners are not, and so no
-/// set-user and set-group bits either. An error (not_supported: it is none of these three) is about
-/// the path that could not be copied; part of the copy may then be there.
-Status<std::errc> copyTree(const std::string& from, const std::string& to, const AfterEntry& after);
+/// The folder that holds what has this path, with a slash at its end; empty for a mere name.
+std::string folderOf(const std::string& path);
+
+/// Has the names in the folder, not what they lead to, written to the disk. Failures are silent.
+void flushFolder(const std::string& folder);
+
+/// Has the folder with all that is in it written to the disk, file by file. Links are not followed.
+Status<std::errc> flushTree(const std::string& folder);
 
 /// Removes what has this path, a folder with all that is in it. Links are not followed; a folder
 /// inside that may not be written is made writable. What cannot be removed stays.
-void removeTree(const std::string& path, const AfterEntry& after);
+void removeTree(const std::string& path);
 
 } // namespace korvel::platform

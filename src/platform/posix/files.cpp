@@ -4,7 +4,6 @@
 
 #include <fcntl.h>
 #include <pwd.h>
-#include <sys/stat.h>
 
 #include "platform/posix/file_descriptor.h"
 #include "platform/posix/whole_file.h"
@@ -25,13 +24,8 @@ std::string PosixFiles::homeDirectory() {
 }
 
 std::optional<std::string> PosixFiles::read(const std::string& path) {
-    // Not to hang on a pipe that lies where a file should.
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return std::nullopt;
-    }
-    return readAll(file.get(), std::uint64_t{kLargestFile});
+    const FileDescriptor file = openFile(path);
+    return file ? readAll(file.get(), std::uint64_t{kLargestFile}) : std::nullopt;
 }
 
 bool PosixFiles::write(const std::string& path, std::string_view bytes) {

@@ -2,7 +2,9 @@
 
 #include <array>
 #include <cerrno>
+#include <utility>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -23,6 +25,13 @@ ssize_t readSome(int file, char* buffer, std::size_t size) {
 }
 
 } // namespace
+
+FileDescriptor openFile(const std::string& path) {
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status {};
+    const bool isFile = file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
+    return isFile ? std::move(file) : FileDescriptor();
+}
 
 bool readPieces(int file, const std::function<bool(std::string_view piece)>& take) {
     std::array<char, kPiece> buffer;

@@ -6,9 +6,15 @@
 #include <string>
 #include <string_view>
 
+#include "platform/posix/file_descriptor.h"
+
 /// Reading and writing on a descriptor until all is done, however little the system does at a time
 /// and whatever signals come between. Where one fails, errno tells why.
 namespace korvel::platform {
+
+/// Opens a regular file to read; none where it cannot be opened or is of another kind, and a pipe
+/// that lies where a file should is not waited for.
+FileDescriptor openFile(const std::string& path);
 
 /// Hands over what there is up to the end, piece by piece. False: it cannot be read, or `take` gave
 /// false, after which nothing more is read.

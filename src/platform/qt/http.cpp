@@ -62,11 +62,12 @@ void QtHttp::get(const std::string& url, double timeout,
         });
 }
 
-void QtHttp::download(const std::string& url,
+void QtHttp::download(const std::string& url, const std::string& folder,
                       std::function<void(std::optional<HttpDownload>)> done) {
+    const QString given = QFile::decodeName(QByteArray::fromStdString(folder));
     // The answer holds the file, so it goes when the answer has been given or never will be.
-    auto file =
-        std::make_shared<QTemporaryFile>(QDir::tempPath() + QStringLiteral("/korvel-XXXXXX"));
+    auto file = std::make_shared<QTemporaryFile>((QDir(given).exists() ? given : QDir::tempPath()) +
+                                                 QStringLiteral("/korvel-XXXXXX"));
     file->open();
     start(
         url,

@@ -40,8 +40,8 @@ class QtHttp final : public Http {
 
     void get(const std::string& url, double timeout,
              std::function<void(std::optional<HttpResponse>)> done) override;
-    /// The file is the user's alone and lies in the system's folder of temporary files.
-    void download(const std::string& url,
+    /// The file is the user's alone.
+    void download(const std::string& url, const std::string& folder,
                   std::function<void(std::optional<HttpDownload>)> done) override;
 
   private:

@@ -39,6 +39,10 @@ QString QtUserDefaults::standardFile() {
            QStringLiteral("/korvel/defaults.json");
 }
 
+std::string QtUserDefaults::folder() {
+    return QFile::encodeName(QFileInfo(standardFile()).path()).toStdString();
+}
+
 Status<SettingsFault> QtUserDefaults::load() {
     QFile file(file_);
     if (!file.exists()) {

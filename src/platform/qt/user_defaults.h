@@ -29,6 +29,9 @@ class QtUserDefaults final : public UserDefaults {
     /// korvel/defaults.json in the user's configuration folder.
     static QString standardFile();
 
+    /// The folder that it is in, which need not be there.
+    static std::string folder();
+
     std::int64_t integer(const std::string& key) override;
     double real(const std::string& key) override;
     bool boolean(const std::string& key) override;

@@ -13,6 +13,13 @@ bool isWithin(const std::string& path, const std::string& folder) {
 
 } // namespace
 
+std::string SimulatedFileManager::makeWorkFolder(const std::string& name,
+                                                 const std::string& /*place*/) {
+    const std::string path = temporary + "/" + name;
+    createDirectory(path);
+    return path;
+}
+
 bool SimulatedFileManager::createDirectory(const std::string& path) {
     note("createDirectory " + path);
     if (creates) {
@@ -40,6 +47,22 @@ Status<std::errc> SimulatedFileManager::move(const std::string& from, const std:
     file.key() = to;
     files_.contents.insert(std::move(file));
     return {};
+}
+
+bool SimulatedFileManager::exchange(const std::string& one, const std::string& other) {
+    note("exchange " + one + " " + other);
+    return exchanges && folders.count(one) != 0 && folders.count(other) != 0;
+}
+
+Status<std::errc> SimulatedFileManager::flush(const std::string& folder) {
+    note("flush " + folder);
+    return flushed;
+}
+
+Status<std::errc> SimulatedFileManager::recordReplacement(const std::string& workFolder,
+                                                          const std::string& place) {
+    note("recordReplacement " + workFolder + " " + place);
+    return recorded;
 }
 
 void SimulatedFileManager::remove(const std::string& path) {

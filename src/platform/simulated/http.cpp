@@ -29,7 +29,7 @@ void SimulatedHttp::get(const std::string& url, double timeout,
     }
 }
 
-void SimulatedHttp::download(const std::string& url,
+void SimulatedHttp::download(const std::string& url, const std::string& /*folder*/,
                              std::function<void(std::optional<HttpDownload>)> done) {
     note("download " + url);
     urls.push_back(url);

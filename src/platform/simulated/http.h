@@ -33,7 +33,7 @@ class SimulatedHttp final : public Http, public Logging {
 
     void get(const std::string& url, double timeout,
              std::function<void(std::optional<HttpResponse>)> done) override;
-    void download(const std::string& url,
+    void download(const std::string& url, const std::string& folder,
                   std::function<void(std::optional<HttpDownload>)> done) override;
 
   private:

@@ -38,7 +38,7 @@ struct SimulatedServices {
     SimulatedBundle bundle;
     SimulatedHttp http{runLoop, files};
     SimulatedFileManager fileManager{files};
-    SimulatedDigest digest;
+    SimulatedDigest digest{files};
     SimulatedArchive archive{fileManager};
     SimulatedSignature codeSignature;
     SimulatedWorkspace workspace;

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/archive.h"
 #include "platform/code_signature.h"
@@ -39,7 +40,8 @@ class SimulatedArchive final : public Archive, public Logging {
 class SimulatedSignature final : public CodeSignature, public Logging {
   public:
     std::optional<std::string> description = "TeamIdentifier=7QX4D1K9WB\n";
-    Status<BundleFault> verified; ///< what comes of a strict look
+    Status<BundleFault> verified;     ///< what comes of a strict look
+    std::vector<std::int64_t> builds; ///< that were told to be in place
 
     std::optional<std::string> describe(const std::string& bundle) override {
         note("describe " + bundle);
@@ -49,17 +51,27 @@ class SimulatedSignature final : public CodeSignature, public Logging {
         note("verifyStrictly " + bundle + " " + std::to_string(build));
         return verified;
     }
+    void installed(std::int64_t build) override { builds.push_back(build); }
 };
 
 /// Digests of texts that are told beforehand; that of any other is all zeroes.
 class SimulatedDigest final : public Digest, public Logging {
   public:
+    explicit SimulatedDigest(SimulatedFiles& files) : files_(files) {}
+
     std::function<Sha256(std::string_view)> digest;
 
-    Sha256 sha256(std::string_view bytes) override {
-        note("sha256");
-        return digest ? digest(bytes) : Sha256{};
+    std::optional<Sha256> sha256OfFile(const std::string& path) override {
+        const std::optional<std::string> bytes = files_.read(path);
+        if (!bytes) {
+            return std::nullopt;
+        }
+        note("sha256 " + path);
+        return digest ? digest(*bytes) : Sha256{};
     }
+
+  private:
+    SimulatedFiles& files_;
 };
 
 } // namespace korvel::platform

@@ -18,9 +18,28 @@ using testing::UnorderedElementsAre;
 
 const Status<std::errc> kMoved;
 
+/// Sets a variable of the environment, or takes it away, for as long as it lives.
+class Variable {
+  public:
+    Variable(const char* name, const char* value) : name_(name) {
+        if (const char* const before = std::getenv(name)) {
+            before_ = before;
+        }
+        set(value);
+    }
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+    ~Variable() { set(before_ ? before_->c_str() : nullptr); }
+
+  private:
+    void set(const char* value) const {
+        value == nullptr ? ::unsetenv(name_) : ::setenv(name_, value, 1);
+    }
+    const char* name_;
+    std::optional<std::string> before_;
+};
+
 TEST_F(FileManagerTest, TemporaryDirectoryIsTheVariableWhereThatIsAbsolute) {
-    const char* const before = std::getenv("TMPDIR");
-    const std::string kept = before == nullptr ? "" : before;
     const struct {
         const char* variable;
         const char* expected;
@@ -30,18 +49,30 @@ TEST_F(FileManagerTest, TemporaryDirectoryIsTheVariableWhereThatIsAbsolute) {
                  {"", "/tmp"},
                  {"/", "/tmp"},
                  {"//", "/tmp"},
+                 {"/no/such/folder", "/tmp"},
                  {nullptr, "/tmp"}};
     for (const auto& one : cases) {
-        if (one.variable == nullptr) {
-            ::unsetenv("TMPDIR");
-        } else {
-            ::setenv("TMPDIR", one.variable, 1);
-        }
+        const Variable variable("TMPDIR", one.variable);
         EXPECT_EQ(manager_.temporaryDirectory(), one.expected)
             << (one.variable == nullptr ? "unset" : one.variable);
     }
-    if (before != nullptr) {
-        ::setenv("TMPDIR", kept.c_str(), 1);
+}
+
+TEST_F(FileManagerTest, TemporaryDirectoryIsNoneInWhichOthersCanExchangeFiles) {
+    fs::create_directories(path("given"));
+    const Variable variable("TMPDIR", path("given").c_str());
+    const std::pair<mode_t, bool> kModes[] = {{0700, true},  {0755, true},  {01777, true},
+                                              {0777, false}, {0770, false}, {0702, false},
+                                              {0720, false}, {01770, true}};
+    for (const auto& [mode, isUsed] : kModes) {
+        ASSERT_EQ(::chmod(path("given").c_str(), mode), 0);
+        EXPECT_EQ(manager_.temporaryDirectory(), isUsed ? path("given") : "/tmp")
+            << std::oct << mode;
+    }
+    fs::permissions(path("given"), fs::perms(0700));
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(path("given").c_str(), 12345, 12345), 0);
+        EXPECT_EQ(manager_.temporaryDirectory(), "/tmp") << "its owner could";
     }
 }
 
@@ -128,6 +159,30 @@ TEST_F(FileManagerTest, MovingKeepsEverything) {
     EXPECT_EQ(manager_.move(path("Korvel.app/"), path("old.app/")), kMoved);
     EXPECT_EQ(describedTree(path("old.app")), before);
     EXPECT_FALSE(fs::exists(path("Korvel.app")));
+}
+
+TEST_F(FileManagerTest, ExchangingGivesEachTheOthersPlace) {
+    makeBundle(path("Korvel.app"));
+    write(path("work/out/New.app/Contents/Info.plist"), "<new/>");
+    const auto old = describedTree(path("Korvel.app"));
+    const auto fresh = describedTree(path("work/out/New.app"));
+    EXPECT_TRUE(manager_.exchange(path("work/out/New.app"), path("Korvel.app")));
+    EXPECT_EQ(describedTree(path("Korvel.app")), fresh);
+    EXPECT_EQ(describedTree(path("work/out/New.app")), old);
+}
+
+TEST_F(FileManagerTest, ExchangingWithNothingChangesNothing) {
+    makeBundle(path("Korvel.app"));
+    EXPECT_FALSE(manager_.exchange(path("missing"), path("Korvel.app")));
+    EXPECT_FALSE(manager_.exchange(path("Korvel.app"), path("missing")));
+    EXPECT_THAT(manager_.contents(folder_).value(), ElementsAre("Korvel.app"));
+}
+
+TEST_F(FileManagerTest, WhatIsThereCanBeFlushedAndWhatIsNotIsTold) {
+    makeBundle(path("Korvel.app"));
+    EXPECT_EQ(manager_.flush(path("Korvel.app")), kMoved);
+    EXPECT_EQ(manager_.flush(path("missing")),
+              (Error{std::errc::no_such_file_or_directory, path("missing")}));
 }
 
 TEST_F(FileManagerTest, MovingALinkMovesTheLink) {

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "platform/posix/file_descriptor.h"
 #include "support/temp_tree.h"
@@ -27,6 +29,16 @@ TEST(FolderNames, AreThoseOfTheFolderAndAtMostAsManyAsAsked) {
     EXPECT_EQ(folderNames(folder.get(), 1), std::nullopt);
     EXPECT_EQ(errno, EFBIG);
     EXPECT_EQ(folderNames(-1), std::nullopt);
+}
+
+TEST(FlushTree, GoesThroughFilesAndFoldersAndTellsWhatItCouldNotOpen) {
+    const TempTree tree;
+    tree.write("a/b/file", "text");
+    std::filesystem::create_symlink("nowhere", tree.root() + "/a/link");
+    ASSERT_EQ(::mkfifo((tree.root() + "/a/pipe").c_str(), S_IRUSR), 0);
+    EXPECT_TRUE(flushTree(tree.root()));
+    EXPECT_EQ(flushTree(tree.root() + "/missing"),
+              (Error{std::errc::no_such_file_or_directory, tree.root() + "/missing"}));
 }
 
 } // namespace

@@ -60,6 +60,20 @@ TEST_F(HttpDownloads, FileHasTheBodyAndIsTheUsersAlone) {
     }
 }
 
+TEST_F(HttpDownloads, FileLiesInTheFolderThatIsGivenOrWhereThatIsMissingAmongTheTemporaryOnes) {
+    const QTemporaryDir given;
+    const std::string kFolders[][2] = {
+        {given.path().toStdString(), given.path().toStdString()},
+        {given.filePath("missing").toStdString(), temporary_.path().toStdString()}};
+    for (const auto& [folder, expected] : kFolders) {
+        folder_ = folder;
+        std::string found;
+        download(url("sized/1000"),
+                 [&](const HttpDownload& got) { found = got.path.substr(0, got.path.rfind('/')); });
+        EXPECT_EQ(found, expected);
+    }
+}
+
 TEST_F(HttpDownloads, FileIsGoneAfterTheAnswer) {
     ASSERT_TRUE(download(url("sized/1000"), [&](const HttpDownload& got) {
         EXPECT_EQ(::access(got.path.c_str(), F_OK), 0);
@@ -145,7 +159,8 @@ TEST_F(HttpDownloads, ByteNowAndThenKeepsItAliveUntilTheLimitOfTheWhole) {
 
 TEST_F(HttpDownloads, DestroyedMidwayItLeavesNoFile) {
     int calls = 0;
-    http_->download(url("stalled-within"), [&](const std::optional<HttpDownload>&) { ++calls; });
+    http_->download(url("stalled-within"), folder_,
+                    [&](const std::optional<HttpDownload>&) { ++calls; });
     runFor(0.1);
     EXPECT_EQ(openFiles(), 1) << "with a name or without";
     http_.reset();
@@ -212,7 +227,7 @@ TEST_F(HttpDownloads, FullOrReadOnlyDiskIsNoAnswerAndLeavesNothing) {
     if (!mounts.mountSmallDisk(folder)) {
         GTEST_SKIP() << "a small file system can be mounted by the superuser only";
     }
-    ::setenv("TMPDIR", folder.c_str(), 1);
+    folder_ = folder;
     EXPECT_EQ(downloadStatus(url("sized/1500000")), 0);
     EXPECT_TRUE(QDir(folder.c_str()).isEmpty());
     EXPECT_EQ(downloadStatus(url("sized/1000000")), 200);

@@ -98,7 +98,7 @@ class HttpsTest : public testing::Test {
     download(const std::string& url, const std::function<void(const HttpDownload&)>& inspect = {}) {
         std::optional<HttpDownload> result;
         int calls = 0;
-        http_->download(url, [&](const std::optional<HttpDownload>& response) {
+        http_->download(url, folder_, [&](const std::optional<HttpDownload>& response) {
             result = response;
             if (response && inspect) {
                 inspect(*response);
@@ -139,6 +139,7 @@ class HttpsTest : public testing::Test {
     }
 
     QTemporaryDir temporary_;
+    std::string folder_ = temporary_.path().toStdString(); ///< of downloads
     std::unique_ptr<QtHttp> http_;
 
   private:

@@ -12,30 +12,21 @@
 
 namespace korvel::platform {
 
-namespace {
-
-/// The bundle that an executable lies in; nullopt when it lies in none.
-std::optional<std::string> bundleAround(std::string_view executable) {
+std::string LinuxBundle::around(const std::string& executable) {
     constexpr std::string_view kPlace = "/Contents/Linux/korvel";
     constexpr std::string_view kSuffix = ".app";
-    if (executable.size() < kPlace.size() ||
-        executable.substr(executable.size() - kPlace.size()) != kPlace) {
-        return std::nullopt;
+    if (!executable.ends_with(kPlace)) {
+        return {};
     }
-    const std::string_view bundle = executable.substr(0, executable.size() - kPlace.size());
-    const std::string_view name = bundle.substr(bundle.rfind('/') + 1);
-    if (name.size() <= kSuffix.size() || name.substr(name.size() - kSuffix.size()) != kSuffix) {
-        return std::nullopt;
-    }
-    return std::string(bundle);
+    std::string bundle = executable.substr(0, executable.size() - kPlace.size());
+    const std::string_view name = std::string_view(bundle).substr(bundle.rfind('/') + 1);
+    return name.size() > kSuffix.size() && name.ends_with(kSuffix) ? bundle : std::string();
 }
 
-} // namespace
-
 LinuxBundle::LinuxBundle(const std::string& executable, Strings ownStrings) {
-    const auto bundle = bundleAround(executable);
-    isBundle_ = bundle.has_value();
-    path_ = bundle.value_or(executable);
+    const std::string bundle = around(executable);
+    isBundle_ = !bundle.empty();
+    path_ = isBundle_ ? bundle : executable;
     if (!isBundle_) {
         strings_ = std::move(ownStrings);
     } else if (const auto description = PosixFiles().read(path_ + "/Contents/Info.plist")) {

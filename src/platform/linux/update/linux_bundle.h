@@ -18,6 +18,9 @@ class LinuxBundle final : public Bundle {
     /// `executable`: an absolute path. `ownStrings`: what describes the program outside a bundle.
     LinuxBundle(const std::string& executable, Strings ownStrings);
 
+    /// The bundle that an executable lies in; empty when it lies in none.
+    static std::string around(const std::string& executable);
+
     /// The file that this process runs. To be asked at the start: once the file is moved or
     /// replaced, the kernel tells another path. Empty where it cannot be told.
     static std::string runningExecutable();

@@ -1,5 +1,7 @@
 #include "platform/linux/update/linux_code_signature.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "platform/linux/update/bundle_manifest.h"
@@ -122,10 +124,14 @@ Status<BundleFault> LinuxCodeSignature::verifyStrictly(const std::string& bundle
     if (manifest->build != build) {
         return Error{BundleFault::otherBuild};
     }
-    if (manifest->build <= options_.runningBuild) {
+    if (manifest->build <= newestBuild_) {
         return Error{BundleFault::notNewer};
     }
     return checkContent(bundle, *manifest);
+}
+
+void LinuxCodeSignature::installed(std::int64_t build) {
+    newestBuild_ = std::max(newestBuild_, build);
 }
 
 } // namespace korvel::platform

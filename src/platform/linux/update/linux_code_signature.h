@@ -25,15 +25,18 @@ class LinuxCodeSignature final : public CodeSignature {
         std::function<std::int64_t()> now; ///< seconds since 1970
     };
 
-    explicit LinuxCodeSignature(Options options) : options_(std::move(options)) {}
+    explicit LinuxCodeSignature(Options options)
+        : options_(std::move(options)), newestBuild_(options_.runningBuild) {}
 
     /// Two lines: "Identifier=" and the bundle's, "TeamIdentifier=" and the signer's, or "not set".
     std::optional<std::string> describe(const std::string& bundle) override;
 
     Status<BundleFault> verifyStrictly(const std::string& bundle, std::int64_t build) override;
+    void installed(std::int64_t build) override;
 
   private:
     Options options_;
+    std::int64_t newestBuild_; ///< of the running one and of those that it installed
 };
 
 } // namespace korvel::platform

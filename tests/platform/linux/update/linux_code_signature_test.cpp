@@ -321,6 +321,16 @@ TEST_F(CodeSignatureOnLinux, AnOlderSignedBuildIsNotPassedOffAsNew) {
     EXPECT_EQ(fault(), "");
 }
 
+TEST_F(CodeSignatureOnLinux, NoBuildIsTakenAfterALaterOneWasInstalled) {
+    sealByTeam();
+    signature_.installed(kBuild - 2);
+    EXPECT_EQ(fault(), "");
+    signature_.installed(kBuild + 1);
+    signature_.installed(kBuild - 1);
+    EXPECT_EQ(signature_.verifyStrictly(bundle_.path(), kBuild),
+              Error{platform::BundleFault::notNewer});
+}
+
 TEST_F(CodeSignatureOnLinux, InfoPlistAgreesWithTheManifest) {
     const std::string id = "com.oxbrook.korvel";
     for (const std::string& text :
