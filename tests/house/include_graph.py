@@ -49,11 +49,13 @@ FACES = {
         "desktop_notifications.h", "desktop_power.h", "environment.h", "linux_workspace.h",
         "portal_appearance.h", "single_instance.h", "systemd_agents.h", "tray_status_bar.h", "window_effects.h",
     },
-    "platform/linux/update": {"linux_bundle.h", "linux_code_signature.h", "update_root.h", "zip_archive.h"},
+    "platform/linux/update": {
+        "linux_bundle.h", "linux_code_signature.h", "linux_program_loader.h", "update_root.h", "zip_archive.h",
+    },
     "platform/macos": {
         "application.h", "declared_selectors.h", "macos_bundle.h", "macos_machine.h", "macos_notifications.h",
-        "macos_popover.h", "macos_power_assertions.h", "macos_processes.h", "macos_status_bar.h",
-        "macos_workspace.h", "thermal_state.h",
+        "macos_popover.h", "macos_power_assertions.h", "macos_processes.h", "macos_program_loader.h",
+        "macos_status_bar.h", "macos_workspace.h", "thermal_state.h",
     },
 }
 
@@ -159,7 +161,7 @@ OUTSIDE = {
     },
     "platform/linux/session": FILE | {"sys/file.h", "xcb/shape.h", "xcb/xcb.h"}
     | QT_CORE | QT_GUI | QT_WIDGETS | QT_DBUS,
-    "platform/linux/update": FILE | FMT | {"locale.h"} | ARCHIVE | PLIST | OPENSSL,
+    "platform/linux/update": FILE | FMT | {"link.h", "locale.h"} | ARCHIVE | PLIST | OPENSSL,
     "platform/macos": FMT | APPLE | {"unistd.h"},
     "platform/qt": FILE | {"stdlib.h", "sys/timerfd.h"} | QT_CORE | QT_NETWORK,
     "platform/simulated": FMT,
