@@ -28,6 +28,7 @@
 #include "platform/linux/session/tray_status_bar.h"
 #include "platform/linux/update/linux_bundle.h"
 #include "platform/linux/update/linux_code_signature.h"
+#include "platform/linux/update/linux_program_loader.h"
 #include "platform/linux/update/update_root.h"
 #include "platform/linux/update/zip_archive.h"
 #include "platform/posix/child_processes.h"
@@ -142,6 +143,8 @@ int main(int, char** argv) {
         {.rootPem = std::string(platform::builtInUpdateRoot()),
          .runningBuild = buildNumber(bundle.infoString("CFBundleVersion").value_or("")),
          .now = [&clock] { return static_cast<std::int64_t>(clock.now()); }});
+    platform::LinuxProgramLoader programLoader(
+        childProcesses, {.display = QApplication::platformName().toStdString()});
     platform::LinuxWorkspace workspace(childProcesses);
     const platform::Services services{.machine = machine,
                                       .processes = processes,
@@ -161,6 +164,7 @@ int main(int, char** argv) {
                                       .digest = digest,
                                       .archive = archive,
                                       .codeSignature = codeSignature,
+                                      .programLoader = programLoader,
                                       .workspace = workspace};
     platform::installedServices = &services;
 

@@ -17,6 +17,7 @@
 #include "platform/macos/macos_notifications.h"
 #include "platform/macos/macos_power_assertions.h"
 #include "platform/macos/macos_processes.h"
+#include "platform/macos/macos_program_loader.h"
 #include "platform/macos/macos_status_bar.h"
 #include "platform/macos/macos_workspace.h"
 #include "platform/macos/thermal_state.h"
@@ -91,6 +92,7 @@ int main(int, char** argv) {
     platform::SystemDigest digest;
     DittoArchive archive(childProcesses);
     CodesignSignature codeSignature(childProcesses);
+    platform::MacosProgramLoader programLoader;
     platform::MacosWorkspace workspace([&childProcesses](const std::string& installed) {
         openAfterASecond(childProcesses, installed);
     });
@@ -112,6 +114,7 @@ int main(int, char** argv) {
                                       .digest = digest,
                                       .archive = archive,
                                       .codeSignature = codeSignature,
+                                      .programLoader = programLoader,
                                       .workspace = workspace};
     platform::installedServices = &services;
 

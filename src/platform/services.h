@@ -16,6 +16,7 @@ class Machine;
 class Notifications;
 class PowerAssertions;
 class Processes;
+class ProgramLoader;
 class RunLoop;
 class StatusBar;
 class SwappedMemory;
@@ -44,6 +45,7 @@ struct Services {
     Digest& digest;
     Archive& archive;
     CodeSignature& codeSignature;
+    ProgramLoader& programLoader;
     Workspace& workspace;
 };
 

@@ -57,6 +57,7 @@ ScriptedProgram::ScriptedProgram(const Scenario& scenario, const Stage* stage)
                 .digest = simulated_.digest,
                 .archive = dittoArchive_,
                 .codeSignature = codesignSignature_,
+                .programLoader = simulated_.programLoader,
                 .workspace = simulated_.workspace},
       metrics_(services_.machine, services_.processes, services_.agents, services_.clock),
       awake_(std::make_shared<Awake>(services_)) {

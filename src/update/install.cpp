@@ -14,7 +14,9 @@
 #include "platform/digest.h"
 #include "platform/file_manager.h"
 #include "platform/http.h"
+#include "platform/program_loader.h"
 #include "platform/workspace.h"
+#include "update/load_fault_words.h"
 #include "update/updater.h"
 #include "update/whats_new.h"
 
@@ -176,6 +178,10 @@ void Updater::install(const Release& release, WorkDirectory& work) {
         workspace_.reveal(*bundle);
         fail("Can't write to " + lastComponentOf(parentOf(bundle_.path())) +
              ". The new version is in Finder; drag it over.");
+        return;
+    }
+    if (const auto loads = programLoader_.check(*bundle); !loads) {
+        fail("Could not replace the app: " + sentenceOf(lastComponentOf(*bundle), loads.error()));
         return;
     }
     if (const std::optional<std::string> error = swap(*bundle, work)) {

@@ -44,7 +44,8 @@ Updater::Updater(const platform::Services& services, std::function<Uuid()> newUu
     : bundle_(services.bundle), clock_(services.clock), runLoop_(services.runLoop),
       defaults_(services.defaults), workspace_(services.workspace), http_(services.http),
       fileManager_(services.fileManager), digest_(services.digest), archive_(services.archive),
-      codeSignature_(services.codeSignature), newUuid_(std::move(newUuid)) {
+      codeSignature_(services.codeSignature), programLoader_(services.programLoader),
+      newUuid_(std::move(newUuid)) {
     if (const double last = defaults_.real(checkedKey); last > 0) {
         lastChecked = last;
     }

@@ -21,6 +21,7 @@ class CodeSignature;
 class Digest;
 class FileManager;
 class Http;
+class ProgramLoader;
 class RunLoop;
 class UserDefaults;
 class Workspace;
@@ -101,6 +102,7 @@ class Updater : public ObservableObject, public std::enable_shared_from_this<Upd
     platform::Digest& digest_;
     platform::Archive& archive_;
     platform::CodeSignature& codeSignature_;
+    platform::ProgramLoader& programLoader_;
     std::function<Uuid()> newUuid_;
     std::vector<std::weak_ptr<WorkDirectory>> underWay_;
 };

@@ -62,7 +62,7 @@ class Install : public testing::Test {
         for (const std::string& call : log) {
             for (const char* verb :
                  {"download ", "createDirectory ", "read ", "sha256 ", "unpack ", "contents ",
-                  "describe ", "verifyStrictly ", "reveal ", "flush ", "exchange ",
+                  "describe ", "verifyStrictly ", "reveal ", "load ", "flush ", "exchange ",
                   "recordReplacement ", "move ", "remove "}) {
                 if (call.starts_with(verb)) {
                     seen.push_back(call);
@@ -116,19 +116,19 @@ TEST_F(Install, WithNothingPendingNothingHappens) {
 TEST_F(Install, GoesThroughItsStepsInOrder) {
     install();
     EXPECT_THAT(states, ElementsAre(kDownloading, kInstalling, kReady));
-    EXPECT_THAT(calls(),
-                ElementsAre("createDirectory " + kWork, "download https://host/a.zip",
-                            "move /tmp/download " + kWork + "/update.zip",
-                            "read " + kWork + "/update.zip", "sha256 " + kWork + "/update.zip",
-                            "createDirectory " + kWork + "/out",
-                            "unpack " + kWork + "/update.zip " + kWork + "/out",
-                            "contents " + kWork + "/out", "describe " + kWork + "/out/Korvel.app",
-                            "verifyStrictly " + kWork + "/out/Korvel.app 101",
-                            "flush " + kWork + "/out/Korvel.app",
-                            "exchange " + kWork + "/out/Korvel.app " + kRunning,
-                            "recordReplacement " + kWork + " " + kRunning,
-                            "move " + kRunning + " " + kWork + "/old.app",
-                            "move " + kWork + "/out/Korvel.app " + kRunning, "remove " + kWork));
+    EXPECT_THAT(
+        calls(),
+        ElementsAre("createDirectory " + kWork, "download https://host/a.zip",
+                    "move /tmp/download " + kWork + "/update.zip", "read " + kWork + "/update.zip",
+                    "sha256 " + kWork + "/update.zip", "createDirectory " + kWork + "/out",
+                    "unpack " + kWork + "/update.zip " + kWork + "/out",
+                    "contents " + kWork + "/out", "describe " + kWork + "/out/Korvel.app",
+                    "verifyStrictly " + kWork + "/out/Korvel.app 101",
+                    "load " + kWork + "/out/Korvel.app", "flush " + kWork + "/out/Korvel.app",
+                    "exchange " + kWork + "/out/Korvel.app " + kRunning,
+                    "recordReplacement " + kWork + " " + kRunning,
+                    "move " + kRunning + " " + kWork + "/old.app",
+                    "move " + kWork + "/out/Korvel.app " + kRunning, "remove " + kWork));
     EXPECT_EQ(simulated.fileManager.folders, std::set<std::string>{kRunning})
         << "the old one has gone with the folder of the work";
     EXPECT_EQ(updater->pending, release());
@@ -275,6 +275,22 @@ TEST_F(Install, InAFolderThatCannotBeWrittenTheNewBundleIsShown) {
         EXPECT_THAT(simulated.workspace.revealed, ElementsAre(kWork + "/out/Korvel.app"));
         EXPECT_THAT(calls().back(), "remove " + kWork) << "what is shown goes, too";
     }
+}
+
+TEST_F(Install, WhatDoesNotLoadHereIsNotPutInPlace) {
+    simulated.programLoader.loads = Error{platform::LoadFault::libraryMissing, "libfmt.so.9"};
+    expectFailure("Could not replace the app: “Korvel.app” can’t run here: the library "
+                  "libfmt.so.9 is missing.");
+    EXPECT_THAT(states.size(), 3U);
+    EXPECT_THAT(calls(),
+                testing::Not(testing::Contains("move " + kRunning + " " + kWork + "/old.app")));
+}
+
+TEST_F(Install, WhereNothingCanBePutInPlaceNothingIsTriedToLoad) {
+    simulated.programLoader.loads = Error{platform::LoadFault::otherProcessor};
+    simulated.bundle.writable = false;
+    expectFailure("Can't write to Applications. The new version is in Finder; drag it over.");
+    EXPECT_THAT(calls(), testing::Not(testing::Contains("load " + kWork + "/out/Korvel.app")));
 }
 
 TEST_F(Install, AMoveThatFailsIsToldAndTheRunningBundleComesBack) {
@@ -439,7 +455,7 @@ TEST_F(Install, ADownloadThatIsGivenUpLeavesNoFolder) {
                                          services.bundle,         http,
                                          services.fileManager,    services.digest,
                                          services.archive,        services.codeSignature,
-                                         services.workspace};
+                                         services.programLoader,  services.workspace};
         const auto leaving = std::make_shared<Updater>(onOther, [] { return Uuid{{1, 0}}; });
         leaving->pending = release();
         leaving->installPending();

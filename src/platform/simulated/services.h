@@ -41,6 +41,7 @@ struct SimulatedServices {
     SimulatedDigest digest{files};
     SimulatedArchive archive{fileManager};
     SimulatedSignature codeSignature;
+    SimulatedProgramLoader programLoader;
     SimulatedWorkspace workspace;
 
     SimulatedServices() = default;
@@ -71,6 +72,7 @@ struct SimulatedServices {
                 .digest = digest,
                 .archive = archive,
                 .codeSignature = codeSignature,
+                .programLoader = programLoader,
                 .workspace = workspace};
     }
 
@@ -85,7 +87,7 @@ struct SimulatedServices {
               static_cast<Logging*>(&notifications), static_cast<Logging*>(&http),
               static_cast<Logging*>(&fileManager), static_cast<Logging*>(&digest),
               static_cast<Logging*>(&archive), static_cast<Logging*>(&codeSignature),
-              static_cast<Logging*>(&workspace)}) {
+              static_cast<Logging*>(&programLoader), static_cast<Logging*>(&workspace)}) {
             service->log = &log;
         }
     }

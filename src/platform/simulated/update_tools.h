@@ -9,6 +9,7 @@
 #include "platform/archive.h"
 #include "platform/code_signature.h"
 #include "platform/digest.h"
+#include "platform/program_loader.h"
 #include "platform/simulated/call_log.h"
 #include "platform/simulated/file_manager.h"
 
@@ -52,6 +53,17 @@ class SimulatedSignature final : public CodeSignature, public Logging {
         return verified;
     }
     void installed(std::int64_t build) override { builds.push_back(build); }
+};
+
+/// A machine on which programs start, unless it is told otherwise.
+class SimulatedProgramLoader final : public ProgramLoader, public Logging {
+  public:
+    Status<LoadFault> loads; ///< what comes of a check
+
+    Status<LoadFault> check(const std::string& bundle) override {
+        note("load " + bundle);
+        return loads;
+    }
 };
 
 /// Digests of texts that are told beforehand; that of any other is all zeroes.
