@@ -52,9 +52,11 @@ struct BundleManifest {
 
 constexpr std::string_view kManifestPath = "Contents/_CodeSignature/Manifest";
 constexpr std::string_view kManifestSignaturePath = "Contents/_CodeSignature/Manifest.p7s";
-constexpr std::size_t kLargestManifest = std::size_t{8} << 20; ///< bytes of text
-constexpr std::size_t kMostBundleEntries = 20000;
-constexpr std::uint64_t kMostBundleBytes = std::uint64_t{1} << 30; ///< of all files together
+constexpr std::size_t kLargestManifest = std::size_t{512} << 10; ///< bytes of text
+/// The bundle is unpacked from an archive, which has the two files of the signature besides, and
+/// bounds of its own.
+constexpr std::size_t kMostBundleEntries = 2000;
+constexpr std::uint64_t kMostBundleBytes = std::uint64_t{192} << 20; ///< of all files together
 
 /// Whether the tree is one that is signed. Refused are paths that are not plain, entries outside a
 /// folder of the tree, other modes than above, links that leave the bundle, and what passes the

@@ -11,7 +11,7 @@ namespace korvel::platform {
 
 namespace {
 
-/// One of the three kinds of record in an archive; numbers are little-endian.
+/// One of the four kinds of record in an archive; numbers are little-endian.
 class Record {
   public:
     /// At this place in the archive; nullopt where it does not fit or is of another kind.
@@ -26,6 +26,9 @@ class Record {
 
     std::uint32_t two(std::size_t at) const { return byte(at) | byte(at + 1) << 8U; }
     std::uint32_t four(std::size_t at) const { return two(at) | two(at + 2) << 16U; }
+    std::string_view bytes(std::size_t at, std::size_t length) const {
+        return bytes_.substr(at, length);
+    }
 
   private:
     explicit Record(std::string_view bytes) : bytes_(bytes) {}
@@ -36,15 +39,20 @@ class Record {
 
 constexpr std::string_view kLocalSignature("PK\3\4");
 constexpr std::string_view kCentralSignature("PK\1\2");
+constexpr std::string_view kSizesSignature("PK\7\10");
 constexpr std::string_view kEndSignature("PK\5\6");
 constexpr std::size_t kLocalLength = 30;
 constexpr std::size_t kCentralLength = 46;
+constexpr std::size_t kSizesLength = 16;
 constexpr std::size_t kEndLength = 22;
 
 constexpr std::uint32_t kStored = 0;
 constexpr std::uint32_t kDeflated = 8;
 /// Encrypted, strongly encrypted, with a hidden index.
 constexpr std::uint32_t kRefusedFlags = 1U | 1U << 6U | 1U << 13U;
+/// Checksum and sizes were not known when the entry's own header was written; a record of them
+/// follows its data.
+constexpr std::uint32_t kSizesFollow = 1U << 3U;
 constexpr std::uint32_t kMadeOnUnix = 3;
 constexpr std::uint32_t kMadeOnMac = 19;
 constexpr std::uint32_t kStandsFor64Bits = 0xffffffff;
@@ -81,6 +89,35 @@ std::optional<ZipKind> kindOf(std::uint32_t mode, std::string_view name) {
     }
 }
 
+/// Where the entry ends whose description in the index and own header these are; nullopt where the
+/// two do not say the same. `end` is where its data ends.
+std::optional<std::uint64_t> endOfEntry(std::string_view archive, const Record& central,
+                                        const Record& local, std::uint64_t end) {
+    constexpr std::size_t kCentralFlags = 8; // then method, time and date
+    constexpr std::size_t kLocalFlags = 6;
+    constexpr std::size_t kCentralSizes = 16; // checksum, packed and unpacked size
+    constexpr std::size_t kLocalSizes = 14;
+    constexpr std::size_t kSizes = 12;
+    if (local.bytes(kLocalFlags, 8) != central.bytes(kCentralFlags, 8)) {
+        return std::nullopt;
+    }
+    const bool sizesFollow = (central.two(kCentralFlags) & kSizesFollow) != 0;
+    for (std::size_t at = 0; at < kSizes; at += 4) {
+        const std::uint32_t own = local.four(kLocalSizes + at);
+        if (own != central.four(kCentralSizes + at) && !(sizesFollow && own == 0)) {
+            return std::nullopt;
+        }
+    }
+    if (!sizesFollow) {
+        return end;
+    }
+    const auto sizes = Record::at(archive, end, kSizesSignature, kSizesLength);
+    if (!sizes || sizes->bytes(4, kSizes) != central.bytes(kCentralSizes, kSizes)) {
+        return std::nullopt;
+    }
+    return end + kSizesLength;
+}
+
 /// The entry that the index describes at `place`, which moves on to the next.
 Result<Described, ArchiveFault> readEntry(std::string_view archive, std::uint64_t& place) {
     const auto central = Record::at(archive, place, kCentralSignature, kCentralLength);
@@ -101,14 +138,14 @@ Result<Described, ArchiveFault> readEntry(std::string_view archive, std::uint64_
     }
     const auto local = Record::at(archive, begin, kLocalSignature, kLocalLength);
     if (next > archive.size() || (method == kStored && packed != unpacked) ||
-        central->two(34) != 0 || !local || local->two(6) != flags || local->two(8) != method ||
-        local->two(26) != nameLength) {
+        central->two(34) != 0 || !local || local->two(26) != nameLength) {
         return Error{ArchiveFault::malformed};
     }
     const std::string_view name = archive.substr(place + kCentralLength, nameLength);
-    const std::uint64_t end =
-        std::uint64_t{begin} + kLocalLength + nameLength + local->two(28) + packed;
-    if (end > archive.size() || archive.substr(begin + kLocalLength, nameLength) != name) {
+    const auto end =
+        endOfEntry(archive, *central, *local,
+                   std::uint64_t{begin} + kLocalLength + nameLength + local->two(28) + packed);
+    if (!end || *end > archive.size() || archive.substr(begin + kLocalLength, nameLength) != name) {
         return Error{ArchiveFault::malformed};
     }
     if (!isPlainRelativePath(name)) {
@@ -120,25 +157,21 @@ Result<Described, ArchiveFault> readEntry(std::string_view archive, std::uint64_
         return Error{ArchiveFault::unsupported, std::string(name)};
     }
     place = next;
-    return Described{name, {*kind, unpacked}, {begin, end}};
+    return Described{name, {*kind, unpacked}, {begin, *end}};
 }
 
-/// Whether they lie one behind the other from the start of the archive to `end`. What describes an
-/// entry's data behind it leaves small gaps.
+/// Whether they lie one behind the other from the start of the archive to `end`.
 bool followEachOther(std::vector<Range> ranges, std::uint64_t end) {
     std::sort(ranges.begin(), ranges.end(),
               [](const Range& a, const Range& b) { return a.begin < b.begin; });
-    constexpr std::uint64_t kLargestGap = 24;
     std::uint64_t at = 0;
-    ranges.push_back({end, end});
     for (const Range& range : ranges) {
-        const std::uint64_t gap = at == 0 ? 0 : kLargestGap;
-        if (range.begin < at || range.begin - at > gap) {
+        if (range.begin != at) {
             return false;
         }
         at = range.end;
     }
-    return true;
+    return at == end;
 }
 
 /// For comparison: file systems may take names for the same that differ in case only.
@@ -152,38 +185,57 @@ std::string lowerCased(std::string_view text) {
     return lower;
 }
 
-/// Finds a tree in which a path is there twice, or is a folder and something else.
-class PathKinds {
+/// All paths of the tree, those of folders that are no entries too. Finds one that is there twice,
+/// or is a folder and something else, and counts them.
+class Paths {
   public:
-    /// False: the archive is to be refused.
+    /// The path of an entry. False: the archive is to be refused.
     bool add(std::string_view name) {
         for (std::size_t slash = name.find('/'); slash != std::string_view::npos;
              slash = name.find('/', slash + 1)) {
             const std::string_view folder = name.substr(0, slash + 1);
-            const auto known = spelled_.emplace(lowerCased(folder.substr(0, slash)), folder).first;
-            if (known->second != folder) {
+            if (!add(folder, folder.size() == name.size())) {
                 return false;
             }
         }
-        if (name.back() == '/') {
-            return entries_.insert(lowerCased(name)).second;
-        }
-        return spelled_.emplace(lowerCased(name), name).second;
+        return name.back() == '/' || add(name, true);
     }
 
-    std::set<std::string> folders() const {
+    bool areTooMany() const { return paths_.size() > kMostZipPaths || bytes_ > kMostZipPathBytes; }
+
+    std::set<std::string> impliedFolders() const {
         std::set<std::string> folders;
-        for (const auto& [lower, path] : spelled_) {
-            if (path.back() == '/') {
-                folders.emplace(path);
+        for (const auto& [lower, path] : paths_) {
+            if (!path.isEntry) {
+                folders.emplace(path.spelled);
             }
         }
         return folders;
     }
 
   private:
-    std::map<std::string, std::string_view> spelled_; ///< by its path in lower case
-    std::set<std::string> entries_;                   ///< folders that are entries themselves
+    struct Path {
+        std::string_view spelled; ///< that of a folder with a slash at the end
+        bool isEntry;
+    };
+
+    bool add(std::string_view path, bool isEntry) {
+        const bool isFolder = path.back() == '/';
+        const auto [known, isNew] = paths_.emplace(
+            lowerCased(path.substr(0, path.size() - (isFolder ? 1 : 0))), Path{path, isEntry});
+        if (isNew) {
+            bytes_ += path.size();
+            return true;
+        }
+        if (known->second.spelled != path || (isEntry && known->second.isEntry)) {
+            return false;
+        }
+        known->second.isEntry = known->second.isEntry || isEntry;
+        return true;
+    }
+
+    std::map<std::string, Path> paths_; ///< by their text in lower case, without a slash at the end
+    std::size_t bytes_ = 0;             ///< of the text of all of them
 };
 
 } // namespace
@@ -204,12 +256,12 @@ Result<ZipIndex, ArchiveFault> readZipIndex(std::string_view archive) {
         begin + end->four(12) != endPlace || end->two(20) != 0) {
         return Error{ArchiveFault::malformed};
     }
-    if (count > kMostZipEntries) {
+    if (count > kMostZipPaths) {
         return Error{ArchiveFault::tooLarge};
     }
     ZipIndex index;
     std::vector<Range> ranges;
-    PathKinds kinds;
+    Paths paths;
     std::uint64_t unpacked = 0;
     std::uint64_t place = begin;
     for (std::uint32_t i = 0; i < count; ++i) {
@@ -217,24 +269,23 @@ Result<ZipIndex, ArchiveFault> readZipIndex(std::string_view archive) {
         if (!entry) {
             return entry.error();
         }
-        if (!kinds.add(entry->name)) {
+        if (!paths.add(entry->name)) {
             return Error{ArchiveFault::nameTwice, std::string(entry->name)};
         }
         unpacked += entry->entry.size;
+        if (paths.areTooMany() || unpacked > kMostUnpackedBytes) {
+            return Error{ArchiveFault::tooLarge};
+        }
         ranges.push_back(entry->bytes);
         index.entries.emplace(entry->name, entry->entry);
     }
     if (place != endPlace || !followEachOther(std::move(ranges), begin)) {
         return Error{ArchiveFault::malformed};
     }
-    if (unpacked > kMostUnpackedBytes ||
-        (unpacked > kRatioFreeBytes && unpacked > kMostZipRatio * archive.size())) {
+    if (unpacked > kRatioFreeBytes && unpacked > kMostZipRatio * archive.size()) {
         return Error{ArchiveFault::tooLarge};
     }
-    index.impliedFolders = kinds.folders();
-    for (const auto& [name, entry] : index.entries) {
-        index.impliedFolders.erase(name);
-    }
+    index.impliedFolders = paths.impliedFolders();
     return index;
 }
 

@@ -167,15 +167,6 @@ TEST_F(ZipArchiveTest, OtherDataBeforeBetweenOrBehindIsRefused) {
     EXPECT_FALSE(unpack("\x1f\x8b" + std::string(100, 'x'))) << "of another kind";
 }
 
-TEST_F(ZipArchiveTest, OverlappingEntriesAreRefused) {
-    const ZipMember one{"one", std::string(1000, 'x')};
-    ZipMember two = one;
-    two.name = "two";
-    const std::string data = test::zipLocal(one) + test::zipLocal(two);
-    const std::string shared = test::zipCentral(one, 0) + test::zipCentral(one, 0);
-    EXPECT_FALSE(unpack(data + shared + test::zipEnd(2, shared.size(), data.size())));
-}
-
 TEST_F(ZipArchiveTest, BombIsRefusedBeforeAnythingIsUnpacked) {
     // Deflated zeros, 1000 to one.
     const std::string bomb = deflated({{"zeros", std::string(std::size_t{17} << 20, '\0')}});
@@ -200,45 +191,23 @@ TEST_F(ZipArchiveTest, BombThatTellsASmallSizeIsStopped) {
     EXPECT_TRUE(!fs::exists(out() / "zeros") || fs::file_size(out() / "zeros") <= 1000);
 }
 
-TEST_F(ZipArchiveTest, MoreThanAGigabyteIsRefused) {
+TEST_F(ZipArchiveTest, MoreThanIsEverUnpackedIsRefused) {
     std::vector<ZipMember> members;
     for (const char* name : {"a", "b"}) {
         ZipMember member{name, "x", 0100644, 8};
-        member.unpacked = std::uint32_t{600} << 20;
+        member.unpacked = static_cast<std::uint32_t>(kMostUnpackedBytes / 2);
         members.push_back(member);
     }
     // Nothing to do with the ratio: in an archive of that size it would be allowed.
-    members.push_back({"filler", std::string(std::size_t{7} << 20, 'x'), 0100644, 0, 0});
+    members.push_back({"filler", std::string(std::size_t{1} << 20, 'x'), 0100644, 0, 0});
     members.back().checksum = 0;
     EXPECT_EQ(unpack(members), Error{ArchiveFault::tooLarge});
     EXPECT_TRUE(fs::is_empty(out()));
-}
-
-TEST_F(ZipArchiveTest, TooManyEntriesAreRefusedUnread) {
-    // As many as the end of the archive tells, and a million where that number has run over.
-    for (const std::size_t count : {kMostZipEntries + 1, std::size_t{1000000}}) {
-        const ZipMember member{"f", ""};
-        std::string bytes = test::zipLocal(member);
-        const std::size_t place = bytes.size();
-        const std::string entry = test::zipCentral(member, 0);
-        bytes.reserve(place + count * entry.size() + 100);
-        for (std::size_t i = 0; i < count; ++i) {
-            bytes += entry;
-        }
-        bytes += test::zipEnd(count, count * entry.size(), place);
-        EXPECT_FALSE(unpack(bytes)) << count;
-        EXPECT_TRUE(fs::is_empty(out()));
-    }
-}
-
-TEST_F(ZipArchiveTest, AsManyEntriesAsAreAllowedAreUnpacked) {
-    std::vector<ZipMember> members;
-    for (std::size_t i = 0; i < kMostZipEntries; ++i) {
-        members.push_back({std::to_string(i), ""});
-    }
-    EXPECT_TRUE(readZipIndex(makeZip(members)));
-    members.push_back({"one more", ""});
-    EXPECT_EQ(readZipIndex(makeZip(members)).error(), Error{ArchiveFault::tooLarge});
+    members[0].unpacked = *members[0].unpacked - (1U << 20U);
+    EXPECT_TRUE(readZipIndex(makeZip(members))) << "as much as is unpacked";
+    members[1].unpacked = *members[1].unpacked + 1;
+    EXPECT_EQ(readZipIndex(makeZip(members)).error(), Error{ArchiveFault::tooLarge})
+        << "a byte more";
 }
 
 } // namespace

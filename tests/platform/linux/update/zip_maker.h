@@ -22,6 +22,7 @@ struct ZipMember {
     std::optional<std::string> localName =
         std::nullopt; ///< beside the data, another than in the index
     std::string extra = {};
+    std::string behind = {}; ///< what follows the content
 };
 
 inline std::uint32_t crc32Of(std::string_view bytes) {
@@ -57,7 +58,7 @@ inline std::string zipDescription(const ZipMember& member, const std::string& na
 inline std::string zipLocal(const ZipMember& member) {
     const std::string& name = member.localName.value_or(member.name);
     return "PK\3\4" + little(20, 2) + zipDescription(member, name) + name + member.extra +
-           member.content;
+           member.content + member.behind;
 }
 
 inline std::string zipCentral(const ZipMember& member, std::uint64_t place) {
