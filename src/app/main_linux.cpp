@@ -99,6 +99,7 @@ int main(int, char** argv) {
     qInstallMessageHandler(keepQuiet);
     platform::TerminationSignals terminationSignals;
 
+    platform::PosixChildProcesses childProcesses; // ahead of what is changed for this process alone
     platform::prepareEnvironment();
     int argumentCount = 1; // Qt must not read arguments: the program takes none
     const QApplication application(argumentCount, argv);
@@ -128,7 +129,6 @@ int main(int, char** argv) {
     platform::SystemdAgents agents;
     platform::QtRunLoop runLoop;
     platform::TrayStatusBar statusBar;
-    platform::PosixChildProcesses childProcesses;
     platform::QtUserDefaults defaults;
     platform::DesktopPower power;
     platform::DesktopNotifications notifications(linuxWords);

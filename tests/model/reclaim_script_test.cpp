@@ -74,8 +74,7 @@ TEST_F(RealScript, IsRunThoughItIsNotExecutable) {
 }
 
 TEST_F(RealScript, IsToldToClearWithoutAQuestion) {
-    script("printf '%s|' \"$@\" >\"$HOME_OF_TEST/told\"; read -r answer; echo \"$answer\"\n");
-    ::setenv("HOME_OF_TEST", home_.c_str(), 1);
+    script("printf '%s|' \"$@\" >\"${0%/*}/told\"; read -r answer; echo \"$answer\"\n");
     EXPECT_THAT(run(), Optional(std::string("nothing to reclaim right now")));
     std::string told;
     std::getline(std::ifstream(home_ / "told"), told);

@@ -106,26 +106,37 @@ bool makePipe(FileDescriptor& readEnd, FileDescriptor& writeEnd) {
     return readEnd && writeEnd;
 }
 
+/// The words as a system call takes them, for as long as they live.
+std::vector<char*> pointersTo(std::vector<std::string>& words) {
+    std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
+    for (std::string& word : words) {
+        pointers.push_back(word.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
 /// The number of the child; nullopt: it could not be started.
 std::optional<pid_t> spawn(const std::string& executable, const std::vector<std::string>& arguments,
-                           const SpawnSetup& setup) {
+                           std::vector<std::string> environment, const SpawnSetup& setup) {
     std::vector<std::string> words{executable};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    argv.reserve(words.size() + 1);
-    for (std::string& word : words) {
-        argv.push_back(word.data());
-    }
-    argv.push_back(nullptr);
     pid_t child = 0;
-    if (::posix_spawn(&child, executable.c_str(), setup.actions(), setup.attributes(), argv.data(),
-                      environ) != 0) {
+    if (::posix_spawn(&child, executable.c_str(), setup.actions(), setup.attributes(),
+                      pointersTo(words).data(), pointersTo(environment).data()) != 0) {
         return std::nullopt;
     }
     return child;
 }
 
 } // namespace
+
+PosixChildProcesses::PosixChildProcesses() {
+    for (char** variable = environ; variable && *variable; ++variable) {
+        environment_.emplace_back(*variable);
+    }
+}
 
 std::optional<ChildResult> PosixChildProcesses::run(const std::string& executable,
                                                     const std::vector<std::string>& arguments,
@@ -140,7 +151,7 @@ std::optional<ChildResult> PosixChildProcesses::run(const std::string& executabl
     setup.direct(STDERR_FILENO, streams.standardError, writeEnd.get());
     setup.closeTheRest();
 
-    const std::optional<pid_t> child = spawn(executable, arguments, setup);
+    const std::optional<pid_t> child = spawn(executable, arguments, environment_, setup);
     if (!child) {
         return std::nullopt;
     }
@@ -165,7 +176,7 @@ bool PosixChildProcesses::start(const std::string& executable,
     setup.direct(STDOUT_FILENO, ChildStream::discard, -1);
     setup.direct(STDERR_FILENO, ChildStream::discard, -1);
     setup.closeTheRest();
-    return spawn(executable, arguments, setup).has_value();
+    return spawn(executable, arguments, environment_, setup).has_value();
 }
 
 } // namespace korvel::platform

@@ -241,6 +241,21 @@ TEST(ChildProcesses, StartedChildIsNotWaitedForAndHasASessionOfItsOwn) {
     fs::remove(pipe);
 }
 
+TEST(ChildProcesses, ChildrenGetTheEnvironmentOfBeforeItWasChanged) {
+    ::setenv("KORVEL_KEPT", "as it was", 1);
+    ::setenv("KORVEL_CHANGED", "before", 1);
+    ::unsetenv("KORVEL_ADDED");
+    PosixChildProcesses children;
+    ::unsetenv("KORVEL_KEPT");
+    ::setenv("KORVEL_CHANGED", "after", 1);
+    ::setenv("KORVEL_ADDED", "later", 1);
+    const auto result = children.run(
+        kShell, {"-c", R"(echo "$KORVEL_KEPT|$KORVEL_CHANGED|${KORVEL_ADDED-none}")"}, {});
+    EXPECT_EQ(result->output, "as it was|before|none\n");
+    ::unsetenv("KORVEL_CHANGED");
+    ::unsetenv("KORVEL_ADDED");
+}
+
 TEST(ChildProcesses, WhatCannotBeStartedIsTold) {
     EXPECT_FALSE(PosixChildProcesses().start("/nonexistent/tool", {}));
 }
