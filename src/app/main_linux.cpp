@@ -100,7 +100,7 @@ int main(int, char** argv) {
     platform::TerminationSignals terminationSignals;
 
     platform::PosixChildProcesses childProcesses; // ahead of what is changed for this process alone
-    platform::prepareEnvironment();
+    platform::prepareEnvironment(executable);
     int argumentCount = 1; // Qt must not read arguments: the program takes none
     const QApplication application(argumentCount, argv);
     QApplication::setQuitOnLastWindowClosed(false);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 namespace korvel::platform {
 
 /// Sets the environment variables that Qt and the D-Bus library read. To be called before the
@@ -8,6 +10,11 @@ namespace korvel::platform {
 /// A desktop's own theme plugin would load its whole toolkit (tens of megabytes) for fonts and
 /// dialogs that this program has no use for: it stays out unless the environment asks for it. A
 /// session without a bus stays one: left to itself, the D-Bus library would start a bus here.
-void prepareEnvironment();
+///
+/// A program that carries its own Qt, with a qt.conf beside it, must not load what was built for
+/// another: folders that the environment names for plugins and modules are forgotten, and where it
+/// asks for a platform that was not carried along, one that was is taken. `executable` is the path
+/// of the program; empty: it carries nothing.
+void prepareEnvironment(const std::string& executable = {});
 
 } // namespace korvel::platform
