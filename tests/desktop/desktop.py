@@ -154,6 +154,7 @@ class Desktop:
         os.mkdir(self.home)
         os.mkdir(self.runtime, 0o700)
         self.started = []
+        self.inside = []  # what every command begins with: where it is to run
         keep = ("PATH", "LANG", "LD_LIBRARY_PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS",
                 "QT_SCALE_FACTOR")
         self.environment = {name: os.environ[name] for name in keep if name in os.environ}
@@ -218,7 +219,7 @@ class Desktop:
     def spawn(self, command, **more):
         for stream in ("stdin", "stdout", "stderr"):
             more.setdefault(stream, subprocess.DEVNULL)
-        process = subprocess.Popen(command, env=self.environment, **more)
+        process = subprocess.Popen([*self.inside, *command], env=self.environment, **more)
         self.started.append(process)
         return process
 
@@ -234,7 +235,7 @@ class Desktop:
         return process.returncode
 
     def run(self, command, seconds=10):
-        return subprocess.run(command, env=self.environment, stdin=subprocess.DEVNULL,
+        return subprocess.run([*self.inside, *command], env=self.environment, stdin=subprocess.DEVNULL,
                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
                               timeout=seconds, check=False).stdout
 

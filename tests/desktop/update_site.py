@@ -89,6 +89,7 @@ class Releases:
 
     shared = None
     problem = None
+    libraries = ("--system-libraries",)  # what is asked for of those in the bundle: none
 
     @classmethod
     def make(cls):
@@ -144,7 +145,7 @@ class Releases:
         command(os.path.join(SOURCE, "script/release"), "--version", f"1.{number}", "--build", number,
                 "--notes", os.path.join(self.folder, "notes"), "--key", self.team.key, "--cert",
                 self.team.certificate, "--root", self.root + ".pem", "--url",
-                f"https://{self.host}/archives", "--out", out, "--bin", programs)
+                f"https://{self.host}/archives", "--out", out, "--bin", programs, *self.libraries)
         unpacked = os.path.join(self.folder, "bundle-" + number)
         os.mkdir(unpacked)
         command(self.tool, "unpack", self.archive(number), unpacked)
