@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,7 +21,26 @@ class Digest {
     virtual std::optional<Sha256> sha256OfFile(const std::string& path) = 0;
 };
 
-/// By the system's own library; which one that is, the build decides.
+/// Takes the digest of bytes that come piece by piece, by the system's own library; which one that
+/// is, the build decides.
+class RunningSha256 {
+  public:
+    RunningSha256();
+    ~RunningSha256();
+    RunningSha256(const RunningSha256&) = delete;
+    RunningSha256& operator=(const RunningSha256&) = delete;
+
+    void add(std::string_view bytes);
+
+    /// Of all that was added; to be called once.
+    Sha256 digest();
+
+  private:
+    struct Context;
+    std::unique_ptr<Context> context_;
+};
+
+/// By the same library.
 class SystemDigest final : public Digest {
   public:
     std::optional<Sha256> sha256OfFile(const std::string& path) override;

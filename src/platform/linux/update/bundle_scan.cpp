@@ -1,17 +1,13 @@
 #include "platform/linux/update/bundle_scan.h"
 
-#include <array>
-#include <memory>
-#include <new>
-#include <span>
 #include <vector>
 
 #include <fcntl.h>
-#include <openssl/evp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "base/hexadecimal.h"
+#include "platform/digest.h"
 #include "platform/linux/update/relative_path.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/posix/file_tree.h"
@@ -22,37 +18,6 @@ namespace korvel::platform {
 namespace {
 
 constexpr mode_t kModeBits = 07777;
-
-/// Takes the digest of what comes piece by piece.
-class Sha256 {
-  public:
-    Sha256() : context_(EVP_MD_CTX_new()) {
-        if (!context_ || EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr) != 1) {
-            throw std::bad_alloc();
-        }
-    }
-
-    void add(std::string_view bytes) {
-        if (EVP_DigestUpdate(context_.get(), bytes.data(), bytes.size()) != 1) {
-            throw std::bad_alloc();
-        }
-    }
-
-    std::string hexadecimal() {
-        std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-        unsigned length = 0;
-        if (EVP_DigestFinal_ex(context_.get(), digest.data(), &length) != 1) {
-            throw std::bad_alloc();
-        }
-        return korvel::hexadecimal(std::span(digest).first(length));
-    }
-
-  private:
-    struct Free {
-        void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-    };
-    std::unique_ptr<EVP_MD_CTX, Free> context_;
-};
 
 FileDescriptor openIn(int folder, const char* name, int flags) {
     // Not blocking: the name may by now be that of a pipe.
@@ -153,7 +118,7 @@ class Scan {
         }
         BundleEntry made;
         made.mode = facts.st_mode & kModeBits;
-        Sha256 digest;
+        RunningSha256 digest;
         const bool whole = readPieces(opened.get(), [&](std::string_view piece) {
             digest.add(piece);
             made.size += piece.size();
@@ -163,7 +128,7 @@ class Scan {
             return Error{BundleFault::unreadable, path};
         }
         bytes_ += made.size;
-        made.sha256 = digest.hexadecimal();
+        made.sha256 = hexadecimal(digest.digest());
         tree[path] = std::move(made);
         return {};
     }
@@ -215,9 +180,7 @@ std::optional<std::string> readInBundle(const std::string& bundle, std::string_v
 }
 
 std::string sha256Of(std::string_view bytes) {
-    Sha256 digest;
-    digest.add(bytes);
-    return digest.hexadecimal();
+    return hexadecimal(SystemDigest::sha256(bytes));
 }
 
 } // namespace korvel::platform
