@@ -235,6 +235,16 @@ TEST_F(AppDelegateTest, SavesTheHistoryThenLetsTheMachineSleepAndRemembersTheWis
     EXPECT_TRUE(simulated.defaults.boolean("awakeOn"));
 }
 
+TEST_F(AppDelegateTest, TerminationLeavesNothingOfADownload) {
+    simulated.http.archive = platform::SimulatedHttp::Answer{200, "zipped", 60};
+    launch();
+    updater->pending = Release{"2.0", 101, "https://host/a.zip", "00", "", "13.0"};
+    updater->installPending();
+    ASSERT_THAT(simulated.fileManager.folders, testing::SizeIs(1));
+    delegate->applicationWillTerminate();
+    EXPECT_THAT(simulated.fileManager.folders, IsEmpty());
+}
+
 TEST_F(AppDelegateTest, TerminationBeforeTheLaunchSavesWhatWasLoaded) {
     const std::string kRows = "[[1600000000,1.5,2.5]]";
     simulated.files.contents[historyFile()] = kRows;

@@ -6,6 +6,7 @@
 #include <climits>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -118,21 +119,24 @@ void recover(const std::string& path, const std::string& runningBundle) {
 
 } // namespace
 
-WorkFolder::WorkFolder(const std::string& path) : path_(path) {
-    if (::mkdir(path_.c_str(), S_IRWXU) != 0) {
-        return;
-    }
-    state_ = FileDescriptor(::open((path_ + "/" + kStateFile).c_str(),
-                                   O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                                   S_IRUSR | S_IWUSR));
-    if (state_) {
-        lock(state_);
+WorkFolder::WorkFolder(std::string path) : path_(std::move(path)) {
+    if (::mkdir(path_.c_str(), S_IRWXU) == 0) {
+        openState();
     }
 }
 
+/// False: errno tells.
+bool WorkFolder::openState() {
+    state_ = FileDescriptor(::open((path_ + "/" + kStateFile).c_str(),
+                                   O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                   S_IRUSR | S_IWUSR));
+    return state_ && lock(state_);
+}
+
 Status<std::errc> WorkFolder::recordReplacement(const std::string& place,
-                                                const std::string& record) const {
-    if (!state_ || !writeAll(state_.get(), place) || ::fsync(state_.get()) != 0) {
+                                                const std::string& record) {
+    // It may be that the disk was full when the folder was made.
+    if ((!state_ && !openState()) || !writeAll(state_.get(), place) || ::fsync(state_.get()) != 0) {
         return lastError(place);
     }
     flushFolder(path_);

@@ -14,13 +14,15 @@ namespace korvel::platform {
 class WorkFolder {
   public:
     /// Makes the folder, for the user alone. Where it could not be made, nothing is locked.
-    explicit WorkFolder(const std::string& path);
+    explicit WorkFolder(std::string path);
 
     /// Writes down, through to the disk, which bundle "old.app" in the folder is to be; and in the
     /// link `record`, unless that is empty, where the folder is.
-    Status<std::errc> recordReplacement(const std::string& place, const std::string& record) const;
+    Status<std::errc> recordReplacement(const std::string& place, const std::string& record);
 
   private:
+    bool openState();
+
     std::string path_;
     FileDescriptor state_; ///< locked; none where the folder could not be made
 };
