@@ -189,6 +189,15 @@ TEST_F(WorkFolders, RecordIsKeptWhileItsVolumeIsAway) {
     EXPECT_THAT(names("settings"), IsEmpty());
 }
 
+TEST_F(WorkFolders, RecordThatLeadsElsewhereHasNothingRemoved) {
+    fs::create_directories(path("settings"));
+    write(path("kept/file"), "x");
+    fs::create_symlink(path("kept"), kRecord);
+    const auto before = test::describedTree(folder_);
+    launch(kPlace);
+    EXPECT_EQ(test::describedTree(folder_), before);
+}
+
 TEST_F(WorkFolders, RecordGoesWithTheFolderThatItLeadsTo) {
     PosixFileManager manager(kRecord);
     const std::string work = manager.makeWorkFolder(kName, kPlace);
