@@ -96,6 +96,8 @@ int main(int, char** argv) {
          .temporary = platform::PosixFileManager().temporaryDirectory(),
          .record = record});
     const std::string executable = platform::LinuxBundle::runningExecutable();
+    const auto start =
+        platform::takeRelaunchMark() ? platform::Start::relaunch : platform::Start::ordinary;
     qInstallMessageHandler(keepQuiet);
     platform::TerminationSignals terminationSignals;
 
@@ -113,7 +115,9 @@ int main(int, char** argv) {
             running->openPopover();
         }
     });
-    if (!instance.acquire()) {
+    // While another copy is waited for there is nothing to be saved.
+    terminationSignals.notify([] { std::_Exit(EXIT_SUCCESS); });
+    if (!instance.acquire(start)) {
         // The library's connection has put off a piece of work, which would be left behind.
         QApplication::processEvents();
         QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

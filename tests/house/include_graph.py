@@ -159,7 +159,7 @@ OUTSIDE = {
     "platform/linux/kernel": FILE | FMT | {
         "malloc.h", "sys/mman.h", "sys/resource.h", "sys/statvfs.h", "sys/syscall.h",
     },
-    "platform/linux/session": FILE | {"sys/file.h", "xcb/shape.h", "xcb/xcb.h"}
+    "platform/linux/session": FILE | {"sys/eventfd.h", "sys/file.h", "xcb/shape.h", "xcb/xcb.h"}
     | QT_CORE | QT_GUI | QT_WIDGETS | QT_DBUS,
     "platform/linux/update": FILE | FMT | {"link.h", "locale.h"} | ARCHIVE | PLIST | OPENSSL,
     "platform/macos": FMT | APPLE | {"unistd.h"},

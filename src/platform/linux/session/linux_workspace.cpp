@@ -13,6 +13,8 @@ namespace korvel::platform {
 
 namespace {
 
+constexpr const char* kRelaunchMark = "KORVEL_RELAUNCH";
+
 bool isFolder(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -56,7 +58,13 @@ void LinuxWorkspace::reveal(const std::string& path) {
 void LinuxWorkspace::relaunch(const std::string& bundle) {
     // The path is the shell's $0 and never part of its text.
     const std::string program = isFolder(bundle) ? bundle + "/Contents/Linux/korvel" : bundle;
-    children_.start("/bin/sh", {"-c", "sleep 1; exec \"$0\"", program});
+    children_.start("/bin/sh", {"-c", "sleep 1; export KORVEL_RELAUNCH=1; exec \"$0\"", program});
+}
+
+bool takeRelaunchMark() {
+    const bool marked = qEnvironmentVariableIsSet(kRelaunchMark);
+    qunsetenv(kRelaunchMark);
+    return marked;
 }
 
 } // namespace korvel::platform

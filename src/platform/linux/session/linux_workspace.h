@@ -19,7 +19,8 @@ class LinuxWorkspace final : public Workspace {
     /// `path` is absolute.
     void reveal(const std::string& path) override;
 
-    /// A path that is no folder is the program outside a bundle, and is started itself.
+    /// A path that is no folder is the program outside a bundle, and is started itself. It finds
+    /// the mark that `takeRelaunchMark` looks for.
     void relaunch(const std::string& bundle) override;
 
   private:
@@ -29,6 +30,10 @@ class LinuxWorkspace final : public Workspace {
     QDBusConnection bus_;
     QObject replies_; ///< the context of calls whose answers are still to come
 };
+
+/// Whether a relaunch started this process. The mark is taken out of the environment, since what
+/// this process starts is no relaunch; so to be called before there is another thread.
+bool takeRelaunchMark();
 
 /// The address of an absolute path, whatever bytes are in it.
 std::string fileUri(const std::string& path);

@@ -1,15 +1,24 @@
 #include "platform/linux/session/single_instance.h"
 
-#include <chrono>
+#include <cerrno>
+#include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/eventfd.h>
 #include <sys/file.h>
 #include <unistd.h>
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
+#include <QEventLoop>
+#include <QSocketNotifier>
+#include <QTimer>
 
 #include "platform/identity.h"
 #include "platform/linux/session/bus_object.h"
@@ -17,8 +26,6 @@
 namespace korvel::platform {
 
 namespace {
-
-constexpr std::chrono::seconds kAnswerTime(5); // then the running one hangs, and is left alone
 
 QString busName() {
     return QString::fromLatin1(kBundleIdentifier);
@@ -28,40 +35,67 @@ QString objectPath() {
     return QLatin1Char('/') + busName().replace(QLatin1Char('.'), QLatin1Char('/'));
 }
 
+/// Runs the loop until something ends it, for so long at most.
+void runFor(QEventLoop& loop, std::chrono::milliseconds longest) {
+    QTimer::singleShot(longest, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
 } // namespace
 
-SingleInstance::SingleInstance(std::function<void()> activated)
-    : activated_(std::move(activated)) {}
+SingleInstance::SingleInstance(std::function<void()> activated, Patience patience)
+    : activated_(std::move(activated)), patience_(patience) {}
 
 SingleInstance::~SingleInstance() = default;
 
-bool SingleInstance::acquire() {
+bool SingleInstance::acquire(Start start) {
+    return QDBusConnection::sessionBus().isConnected() ? acquireName(start) : acquireLock(start);
+}
+
+bool SingleInstance::acquireName(Start start) {
     QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) {
-        return acquireLock();
-    }
     // The object is registered before the name, so that no call comes before it.
     bus.registerObject(objectPath(), this, QDBusConnection::ExportScriptableSlots);
-    const BusObject running(bus, busName(), objectPath(),
-                            QStringLiteral("org.freedesktop.Application"));
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        if (bus.registerService(busName())) {
-            return true;
+    QDBusConnectionInterface& names = *bus.interface();
+    QEventLoop loop;
+    bool owner = false;
+    connect(&names, &QDBusConnectionInterface::serviceRegistered, &loop, [&](const QString& name) {
+        if (name == busName()) {
+            owner = true;
+            loop.quit();
         }
-        const QDBusMessage answer = running.call("Activate", {QVariantMap()}, kAnswerTime);
-        // The other one may have ended in between; then the name is free.
-        if (!BusObject::nobodyThere(answer)) {
-            return false;
-        }
+    });
+    // Whenever the one that has the name ends, the bus gives it to the first in the queue.
+    const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply =
+        names.registerService(busName(), QDBusConnectionInterface::QueueService);
+    if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered) {
+        return true;
     }
-    return false;
+    if (start == Start::relaunch) {
+        runFor(loop, patience_.end);
+    }
+    if (!owner) {
+        const BusObject running(bus, busName(), objectPath(),
+                                QStringLiteral("org.freedesktop.Application"));
+        running.ask("Activate", {QVariantMap()}, loop, [&loop](const QDBusMessage& answer) {
+            // It does not answer when it has ended; then the name is about to come.
+            if (answer.type() != QDBusMessage::ErrorMessage) {
+                loop.quit();
+            }
+        });
+        runFor(loop, patience_.answer);
+    }
+    if (!owner) {
+        names.unregisterService(busName()); // which leaves the queue
+    }
+    return owner;
 }
 
 void SingleInstance::Activate(const QVariantMap&) {
     activated_();
 }
 
-bool SingleInstance::acquireLock() {
+bool SingleInstance::acquireLock(Start start) {
     const char* runtime = std::getenv("XDG_RUNTIME_DIR");
     const std::string path = runtime && *runtime == '/'
                                  ? std::string(runtime) + "/korvel.lock"
@@ -69,7 +103,35 @@ bool SingleInstance::acquireLock() {
     lock_ = FileDescriptor(
         ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
     // Where no file can be locked the program may run twice, which is better than not at all.
-    return !lock_ || ::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0;
+    return !lock_ || ::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0 ||
+           (start == Start::relaunch && waitForLock());
+}
+
+bool SingleInstance::waitForLock() {
+    // Only a thread that is stopped is told of a lock that comes free, and it cannot be called off:
+    // it has descriptors of its own, and may outlast this.
+    const auto told = std::make_shared<FileDescriptor>(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    auto waited = std::make_shared<FileDescriptor>(::fcntl(lock_.get(), F_DUPFD_CLOEXEC, 0));
+    if (!*told || !*waited) {
+        return false;
+    }
+    std::thread([told, waited = std::move(waited)] {
+        int result = 0;
+        do {
+            result = ::flock(waited->get(), LOCK_EX);
+        } while (result != 0 && errno == EINTR);
+        const std::uint64_t once = 1;
+        [[maybe_unused]] const ssize_t written = ::write(told->get(), &once, sizeof once);
+    }).detach();
+    QEventLoop loop;
+    bool locked = false;
+    const QSocketNotifier notifier(told->get(), QSocketNotifier::Read);
+    connect(&notifier, &QSocketNotifier::activated, &loop, [&] {
+        locked = true;
+        loop.quit();
+    });
+    runFor(loop, patience_.end);
+    return locked;
 }
 
 } // namespace korvel::platform

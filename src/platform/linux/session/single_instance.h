@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 #include <QObject>
@@ -7,7 +8,15 @@
 
 #include "platform/posix/file_descriptor.h"
 
+class QEventLoop;
+
 namespace korvel::platform {
+
+/// Who started this process.
+enum class Start {
+    ordinary, ///< a user or a session; one that runs already is to come to the front
+    relaunch, ///< one that runs still, and is about to end for this one
+};
 
 /// Sees to it that the program runs once in a session. The running one owns a name on the session
 /// bus and answers there as a desktop application does (org.freedesktop.Application); where there
@@ -17,22 +26,32 @@ class SingleInstance final : public QObject {
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 
   public:
+    /// What is waited for, and how long.
+    struct Patience {
+        std::chrono::milliseconds answer{5000}; ///< one that runs and takes longer hangs
+        std::chrono::milliseconds end{30000};   ///< of the one that relaunches
+    };
+
     /// `activated` runs on the main thread each time the program is started once more.
-    explicit SingleInstance(std::function<void()> activated);
+    explicit SingleInstance(std::function<void()> activated) : SingleInstance(activated, {}) {}
+    SingleInstance(std::function<void()> activated, Patience patience);
     ~SingleInstance() override;
 
     /// Whether this process is now the only one. False: another runs; where there is a bus it has
-    /// been asked to come to the front.
-    bool acquire();
+    /// been asked to come to the front. Runs the event loop while it waits.
+    bool acquire(Start start);
 
     /// The D-Bus method: the program has been started once more.
     Q_SLOT Q_SCRIPTABLE void
     Activate(const QVariantMap& platformData); // NOLINT: the interface's name
 
   private:
-    bool acquireLock();
+    bool acquireName(Start start);
+    bool acquireLock(Start start);
+    bool waitForLock();
 
     std::function<void()> activated_;
+    Patience patience_;
     FileDescriptor lock_;
 };
 

@@ -145,11 +145,19 @@ TEST(Relaunch, ProgramOfTheBundleIsStartedByItsPathAlone) {
     LinuxWorkspace workspace(children, QDBusConnection(QStringLiteral("never connected")));
     workspace.relaunch(tree.root() + "/Korvel.app");
     workspace.relaunch("/usr/bin/korvel");
-    EXPECT_THAT(
-        children.started,
-        ElementsAre(ElementsAre("/bin/sh", "-c", "sleep 1; exec \"$0\"",
-                                tree.root() + "/Korvel.app/Contents/Linux/korvel"),
-                    ElementsAre("/bin/sh", "-c", "sleep 1; exec \"$0\"", "/usr/bin/korvel")));
+    const char* const kCommand = "sleep 1; export KORVEL_RELAUNCH=1; exec \"$0\"";
+    EXPECT_THAT(children.started,
+                ElementsAre(ElementsAre("/bin/sh", "-c", kCommand,
+                                        tree.root() + "/Korvel.app/Contents/Linux/korvel"),
+                            ElementsAre("/bin/sh", "-c", kCommand, "/usr/bin/korvel")));
+}
+
+TEST(Relaunch, TheMarkIsFoundOnceAndNotHandedOn) {
+    EXPECT_FALSE(takeRelaunchMark());
+    ::setenv("KORVEL_RELAUNCH", "1", 1);
+    EXPECT_TRUE(takeRelaunchMark());
+    EXPECT_EQ(std::getenv("KORVEL_RELAUNCH"), nullptr);
+    EXPECT_FALSE(takeRelaunchMark());
 }
 
 TEST(Relaunch, NoPathIsReadByTheShell) {
@@ -160,8 +168,9 @@ TEST(Relaunch, NoPathIsReadByTheShell) {
         tree.root() + "/-e \"q\" 'r' `touch evil` $(touch evil) ;touch evil\n\\$HOME *é.app";
     const std::string program = bundle + "/Contents/Linux/korvel";
     fs::create_directories(fs::path(program).parent_path());
-    std::ofstream(program) << "#!/bin/sh\necho \"started $# $0\" >>\"$KORVEL_TEST_LOG\"\n"
-                              "echo end >\"$KORVEL_TEST_PIPE\"\n";
+    std::ofstream(program)
+        << "#!/bin/sh\necho \"started $# $0 $KORVEL_RELAUNCH\" >>\"$KORVEL_TEST_LOG\"\n"
+           "echo end >\"$KORVEL_TEST_PIPE\"\n";
     fs::permissions(program, fs::perms(0755));
     fs::permissions(tree.root() + "/bin/sleep", fs::perms(0755));
     const std::string pipe = tree.root() + "/pipe";
@@ -184,7 +193,7 @@ TEST(Relaunch, NoPathIsReadByTheShell) {
     ::setenv("PATH", path.c_str(), 1);
     std::ifstream log(tree.root() + "/log");
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(log), {}),
-              "slept 1\nstarted 0 " + program + "\n");
+              "slept 1\nstarted 0 " + program + " 1\n");
     EXPECT_TRUE(fs::is_empty(tree.root() + "/cwd"));
     EXPECT_FALSE(fs::exists(tree.root() + "/evil"));
     ::waitpid(-1, nullptr, 0);

@@ -1,12 +1,16 @@
 #include "platform/linux/session/single_instance.h"
 
 #include <atomic>
+#include <chrono>
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusContext>
+#include <QDBusReply>
 #include <QObject>
 #include <QThread>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 #include "platform/linux/session/bus_object.h"
@@ -50,17 +54,36 @@ class OtherProgram : public QObject, protected QDBusContext {
     }
 
     std::atomic<int> activations = 0;
-    /// The name goes while the call is on its way: the bus answers in its place.
-    std::atomic<bool> ends = false;
+
+    /// What it does when it is to come to the front.
+    enum class Way {
+        answers,
+        losesItsName, ///< while the call is on its way: the bus answers in its place
+        dies,         ///< without an answer
+        hangs,
+    };
+    std::atomic<Way> way = Way::answers;
 
     // Its name is the protocol's. NOLINTNEXTLINE(readability-identifier-naming)
     Q_SLOT void Activate(const QVariantMap& /*platformData*/) {
         ++activations;
-        if (ends) {
+        if (way == Way::losesItsName) {
             connection().unregisterService(kName);
             sendErrorReply(QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner"),
                            QStringLiteral("Name does not exist"));
+        } else if (way != Way::answers) {
+            setDelayedReply(true);
         }
+        if (way == Way::dies) {
+            QDBusConnection::disconnectFromBus(connection().name());
+        }
+    }
+
+    /// Leaves the bus, as at its end.
+    void leave() {
+        QMetaObject::invokeMethod(
+            this, [] { QDBusConnection::disconnectFromBus(QStringLiteral("other")); },
+            Qt::BlockingQueuedConnection);
     }
 
   private:
@@ -71,16 +94,25 @@ class SingleInstanceTest : public testing::Test {
   protected:
     void SetUp() override { ASSERT_TRUE(QDBusConnection::sessionBus().isConnected()); }
     ~SingleInstanceTest() override {
-        QDBusConnection::sessionBus().unregisterService(kName);
+        QDBusConnection::sessionBus().interface()->unregisterService(kName);
         QDBusConnection::sessionBus().unregisterObject(kPath);
     }
 
+    static QString owner() {
+        return QDBusConnection::sessionBus().interface()->serviceOwner(kName).value();
+    }
+    static QString self() { return QDBusConnection::sessionBus().baseService(); }
+
     int activations_ = 0;
-    SingleInstance instance_{[this] { ++activations_; }};
+    SingleInstance instance_{
+        [this] { ++activations_; },
+        {.answer = std::chrono::milliseconds(2000), .end = std::chrono::milliseconds(5000)}};
+    SingleInstance hasty_{
+        [] {}, {.answer = std::chrono::milliseconds(50), .end = std::chrono::milliseconds(50)}};
 };
 
 TEST_F(SingleInstanceTest, TheFirstHasTheNameAndIsActivatedByTheNext) {
-    EXPECT_TRUE(instance_.acquire());
+    EXPECT_TRUE(instance_.acquire(Start::ordinary));
     QDBusConnection next = connectToSession(QStringLiteral("next"));
     EXPECT_FALSE(next.registerService(kName));
     const BusObject program(next, kName, kPath, QStringLiteral("org.freedesktop.Application"));
@@ -90,16 +122,64 @@ TEST_F(SingleInstanceTest, TheFirstHasTheNameAndIsActivatedByTheNext) {
 }
 
 TEST_F(SingleInstanceTest, OneThatRunsIsActivatedOnceAndStaysTheOnlyOne) {
-    const OtherProgram other;
-    EXPECT_FALSE(instance_.acquire());
+    OtherProgram other;
+    EXPECT_FALSE(instance_.acquire(Start::ordinary));
     EXPECT_EQ(other.activations, 1);
+    EXPECT_NE(owner(), self());
+    other.leave();
+    EXPECT_EQ(owner(), "") << "one that was not to run waits for the name no longer";
 }
 
 TEST_F(SingleInstanceTest, OneThatEndsInBetweenIsReplaced) {
     OtherProgram other;
-    other.ends = true;
-    EXPECT_TRUE(instance_.acquire());
+    other.way = OtherProgram::Way::losesItsName;
+    EXPECT_TRUE(instance_.acquire(Start::ordinary));
     EXPECT_EQ(other.activations, 1);
+    EXPECT_EQ(owner(), self());
+}
+
+TEST_F(SingleInstanceTest, OneThatDiesInsteadOfAnsweringIsReplaced) {
+    OtherProgram other;
+    other.way = OtherProgram::Way::dies;
+    EXPECT_TRUE(instance_.acquire(Start::ordinary));
+    EXPECT_EQ(other.activations, 1);
+    EXPECT_EQ(owner(), self());
+}
+
+TEST_F(SingleInstanceTest, OneThatHangsAndThenEndsIsReplaced) {
+    OtherProgram other;
+    other.way = OtherProgram::Way::hangs;
+    QTimer::singleShot(100, &instance_, [&other] { other.leave(); });
+    EXPECT_TRUE(instance_.acquire(Start::ordinary));
+    EXPECT_EQ(owner(), self());
+}
+
+TEST_F(SingleInstanceTest, OneThatHangsIsLeftAlone) {
+    OtherProgram other;
+    other.way = OtherProgram::Way::hangs;
+    EXPECT_FALSE(hasty_.acquire(Start::ordinary));
+    other.leave();
+    EXPECT_EQ(owner(), "");
+}
+
+TEST_F(SingleInstanceTest, OneThatRelaunchesIsWaitedForAndNotActivated) {
+    OtherProgram other;
+    QTimer::singleShot(100, &instance_, [&other] { other.leave(); });
+    EXPECT_TRUE(instance_.acquire(Start::relaunch));
+    EXPECT_EQ(other.activations, 0);
+    EXPECT_EQ(owner(), self());
+}
+
+TEST_F(SingleInstanceTest, OneThatRelaunchesAndDoesNotEndIsActivatedAfterAWhile) {
+    OtherProgram other;
+    EXPECT_FALSE(hasty_.acquire(Start::relaunch));
+    EXPECT_EQ(other.activations, 1);
+    EXPECT_NE(owner(), self());
+}
+
+TEST_F(SingleInstanceTest, ARelaunchAfterItsEndWaitsForNobody) {
+    EXPECT_TRUE(hasty_.acquire(Start::relaunch));
+    EXPECT_EQ(owner(), self());
 }
 
 } // namespace

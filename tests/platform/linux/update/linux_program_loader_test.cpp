@@ -70,7 +70,8 @@ TEST_F(LinuxProgramLoaderTest, AProgramWithAllItNeedsLoadsAndNothingOfItRuns) {
         for (const char* name : {"LD_BIND_NOW", "LD_WARN", "LD_VERBOSE", "LD_DEBUG"}) {
             ::setenv(name, "1", 1);
         }
-        ASSERT_EQ(check(), Status<LoadFault>()) << program;
+        PosixChildProcesses withThese;
+        ASSERT_EQ(LinuxProgramLoader(withThese, {}).check(bundle()), Status<LoadFault>());
         EXPECT_FALSE(fs::exists("mark-constructor"));
         EXPECT_FALSE(fs::exists("mark-resolver"));
     }

@@ -1,0 +1,85 @@
+"""What runs after a relaunch and a second start: one program, always."""
+
+import os
+import signal
+import time
+
+from cases import Program, case, check, desktop, equal, wait_for_icon
+from desktop import wait_for
+from remedy_cases import NAME
+from update_cases import quit_program, update_case
+from update_site import NEW, OLD, Skip, trial
+
+
+def copies(place):
+    """The processes of this desktop that run the program, by their numbers."""
+    found = []
+    wanted = f"HOME={place.home}".encode()
+    for pid in filter(str.isdigit, os.listdir("/proc")):
+        try:
+            name = os.path.basename(os.readlink(f"/proc/{pid}/exe")).removesuffix(" (deleted)")
+            with open(f"/proc/{pid}/environ", "rb") as environment:
+                if name in ("korvel", os.path.basename(Program.path)) and wanted in environment.read().split(b"\0"):
+                    found.append(int(pid))
+        except OSError:
+            pass  # it has gone in the meantime
+    return found
+
+
+@update_case()
+def relaunch_waits_for_a_copy_that_is_slow_to_end():
+    with trial(seenBuild={"integer": int(OLD)}) as made:
+        slow = os.path.join(os.path.dirname(made.releases.killer), "libkorvel_slow_history.so")
+        if not os.path.exists(slow):
+            raise Skip("libkorvel_slow_history.so is not built")
+        quit_program(made)
+        made.start(LD_PRELOAD=slow, KORVEL_SLOW_SECONDS="3")
+        made.site.publish(NEW)
+        made.open()
+        made.check()
+        made.press("Update")
+        made.tree.find("Update installed")
+        old = made.pid()
+        asked = time.monotonic()
+        made.press("Relaunch")
+        wait_for("the new copy beside the old one", lambda: len(copies(made.place)) == 2)
+        equal(made.pid(), old, "who has the name meanwhile")
+        equal(made.program.exit_status(), 0, "exit status")
+        check(time.monotonic() - asked > 3, "the old copy was not slow to end")
+        new = wait_for("the name of the new copy", made.pid)
+        equal(copies(made.place), [new], "what runs")
+        made.tree.find(f"Updated to 1.{NEW}")
+        equal(copies(made.place), [new], "what runs a while later")
+        with open(f"/proc/{new}/environ", "rb") as environment:
+            check(b"KORVEL_RELAUNCH=1" in environment.read().split(b"\0"), "it was not told that it is one")
+
+
+@case()
+def second_start_takes_the_place_of_one_that_dies_without_an_answer():
+    with desktop() as (place, first):
+        wait_for("the program's name", lambda: place.owner(NAME))
+        first.process.send_signal(signal.SIGSTOP)
+        second = Program(place)
+        time.sleep(1)  # it asks, and is not answered
+        check(second.running(), "it waits for no answer")
+        first.process.kill()
+        first.exit_status()
+        wait_for("the name of the second", lambda: place.owner(NAME))
+        check(second.running(), "no program runs")
+        equal(Program(place).exit_status(), 0, "exit status of a third")
+        check(second.running(), "the second ended")
+
+
+@case("trayer")
+def without_a_session_bus_a_relaunched_copy_waits_too():
+    with desktop("trayer", bus=False) as (place, first):
+        wait_for_icon(place)
+        second = Program(place, command=["env", "KORVEL_RELAUNCH=1", Program.path])
+        time.sleep(1)
+        check(first.running() and second.running(), "it does not wait")
+        equal(first.send(signal.SIGTERM), 0, "exit status of the first")
+        time.sleep(1)
+        check(second.running(), "no program runs")
+        equal(Program(place).exit_status(), 0, "exit status of a third")
+        check(second.running(), "the second ended")
+        equal(second.send(signal.SIGTERM), 0, "exit status of the second")
