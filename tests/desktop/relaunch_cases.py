@@ -1,14 +1,17 @@
-"""What runs after a relaunch and a second start: one program, always."""
+"""What runs after a relaunch, a second start and an update that cannot run here: one program, always."""
 
 import os
+import shutil
 import signal
 import time
 
 from cases import Program, case, check, desktop, equal, wait_for_icon
 from desktop import wait_for
 from remedy_cases import NAME
-from update_cases import quit_program, update_case
-from update_site import NEW, OLD, Skip, trial
+from update_cases import quit_program, refused, update_case
+from update_site import NEW, OLD, PROGRAM, Skip, packed, trial
+
+NO_RUN = "Could not replace the app: “Korvel.app” can’t run here: "
 
 
 def copies(place):
@@ -83,3 +86,37 @@ def without_a_session_bus_a_relaunched_copy_waits_too():
         equal(Program(place).exit_status(), 0, "exit status of a third")
         check(second.running(), "the second ended")
         equal(second.send(signal.SIGTERM), 0, "exit status of the second")
+
+
+def other_processor(program):
+    with open(program, "r+b") as file:
+        file.seek(18)  # the number of the processor
+        file.write(b"\x28\x00")
+
+
+def other_library(program):
+    with open(program, "rb") as file:
+        data = file.read()
+    check(data.count(b"\0libfmt.so.9\0") == 1, "the program does not name its library once")
+    with open(program, "wb") as file:
+        file.write(data.replace(b"\0libfmt.so.9\0", b"\0libfmt.so.0\0"))
+
+
+@update_case()
+def signed_build_that_cannot_run_here_is_refused():
+    with trial() as made:
+        made.open()
+        for version, change, reason in (
+                ("5.processor", other_processor, "it is made for another kind of processor."),
+                ("5.library", other_library, "the library libfmt.so.0 is missing.")):
+            folder = os.path.join(made.place.folder, version)
+            bundle = os.path.join(folder, "Korvel.app")
+            shutil.copytree(made.releases.bundles[NEW], bundle, symlinks=True)
+            change(os.path.join(bundle, PROGRAM))
+            made.releases.seal(bundle, made.releases.team)
+            made.site.offer(version, packed(folder))
+            refused(made, version, NO_RUN + reason)
+        made.site.publish(NEW)
+        made.check()
+        made.press("Update")
+        made.tree.find("Update installed")
