@@ -20,7 +20,8 @@ class UserDefaults {
     virtual std::string string(const std::string& key) = 0;
     virtual bool has(const std::string& key) = 0;
 
-    /// Stores a value with its type; a failure to write it out is silent.
+    /// Stores a value with its type; a failure to write it out is silent. What would make the
+    /// settings larger than they may be is not stored, and what was there before stays.
     virtual void set(const std::string& key, std::int64_t value) = 0;
     virtual void set(const std::string& key, double value) = 0;
     virtual void set(const std::string& key, bool value) = 0;

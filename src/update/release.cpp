@@ -145,12 +145,13 @@ std::optional<Release> decodeRelease(std::string feed) {
     if (!entry.version || !entry.build || !entry.url || !isHttpsUrl(*entry.url) || !entry.sha256) {
         return std::nullopt;
     }
-    return Release{*entry.version,
-                   *entry.build,
-                   *entry.url,
-                   lowerCased(*entry.sha256),
-                   entry.notes.value_or(""),
-                   entry.minimumOS.value_or(Release::kDefaultMinimumOS)};
+    const std::string notes = entry.notes.value_or("");
+    if (entry.version->size() > Release::kLongestVersion || notes.size() > Release::kLongestNotes) {
+        return std::nullopt;
+    }
+    return Release{*entry.version, *entry.build,
+                   *entry.url,     lowerCased(*entry.sha256),
+                   notes,          entry.minimumOS.value_or(Release::kDefaultMinimumOS)};
 }
 
 std::optional<std::int64_t> exactInteger(std::string_view number) {

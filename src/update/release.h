@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -17,12 +18,17 @@ struct Release {
     std::string minimumOS; ///< nothing consults it
 
     static constexpr const char* kDefaultMinimumOS = "13.0";
+    /// Bytes of UTF-8. The version is shown in one line, and of the notes three lines are; both are
+    /// stored among the settings.
+    static constexpr std::size_t kLongestVersion = 256;
+    static constexpr std::size_t kLongestNotes = std::size_t{64} << 10;
 
     bool operator==(const Release&) const = default;
 };
 
-/// Reads the feed: one JSON object. nullopt when it is no valid JSON, or a required key is missing
-/// or of the wrong type. Keys that are not known are passed over.
+/// Reads the feed: one JSON object. nullopt when it is no valid JSON, a required key is missing or
+/// of the wrong type, or version or notes are longer than above. Keys that are not known are passed
+/// over.
 std::optional<Release> decodeRelease(std::string feed);
 
 /// The value of a number as JSON writes it ("42", "42.0", "4.2e1"), when it is exactly an integer

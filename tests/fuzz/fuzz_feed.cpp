@@ -37,6 +37,8 @@ void fuzzFeed(std::string_view text) {
     require(std::none_of(release->sha256.begin(), release->sha256.end(),
                          [](char c) { return c >= 'A' && c <= 'Z'; }),
             "the digest is in lower case");
+    require(release->version.size() <= Release::kLongestVersion, "the version is short");
+    require(release->notes.size() <= Release::kLongestNotes, "the notes can be stored");
     for (const std::string& field :
          {release->version, release->sha256, release->notes, release->minimumOS}) {
         require(korvel::isUtf8(field), "texts are well-formed");

@@ -233,7 +233,7 @@ class Release(unittest.TestCase):
 
     def test_wrong_input_is_told_in_a_line(self):
         (self.top / "latin1.txt").write_bytes(b"gr\xf6\xdfer")
-        (self.top / "long.txt").write_text("x" * (1 << 20))
+        (self.top / "long.txt").write_text("ä" * (32 << 10) + "x", encoding="utf-8")
         (self.top / "full").mkdir(exist_ok=True)
         (self.top / "full/file").write_text("x")
         (self.top / "garbage.pem").write_text("garbage")
@@ -254,6 +254,11 @@ class Release(unittest.TestCase):
             self.assertTrue(done.stderr.startswith(b"script/release: "), changed)
             self.assertNotIn(b"Traceback", done.stderr)
             self.assert_nothing_left()
+
+    def test_the_longest_notes_are_kept_whole(self):
+        notes = "ä" * (32 << 10)
+        (self.top / "longest.txt").write_text(notes, encoding="utf-8")
+        self.assertEqual(self.made(notes=self.top / "longest.txt")["notes"], notes)
 
     def test_the_largest_build_is_kept_exactly(self):
         feed = self.made(build="9223372036854775807")

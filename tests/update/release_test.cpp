@@ -67,6 +67,21 @@ TEST(ReleaseFeed, TheSchemeIsExactlyHttps) {
     }
 }
 
+TEST(ReleaseFeed, AVersionOrNotesThatAreTooLongAreNoRelease) {
+    const auto text = [](const std::string& content) { return "\"" + content + "\""; };
+    const std::string version(Release::kLongestVersion, '1');
+    EXPECT_EQ(decodeRelease(with("version", text(version)))->version, version);
+    EXPECT_FALSE(decodeRelease(with("version", text(version + "1"))));
+    const std::string notes(Release::kLongestNotes, 'n');
+    EXPECT_EQ(decodeRelease(with("notes", text(notes)))->notes, notes);
+    EXPECT_FALSE(decodeRelease(with("notes", text(notes + "n"))));
+    EXPECT_FALSE(decodeRelease(with("notes", text(std::string(1000000, 'n')))));
+    // Bytes of UTF-8 count, not characters, nor how the feed writes them.
+    EXPECT_TRUE(decodeRelease(with("version", text(version.substr(2) + R"(\u00e4)"))));
+    EXPECT_FALSE(decodeRelease(with("version", text(version.substr(1) + R"(\u00e4)"))));
+    EXPECT_FALSE(decodeRelease(with("notes", text(notes.substr(1) + "ä"))));
+}
+
 TEST(ReleaseFeed, UnknownKeysAndOrderDoNotMatter) {
     EXPECT_TRUE(decodeRelease(
         R"({"x": {"build": "no", "y": [1, {"z": null}]}, "sha256": "", "url": "https://h/",

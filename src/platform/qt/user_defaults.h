@@ -19,7 +19,9 @@ enum class SettingsFault {
 
 /// Settings in one small JSON file that keeps each value with its type, such as
 /// {"awakeUntil":{"double":1700000000.5}}. It is read once, and each change is written at once, to
-/// the side and then over it, so that there is always a whole one. A file that cannot be read as
+/// the side and then over it, so that there is always a whole one. It holds no more than 1 MiB: a
+/// value with which it would is not stored, and what was stored before stays. A file that is larger
+/// is not of this program, and not read. A file that cannot be read as
 /// such is kept beside it, as "FILE.broken", when the first value is stored. A folder that cannot
 /// be written keeps nothing; the values then live as long as the program.
 class QtUserDefaults final : public UserDefaults {
@@ -51,8 +53,8 @@ class QtUserDefaults final : public UserDefaults {
   private:
     Status<SettingsFault> load();
     void store(const std::string& key, const char* type, const QJsonValue& value);
-    void save();
-    Status<SettingsFault> write() const;
+    void save(const QJsonObject& values);
+    Status<SettingsFault> write(const QByteArray& bytes) const;
 
     QString file_;
     QJsonObject values_;

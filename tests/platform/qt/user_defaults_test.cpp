@@ -93,6 +93,66 @@ TEST_F(SettingsFile, WhatIsNoNumberIsAbsentAfterARestart) {
     EXPECT_EQ(open().real("a"), 0);
 }
 
+TEST_F(SettingsFile, WhatWouldNotBeReadAtTheNextLaunchIsNotStored) {
+    constexpr std::size_t kLargest = std::size_t{1} << 20; // bytes of the file
+    constexpr std::size_t kShortOfThat = kLargest - 20;
+    const struct {
+        const char* name;
+        std::string value;
+    } cases[] = {
+        {"as long as a feed may be", std::string(kLargest, 'n')},
+        {"nearly so", std::string(kShortOfThat, 'n')},
+        {"of characters that are written as six bytes", std::string(kLargest / 6, '\1')},
+        {"of characters that are written as two bytes", std::string(kLargest / 2, '"')},
+    };
+    for (const auto& one : cases) {
+        QtUserDefaults defaults = open();
+        defaults.set("seenBuild", std::int64_t{42});
+        defaults.set("notes", std::string("before"));
+        const QByteArray before = read();
+        defaults.set("notes", one.value);
+        defaults.set("version", one.value);
+        EXPECT_EQ(defaults.string("notes"), "before") << one.name;
+        EXPECT_FALSE(defaults.has("version")) << one.name;
+        EXPECT_EQ(read(), before) << one.name;
+        EXPECT_TRUE(defaults.fileStatus()) << one.name;
+        defaults.set("seenBuild", std::int64_t{43});
+        QtUserDefaults next = open();
+        EXPECT_TRUE(next.fileStatus()) << one.name;
+        EXPECT_EQ(next.integer("seenBuild"), 43) << one.name;
+        EXPECT_EQ(next.string("notes"), "before") << one.name;
+    }
+}
+
+TEST_F(SettingsFile, ItIsFilledToTheLastByteThatIsRead) {
+    QtUserDefaults defaults = open();
+    defaults.set("a", std::string());
+    const std::size_t room = (std::size_t{1} << 20) - static_cast<std::size_t>(read().size());
+    defaults.set("a", std::string(room + 1, 'x'));
+    EXPECT_EQ(defaults.string("a"), "");
+    defaults.set("a", std::string(room, 'x'));
+    EXPECT_EQ(read().size(), 1 << 20);
+    EXPECT_EQ(open().string("a"), std::string(room, 'x'));
+    defaults.set("b", true);
+    EXPECT_FALSE(defaults.has("b"));
+    defaults.remove("a");
+    defaults.set("b", true);
+    EXPECT_TRUE(open().boolean("b"));
+}
+
+TEST_F(SettingsFile, AFileThatIsTooLargeIsKeptAside) {
+    const QByteArray large = "{\"a\":{\"string\":\"" + QByteArray(1 << 20, 'x') + "\"}}";
+    write(large);
+    QtUserDefaults defaults = open();
+    EXPECT_EQ(defaults.fileStatus(), (Error{SettingsFault::foreign, path_.toStdString()}));
+    EXPECT_FALSE(defaults.has("a"));
+    defaults.set("b", std::string(1 << 20, 'x'));
+    EXPECT_EQ(read(), large) << "nothing was stored, so nothing is moved";
+    defaults.set("b", true);
+    EXPECT_EQ(read(".broken"), large);
+    EXPECT_TRUE(open().boolean("b"));
+}
+
 class DamagedFile : public SettingsFile, public testing::WithParamInterface<const char*> {};
 
 TEST_P(DamagedFile, IsKeptAsideWhenTheFirstValueIsStored) {
