@@ -19,8 +19,8 @@ class FileManager {
 
     /// Makes the folder of one installation, for the user alone, and gives its path, also where it
     /// could not be made. What is made ready in it can take the place of the bundle `place` by a
-    /// mere move, where the folder of that can be written. Until it is removed, or this process has
-    /// ended, no other copy of the program takes it for one that was left behind.
+    /// mere move; empty: it will take none. Until it is removed, or this process has ended, no
+    /// other copy of the program takes it for one that was left behind.
     virtual std::string makeWorkFolder(const std::string& name, const std::string& place) = 0;
 
     /// Makes the folder and those above it, for the user alone. False: it is not there afterwards.

@@ -91,8 +91,10 @@ std::string sentenceOf(const std::string& bundle, const Error<std::errc>& error)
 
 class Updater::WorkDirectory {
   public:
-    WorkDirectory(platform::FileManager& files, const Uuid& uuid, const std::string& bundle)
-        : files_(files), path_(files.makeWorkFolder("korvel-update-" + uuid.text(), bundle)) {}
+    WorkDirectory(platform::FileManager& files, const Uuid& uuid, platform::Bundle& running)
+        : files_(files),
+          path_(files.makeWorkFolder("korvel-update-" + uuid.text(),
+                                     running.parentWritable() ? running.path() : "")) {}
     WorkDirectory(const WorkDirectory&) = delete;
     WorkDirectory& operator=(const WorkDirectory&) = delete;
     ~WorkDirectory() {
@@ -122,7 +124,7 @@ void Updater::installPending() {
     // A check may replace what is pending while this one is on its way.
     const auto release = std::make_shared<const Release>(*pending);
     state = update_state::Downloading{};
-    const auto work = std::make_shared<WorkDirectory>(fileManager_, newUuid_(), bundle_.path());
+    const auto work = std::make_shared<WorkDirectory>(fileManager_, newUuid_(), bundle_);
     std::erase_if(underWay_, [](const auto& other) { return other.expired(); });
     underWay_.push_back(work);
     http_.download(release->url, work->path(),

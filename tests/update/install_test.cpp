@@ -293,6 +293,13 @@ TEST_F(Install, WhereNothingCanBePutInPlaceNothingIsTriedToLoad) {
     EXPECT_THAT(calls(), testing::Not(testing::Contains("load " + kWork + "/out/Korvel.app")));
 }
 
+TEST_F(Install, TheFolderIsForTheRunningBundleWhereThatCanBeReplaced) {
+    install();
+    simulated.bundle.writable = false;
+    install();
+    EXPECT_THAT(simulated.fileManager.places, ElementsAre(kRunning, ""));
+}
+
 TEST_F(Install, AMoveThatFailsIsToldAndTheRunningBundleComesBack) {
     scriptMoves(Error{std::errc::no_space_on_device, kRunning + "/Contents"}, {});
     expectFailure("Could not replace the app: “Korvel.app” couldn’t be moved: the disk is full.");

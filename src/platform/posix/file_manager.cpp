@@ -82,9 +82,8 @@ std::string PosixFileManager::temporaryDirectory() {
 }
 
 std::string PosixFileManager::makeWorkFolder(const std::string& name, const std::string& place) {
-    const std::string beside = folderOf(place);
-    std::string path = beside + "." + name;
-    if (::access(beside.c_str(), W_OK | X_OK) != 0) {
+    std::string path = folderOf(place) + "." + name;
+    if (place.empty()) {
         const std::string temporary = temporaryDirectory();
         createDirectory(temporary);
         path = temporary + "/" + name;

@@ -19,8 +19,7 @@ class PosixFileManager final : public FileManager {
     /// can exchange what this user puts there; else one of the home directory.
     std::string temporaryDirectory() override;
 
-    /// Hidden beside the bundle, or in the temporary directory where the bundle's folder cannot be
-    /// written.
+    /// Hidden beside the bundle; in the temporary directory where none is to be replaced.
     std::string makeWorkFolder(const std::string& name, const std::string& place) override;
 
     bool createDirectory(const std::string& path) override;

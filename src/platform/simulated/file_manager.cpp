@@ -14,7 +14,8 @@ bool isWithin(const std::string& path, const std::string& folder) {
 } // namespace
 
 std::string SimulatedFileManager::makeWorkFolder(const std::string& name,
-                                                 const std::string& /*place*/) {
+                                                 const std::string& place) {
+    places.push_back(place);
     const std::string path = temporary + "/" + name;
     createDirectory(path);
     return path;

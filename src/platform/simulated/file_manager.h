@@ -22,6 +22,7 @@ class SimulatedFileManager final : public FileManager, public Logging {
     std::set<std::string> folders;                            ///< those that are there
     std::map<std::string, std::vector<std::string>> listings; ///< of those that have entries
     bool creates = true;                                      ///< whether folders can be made
+    std::vector<std::string> places;                          ///< for which folders were made
     bool exchanges = false;     ///< whether two folders can exchange their names
     Status<std::errc> flushed;  ///< what comes of a flush
     Status<std::errc> recorded; ///< what comes of a record
@@ -29,7 +30,7 @@ class SimulatedFileManager final : public FileManager, public Logging {
     std::function<Status<std::errc>(const std::string& from, const std::string& to)> onMove;
 
     std::string temporaryDirectory() override { return temporary; }
-    /// In the temporary directory.
+    /// In the temporary directory, whatever it is for.
     std::string makeWorkFolder(const std::string& name, const std::string& place) override;
     bool createDirectory(const std::string& path) override;
     Status<std::errc> move(const std::string& from, const std::string& to) override;

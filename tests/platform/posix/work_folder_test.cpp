@@ -74,16 +74,12 @@ TEST_F(WorkFolders, LieBesideTheBundleForTheUserAlone) {
     EXPECT_THAT(names("apps"), ElementsAre("Korvel.app"));
 }
 
-TEST_F(WorkFolders, LieInTheTemporaryDirectoryWhereTheBundlesFolderCannotBeWritten) {
-    fs::permissions(folder_, fs::perms(0755));
-    fs::permissions(path("apps"), fs::perms(0555));
-    fs::permissions(path("temporary"), fs::perms(01777));
-    EXPECT_EQ(asOrdinaryUser([this] {
-                  return manager_.makeWorkFolder(kName, kPlace) == path("temporary/" + kName) &&
-                         fs::is_directory(path("temporary/" + kName));
-              }),
-              0);
-    fs::permissions(path("apps"), fs::perms(0755));
+TEST_F(WorkFolders, LieInTheTemporaryDirectoryWhereNothingIsToBeReplaced) {
+    EXPECT_EQ(manager_.makeWorkFolder(kName, ""), path("temporary/" + kName));
+    EXPECT_EQ(fs::status(path("temporary/" + kName)).permissions(), fs::perms(0700));
+    ::setenv("TMPDIR", path("temporary/later").c_str(), 1);
+    EXPECT_EQ(manager_.makeWorkFolder(kName, ""), "/tmp/" + kName);
+    manager_.remove("/tmp/" + kName);
 }
 
 TEST_F(WorkFolders, ThatWereLeftBehindAreRemovedAtTheNextLaunch) {
