@@ -3,6 +3,8 @@
 #include <cmath>
 #include <utility>
 
+#include <unistd.h>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -164,7 +166,11 @@ Status<SettingsFault> QtUserDefaults::write(const QByteArray& bytes) const {
         return faultOf(SettingsFault::unwritable, file);
     }
     file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    file.write(bytes);
+    // Asked for here: what the disk has no room for, commit() leaves out, and still puts the file
+    // over the one that was whole.
+    if (file.write(bytes) != bytes.size() || !file.flush() || ::fsync(file.handle()) != 0) {
+        return faultOf(SettingsFault::unwritable, file);
+    }
     return file.commit() ? Status<SettingsFault>() : faultOf(SettingsFault::unwritable, file);
 }
 

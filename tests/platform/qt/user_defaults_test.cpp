@@ -1,8 +1,10 @@
 #include "platform/qt/user_defaults.h"
 
+#include <csignal>
 #include <limits>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <QDir>
 #include <QFile>
@@ -207,6 +209,29 @@ TEST_F(SettingsFile, AFolderThatCannotBeMadeKeepsTheValuesForThisRun) {
     defaults.set("a", std::int64_t{5});
     EXPECT_TRUE(defaults.fileStatus());
     EXPECT_EQ(open().integer("a"), 5);
+}
+
+TEST_F(SettingsFile, WhatNoLongerFitsTheDiskLeavesTheFileAsItWas) {
+    QtUserDefaults defaults = open();
+    defaults.set("a", std::int64_t{3});
+    const QByteArray whole = read();
+
+    // Longer files are refused as by a full disk; the signal would end the process.
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &none), 0);
+    defaults.set("a", std::int64_t{4});
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, handler);
+
+    EXPECT_EQ(read(), whole);
+    ASSERT_FALSE(defaults.fileStatus());
+    EXPECT_EQ(defaults.fileStatus().error().code, SettingsFault::unwritable);
+    EXPECT_EQ(defaults.integer("a"), 4) << "for this run";
+    defaults.set("b", std::int64_t{5});
+    EXPECT_EQ(open().integer("a"), 4);
 }
 
 TEST_F(SettingsFile, AFolderInItsPlaceIsKeptAsideToo) {
