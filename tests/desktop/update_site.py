@@ -65,17 +65,7 @@ class Signer:
 
     def __init__(self, folder, name, root, team=TEAM):
         """Under the authority of root.pem and root.key, paths without their endings."""
-        self.key, self.certificate = (os.path.join(folder, name + end) for end in (".key", ".pem"))
-        request, extensions = (os.path.join(folder, name + end) for end in (".csr", ".ext"))
-        certificates.make_key(self.key)
-        certificates.openssl("req", "-new", "-key", self.key, "-subj", f"/OU={team}/CN={name}",
-                             "-out", request)
-        with open(extensions, "w", encoding="ascii") as file:
-            file.write("basicConstraints=critical,CA:FALSE\nkeyUsage=critical,digitalSignature\n"
-                       "extendedKeyUsage=critical,codeSigning\n")
-        certificates.openssl("x509", "-req", "-in", request, "-CA", root + ".pem", "-CAkey",
-                             root + ".key", "-set_serial", "7", "-days", "2", "-extfile", extensions,
-                             "-out", self.certificate)
+        self.key, self.certificate = certificates.make_signer(folder, root, name, team)
 
     def sign(self, manifest):
         return command("openssl", "cms", "-sign", "-binary", "-nosmimecap", "-outform", "DER", "-md",

@@ -99,6 +99,7 @@ TESTS = {
     "tests/model": ["update", "platform/posix"],
     "tests/support": UPDATE + MODEL,
     "tests/desktop": ["app", "platform/linux/session", "platform/posix", *CONTENT],
+    "tests/faults": ["platform/linux/update", "platform/posix", "platform/qt", *UPDATE],
     "tests/fuzz": ["platform/linux/kernel", "platform/linux/update", "platform/posix", *CONTENT],
 }
 
@@ -195,6 +196,7 @@ TEST_OUTSIDE = FMT | FILE | TESTING | {
 TEST_OUTSIDE_OF = {
     "tests/report": JSON,
     "tests/desktop": QT_CORE | QT_GUI,
+    "tests/faults": QT_CORE | {"sys/uio.h"},
     "tests/platform/linux/session": QT_NETWORK,
     "tests/ui/quick": {"QtQuickTest"},
 }

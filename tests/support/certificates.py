@@ -33,3 +33,20 @@ def make_certificate(folder, authority, name, hosts, days=2):
     openssl("x509", "-req", "-in", str(request), "-CA", str(folder / f"{authority}.pem"),
             "-CAkey", str(folder / f"{authority}.key"), "-CAcreateserial", "-days", str(days),
             "-extfile", str(extensions), "-out", str(folder / f"{name}.pem"))
+
+
+def make_signer(folder, root, name, team):
+    """folder/name.key and folder/name.pem, which are given: of a team, for the signing of code, under
+    the authority of root.key and root.pem, a path without its ending (relative to the folder, or not).
+    """
+    folder = Path(folder)
+    key, certificate = folder / f"{name}.key", folder / f"{name}.pem"
+    request, extensions = folder / f"{name}.csr", folder / f"{name}.ext"
+    make_key(key)
+    openssl("req", "-new", "-key", str(key), "-subj", f"/OU={team}/CN={name}", "-out", str(request))
+    extensions.write_text("basicConstraints=critical,CA:FALSE\nkeyUsage=critical,digitalSignature\n"
+                          "extendedKeyUsage=critical,codeSigning\n")
+    openssl("x509", "-req", "-in", str(request), "-CA", str(folder / f"{root}.pem"), "-CAkey",
+            str(folder / f"{root}.key"), "-set_serial", "7", "-days", "2", "-extfile", str(extensions),
+            "-out", str(certificate))
+    return str(key), str(certificate)

@@ -1,0 +1,139 @@
+"""A kill before each system call of an installation, and each of them failing."""
+
+import os
+import signal
+
+from calls import Plan, strace
+from releases import OLD
+from trial import REPLACE, Trial, check
+
+# The errors that disks, folders and the system give, and their words where those are the updater's.
+ERRORS = {
+    "ENOSPC": "the disk is full",
+    "EIO": "the disk reported an error",
+    "EDQUOT": "the disk is full",
+    "EROFS": "the disk is read-only",
+    "EACCES": "permission denied",
+    "EXDEV": "",
+    "EMFILE": "",
+}
+QUICK_ERRORS = ("ENOSPC", "EIO")
+# What may fail of these, besides what changes something.
+READING = {
+    "open", "openat", "read", "pread64", "newfstatat", "fstat", "stat", "lstat", "statx", "getdents64", "access",
+    "faccessat", "faccessat2", "readlink", "readlinkat", "statfs", "fstatfs", "lseek", "fcntl",
+}
+
+
+class Modes:
+    """The ways of an installation: on a file system that can exchange two names, and on one that
+    cannot.
+    """
+
+    def __init__(self, context):
+        self.context = context
+        self.preloads = {"exchange": None, "two moves": context.no_exchange}
+        self.plans = {}
+        for mode in self.preloads:
+            self.plans[mode] = Plan(self.trial(mode, context.folder()))
+
+    def trial(self, mode, folder):
+        return Trial(self.context.releases, folder, preload=self.preloads[mode])
+
+
+def elsewhere(trial):
+    """A copy of the old release in a folder that has nothing to do with the installation."""
+    bundle = os.path.join(trial.folder, "elsewhere", "Korvel.app")
+    if not os.path.exists(bundle):
+        trial.releases.put(OLD, bundle)
+    return bundle
+
+
+def set_aside(trial):
+    """The old release where the installation has put it."""
+    return os.path.join(trial.work_folders()[0], "old.app")
+
+
+STARTERS = {"a copy elsewhere": elsewhere, "the old one where it lies": set_aside}
+
+
+def kill(modes, mode, call, starter):
+    def play(folder):
+        trial = modes.trial(mode, folder)
+        lines, done = strace(trial, ["-e", f"inject={call.name}:signal=KILL:when={call.number}"])
+        modes.plans[mode].check_reached(trial, lines, call)
+        check(done.returncode in (-signal.SIGKILL, 128 + signal.SIGKILL), f"exit status {done.returncode}")
+        empty = not os.path.isdir(trial.bundle)
+        check(mode == "two moves" or not empty, "there was a moment without a program in place")
+        trial.judge(starter=STARTERS[starter](trial) if empty else None)
+    return play
+
+
+def fail(modes, mode, call, error, on=""):
+    def play(folder):
+        trial = modes.trial(mode, folder)
+        lines, done = strace(trial, ["-e", f"inject={call.name}:error={error}:when={call.number}{on}"])
+        modes.plans[mode].check_reached(trial, lines, call)
+        check(done.returncode in (0, 1), f"exit status {done.returncode}: {done.stdout}{done.stderr}")
+        state = done.stdout.splitlines()[-1]
+        judge_failure(trial, state, call, error)
+    return play
+
+
+def judge_failure(trial, state, call, error):
+    said = state.removeprefix("failed: ")
+    if said.startswith(REPLACE):
+        check(REPLACE in call.phase, f"{state!r}, not {call.phase}")
+        check(ERRORS[error] in said, f"{state!r} for {error}")
+    if not os.path.isdir(trial.bundle):
+        # Even the way back failed: then it is said where the old program is.
+        old = set_aside(trial)
+        check(old in said, f"{state!r} does not say that the program is in {old}")
+        trial.judge(OLD, starter=elsewhere(trial))
+        return
+    trial.judge_state(state, call.phase)
+
+
+def leaves_empty(calls):
+    """The calls before which, without an exchange, nothing is in place."""
+    found, empty = set(), False
+    for call in calls:
+        if empty:
+            found.add(call.number if call.name == "renameat2" else (call.name, call.number))
+        if call.name == "renameat2" and "RENAME_EXCHANGE" not in call.text:
+            paths = call.text.split('"')
+            if len(paths) > 3 and paths[1].endswith("/place/Korvel.app"):
+                empty = True
+            elif len(paths) > 3 and paths[3].endswith("/place/Korvel.app"):
+                empty = False
+    return found
+
+
+def is_empty_before(call, found):
+    return (call.number if call.name == "renameat2" else (call.name, call.number)) in found
+
+
+def kill_cases(modes):
+    for mode, plan in modes.plans.items():
+        empty = leaves_empty(plan.calls) if mode == "two moves" else set()
+        for at, call in enumerate(plan.calls):
+            # Ahead of any other the disk is as it is ahead of the next that changes something.
+            quick = call.changes() or call is plan.calls[-1]
+            starters = list(STARTERS) if is_empty_before(call, empty) else [next(iter(STARTERS))]
+            for starter in starters:
+                note = f", started next: {starter}" if len(starters) > 1 else ""
+                yield (f"{mode}: killed before call {at}, {call}{note}", quick,
+                       kill(modes, mode, call, starter))
+
+
+def error_cases(modes):
+    for mode, plan in modes.plans.items():
+        for at, call in enumerate(plan.calls):
+            if call.text.startswith("1, ") or (call.name not in READING and not call.changes()):
+                continue
+            for error in ERRORS:
+                quick = mode == "exchange" and error in QUICK_ERRORS and call.changes()
+                yield (f"{mode}: {error} from call {at}, {call}", quick, fail(modes, mode, call, error))
+            if call.changes():
+                yield (f"{mode}: EIO from call {at} and from each later {call.name}, {call}",
+                       call.name.startswith("rename"), fail(modes, mode, call, "EIO", on="+"))

@@ -1,0 +1,128 @@
+"""The system calls of an installation: which there are, found by tracing one, and a fault at one of
+them. All of the program's own are numbered from its start, each name apart, which is how strace is
+told where to interfere.
+"""
+
+import os
+import re
+import shutil
+
+from trial import DIGEST, DOWNLOAD, READ, REPLACE, SIGNATURE, UNPACK, PARENT, Failure, Skip, check
+
+CALL = re.compile(r"^(\w+)\((.*)$")
+BEGIN, END = "korvel-install-begins", "korvel-install-ended"
+
+# What changes something on a file system, or says that it is to be on the disk.
+CHANGING = {
+    "write", "pwrite64", "mkdir", "mkdirat", "rename", "renameat", "renameat2", "link", "linkat", "symlink",
+    "symlinkat", "unlink", "unlinkat", "rmdir", "ftruncate", "fallocate", "fchmod", "fchmodat", "chmod", "fchown",
+    "utimensat", "fsync", "fdatasync", "syncfs", "flock", "sendfile", "copy_file_range",
+}
+DATA = {"read", "pread64", "write", "pwrite64"}
+
+
+class Call:
+    def __init__(self, name, number, text):
+        self.name, self.number, self.text = name, number, text
+        self.phase = None  # what a failure of it may say
+
+    def changes(self):
+        if self.name in ("open", "openat"):
+            return "O_CREAT" in self.text or "O_TMPFILE" in self.text
+        return self.name in CHANGING and not self.text.startswith("1, ")  # what is said is no change
+
+    def __str__(self):
+        path = arguments(self.name, self.text)[-1]
+        return f"{self.name}#{self.number} {os.path.basename(path)[:40]}"
+
+
+def plain(text, folder):
+    """The arguments of a call without what differs from run to run."""
+    text = text.split(") = ")[0].split(" <unfinished")[0].split(")  ")[0].rstrip(") ")
+    text = text.replace(folder, "")
+    text = re.sub(r"0x[0-9a-f]+", "0x", text)
+    text = re.sub(r"(defaults\.json|korvel-)\.?\w{6}\b(?!-)", r"\1", text)
+    return re.sub(r"\d{10}\.\d+", "", text)
+
+
+def arguments(name, text):
+    """The first argument and the paths. The rest is not told of a call that did not come back, or is an
+    address in its place.
+    """
+    return [text.split(",")[0], *([] if name in DATA else re.findall(r'"([^"]*)"', text))]
+
+
+def strace(trial, options, site=None):
+    """Runs an installation under strace, to its end; gives the lines of the trace and the exit."""
+    if shutil.which("strace") is None:
+        raise Skip("strace is not there")
+    trace = os.path.join(trial.folder, "trace")
+    # At the same addresses each time, so that the same calls are made.
+    words = ["setarch", "-R", "strace", "-o", trace, "-s", "300", *options]
+    if trial.preload:
+        words += ["-E", "LD_PRELOAD=" + trial.preload]
+    done = trial.run([*words, *trial.install_words(site)])
+    with open(trace, encoding="utf-8", errors="replace") as file:
+        lines = file.read().splitlines()
+    return lines, done
+
+
+def calls_of(lines, folder):
+    """The calls of the installation itself, in order."""
+    counts, found, inside = {}, [], False
+    for line in lines:
+        matched = CALL.match(line)
+        if not matched:
+            continue
+        name, text = matched.groups()
+        counts[name] = counts.get(name, 0) + 1
+        if BEGIN in line:
+            inside = True
+        elif inside:
+            found.append(Call(name, counts[name], plain(text, folder)))
+        if END in line:
+            return found
+    raise Failure("the trace does not hold the whole installation")
+
+
+def phases(calls):
+    """Tells each call the sentences that a fault at it may lead to."""
+    current = (DOWNLOAD, READ)
+    for call in calls:
+        if '"installing' in call.text:
+            current = (READ, DIGEST)
+        elif "/out" in call.text and call.name.startswith("mkdir"):
+            current = (UNPACK,)
+        elif "Manifest.p7s" in call.text and "O_RDONLY" in call.text:
+            current = (SIGNATURE,)
+        elif current == (SIGNATURE,) and call.name == "access" and "W_OK|X_OK" in call.text:
+            current = (PARENT, REPLACE)
+        call.phase = current
+    return calls
+
+
+class Plan:
+    """The calls of an undisturbed installation."""
+
+    def __init__(self, trial):
+        lines, done = strace(trial, [])
+        if done.returncode != 0:
+            if "ptrace" in done.stderr or "PTRACE" in done.stderr:
+                raise Skip("nothing can be traced here: " + done.stderr.splitlines()[0])
+            raise Failure(f"the undisturbed installation: {done.returncode} {done.stdout}{done.stderr}")
+        self.calls = phases(calls_of(lines, trial.folder))
+        trial.remove()
+
+    def check_reached(self, trial, lines, call):
+        """Sees that the fault was where it was meant to be."""
+        count = 0
+        for line in lines:
+            matched = CALL.match(line)
+            if matched and matched.group(1) == call.name:
+                count += 1
+                if count == call.number:
+                    reached, planned = (arguments(call.name, text) for text in
+                                        (plain(matched.group(2), trial.folder), call.text))
+                    check(reached == planned[:len(reached)], f"interfered at {reached}, not at {planned}")
+                    return
+        raise Failure(f"{call} was not reached")
