@@ -56,6 +56,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     statusItem_ = statusBar_.makeStatusItem();
     statusItem_->setAction(weakly(&AppDelegate::togglePopover));
     popover_ = makePopover_(*contentView_);
+    updater_->onInstalling = weakly(&AppDelegate::drawPopover);
     model_->onUpdate = weakly(&AppDelegate::updateTitle);
     model_->refresh();
     runLoop_.after(kSecondRefreshDelay, weaklyRefresh);
@@ -107,6 +108,10 @@ void AppDelegate::presentWhatsNew() {
         popover_->show(*statusItem_);
         popover_->activate();
     }
+}
+
+void AppDelegate::drawPopover() {
+    popover_->drawNow();
 }
 
 void AppDelegate::checkForUpdates() {

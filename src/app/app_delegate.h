@@ -48,6 +48,7 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
   private:
     void updateTitle();
     void presentWhatsNew();
+    void drawPopover();
     platform::MainMenu mainMenu();
 
     platform::StatusBar& statusBar_;

@@ -107,6 +107,10 @@ class Popover {
     virtual void activate() = 0;
     /// Gives the open popover the keyboard.
     virtual void makeKey() = 0;
+
+    /// Has the open popover's present content on the screen before this returns, for what is about
+    /// to hold up the main thread. No input and no timer is served meanwhile.
+    virtual void drawNow() = 0;
 };
 
 struct MenuItem {

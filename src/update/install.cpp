@@ -151,6 +151,9 @@ void Updater::abandon() {
 
 void Updater::install(const Release& release, WorkDirectory& work) {
     state = update_state::Installing{};
+    if (onInstalling) {
+        onInstalling();
+    }
     const std::string archive = work / "update.zip";
     const std::optional<platform::Sha256> digest = digest_.sha256OfFile(archive);
     if (!digest) {

@@ -52,6 +52,8 @@ class Updater : public ObservableObject, public std::enable_shared_from_this<Upd
     const std::string teamID = platform::kTeamIdentifier;
     Published<State> state{*this, update_state::Idle{}};
     Published<std::optional<platform::Date>> lastChecked{*this}; ///< when the last check ended
+    /// Called when the state says installing, before that holds up the main thread; may be empty.
+    std::function<void()> onInstalling;
     std::optional<Release> pending; ///< what the last check that found something newer found
     const std::string checkedKey = "lastUpdateCheck";
 

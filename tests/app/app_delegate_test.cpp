@@ -310,6 +310,30 @@ TEST_F(AppDelegateTest, OpeningThePopoverSamplesShowsActivatesAndTakesTheKeyboar
     EXPECT_THAT(calls(), ElementsAre("setTitle \u25cf 100"));
 }
 
+TEST_F(AppDelegateTest, AnInstallationIsDrawnBeforeItHoldsUpTheProgram) {
+    simulated.http.archive = platform::SimulatedHttp::Answer{200, "zipped", 0};
+    updater->pending = Release{"2.0", 101, "https://host/a.zip", "", "", "13.0"};
+    launch();
+    simulated.runLoop.advance(2);
+    updater->state.didSet = [this] {
+        log.push_back("state " + std::to_string(updater->state->index()));
+    };
+    updater->installPending();
+    simulated.runLoop.advance(0);
+    const CallLog seen = calls();
+    const std::string kInstalling =
+        "state " + std::to_string(Updater::State(update_state::Installing{}).index());
+    const auto installing = std::find(seen.begin(), seen.end(), kInstalling);
+    ASSERT_GE(seen.end() - installing, 2);
+    EXPECT_EQ(installing[1], "drawNow") << "before any of the work";
+    EXPECT_EQ(std::count(seen.begin(), seen.end(), "drawNow"), 1);
+
+    delegate.reset();
+    updater->installPending();
+    simulated.runLoop.advance(0);
+    EXPECT_THAT(calls(), testing::Not(testing::Contains("drawNow")));
+}
+
 TEST_F(AppDelegateTest, ClickingWhileThePopoverIsOpenClosesItWithoutASample) {
     launch();
     simulated.statusBar.click();

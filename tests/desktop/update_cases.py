@@ -7,12 +7,16 @@ import signal
 import time
 import urllib.parse
 
+import PIL.Image
+import PIL.ImageChops
+
 from cases import case, check, equal, geometry, history, opened
 from desktop import wait_for
 from popover_cases import LAUNCHER
 from remedy_cases import Services, defaults, system_bus, tooltip
 from update_site import (NEW, NOTES, OLD, PROGRAM, Releases, Signer, certificates, command,
                          contents, packed, trial)
+from wayland_cases import open_popover, wayland
 
 TOOLS = ("xfce4-panel", LAUNCHER, "unshare", "nsenter", "openssl")
 UNSIGNED = "Update is not signed by Oxbrook; refusing to install"
@@ -82,6 +86,73 @@ def update_is_found_installed_relaunched_and_greeted():
         equal([os.path.join(top, "hole") for top, _, files in os.walk(place.folder) if "hole" in files],
               [], "what a shell made of the path")
         check(not os.path.exists("/hole"), "what a shell made of the path")
+
+
+def ink(picture, strip):
+    """From which column of this strip to which there is more than its ground; None: nowhere."""
+    pixels = picture.crop(*strip).picture
+    ground = max(pixels.getcolors(2**24))[1]
+    found = PIL.ImageChops.difference(pixels, PIL.Image.new("RGB", pixels.size, ground))
+    box = found.convert("L").point([0] * 8 + [255] * 248).getbbox()
+    return box and (box[0], box[2])
+
+
+def sees_the_line_of_the_work(made, panel, in_window=False):
+    """Has the update installed by a program that stops when the work has begun, and looks at the
+    line then. `panel` tells where the popover is; its line is as far from its lower end as before.
+    The screen reader is told places on the screen, or `in_window` in the popover.
+    """
+    def strip(above, height):
+        left, top, width, tall = panel()
+        return left + 12, top + tall - above, width - 24, height
+
+    def bar():
+        """Words, and the track of a bar from there to the right: how high above the end, how tall and
+        how wide the words are.
+        """
+        _, top, width, height = made.tree.find("Downloading…").box()
+        above = panel()[3] - top if in_window else panel()[1] + panel()[3] - top
+        seen = ink(made.place.screenshot(), strip(above, height))
+        return seen and seen[1] > 0.9 * panel()[2] - 24 and (above, height, width)
+
+    with made.site.holding():
+        made.press("Update")
+        above, height, width = wait_for("the bar", bar)
+    wait_for("the stop", made.stopped)
+    time.sleep(0.3)  # for the display server, which goes on
+    picture = made.place.screenshot()
+    if os.environ.get("KORVEL_PICTURES"):
+        picture.save(os.path.join(os.environ["KORVEL_PICTURES"], "update-installing.png"))
+    first, last = ink(picture, strip(above, height)) or (0, 0)
+    check(1.5 * width < last - first < 0.7 * panel()[2],
+          f"ink from {first} to {last} of {panel()[2]}, where the words before were {width} wide")
+    os.kill(made.pid(), signal.SIGCONT)
+    made.tree.find("Update installed")
+
+
+@update_case()
+def work_is_told_on_the_screen_before_it_begins():
+    with trial(stop="unpack") as made:
+        window = made.open()
+        made.site.publish(NEW)
+        made.check()
+        made.tree.find(f"Version 1.{NEW} is available")
+        sees_the_line_of_the_work(made, lambda: geometry(made.place, window))
+
+
+@case(*TOOLS, "sway", "swaymsg", "setpriv", "grim", before=Releases.make)
+def on_wayland_work_is_told_on_the_screen_before_it_begins():
+    with trial(on=wayland(program=False), before=lambda made: made.site.publish(NEW),
+               stop="unpack", lastUpdateCheck=None) as made:
+        made.place.run(["swaymsg", "output HEADLESS-1 resolution 800x1000"])  # so that nothing scrolls
+        open_popover(made.place)
+        made.tree.find(f"Version 1.{NEW} is available")
+
+        def panel():
+            rect = made.place.windows()[0]["rect"]
+            return rect["x"], rect["y"], rect["width"], rect["height"]
+
+        sees_the_line_of_the_work(made, panel, in_window=True)
 
 
 def refused(made, version, sentence):

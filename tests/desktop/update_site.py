@@ -8,6 +8,7 @@ import json
 import os
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -99,7 +100,8 @@ class Releases:
         self.tool = os.path.join(programs, "korvel-release")
         self.root = os.path.join(build, "tests", "desktop", "trial_root")
         self.killer = os.path.join(build, "tests", "desktop", "libkorvel_kill_at_rename.so")
-        for path in (trial, self.tool, self.killer):
+        self.signaller = os.path.join(build, "tests", "desktop", "libkorvel_signal_at_step.so")
+        for path in (trial, self.tool, self.killer, self.signaller):
             if not os.path.exists(path):
                 raise Skip(f"{os.path.basename(path)} is not built")
         with open(os.path.join(build, "CMakeCache.txt"), encoding="utf-8") as file:
@@ -209,6 +211,15 @@ class Site:
             with open(path, "w", encoding="ascii") as file:
                 file.write(str(status))
 
+    @contextlib.contextmanager
+    def holding(self):
+        """Lets no more than the beginning of an archive through."""
+        path = os.path.join(self.folder, "hold")
+        with open(path, "w", encoding="ascii"):
+            pass
+        yield
+        os.remove(path)
+
     def announce(self, feed):
         with open(os.path.join(self.folder, "appcast.json"), "w", encoding="utf-8") as file:
             json.dump(feed, file)
@@ -264,6 +275,15 @@ class Trial:
         wait_for("the program's name", lambda: self.place.owner(NAME))
         return self.program
 
+    def signalled(self, number, step):
+        """The environment in which the program gets this signal at this step of an installation."""
+        return {"LD_PRELOAD": self.releases.signaller, "KORVEL_STEP": step, "KORVEL_SIGNAL": int(number)}
+
+    def stopped(self):
+        """Whether the program is stopped: it runs no more, and has not ended."""
+        with open(f"/proc/{self.pid()}/stat", encoding="utf-8") as file:
+            return file.read().rsplit(")", 1)[1].split()[0] == "T"
+
     def pid(self):
         """The process that has the program's name; None when there is none."""
         answer = self.place.call("org.freedesktop.DBus", "/org/freedesktop/DBus",
@@ -300,23 +320,25 @@ class Trial:
 
 
 @contextlib.contextmanager
-def trial(home="Programs", mounts=(), before=None, **stored):
+def trial(home="Programs", mounts=(), before=None, on=None, stop=None, **stored):
     """`before` is called with the trial before the program starts; `stored` are its settings. With
-    nothing stored about a check, the launch makes one.
+    nothing stored about a check, the launch makes one. `on` is the desktop, if not the usual one. At
+    the step `stop` of an installation the program stops.
     """
     if Releases.problem is not None:
         raise Releases.problem
-    with desktop("xfce4-panel", program=False, size="800x1000") as place:
+    with on or desktop("xfce4-panel", program=False, size="800x1000") as place:
         tree = accessible.start(place)
         place.set_defaults(**stored)
         made = Trial(place, tree, home, mounts)
         if before is not None:
             before(made)
         try:
-            made.start()
+            made.start(**made.signalled(signal.SIGSTOP, stop) if stop else {})
             yield made
         finally:
             if last := made.pid():  # after a relaunch it is no child of ours
                 with contextlib.suppress(ProcessLookupError):
-                    os.kill(last, 15)
+                    os.kill(last, signal.SIGTERM)
+                    os.kill(last, signal.SIGCONT)
                 wait_for("the end of the program", lambda: not place.owner(NAME))

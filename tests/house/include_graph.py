@@ -118,8 +118,8 @@ FMT = {"fmt/format.h"}
 JSON = {"simdjson.h"}
 FILE = {"dirent.h", "fcntl.h", "sys/stat.h", "sys/types.h", "unistd.h"}
 QT_CORE = set("""
-    QAbstractListModel QBuffer QByteArray QCoreApplication QDeadlineTimer QDir QElapsedTimer QEvent QEventLoop QFile
-    QFileInfo QHash QJsonArray QJsonDocument QJsonObject QList QMargins QMetaMethod QObject QPointer QProcess
+    QAbstractEventDispatcher QAbstractListModel QBuffer QByteArray QCoreApplication QDeadlineTimer QDir
+    QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray QJsonDocument QJsonObject QList QMargins QMetaMethod QObject QPointer QProcess
     QRect QRectF QSaveFile QSocketNotifier QStandardPaths QString QStringList QStringView QTemporaryDir QTemporaryFile
     QThread QThreadPool QTimer QUrl QVariant QVariantList QVariantMap Qt
 """.split())
@@ -148,8 +148,8 @@ OPENSSL = {
 }
 APPLE = set("""
     AppKit/AppKit.h CommonCrypto/CommonDigest.h CoreFoundation/CoreFoundation.h Foundation/Foundation.h
-    IOKit/pwr_mgt/IOPMLib.h UserNotifications/UserNotifications.h libproc.h mach/mach.h objc/runtime.h
-    sys/mount.h sys/param.h sys/resource.h sys/sysctl.h sys/time.h
+    IOKit/pwr_mgt/IOPMLib.h QuartzCore/QuartzCore.h UserNotifications/UserNotifications.h libproc.h mach/mach.h
+    objc/runtime.h sys/mount.h sys/param.h sys/resource.h sys/sysctl.h sys/time.h
 """.split())
 
 # room -> outside headers that it may know, besides the standard library's.

@@ -2,6 +2,7 @@
 
 #import <AppKit/AppKit.h>
 #import <Foundation/Foundation.h>
+#import <QuartzCore/QuartzCore.h>
 #import <UserNotifications/UserNotifications.h>
 #include <objc/runtime.h>
 
@@ -168,6 +169,9 @@ std::vector<Declared> declaredMethods() {
         KORVEL_INSTANCE(NSText, cut:, [it cut:exactly(sender)], id sender),
         KORVEL_INSTANCE(NSText, paste:, [it paste:exactly(sender)], id sender),
         KORVEL_INSTANCE(NSText, selectAll:, [it selectAll:exactly(sender)], id sender),
+
+        // QuartzCore
+        KORVEL_CLASS(CATransaction, flush, [CATransaction flush]),
 
         // UserNotifications
         KORVEL_INSTANCE(UNMutableNotificationContent, setBody:, [it setBody:exactly(text)], NSString* text),

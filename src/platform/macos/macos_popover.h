@@ -27,6 +27,8 @@ class MacosPopover final : public Popover {
     bool shown() const override;
     void activate() override;
     void makeKey() override;
+    /// Of a view that has been painted.
+    void drawNow() override;
 
   private:
     struct Parts;

@@ -1,6 +1,7 @@
 #include "platform/macos/macos_popover.h"
 
 #import <AppKit/AppKit.h>
+#import <QuartzCore/QuartzCore.h>
 
 #include <utility>
 
@@ -100,6 +101,10 @@ void MacosPopover::activate() {
 
 void MacosPopover::makeKey() {
     [parts_->controller.view.window makeKeyAndOrderFront:nil];
+}
+
+void MacosPopover::drawNow() {
+    [CATransaction flush]; // what layers were given is otherwise committed by the run loop
 }
 
 } // namespace korvel::platform

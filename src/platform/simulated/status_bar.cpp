@@ -96,6 +96,10 @@ void SimulatedPopover::makeKey() {
     note("makeKey");
 }
 
+void SimulatedPopover::drawNow() {
+    note("drawNow");
+}
+
 void SimulatedPopover::clickOutside() {
     become(false);
 }

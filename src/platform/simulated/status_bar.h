@@ -46,6 +46,7 @@ class SimulatedPopover final : public Popover, public Logging {
     bool shown() const override { return shown_; }
     void activate() override;
     void makeKey() override;
+    void drawNow() override;
 
     /// The user clicks elsewhere: an open popover closes by itself.
     void clickOutside();

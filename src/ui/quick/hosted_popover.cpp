@@ -59,6 +59,11 @@ void HostedPopover::makeKey() {
     }
 }
 
+void HostedPopover::drawNow() {
+    views_.drawNow();
+    host_.popover->drawNow();
+}
+
 void HostedPopover::loaded() {
     connect(views_.window()->rootObject(), &QQuickItem::heightChanged, this,
             &HostedPopover::resize);

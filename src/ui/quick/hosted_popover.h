@@ -35,6 +35,7 @@ class HostedPopover final : public QObject, public platform::Popover {
     bool shown() const override;
     void activate() override;
     void makeKey() override;
+    void drawNow() override;
 
   private:
     void loaded();

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <QAbstractEventDispatcher>
+#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -32,10 +34,7 @@ void PopoverViews::prepare() {
     if (!view_) {
         load();
     }
-    frame_.setAnimated(false);
-    render();
-    Q_EMIT frame_.layOut();
-    frame_.setAnimated(true);
+    renderInPlace();
     fit();
 }
 
@@ -51,6 +50,18 @@ void PopoverViews::hide() {
         view_->releaseResources();
         unloading_.start();
     }
+}
+
+void PopoverViews::drawNow() {
+    if (!shown_) {
+        return;
+    }
+    renderInPlace();
+    view_->update();
+    QEvent request(QEvent::UpdateRequest);
+    QCoreApplication::sendEvent(view_.get(), &request);
+    // Some platforms send what was painted only when the event loop is about to wait.
+    Q_EMIT QAbstractEventDispatcher::instance()->aboutToBlock();
 }
 
 void PopoverViews::fit() {
@@ -110,6 +121,14 @@ void PopoverViews::contentWillChange() {
             }
         },
         Qt::QueuedConnection);
+}
+
+/// With each piece in its place at once, and no change seen to happen.
+void PopoverViews::renderInPlace() {
+    frame_.setAnimated(false);
+    render();
+    Q_EMIT frame_.layOut();
+    frame_.setAnimated(true);
 }
 
 void PopoverViews::render() {

@@ -49,6 +49,9 @@ class PopoverViews final : public QObject {
     void show();
     /// Also where they were prepared and then not shown.
     void hide();
+    /// While they are shown: has the content of now painted, and the display server told of it,
+    /// before this returns. In the size that the window has.
+    void drawNow();
     bool shown() const { return shown_; }
 
     /// Their window; null while they are not loaded.
@@ -70,6 +73,7 @@ class PopoverViews final : public QObject {
     void unload();
     void contentWillChange();
     void render();
+    void renderInPlace();
 
     ContentView& root_;
     Options options_;

@@ -96,6 +96,10 @@ void WindowPopover::makeKey() {
     }
 }
 
+void WindowPopover::drawNow() {
+    views_.drawNow();
+}
+
 bool WindowPopover::eventFilter(QObject* watched, QEvent* event) {
     if (watched == views_.window() && event->type() == QEvent::Close) { // by the window manager
         event->ignore();

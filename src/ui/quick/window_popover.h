@@ -40,6 +40,7 @@ class WindowPopover final : public QObject, public platform::Popover {
     bool shown() const override;
     void activate() override;
     void makeKey() override;
+    void drawNow() override;
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 

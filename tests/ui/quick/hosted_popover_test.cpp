@@ -51,6 +51,7 @@ class DesktopPopover final : public platform::Popover {
     bool shown() const override { return desktop_.shown; }
     void activate() override { desktop_.asked.emplace_back("activate"); }
     void makeKey() override { desktop_.asked.emplace_back("makeKey"); }
+    void drawNow() override { desktop_.asked.emplace_back("drawNow"); }
 
   private:
     Desktop& desktop_;
@@ -171,6 +172,20 @@ TEST_F(Hosted, ClosesWithTheEscapeKey) {
     QCoreApplication::sendEvent(view(), &escape);
     EXPECT_THAT(desktop.asked, ElementsAre("content", "show", "close"));
     EXPECT_FALSE(popover.shown());
+}
+
+TEST_F(Hosted, DrawsWhatTheDesktopThenShows) {
+    popover.show(*item);
+    QCoreApplication::processEvents();
+    int swapped = 0;
+    QObject::connect(view(), &QQuickWindow::frameSwapped, [&] {
+        ++swapped;
+        desktop.asked.emplace_back("painted");
+    });
+    stage.show(strainedReading());
+    popover.drawNow();
+    EXPECT_EQ(swapped, 1);
+    EXPECT_THAT(desktop.asked, ElementsAre("content", "show", "painted", "drawNow"));
 }
 
 TEST_F(Hosted, TakesTheKeyboardOnlyWhileItIsOpen) {

@@ -3,9 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QImage>
 #include <QKeyEvent>
+#include <QPixmap>
 #include <QQuickItem>
 #include <QQuickView>
+#include <QScreen>
+#include <QTimer>
 
 #include "ui/quick/scenes.h"
 
@@ -80,6 +84,41 @@ TEST_F(Views, OfManyChangesInOneTurnOneIsRendered) {
     stage.show(fairReading());
     turn();
     EXPECT_EQ(rendered, 2);
+}
+
+TEST_F(Views, AreOnTheScreenAtOnceWhenTheyAreDrawnNow) {
+    using namespace update_state;
+    stage.simulated.updater->state = Downloading{};
+    views.prepare();
+    views.show();
+    turn();
+    const auto screen = [this] {
+        return views.window()->screen()->grabWindow(views.window()->winId()).toImage();
+    };
+    const QImage downloading = screen();
+    int turns = 0;
+    QTimer::singleShot(0, [&] { ++turns; });
+    stage.simulated.updater->state = Installing{};
+    EXPECT_EQ(screen(), downloading);
+    views.drawNow();
+    const QImage drawn = screen();
+    EXPECT_NE(drawn, downloading);
+    EXPECT_EQ(turns, 0);
+    EXPECT_EQ(rendered, 0);
+    turn();
+    EXPECT_EQ(screen(), drawn) << "what was drawn is what a turn of the run loop draws";
+    EXPECT_EQ(turns, 1);
+}
+
+TEST_F(Views, AreNotDrawnWhileTheyAreHidden) {
+    views.drawNow();
+    EXPECT_EQ(views.window(), nullptr);
+    views.prepare();
+    int swapped = 0;
+    QObject::connect(views.window(), &QQuickWindow::frameSwapped, [&] { ++swapped; });
+    stage.show(strainedReading());
+    views.drawNow();
+    EXPECT_EQ(swapped, 0);
 }
 
 TEST_F(Views, RenderNothingWhileTheyAreHidden) {
