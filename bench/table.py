@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Sets the figures of one run beside their limits, as a table in Markdown.
 
-    table.py BENCHMARKS.json PROGRAMS.json
+    table.py BENCHMARKS.json PROGRAMS.json CARRIED.json
 """
 
 import json
@@ -13,6 +13,8 @@ def main():
         benchmarks = {b["name"]: b for b in json.load(file)["benchmarks"]}
     with open(sys.argv[2], encoding="utf-8") as file:
         programs = json.load(file)
+    with open(sys.argv[3], encoding="utf-8") as file:
+        carried = json.load(file)
     rows = []
 
     def row(what, value, limit, unit):
@@ -51,6 +53,13 @@ def main():
     row("launch to the first title in the tray "
         f"(asking for it takes {programs['question_ms']:.0f} ms of that)",
         programs["launch_ms"], 150, "ms")
+    own, system = carried["carried"], carried["system"]
+    row("launch with the libraries of a release, against the system's "
+        f"({own['launch_ms']:.0f} and {system['launch_ms']:.0f} ms)",
+        own["launch_ms"] / system["launch_ms"], 1.3, "x")
+    row("private dirty more with the libraries of a release "
+        f"({own['private_dirty_mib']:.2f} and {system['private_dirty_mib']:.2f} MiB)",
+        own["private_dirty_mib"] - system["private_dirty_mib"], 2, "MiB")
     row("a simulated day", programs["sim_day_s"], 2, "s")
 
     print("| what | measured | limit | of the limit |")

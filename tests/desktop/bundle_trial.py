@@ -82,9 +82,9 @@ class Trial:
         subprocess.run(["unzip", "-q", releases.archive(OLD), "-d", os.path.dirname(self.bundle)], check=True)
         program = Program(place, command=[os.path.join(self.bundle, PROGRAM)])
         wait_for_icon(place)
+        place.xdotool("mousemove", 400, 5)  # where no tip is shown
         place.activate()
         opened(place)
-        place.xdotool("mousemove", 5, 995)  # so that no tip is shown
         tree.find(f"Version 1.{NEW} is available")
         check_libraries(self.pid(), self.bundle, VIEWS | NETWORK)
         self.picture("started")
