@@ -9,7 +9,7 @@ from cases import Program, case, check, desktop, equal, wait_for_icon
 from desktop import wait_for
 from remedy_cases import NAME
 from update_cases import quit_program, refused, update_case
-from update_site import NEW, OLD, PROGRAM, Skip, packed, trial
+from update_site import NEW, OLD, PROGRAM, packed, trial
 
 NO_RUN = "Could not replace the app: “Korvel.app” can’t run here: "
 
@@ -32,11 +32,8 @@ def copies(place):
 @update_case()
 def relaunch_waits_for_a_copy_that_is_slow_to_end():
     with trial(seenBuild={"integer": int(OLD)}) as made:
-        slow = os.path.join(os.path.dirname(made.releases.killer), "libkorvel_slow_history.so")
-        if not os.path.exists(slow):
-            raise Skip("libkorvel_slow_history.so is not built")
         quit_program(made)
-        made.start(LD_PRELOAD=slow, KORVEL_SLOW_SECONDS="3")
+        made.start(LD_PRELOAD=made.releases.preloaded("slow_history"), KORVEL_SLOW_SECONDS="3")
         made.site.publish(NEW)
         made.open()
         made.check()

@@ -1,9 +1,15 @@
 // Preloaded into the program, it sends it a signal at a step of an installation.
 //
 // KORVEL_SIGNAL is the signal's number, KORVEL_STEP the step:
-//     unpack     ahead of the folder that the archive is unpacked into
+//     unpack      ahead of the folder that the archive is unpacked into
+//     exchange    after the exchange of two bundles
+//     move aside  after the running bundle was moved aside
+//     move in     after the new one was moved into its place
+// With KORVEL_EXCHANGES=0 no file system can exchange two names.
 
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
@@ -14,11 +20,14 @@
 
 namespace {
 
+std::string_view variable(const char* name) {
+    const char* const value = std::getenv(name);
+    return value == nullptr ? "" : value;
+}
+
 void passStep(std::string_view step) {
-    const char* const wanted = std::getenv("KORVEL_STEP");
-    const char* const signal = std::getenv("KORVEL_SIGNAL");
-    if (wanted != nullptr && signal != nullptr && wanted == step) {
-        ::kill(::getpid(), std::atoi(signal));
+    if (variable("KORVEL_STEP") == step) {
+        ::kill(::getpid(), std::atoi(variable("KORVEL_SIGNAL").data()));
     }
 }
 
@@ -29,4 +38,20 @@ extern "C" int mkdir(const char* path, mode_t mode) noexcept {
         passStep("unpack");
     }
     return static_cast<int>(::syscall(SYS_mkdirat, AT_FDCWD, path, mode));
+}
+
+extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
+                         unsigned flags) noexcept {
+    const bool exchanges = (flags & RENAME_EXCHANGE) != 0;
+    if (exchanges && variable("KORVEL_EXCHANGES") == "0") {
+        errno = EINVAL;
+        return -1;
+    }
+    const long result = ::syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags);
+    if (result == 0 && std::string_view(to).ends_with(".app")) {
+        passStep(exchanges                                    ? "exchange"
+                 : std::string_view(to).ends_with("/old.app") ? "move aside"
+                                                              : "move in");
+    }
+    return static_cast<int>(result);
 }

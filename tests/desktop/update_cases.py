@@ -1,9 +1,12 @@
 """Updates from a real server, installed by the real program into its own bundle."""
 
+import fcntl
 import json
 import os
+import re
 import shutil
 import signal
+import stat
 import time
 import urllib.parse
 
@@ -60,7 +63,7 @@ def update_is_found_installed_relaunched_and_greeted():
         keep_picture(place, "update-installed.png")
         equal(made.pid(), old, "the process")
         check(made.is_release(NEW), "another bundle than was published is in place")
-        equal(made.leftovers(), [], "left in the temporary folder")
+        equal(made.leftovers(), [], "left behind")
         equal(defaults(place)["pendingReleaseNotes"], {"string": NOTES}, "what is handed over")
 
         made.press("Relaunch")
@@ -157,14 +160,14 @@ def on_wayland_work_is_told_on_the_screen_before_it_begins():
 
 def refused(made, version, sentence):
     """Sees the release that is offered refused with this sentence, and nothing changed."""
-    before, process = contents(made.bundle), made.pid()
+    before, process = contents(made.installed), made.pid()
     made.check()
     made.tree.find(f"Version {version} is available")
     made.press("Update")
     made.tree.find(sentence)
     equal(made.pid(), process, f"{version}: the process")
-    equal(contents(made.bundle), before, f"{version}: the bundle")
-    equal(made.leftovers(), [], f"{version}: left in the temporary folder")
+    equal(contents(made.installed), before, f"{version}: the bundle")
+    equal(made.leftovers(), [], f"{version}: left behind")
     check("pendingReleaseNotes" not in defaults(made.place), f"{version}: notes are handed over")
 
 
@@ -325,72 +328,138 @@ def check_from_the_menu_tells_what_the_server_does():
         made.tree.find(f"Version 1.{NEW} is available")
 
 
-def tmpfs(size):
-    return f"mount -t tmpfs -o size={size},mode=1777 tmpfs {{trial.temporary}}"
+def installs(made, version):
+    """Has the offered release installed."""
+    made.check()
+    made.tree.find(f"Version {version} is available")
+    made.press("Update")
+    made.tree.find("Update installed")
+    equal(made.leftovers(), [], f"{version}: left behind")
 
 
 @update_case()
-def temporary_folder_on_another_file_system_serves_as_well():
-    with trial(mounts=[tmpfs("200m")]) as made:
+def release_older_than_the_one_installed_and_not_yet_started_is_refused():
+    with trial() as made:
+        folder = os.path.join(made.place.folder, "newest")
+        bundle = os.path.join(folder, "Korvel.app")
+        shutil.copytree(made.releases.bundles[NEW], bundle, symlinks=True)
+        path = os.path.join(bundle, "Contents/Info.plist")
+        with open(path, encoding="utf-8") as file:
+            text = file.read()
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(text.replace(f"<string>{NEW}</string>", "<string>102</string>"))
+        made.releases.seal(bundle, made.releases.team)
         made.open()
+        made.site.offer("1.102", packed(folder), build=102)
+        installs(made, "1.102")
+        newest = contents(bundle)
+        equal(contents(made.installed), newest, "the bundle")
         made.site.publish(NEW)
         made.check()
         made.tree.find(f"Version 1.{NEW} is available")
         made.press("Update")
-        made.tree.find("Update installed")
-        check(made.is_release(NEW), "another bundle than was published is in place")
-        equal(os.listdir(os.path.dirname(made.bundle)), ["Korvel.app"], "beside the bundle")
-        equal(made.leftovers(), [], "left in the temporary folder")
+        made.tree.find(UNSIGNED)
+        equal(contents(made.installed), newest, "the bundle")
+        equal(made.leftovers(), [], "left behind")
+
+
+def tmpfs(size, folder):
+    return f"mount -t tmpfs -o size={size},mode=1777 tmpfs {folder}"
 
 
 @update_case()
-def full_disk_fails_the_update_and_nothing_is_left():
-    with trial(mounts=[tmpfs("16m")]) as made:
-        archive = os.path.getsize(made.releases.archive(NEW))
-        bundle = sum(os.path.getsize(os.path.join(top, name))
-                     for top, _, files in os.walk(made.releases.bundles[NEW]) for name in files)
+def update_takes_no_room_in_the_temporary_folder():
+    with trial(mounts=[tmpfs("8k", "{trial.temporary}")]) as made:
         made.open()
-        for size, sentence in ((archive + bundle // 2, "Update could not be unpacked"),
-                               (archive // 2, "Download failed")):
-            command(*made.site.inside("mount", "-o", f"remount,size={size}", made.temporary))
-            made.site.publish(NEW, version=f"4.{size}")
-            refused(made, f"4.{size}", sentence)
+        made.site.publish(NEW)
+        installs(made, "1." + NEW)
+        check(made.is_release(NEW), "another bundle than was published is in place")
 
 
-def bundles_on_disk(made):
-    """Where there are bundles, whole or in part, and which release each is; None: it is in part."""
-    found = {}
-    for top in (os.path.dirname(made.bundle), made.site.path(made.temporary)):
-        for folder, folders, _ in os.walk(top):
-            for name in [name for name in folders if ".app" in name]:
-                folders.remove(name)
-                path = os.path.join(folder, name)
-                if path == made.bundle:
-                    where = "in place"
-                elif name.startswith("."):
-                    where = "hidden beside " + ("the place" if folder == top else os.path.basename(folder))
-                else:
-                    where = name
-                found[where] = next((n for n in (OLD, NEW) if made.is_release(n, path)), None)
-    return found
+@update_case()
+def full_disk_under_the_bundle_fails_the_update_and_nothing_is_left():
+    kept = "{trial.place.folder}/kept"
+    with trial(mounts=[tmpfs("200m", "{trial.temporary}"), f"mkdir {kept}",
+                       f"mount --bind {{trial.home}} {kept}", tmpfs("100m", "{trial.home}"),
+                       f"cp -a {kept}/. {{trial.home}}"]) as made:
+        home = made.site.path(made.home)
+        disk = os.statvfs(home)
+        bundle = (disk.f_blocks - disk.f_bfree) * disk.f_frsize
+        archive = os.path.getsize(made.releases.archive(NEW))
+        made.open()
+        for room, sentence in ((archive // 2, "Download failed"),
+                               (archive + bundle // 2, "Update could not be unpacked")):
+            command(*made.site.inside("mount", "-o", f"remount,size={bundle + room}", made.home))
+            made.site.publish(NEW, version=f"4.{room}")
+            refused(made, f"4.{room}", sentence)
+        # With the room of one more bundle and its archive there is no more to ask for.
+        room = archive + bundle + 2**18
+        command(*made.site.inside("mount", "-o", f"remount,size={bundle + room}", made.home))
+        made.site.publish(NEW, version="4.good")
+        installs(made, "4.good")
+        check(made.is_release(NEW), "another bundle than was published is in place")
 
 
-def kill_at(made, point):
-    """Kills the program at this point of the moves and tells what is on the disk then."""
-    made.start(LD_PRELOAD=made.releases.killer, KORVEL_KILL_AT=point)
-    made.open()
-    made.check()
-    made.press("Update")
-    equal(made.program.exit_status(), -signal.SIGKILL, f"exit status at point {point}")
-    wait_for("the item gone", lambda: not made.place.items())
-    return bundles_on_disk(made)
+@update_case()
+def quit_during_a_download_leaves_nothing():
+    with trial() as made:
+        made.open()
+        made.site.publish(NEW)
+        made.check()
+        made.tree.find(f"Version 1.{NEW} is available")
+        with made.site.holding():
+            made.press("Update")
+            made.tree.find("Downloading…")
+            folder, = made.leftovers()
+            check(re.fullmatch(r"\.korvel-update-[0-9A-F-]{36}", folder), f"it works in {folder}")
+            mode = stat.S_IMODE(os.stat(os.path.join(made.home, folder)).st_mode)
+            equal(oct(mode), "0o700", "who may look into it")
+            quit_program(made)
+        equal(made.leftovers(), [], "left behind")
+        check(made.is_release(OLD), "another bundle is in place")
+
+
+def stale(folder, name):
+    """A folder as an installation leaves it that was killed while nothing was in place."""
+    path = os.path.join(folder, name)
+    os.makedirs(os.path.join(path, "out/Korvel.app/Contents"))
+    for inside in ("korvel-work", "update.zip", "out/Korvel.app/Contents/Info.plist"):
+        with open(os.path.join(path, inside), "w", encoding="ascii") as file:
+            file.write(os.path.join(folder, "Elsewhere.app"))
+    return path
+
+
+@update_case()
+def launch_removes_what_installations_left_and_follows_no_link():
+    names = [f"korvel-update-0123ABCD-0000-4000-8000-00000000000{n}" for n in range(3)]
+
+    def prepare(made):
+        made.gone = [stale(made.home, "." + names[0]), stale(made.temporary, names[0])]
+        made.kept = [stale(made.home, f".{names[0]}-mine"), stale(made.temporary, "korvel-update-"),
+                     stale(made.home, "." + names[1]), stale(made.home, "treasure")]
+        os.mkdir(os.path.join(made.kept[3], "old.app"))
+        made.links = [os.path.join(made.home, "." + names[2]), os.path.join(made.temporary, names[2])]
+        for link in made.links:
+            os.symlink(made.kept[3], link)
+        # One that another copy is at work in.
+        made.work = open(os.path.join(made.kept[2], "korvel-work"), "r+", encoding="ascii")
+        fcntl.flock(made.work, fcntl.LOCK_EX)
+        made.before = [contents(path) for path in made.kept]
+
+    with trial(before=prepare) as made:
+        equal([os.path.exists(path) for path in made.gone], [False, False], "what is stale is there")
+        equal([contents(path) for path in made.kept], made.before, "what is not stale")
+        equal([os.readlink(link) for link in made.links], [made.kept[3]] * 2, "the links")
+        quit_program(made)
+        made.work.close()
+        made.start()
+        check(not os.path.exists(made.kept[2]), "what the other copy left is there")
 
 
 def start_over(made):
-    for name in made.leftovers():
-        shutil.rmtree(os.path.join(made.site.path(made.temporary), name))
-    shutil.rmtree(os.path.dirname(made.bundle))
-    os.mkdir(os.path.dirname(made.bundle))
+    for folder in (made.home, made.temporary):
+        for name in os.listdir(folder):
+            shutil.rmtree(os.path.join(folder, name))
     made.put_old()
 
 
@@ -400,36 +469,35 @@ def quit_program(made):
 
 
 @update_case()
-def killed_during_the_swap_there_is_a_way_back():
+def killed_in_the_change_the_next_start_sees_to_it():
     with trial() as made:
         made.site.publish(NEW)
-        quit_program(made)
-        for point, expected in (
-                ("1", {"in place": OLD, "Korvel.app": NEW}),
-                ("4", {"in place": NEW, "old.app": OLD}),
-                ("2", {"old.app": OLD, "Korvel.app": NEW})):
+        for step, exchanges, left in (("exchange", True, NEW), ("move aside", False, None),
+                                      ("move in", False, NEW)):
+            quit_program(made)
             start_over(made)
-            equal(kill_at(made, point), expected, f"bundles at point {point}")
-        work = os.path.join(made.temporary, *made.leftovers())
-        old = os.path.join(work, "old.app")
-        made.start(old)  # from where it lies
-        equal(os.readlink(f"/proc/{made.pid()}/exe"), os.path.join(old, PROGRAM), "what runs")
-        quit_program(made)
-        os.rename(old, made.bundle)
-        made.start()
-        equal(os.readlink(f"/proc/{made.pid()}/exe"), os.path.join(made.bundle, PROGRAM), "what runs")
+            made.start(**made.signalled(signal.SIGKILL, step), KORVEL_EXCHANGES=int(exchanges))
+            made.open()
+            made.check()
+            made.press("Update")
+            equal(made.program.exit_status(), -signal.SIGKILL, f"{step}: exit status")
+            wait_for("the item gone", lambda: not made.place.items())
+            equal(os.listdir(made.home) == ["Korvel.app"], False, f"{step}: nothing is left")
+            equal(made.is_release(left) if left else os.path.exists(made.bundle), bool(left),
+                  f"{step}: whether a bundle is in place")
+            made.start(made.releases.bundles[NEW])  # any copy
+            check(made.is_release(left or OLD), f"{step}: another bundle is in place")
+            quit_program(made)
+            made.start()
+            equal(made.leftovers(), [], f"{step}: left behind")
 
 
 @update_case()
-def killed_during_the_swap_across_file_systems_there_is_a_way_back():
-    with trial(mounts=[tmpfs("200m")]) as made:
-        made.site.publish(NEW)
+def file_system_that_cannot_exchange_serves_as_well():
+    with trial() as made:
         quit_program(made)
-        for point, expected in (
-                ("4", {"in place": OLD, "old.app": OLD, "Korvel.app": NEW}),
-                ("6", {"hidden beside the place": OLD, "old.app": OLD, "Korvel.app": NEW}),
-                ("9", {"hidden beside the place": NEW, "old.app": OLD, "Korvel.app": NEW}),
-                ("10", {"in place": NEW, "old.app": OLD, "Korvel.app": NEW})):
-            start_over(made)
-            equal(kill_at(made, point), expected, f"bundles at point {point}")
-        made.start()
+        made.start(**made.signalled(signal.SIGKILL, "exchange"), KORVEL_EXCHANGES=0)
+        made.open()
+        made.site.publish(NEW)
+        installs(made, "1." + NEW)
+        check(made.is_release(NEW), "another bundle than was published is in place")

@@ -99,9 +99,8 @@ class Releases:
         trial = os.path.join(programs, "korvel_trial")
         self.tool = os.path.join(programs, "korvel-release")
         self.root = os.path.join(build, "tests", "desktop", "trial_root")
-        self.killer = os.path.join(build, "tests", "desktop", "libkorvel_kill_at_rename.so")
-        self.signaller = os.path.join(build, "tests", "desktop", "libkorvel_signal_at_step.so")
-        for path in (trial, self.tool, self.killer, self.signaller):
+        self.preloads = os.path.join(build, "tests", "desktop")
+        for path in (trial, self.tool):
             if not os.path.exists(path):
                 raise Skip(f"{os.path.basename(path)} is not built")
         with open(os.path.join(build, "CMakeCache.txt"), encoding="utf-8") as file:
@@ -142,6 +141,13 @@ class Releases:
         os.mkdir(unpacked)
         command(self.tool, "unpack", self.archive(number), unpacked)
         self.bundles[number] = os.path.join(unpacked, "Korvel.app")
+
+    def preloaded(self, name):
+        """A library that changes what the program that it is preloaded into does."""
+        path = os.path.join(self.preloads, f"libkorvel_{name}.so")
+        if not os.path.exists(path):
+            raise Skip(f"{os.path.basename(path)} is not built")
+        return path
 
     def archive(self, number):
         return os.path.join(self.folder, number, f"Korvel-1.{number}-{number}.zip")
@@ -229,11 +235,11 @@ class Site:
         shutil.copy(self.releases.archive(number), os.path.join(self.folder, "archives"))
         self.announce({**self.releases.feed(number), **changed})
 
-    def offer(self, version, data):
-        """Some bytes as the release NEW, shown as this version."""
+    def offer(self, version, data, build=NEW):
+        """Some bytes as the release NEW, shown as this version, or as that of another build."""
         with open(os.path.join(self.folder, "archives", version + ".zip"), "wb") as file:
             file.write(data)
-        self.announce({**self.releases.feed(NEW), "version": version,
+        self.announce({**self.releases.feed(NEW), "version": version, "build": int(build),
                        "url": f"https://{self.releases.host}/archives/{version}.zip",
                        "sha256": hashlib.sha256(data).hexdigest()})
 
@@ -256,13 +262,15 @@ class Trial:
     def __init__(self, place, tree, home, mounts):
         self.place, self.tree = place, tree
         self.releases = Releases.shared
-        self.bundle = os.path.join(place.folder, home, "Korvel.app")
+        self.home = os.path.join(place.folder, home)
+        self.bundle = os.path.join(self.home, "Korvel.app")
         self.temporary = os.path.join(place.folder, "temporary")
         os.mkdir(self.temporary)
         place.environment["TMPDIR"] = self.temporary
-        os.makedirs(os.path.dirname(self.bundle))
+        os.makedirs(self.home)
         self.put_old()
         self.site = Site(place, self.releases, [mount.format(trial=self) for mount in mounts])
+        self.installed = self.site.path(self.bundle)
         self.program = None
 
     def put_old(self):
@@ -277,7 +285,8 @@ class Trial:
 
     def signalled(self, number, step):
         """The environment in which the program gets this signal at this step of an installation."""
-        return {"LD_PRELOAD": self.releases.signaller, "KORVEL_STEP": step, "KORVEL_SIGNAL": int(number)}
+        return {"LD_PRELOAD": self.releases.preloaded("signal_at_step"), "KORVEL_STEP": step,
+                "KORVEL_SIGNAL": int(number)}
 
     def stopped(self):
         """Whether the program is stopped: it runs no more, and has not ended."""
@@ -310,12 +319,13 @@ class Trial:
         return bool(self.tree.nodes(lambda node: node.name == text))
 
     def leftovers(self):
-        folder = self.site.path(self.temporary)
-        return [name for name in os.listdir(folder) if name.startswith("korvel")]
+        """What there is beside the bundle, and what of ours in the temporary folder."""
+        return [*(name for name in os.listdir(self.site.path(self.home)) if name != "Korvel.app"),
+                *(name for name in os.listdir(self.site.path(self.temporary)) if "korvel" in name)]
 
     def is_release(self, number, bundle=None):
         """Whether there is exactly this release: whole, unchanged and nothing else."""
-        bundle = bundle or self.bundle
+        bundle = bundle or self.installed
         return os.path.isdir(bundle) and contents(bundle) == contents(self.releases.bundles[number])
 
 
