@@ -78,7 +78,7 @@ bool SingleInstance::acquireName(Start start) {
         const BusObject running(bus, busName(), objectPath(),
                                 QStringLiteral("org.freedesktop.Application"));
         running.ask("Activate", {QVariantMap()}, loop, [&loop](const QDBusMessage& answer) {
-            // It does not answer when it has ended; then the name is about to come.
+            // An error is no answer: it is about to end, or has ended, and then the name comes.
             if (answer.type() != QDBusMessage::ErrorMessage) {
                 loop.quit();
             }

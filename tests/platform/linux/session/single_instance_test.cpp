@@ -61,6 +61,7 @@ class OtherProgram : public QObject, protected QDBusContext {
         losesItsName, ///< while the call is on its way: the bus answers in its place
         dies,         ///< without an answer
         hangs,
+        refuses,
     };
     std::atomic<Way> way = Way::answers;
 
@@ -71,6 +72,8 @@ class OtherProgram : public QObject, protected QDBusContext {
             connection().unregisterService(kName);
             sendErrorReply(QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner"),
                            QStringLiteral("Name does not exist"));
+        } else if (way == Way::refuses) {
+            sendErrorReply(QDBusError::Failed);
         } else if (way != Way::answers) {
             setDelayedReply(true);
         }
@@ -146,12 +149,28 @@ TEST_F(SingleInstanceTest, OneThatDiesInsteadOfAnsweringIsReplaced) {
     EXPECT_EQ(owner(), self());
 }
 
-TEST_F(SingleInstanceTest, OneThatHangsAndThenEndsIsReplaced) {
+TEST_F(SingleInstanceTest, OneThatDoesNotComeToTheFrontAndThenEndsIsReplaced) {
+    for (const auto way : {OtherProgram::Way::hangs, OtherProgram::Way::refuses}) {
+        OtherProgram other;
+        other.way = way;
+        SingleInstance next([] {}, {.answer = std::chrono::milliseconds(5000), .end = {}});
+        QTimer::singleShot(100, &next, [&other] { other.leave(); });
+        EXPECT_TRUE(next.acquire(Start::ordinary));
+        EXPECT_EQ(owner(), self());
+        QDBusConnection::sessionBus().interface()->unregisterService(kName);
+        QDBusConnection::sessionBus().unregisterObject(kPath);
+    }
+}
+
+TEST_F(SingleInstanceTest, AnotherNameThatComesMeanwhileIsNotTheProgramsName) {
     OtherProgram other;
     other.way = OtherProgram::Way::hangs;
-    QTimer::singleShot(100, &instance_, [&other] { other.leave(); });
-    EXPECT_TRUE(instance_.acquire(Start::ordinary));
-    EXPECT_EQ(owner(), self());
+    SingleInstance next([] {}, {.answer = std::chrono::milliseconds(300), .end = {}});
+    const QString another = kName + QStringLiteral(".another");
+    QTimer::singleShot(
+        10, &next, [&] { EXPECT_TRUE(QDBusConnection::sessionBus().registerService(another)); });
+    EXPECT_FALSE(next.acquire(Start::ordinary));
+    QDBusConnection::sessionBus().unregisterService(another);
 }
 
 TEST_F(SingleInstanceTest, OneThatHangsIsLeftAlone) {
@@ -164,8 +183,9 @@ TEST_F(SingleInstanceTest, OneThatHangsIsLeftAlone) {
 
 TEST_F(SingleInstanceTest, OneThatRelaunchesIsWaitedForAndNotActivated) {
     OtherProgram other;
-    QTimer::singleShot(100, &instance_, [&other] { other.leave(); });
-    EXPECT_TRUE(instance_.acquire(Start::relaunch));
+    SingleInstance next([] {}, {.answer = {}, .end = std::chrono::milliseconds(5000)});
+    QTimer::singleShot(100, &next, [&other] { other.leave(); });
+    EXPECT_TRUE(next.acquire(Start::relaunch));
     EXPECT_EQ(other.activations, 0);
     EXPECT_EQ(owner(), self());
 }
