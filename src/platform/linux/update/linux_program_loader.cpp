@@ -22,7 +22,7 @@ namespace korvel::platform {
 
 namespace {
 
-constexpr const char* kExecutable = "Contents/Linux/korvel";
+constexpr const char* kProgramPlace = "Contents/Linux/korvel";
 constexpr const char* kDisplayPlugins = "Contents/plugins/platforms";
 constexpr std::size_t kLargestProgram = std::size_t{256} << 20; // bytes
 
@@ -49,7 +49,7 @@ Result<std::string, LoadFault> interpreterOf(const std::string& bundle, const st
     if (example.empty()) {
         return Error{LoadFault::notTold};
     }
-    const auto file = readInBundle(bundle, kExecutable, kLargestProgram);
+    const auto file = readInBundle(bundle, kProgramPlace, kLargestProgram);
     if (!file) {
         return Error{LoadFault::missing};
     }
@@ -80,7 +80,7 @@ Status<LoadFault> LinuxProgramLoader::check(const std::string& bundle) {
     if (!interpreter) {
         return interpreter.error();
     }
-    const std::string program = bundle + "/" + kExecutable;
+    const std::string program = bundle + "/" + kProgramPlace;
     if (::access(program.c_str(), X_OK) != 0) {
         return Error{LoadFault::notStartable};
     }
