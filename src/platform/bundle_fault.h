@@ -16,6 +16,7 @@ enum class BundleFault {
     signatureMalformed, ///< no detached signature, or one over too much
     notOneSigner,
     certificateMissing, ///< the signer's, in the signature
+    tooManyCertificates,
     weakAlgorithms,
     timeMissing, ///< of signing
     timeInFuture,

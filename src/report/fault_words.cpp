@@ -26,6 +26,8 @@ std::string reasonOf(const Error<BundleFault>& error) {
         return "there is not exactly one signer";
     case BundleFault::certificateMissing:
         return "the signer's certificate is not there";
+    case BundleFault::tooManyCertificates:
+        return "the signature holds too many certificates";
     case BundleFault::weakAlgorithms:
         return "the signature's algorithms are not accepted";
     case BundleFault::timeMissing:

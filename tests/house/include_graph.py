@@ -144,7 +144,8 @@ ARCHIVE = {"archive.h", "archive_entry.h"}
 PLIST = {"plist/plist.h"}
 OPENSSL = {
     f"openssl/{name}.h"
-    for name in ("bio", "cms", "ec", "err", "evp", "objects", "pem", "rsa", "sha", "x509", "x509_vfy", "x509v3")
+    for name in ("bio", "cms", "core_names", "dsa", "ec", "err", "evp", "objects", "pem", "rsa", "sha", "x509",
+                 "x509_vfy", "x509v3")
 }
 APPLE = set("""
     AppKit/AppKit.h CommonCrypto/CommonDigest.h CoreFoundation/CoreFoundation.h Foundation/Foundation.h

@@ -23,6 +23,49 @@ constexpr int kMostAuthorities = 4; ///< between the signer and the root
 constexpr int kSecurityLevel = 2;   ///< 112 bits: RSA from 2048 bits on, no SHA-1
 constexpr std::int64_t kMostClockError = 86400;
 
+/// Whether each length in the elements is told, in as few bytes as it takes, and no string is in
+/// pieces.
+// NOLINTNEXTLINE(misc-no-recursion): bounded
+bool hasPlainLengths(const unsigned char* at, long length, int depth = 0) {
+    constexpr int kDeepest = 32;
+    constexpr int kUnreadable = 0x80;
+    constexpr int kWithoutLength = 1;
+    const unsigned char* const end = at + length;
+    while (at != end) {
+        const unsigned char* content = at;
+        long size = 0;
+        int tag = 0;
+        int kind = 0;
+        const int form = ASN1_get_object(&content, &size, &tag, &kind, end - at);
+        const bool isConstructed = (form & V_ASN1_CONSTRUCTED) != 0;
+        const bool isCollection =
+            kind != V_ASN1_UNIVERSAL || tag == V_ASN1_SEQUENCE || tag == V_ASN1_SET;
+        if ((form & (kUnreadable | kWithoutLength)) != 0 || depth > kDeepest ||
+            (isConstructed && !isCollection) ||
+            ASN1_object_size(isConstructed ? 1 : 0, static_cast<int>(size), tag) !=
+                content + size - at ||
+            (isConstructed && !hasPlainLengths(content, size, depth + 1))) {
+            return false;
+        }
+        at = content + size;
+    }
+    return true;
+}
+
+/// Whether the bytes are the one encoding in DER of what was read from them. Anybody could write a
+/// good signature in other ways, were it not held to one. The library keeps names as they came, so
+/// that writing it again does not tell alone.
+bool isInDer(CMS_ContentInfo* cms, std::string_view bytes) {
+    const BioHandle written(BIO_new(BIO_s_mem()));
+    char* data = nullptr;
+    if (!written || i2d_CMS_bio(written.get(), cms) != 1) {
+        return false;
+    }
+    const long length = BIO_get_mem_data(written.get(), &data);
+    return bytes == std::string_view(data, static_cast<std::size_t>(length)) &&
+           hasPlainLengths(reinterpret_cast<const unsigned char*>(bytes.data()), length);
+}
+
 /// Reads all of the bytes as a detached signature.
 CmsHandle parsedCms(std::string_view signature) {
     if (signature.empty() || signature.size() > kLargestSignature) {
@@ -33,6 +76,9 @@ CmsHandle parsedCms(std::string_view signature) {
     CmsHandle cms(d2i_CMS_ContentInfo(nullptr, &at, static_cast<long>(signature.size())));
     if (!cms || at != end || OBJ_obj2nid(CMS_get0_type(cms.get())) != NID_pkcs7_signed ||
         OBJ_obj2nid(CMS_get0_eContentType(cms.get())) != NID_pkcs7_data) {
+        return nullptr;
+    }
+    if (!isInDer(cms.get(), signature)) {
         return nullptr;
     }
     ASN1_OCTET_STRING** const content = CMS_get0_content(cms.get());
@@ -102,13 +148,21 @@ std::optional<std::int64_t> signingTime(const CMS_SignerInfo* signer) {
     return ::timegm(&parts);
 }
 
+/// Whether the signer says, once, that plain data is what was signed, as the container does.
+bool namesPlainData(const CMS_SignerInfo* signer) {
+    constexpr int kOnlyOneValue = -3;
+    const void* const type = CMS_signed_get0_data_by_OBJ(signer, OBJ_nid2obj(NID_pkcs9_contentType),
+                                                         kOnlyOneValue, V_ASN1_OBJECT);
+    return OBJ_obj2nid(static_cast<const ASN1_OBJECT*>(type)) == NID_pkcs7_data;
+}
+
 int nidOf(const X509_ALGOR* algorithm) {
     const ASN1_OBJECT* object = nullptr;
     X509_ALGOR_get0(&object, nullptr, nullptr, algorithm);
     return OBJ_obj2nid(object);
 }
 
-bool hasStrongAlgorithms(CMS_SignerInfo* signer) {
+bool hasStrongAlgorithms(CMS_SignerInfo* signer, X509* certificate) {
     constexpr std::array kDigests{NID_sha256, NID_sha384, NID_sha512};
     X509_ALGOR* digest = nullptr;
     X509_ALGOR* signature = nullptr;
@@ -118,12 +172,16 @@ bool hasStrongAlgorithms(CMS_SignerInfo* signer) {
         return false;
     }
     // Plain RSA leaves the digest to the other field; a name of both must name the same one.
-    const int signatureNid = nidOf(signature);
-    int named = NID_undef;
-    int key = NID_undef;
-    return signatureNid == NID_rsaEncryption ||
-           (OBJ_find_sigid_algs(signatureNid, &named, &key) == 1 && named == digestNid &&
-            (key == NID_rsaEncryption || key == NID_X9_62_id_ecPublicKey));
+    int named = digestNid;
+    int key = nidOf(signature);
+    if (key != NID_rsaEncryption &&
+        (OBJ_find_sigid_algs(key, &named, &key) != 1 || named != digestNid)) {
+        return false;
+    }
+    // The library goes by the key, whatever the signature names.
+    const EVP_PKEY* const real = X509_get0_pubkey(certificate);
+    return (key == NID_rsaEncryption || key == NID_X9_62_id_ecPublicKey) && real != nullptr &&
+           EVP_PKEY_get_base_id(real) == key;
 }
 
 /// Whether the certificate is one to sign programs with.
@@ -207,10 +265,13 @@ Result<CmsSigner, BundleFault> verifyCms(std::string_view signature, std::string
     }
     const X509ListHandle others(CMS_get1_certs(cms.get()));
     X509* const certificate = certificateOf(cms.get(), signer);
-    if (certificate == nullptr || sk_X509_num(others.get()) > kMostCertificates) {
+    if (certificate == nullptr) {
         return Error{BundleFault::certificateMissing};
     }
-    if (!hasStrongAlgorithms(signer)) {
+    if (sk_X509_num(others.get()) > kMostCertificates) {
+        return Error{BundleFault::tooManyCertificates};
+    }
+    if (!hasStrongAlgorithms(signer, certificate)) {
         return Error{BundleFault::weakAlgorithms};
     }
     const auto time = signingTime(signer);
@@ -219,6 +280,9 @@ Result<CmsSigner, BundleFault> verifyCms(std::string_view signature, std::string
     }
     if (*time > now + kMostClockError) {
         return Error{BundleFault::timeInFuture};
+    }
+    if (!namesPlainData(signer)) {
+        return Error{BundleFault::signatureMalformed};
     }
     if (const auto checked = checkSigner(certificate); !checked) {
         return checked.error();

@@ -30,11 +30,13 @@ struct CmsSigner {
 
 /// Whether the detached signature over `content` is good under the root, at the time `now` (seconds
 /// since 1970). An error unless all of this holds:
-/// - it is one detached CMS signature in DER, of exactly one signer, whose certificate is in it;
+/// - it is one detached CMS signature over plain data, in DER, of exactly one signer, whose
+///   certificate is in it, with at most 15 others;
 /// - that certificate is no authority's, names exactly one organisational unit, has codeSigning
 ///   among its extended key usages and, where key usages are given, digitalSignature;
-/// - it leads to the one root, over authorities in the signature at most (and these, where they are
-///   limited to some extended usages, may sign code); each certificate is as RFC 5280 wants it,
+/// - it leads to the one root, over at most four authorities in the signature (and these, where
+///   they are limited to some extended usages, may sign code); each certificate is as RFC 5280
+///   wants it,
 ///   with keys and digests that are worth 112 bits;
 /// - the digest is SHA-256, SHA-384 or SHA-512, the key RSA (PKCS #1) or an elliptic curve's;
 /// - the time of signing is among what is signed, is at most a day after `now`, and every

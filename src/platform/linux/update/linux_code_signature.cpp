@@ -4,18 +4,16 @@
 
 #include <fmt/format.h>
 
+#include "platform/linux/update/bundle_description.h"
 #include "platform/linux/update/bundle_manifest.h"
 #include "platform/linux/update/bundle_scan.h"
 #include "platform/linux/update/cms_signature.h"
-#include "platform/linux/update/info_plist.h"
 
 namespace korvel::platform {
 
 namespace {
 
-constexpr std::size_t kLargestInfoPlist = std::size_t{1} << 20;
 constexpr std::size_t kLargestSignatureFile = std::size_t{1} << 20;
-constexpr const char* kInfoPlist = "Contents/Info.plist";
 constexpr const char* kExecutable = "Contents/Linux/korvel";
 
 /// The error is the first difference.
@@ -46,19 +44,6 @@ Status<BundleFault> compare(const BundleTree& listed, const BundleTree& found) {
     return {};
 }
 
-/// Whether the bundle says of itself what the manifest says of it.
-bool agrees(const std::string& infoPlist, const BundleManifest& manifest) {
-    const auto strings = infoPlistStrings(infoPlist);
-    const auto holds = [&](const char* key, const std::string& value) {
-        const auto found = strings->find(key);
-        return found != strings->end() && found->second == value;
-    };
-    return strings && holds("CFBundleIdentifier", manifest.identifier) &&
-           holds("CFBundleShortVersionString", manifest.version) &&
-           holds("CFBundleVersion", fmt::format("{}", manifest.build)) &&
-           holds("CFBundleExecutable", "korvel");
-}
-
 /// Whether the bundle is the one that the manifest lists.
 Status<BundleFault> checkContent(const std::string& bundle, const BundleManifest& manifest) {
     const auto found = scanBundle(bundle);
@@ -68,11 +53,8 @@ Status<BundleFault> checkContent(const std::string& bundle, const BundleManifest
     if (Status<BundleFault> compared = compare(manifest.entries, *found); !compared) {
         return compared;
     }
-    const auto listed = found->find(kInfoPlist);
-    const auto description = readInBundle(bundle, kInfoPlist, kLargestInfoPlist);
-    if (listed == found->end() || !description || sha256Of(*description) != listed->second.sha256 ||
-        !agrees(*description, manifest)) {
-        return Error{BundleFault::descriptionDiffers, kInfoPlist};
+    if (Status<BundleFault> described = checkDescription(bundle, manifest); !described) {
+        return described;
     }
     const auto executable = found->find(kExecutable);
     constexpr std::uint32_t kOwnerRuns = 0100;

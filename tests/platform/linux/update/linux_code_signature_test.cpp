@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/linux/update/bundle_description.h"
 #include "platform/linux/update/linux_code_signature.h"
 #include "platform/linux/update/signed_bundle.h"
 #include "report/fault_words.h"
@@ -345,6 +346,17 @@ TEST_F(CodeSignatureOnLinux, InfoPlistAgreesWithTheManifest) {
     bundle_.remove("Contents/Info.plist");
     sealByTeam();
     EXPECT_EQ(fault(), "Contents/Info.plist: does not agree with the manifest");
+}
+
+TEST_F(CodeSignatureOnLinux, InfoPlistIsTheListedOneWhenItIsReadAgain) {
+    const BundleManifest manifest = bundle_.manifest();
+    EXPECT_TRUE(platform::checkDescription(bundle_.path(), manifest));
+    const Error differs{platform::BundleFault::descriptionDiffers, "Contents/Info.plist"};
+    // It says the same, in other bytes.
+    bundle_.write("Contents/Info.plist", SignedBundle::infoPlist() + "\n");
+    EXPECT_EQ(platform::checkDescription(bundle_.path(), manifest), differs);
+    bundle_.remove("Contents/Info.plist");
+    EXPECT_EQ(platform::checkDescription(bundle_.path(), manifest), differs);
 }
 
 TEST_F(CodeSignatureOnLinux, ThereIsAProgramToStart) {

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include <openssl/cms.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
@@ -25,7 +27,7 @@ struct Identity {
     std::string pem() const;
 };
 
-enum class KeyKind { p256, rsa2048, rsa1024, p192 };
+enum class KeyKind { p256, explicitP256, p192, rsa2048, rsa1024, dsa, ed25519 };
 
 struct CertificateSpec {
     std::string name = "Oxbrook";
@@ -37,6 +39,10 @@ struct CertificateSpec {
     std::int64_t until = kNow + 365 * kDay;
     KeyKind key = KeyKind::p256;
     std::string digest = "SHA256";
+    long serial = 0; ///< 0: one that no other has
+    bool keyIdentifiers = true;
+    std::string basicConstraints = {};      ///< other than `authority` has them
+    std::function<void(X509*)> change = {}; ///< done to it before it is signed
 };
 
 /// A certificate of an authority, root or below it.
@@ -49,11 +55,16 @@ struct SignatureSpec {
     std::vector<Identity> signers;
     std::vector<Identity> others; ///< whose certificates go with it
     std::optional<std::int64_t> time =
-        kNow - kDay;         ///< of signing; none: only the content is signed
-    bool secondTime = false; ///< puts a second time of signing in, which breaks the signature
+        kNow - kDay; ///< of signing; none: only the content is signed
     std::string digest = "SHA256";
     bool detached = true;
     bool withCertificate = true;
+    int contentType = 0; ///< that of the container, by its number in the library; 0: plain data
+    bool pss = false;    ///< the padding of an RSA key
+    /// Done to the one signer, after which the attributes that there are then are signed with this
+    /// signer's key.
+    std::function<void(CMS_SignerInfo*)> change = {};
+    std::optional<Identity> changedBy = std::nullopt; ///< other than the signer
 };
 
 /// A CMS signature over the content, in DER.
