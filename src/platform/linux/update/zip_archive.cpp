@@ -149,10 +149,6 @@ class Unpacking {
     }
 
     static Status<ArchiveFault> check(archive_entry* entry, const std::string& name, ZipKind told) {
-        if (::archive_entry_hardlink(entry) != nullptr ||
-            ::archive_entry_is_encrypted(entry) != 0) {
-            return Error{ArchiveFault::unsupported, name};
-        }
         const auto type = ::archive_entry_filetype(entry);
         const auto expected = told == ZipKind::folder ? AE_IFDIR
                               : told == ZipKind::file ? AE_IFREG

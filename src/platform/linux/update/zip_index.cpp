@@ -40,10 +40,12 @@ class Record {
 constexpr std::string_view kLocalSignature("PK\3\4");
 constexpr std::string_view kCentralSignature("PK\1\2");
 constexpr std::string_view kSizesSignature("PK\7\10");
+constexpr std::string_view kEnd64Signature("PK\6\7"); ///< leads to another end, of 64 bits
 constexpr std::string_view kEndSignature("PK\5\6");
 constexpr std::size_t kLocalLength = 30;
 constexpr std::size_t kCentralLength = 46;
 constexpr std::size_t kSizesLength = 16;
+constexpr std::size_t kEnd64Length = 20;
 constexpr std::size_t kEndLength = 22;
 
 constexpr std::uint32_t kStored = 0;
@@ -130,22 +132,21 @@ Result<Described, ArchiveFault> readEntry(std::string_view archive, std::uint64_
     const std::uint32_t unpacked = central->four(24);
     const std::uint32_t nameLength = central->two(28);
     const std::uint32_t begin = central->four(42);
-    const std::uint64_t next =
-        place + kCentralLength + nameLength + central->two(30) + central->two(32);
+    const std::uint32_t comment = central->two(32);
     if ((flags & kRefusedFlags) != 0 || (method != kStored && method != kDeflated) ||
         packed == kStandsFor64Bits || unpacked == kStandsFor64Bits) {
         return Error{ArchiveFault::unsupported};
     }
     const auto local = Record::at(archive, begin, kLocalSignature, kLocalLength);
-    if (next > archive.size() || (method == kStored && packed != unpacked) ||
-        central->two(34) != 0 || !local || local->two(26) != nameLength) {
+    if ((method == kStored && packed != unpacked) || comment != 0 || central->two(34) != 0 ||
+        !local || local->two(26) != nameLength) {
         return Error{ArchiveFault::malformed};
     }
     const std::string_view name = archive.substr(place + kCentralLength, nameLength);
     const auto end =
         endOfEntry(archive, *central, *local,
                    std::uint64_t{begin} + kLocalLength + nameLength + local->two(28) + packed);
-    if (!end || *end > archive.size() || archive.substr(begin + kLocalLength, nameLength) != name) {
+    if (!end || archive.substr(begin + kLocalLength, nameLength) != name) {
         return Error{ArchiveFault::malformed};
     }
     if (!isPlainRelativePath(name)) {
@@ -156,7 +157,7 @@ Result<Described, ArchiveFault> readEntry(std::string_view archive, std::uint64_
     if ((madeOn != kMadeOnUnix && madeOn != kMadeOnMac) || !kind) {
         return Error{ArchiveFault::unsupported, std::string(name)};
     }
-    place = next;
+    place += kCentralLength + nameLength + central->two(30);
     return Described{name, {*kind, unpacked}, {begin, *end}};
 }
 
@@ -248,6 +249,10 @@ Result<ZipIndex, ArchiveFault> readZipIndex(std::string_view archive) {
     const auto end = Record::at(archive, endPlace, kEndSignature, kEndLength);
     if (!end) {
         return Error{ArchiveFault::malformed};
+    }
+    if (endPlace >= kEnd64Length &&
+        Record::at(archive, endPlace - kEnd64Length, kEnd64Signature, kEnd64Length)) {
+        return Error{ArchiveFault::unsupported};
     }
     constexpr std::size_t kNumbersOfVolumes = 4;
     const std::uint32_t count = end->two(10);

@@ -125,9 +125,10 @@ void nameAlgorithm(CMS_SignerInfo* signer, int nid) {
 }
 
 /// An extension that holds something else than it is to.
-void addGarbage(X509* certificate, int nid) {
+void addGarbage(X509* certificate, int nid, const std::string& bytes = "garbage") {
     ASN1_OCTET_STRING* const garbage = ASN1_OCTET_STRING_new();
-    ASN1_OCTET_STRING_set(garbage, reinterpret_cast<const unsigned char*>("garbage"), 7);
+    ASN1_OCTET_STRING_set(garbage, reinterpret_cast<const unsigned char*>(bytes.data()),
+                          static_cast<int>(bytes.size()));
     X509_EXTENSION* const extension = X509_EXTENSION_create_by_NID(nullptr, nid, 1, garbage);
     ASN1_OCTET_STRING_free(garbage);
     ASSERT_EQ(X509_add_ext(certificate, extension, -1), 1);
@@ -175,7 +176,34 @@ TEST_P(TamperedSignature, IsRefused) {
 const BadSignature kBadSignatures[] = {
     // Of another kind.
     {"ContainerOfAnotherType",
-     [] { return bySignatureSpec([](auto& s) { s.contentType = NID_pkcs7_signed; }); },
+     [] {
+         return bySignatureSpec([](auto& s) {
+             s.contentType = NID_pkcs7_signed;
+             s.change = [](CMS_SignerInfo* signer) {
+                 removeSigned(signer, NID_pkcs9_contentType);
+                 addSigned(signer, NID_pkcs9_contentType, V_ASN1_OBJECT,
+                           OBJ_nid2obj(NID_pkcs7_data));
+             };
+         });
+     },
+     "the signature cannot be read"},
+    {"NoSignatureButData",
+     [] {
+         // Plain data, and what is said to be: a sequence of the type's name and a string.
+         const std::string name("\x06\x09\x2a\x86\x48\x86\xf7\x0d\x01\x07\x01", 11);
+         return derElement(0x30, name + derElement('\xa0', derElement(4, kText)));
+     },
+     "the signature cannot be read"},
+    {"MoreThanAMegabyte",
+     [] {
+         CertificateSpec large = signerSpec();
+         large.change = [](X509* c) {
+             addGarbage(c, NID_netscape_comment, std::string(1U << 20U, 'x'));
+         };
+         SignatureSpec spec = specBy(makers().team);
+         spec.others = {issue(large, &makers().root)};
+         return sign(kText, spec);
+     },
      "the signature cannot be read"},
     {"ContentTypeAttributeOfAnotherType",
      [] {
@@ -237,6 +265,14 @@ const BadSignature kBadSignatures[] = {
          return attributesChanged([](CMS_SignerInfo* s) {
              removeSigned(s, NID_pkcs9_signingTime);
              addTime(s, "20270114000000Z", V_ASN1_UTF8STRING);
+         });
+     },
+     "the time of signing is not there"},
+    {"TheTimeIsABoolean",
+     [] {
+         return attributesChanged([](CMS_SignerInfo* s) {
+             removeSigned(s, NID_pkcs9_signingTime);
+             addSigned(s, NID_pkcs9_signingTime, V_ASN1_BOOLEAN, "true");
          });
      },
      "the time of signing is not there"},

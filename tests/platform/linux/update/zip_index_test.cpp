@@ -18,9 +18,9 @@ using test::ZipMember;
 TEST_F(ZipArchiveTest, EntriesThatShareBytesAreRefused) {
     // The first entry's content is itself an entry, so that every description finds its header.
     const ZipMember inner{"in", "text"};
-    const ZipMember outer{"out", test::zipLocal(inner) + "rest"};
+    const ZipMember outer{"out", "start" + test::zipLocal(inner)};
     const std::string data = test::zipLocal(outer);
-    const std::size_t inside = data.size() - outer.content.size();
+    const std::size_t inside = data.size() - test::zipLocal(inner).size(); // both have one end
     const auto with = [&](const ZipMember& second, std::uint64_t place) {
         const std::string index = test::zipCentral(outer, 0) + test::zipCentral(second, place);
         return data + index + test::zipEnd(2, index.size(), data.size());
@@ -30,11 +30,82 @@ TEST_F(ZipArchiveTest, EntriesThatShareBytesAreRefused) {
     ZipMember renamed = outer; // the own header is the same one
     renamed.name = "two";
     EXPECT_EQ(unpack(with(renamed, 0)), Error{ArchiveFault::malformed}) << "by another name";
-    const std::string alone = test::zipCentral(inner, inside);
-    EXPECT_EQ(unpack(data + alone + test::zipEnd(1, alone.size(), data.size())),
-              Error{ArchiveFault::malformed})
-        << "room before and behind it";
     EXPECT_TRUE(fs::is_empty(out()));
+}
+
+TEST_F(ZipArchiveTest, ThereIsNoRoomBesideEntriesAndIndex) {
+    const ZipMember one{"one", "1"};
+    const ZipMember two{"two", "2"};
+    const std::string first = test::zipLocal(one);
+    const std::string second = test::zipLocal(two);
+    const auto with = [&](const std::string& before, const std::string& between,
+                          const std::string& behind, const std::string& afterTheIndex) {
+        const std::size_t place = before.size() + first.size() + between.size();
+        const std::string data = before + first + between + second + behind;
+        const std::string index =
+            test::zipCentral(one, before.size()) + test::zipCentral(two, place) + afterTheIndex;
+        return data + index + test::zipEnd(2, index.size(), data.size());
+    };
+    const struct {
+        const char* why;
+        std::string bytes;
+        Error<ArchiveFault> fault;
+    } cases[] = {
+        {"before the first", with("x", "", "", ""), {ArchiveFault::malformed}},
+        {"between two", with("", "x", "", ""), {ArchiveFault::malformed}},
+        {"behind the last", with("", "", "x", ""), {ArchiveFault::malformed}},
+        {"in the index", with("", "", "", "x"), {ArchiveFault::malformed}},
+        {"a record of 64 bits in the index",
+         with("", "", "", "PK\6\7" + std::string(16, '\0')),
+         {ArchiveFault::unsupported}},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(unpack(each.bytes), each.fault) << each.why;
+        EXPECT_TRUE(fs::is_empty(out())) << each.why;
+    }
+    EXPECT_TRUE(unpack(with("", "", "", "")));
+}
+
+TEST_F(ZipArchiveTest, AnotherIndexOf64BitsDoesNotHideInAField) {
+    // Behind the last description stands what leads other readers to the index that they read.
+    ZipMember member{"file", "x"};
+    std::string index = test::zipCentral(member, 0);
+    const std::string field =
+        test::little(0xcafe, 2) + test::little(20, 2) + "PK\6\7" + std::string(16, '\0');
+    constexpr std::size_t kFieldLength = 30;
+    index.replace(kFieldLength, 2, test::little(field.size(), 2));
+    index += field;
+    const std::string data = test::zipLocal(member);
+    EXPECT_EQ(unpack(data + index + test::zipEnd(1, index.size(), data.size())),
+              Error{ArchiveFault::unsupported});
+}
+
+TEST_F(ZipArchiveTest, AnEntryHasNoComment) {
+    const ZipMember member{"file", "x"};
+    std::string index = test::zipCentral(member, 0);
+    constexpr std::size_t kCommentLength = 32;
+    index.replace(kCommentLength, 2, test::little(3, 2));
+    index += "hey";
+    const std::string data = test::zipLocal(member);
+    EXPECT_EQ(unpack(data + index + test::zipEnd(1, index.size(), data.size())),
+              Error{ArchiveFault::malformed});
+}
+
+TEST_F(ZipArchiveTest, StoredDataIsAsLongPackedAsUnpacked) {
+    ZipMember member{"file", "some text"};
+    member.unpacked = 8;
+    EXPECT_EQ(unpack({member}), Error{ArchiveFault::malformed});
+    member.unpacked = 10;
+    EXPECT_EQ(unpack({member}), Error{ArchiveFault::malformed});
+    EXPECT_TRUE(fs::is_empty(out()));
+}
+
+TEST_F(ZipArchiveTest, AFolderThatIsAnEntryAfterAllIsNotImplied) {
+    const std::vector<ZipMember> members{{"a/f", "x"}, {"a/", "", 0040700}};
+    const auto index = readZipIndex(makeZip(members));
+    ASSERT_TRUE(index);
+    EXPECT_TRUE(index->impliedFolders.empty());
+    EXPECT_EQ(unpack({members[0], members[1], members[1]}), (Error{ArchiveFault::nameTwice, "a/"}));
 }
 
 /// A number of an archive with one entry, "file" with "some text", that is another.
