@@ -66,6 +66,14 @@ class Trial:
         site.publish(NEW)
         self.place.inside = site.inside("chroot", root)
 
+    def check_loading(self):
+        """Sees that each library of the bundle, used here or not, finds all that it needs in the root."""
+        for path in Path(self.bundle).rglob("*.so*"):
+            said = self.place.run(["sh", "-c", 'ldd -r "$0" 2>&1', str(path)])
+            check("libc.so" in said or "statically linked" in said, f"{path}: {said}")  # ICU's data
+            for trouble in (" not found", "undefined symbol"):
+                check(trouble not in said, f"{path}: {said}")
+
     def pid(self):
         answer = self.place.call("org.freedesktop.DBus", "/org/freedesktop/DBus",
                                  "org.freedesktop.DBus.GetConnectionUnixProcessID", NAME)
@@ -80,6 +88,7 @@ class Trial:
         tree = accessible.start(place)
         place.start_panel("xfce4-panel")
         subprocess.run(["unzip", "-q", releases.archive(OLD), "-d", os.path.dirname(self.bundle)], check=True)
+        self.check_loading()
         program = Program(place, command=[os.path.join(self.bundle, PROGRAM)])
         wait_for_icon(place)
         place.xdotool("mousemove", 400, 5)  # where no tip is shown
