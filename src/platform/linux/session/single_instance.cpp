@@ -43,6 +43,9 @@ void runFor(QEventLoop& loop, std::chrono::milliseconds longest) {
 
 } // namespace
 
+SingleInstance::SingleInstance(std::function<void()> activated)
+    : SingleInstance(std::move(activated), Patience()) {}
+
 SingleInstance::SingleInstance(std::function<void()> activated, Patience patience)
     : activated_(std::move(activated)), patience_(patience) {}
 

@@ -33,7 +33,7 @@ class SingleInstance final : public QObject {
     };
 
     /// `activated` runs on the main thread each time the program is started once more.
-    explicit SingleInstance(std::function<void()> activated) : SingleInstance(activated, {}) {}
+    explicit SingleInstance(std::function<void()> activated);
     SingleInstance(std::function<void()> activated, Patience patience);
     ~SingleInstance() override;
 
