@@ -31,7 +31,7 @@ struct CmsSigner {
 /// Whether the detached signature over `content` is good under the root, at the time `now` (seconds
 /// since 1970). An error unless all of this holds:
 /// - it is one detached CMS signature over plain data, in DER, of exactly one signer, whose
-///   certificate is in it, with at most 15 others;
+///   certificate is in it, with at most 15 others; it and the content are at most 1 MiB each;
 /// - that certificate is no authority's, names exactly one organisational unit, has codeSigning
 ///   among its extended key usages and, where key usages are given, digitalSignature;
 /// - it leads to the one root, over at most four authorities in the signature (and these, where

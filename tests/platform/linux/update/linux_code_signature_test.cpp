@@ -2,6 +2,7 @@
 #include <functional>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "platform/linux/update/bundle_description.h"
 #include "platform/linux/update/linux_code_signature.h"
@@ -260,6 +261,111 @@ const Tampering kTamperings[] = {
          fs::create_symlink("../../../Korvel.app.p7s", signature);
      },
      "the bundle is not signed"},
+    {"FileCutShort", [](const auto& b) { fs::resize_file(b.file(kProgram), 5); },
+     "Contents/Linux/korvel: is changed"},
+    {"FileEmptied", [](const auto& b) { fs::resize_file(b.file(kProgram), 0); },
+     "Contents/Linux/korvel: is changed"},
+    {"FilesExchanged",
+     [](const auto& b) {
+         const std::string icon = b.file("Contents/Resources/com.oxbrook.korvel.svg");
+         fs::rename(icon, b.path() + ".icon");
+         fs::rename(b.file("Contents/Info.plist"), icon);
+         fs::rename(b.path() + ".icon", b.file("Contents/Info.plist"));
+     },
+     "Contents/Info.plist: is changed"},
+    {"FileRenamed",
+     [](const auto& b) { fs::rename(b.file(kProgram), b.file("Contents/Linux/Korvel")); },
+     "Contents/Linux/korvel: is missing"},
+    {"FileOfTheSameNameInCapitals",
+     [](const auto& b) { b.write("Contents/info.plist", SignedBundle::infoPlist()); },
+     "Contents/info.plist: is not in the manifest"},
+    {"FileWithANameThatIsNotPlain", [](const auto& b) { b.write("Contents/a\nb", "x"); },
+     ".: holds a name that is not plain"},
+    {"FileMadeAFolder",
+     [](const auto& b) {
+         b.remove(kProgram);
+         fs::create_directory(b.file(kProgram));
+         b.mode(kProgram, 0755);
+     },
+     "Contents/Linux/korvel: is of another kind"},
+    {"FolderMadeAFile",
+     [](const auto& b) {
+         b.remove("Contents/Resources");
+         b.write("Contents/Resources", "x");
+     },
+     "Contents/Resources: is of another kind"},
+    {"LinkMadeAFile",
+     [](const auto& b) {
+         b.remove("Contents/Resources/icon");
+         b.write("Contents/Resources/icon", "<svg/>\n");
+     },
+     "Contents/Resources/icon: is of another kind"},
+    {"LinkAdded",
+     [](const auto& b) { fs::create_symlink("icon", b.file("Contents/Resources/icon2")); },
+     "Contents/Resources/icon2: is not in the manifest"},
+    {"LinkRemoved", [](const auto& b) { b.remove("Contents/Resources/icon"); },
+     "Contents/Resources/icon: is missing"},
+    {"PipeAdded", [](const auto& b) { ::mkfifo(b.file("Contents/pipe").c_str(), 0644); },
+     "Contents/pipe: is neither file, folder nor link"},
+    {"PipeForTheProgram",
+     [](const auto& b) {
+         b.remove(kProgram);
+         ::mkfifo(b.file(kProgram).c_str(), 0755);
+     },
+     "Contents/Linux/korvel: is neither file, folder nor link"},
+    {"GroupMayWriteAFolder", [](const auto& b) { b.mode("Contents/Resources", 0775); },
+     "Contents/Resources: has the mode 775"},
+    {"StickyFolder", [](const auto& b) { b.mode("Contents/Resources", 01755); },
+     "Contents/Resources: has the mode 1755"},
+    {"RunsAsAnotherGroup", [](const auto& b) { b.mode(kProgram, 02755); },
+     "Contents/Linux/korvel: has the mode 2755"},
+    {"MadeAProgram", [](const auto& b) { b.mode("Contents/Info.plist", 0755); },
+     "Contents/Info.plist: has another mode"},
+    {"ManifestRemoved", [](const auto& b) { b.remove("Contents/_CodeSignature/Manifest"); },
+     "the bundle is not signed"},
+    {"ManifestEmptied", [](const auto& b) { b.write("Contents/_CodeSignature/Manifest", ""); },
+     "the signature is not over this manifest"},
+    {"ManifestMadeALink",
+     [](const auto& b) {
+         const std::string manifest = b.file("Contents/_CodeSignature/Manifest");
+         fs::rename(manifest, b.path() + ".manifest");
+         fs::create_symlink("../../../Korvel.app.manifest", manifest);
+     },
+     "the bundle is not signed"},
+    {"ManifestIsAHardLink",
+     [](const auto& b) {
+         fs::create_hard_link(b.file("Contents/_CodeSignature/Manifest"), b.path() + ".manifest");
+     },
+     "the bundle is not signed"},
+    {"ManifestWithOtherLineEnds",
+     [](const auto& b) {
+         std::string text = *platform::writeManifest(b.manifest());
+         for (std::size_t at = text.find('\n'); at != std::string::npos;
+              at = text.find('\n', at + 2)) {
+             text.replace(at, 1, "\r\n");
+         }
+         b.write("Contents/_CodeSignature/Manifest", text);
+     },
+     "the signature is not over this manifest"},
+    {"SignatureRemoved", [](const auto& b) { b.remove("Contents/_CodeSignature/Manifest.p7s"); },
+     "the bundle is not signed"},
+    {"SignatureEmptied", [](const auto& b) { b.write("Contents/_CodeSignature/Manifest.p7s", ""); },
+     "the signature cannot be read"},
+    {"SignatureOfAnotherManifest",
+     [](const auto& b) {
+         b.write("Contents/_CodeSignature/Manifest.p7s", sign("other", by(signers().team)));
+     },
+     "the signature is not over this manifest"},
+    {"SignatureTooLarge",
+     [](const auto& b) {
+         fs::resize_file(b.file("Contents/_CodeSignature/Manifest.p7s"), (1U << 20U) + 1);
+     },
+     "the bundle is not signed"},
+    {"SignatureFolderRenamed",
+     [](const auto& b) {
+         fs::rename(b.file("Contents/_CodeSignature"), b.file("Contents/_codesignature"));
+     },
+     "the bundle is not signed"},
     {"BytesAfterTheManifest",
      [](const auto& b) {
          std::ofstream(b.file("Contents/_CodeSignature/Manifest"), std::ios::app) << "\n";
@@ -357,6 +463,11 @@ TEST_F(CodeSignatureOnLinux, InfoPlistIsTheListedOneWhenItIsReadAgain) {
     EXPECT_EQ(platform::checkDescription(bundle_.path(), manifest), differs);
     bundle_.remove("Contents/Info.plist");
     EXPECT_EQ(platform::checkDescription(bundle_.path(), manifest), differs);
+    BundleManifest without = manifest;
+    without.entries.erase("Contents/Info.plist");
+    bundle_.write("Contents/Info.plist", SignedBundle::infoPlist());
+    EXPECT_TRUE(platform::checkDescription(bundle_.path(), manifest));
+    EXPECT_EQ(platform::checkDescription(bundle_.path(), without), differs);
 }
 
 TEST_F(CodeSignatureOnLinux, ThereIsAProgramToStart) {
@@ -367,6 +478,11 @@ TEST_F(CodeSignatureOnLinux, ThereIsAProgramToStart) {
     sealByTeam();
     EXPECT_EQ(fault(), "Contents/Linux/korvel: is no program");
     fs::create_symlink("../Info.plist", bundle_.file(kProgram));
+    sealByTeam();
+    EXPECT_EQ(fault(), "Contents/Linux/korvel: is no program");
+    bundle_.remove(kProgram);
+    fs::create_directory(bundle_.file(kProgram));
+    bundle_.mode(kProgram, 0755);
     sealByTeam();
     EXPECT_EQ(fault(), "Contents/Linux/korvel: is no program");
 }

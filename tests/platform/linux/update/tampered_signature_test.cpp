@@ -364,7 +364,25 @@ const BadSignature kBadSignatures[] = {
      "the certificate does not lead to the root: Certificate public key has explicit ECC "
      "parameters"},
 
-    // Numbers of certificates.
+    // Numbers of certificates, and the team.
+    {"AuthorityForServers",
+     [] { return underOdd([](auto& s) { s.extendedUsage = "serverAuth"; }); },
+     "an authority on the way to the root is not meant for code"},
+    {"AnEmptyTeam",
+     [] {
+         return byOdd([](auto& s) {
+             s.units = {};
+             s.change = [](X509* c) {
+                 X509_NAME_ENTRY* const unit = X509_NAME_ENTRY_create_by_NID(
+                     nullptr, NID_organizationalUnitName, V_ASN1_UTF8STRING,
+                     reinterpret_cast<const unsigned char*>(""), 0);
+                 ASSERT_EQ(X509_NAME_add_entry(X509_get_subject_name(c), unit, -1, 0), 1);
+                 X509_NAME_ENTRY_free(unit);
+             };
+         });
+     },
+     "the signer's certificate names no one team"},
+
     {"FiveAuthorities", [] { return underChain(5); },
      "the certificate does not lead to the root: certificate chain too long"},
     {"SeventeenCertificates", [] { return withCertificates(17); },
@@ -377,6 +395,23 @@ INSTANTIATE_TEST_SUITE_P(Each, TamperedSignature, testing::ValuesIn(kBadSignatur
 TEST(SignatureBounds, AsManyAuthoritiesAndCertificatesAsAreAllowedAreGood) {
     EXPECT_EQ(reasonFor(underChain(4)), "good");
     EXPECT_EQ(reasonFor(withCertificates(16)), "good");
+}
+
+TEST(SignatureBounds, AnAuthorityForCodeOrForAnythingIsGood) {
+    for (const char* usage : {"codeSigning", "anyExtendedKeyUsage", "serverAuth,codeSigning"}) {
+        EXPECT_EQ(reasonFor(underOdd([&](auto& s) { s.extendedUsage = usage; })), "good") << usage;
+    }
+}
+
+TEST(SignatureBounds, WhatIsSignedIsNoMoreThanAManifestMayBe) {
+    const auto reason = [](std::size_t size) {
+        const std::string content(size, 'm');
+        const std::string signature = sign(content, specBy(makers().team));
+        const auto signer = platform::verifyCms(signature, content, makers().root.pem(), kNow);
+        return signer ? "good" : wordsOf(signer.error());
+    };
+    EXPECT_EQ(reason(std::size_t{1} << 20), "good");
+    EXPECT_EQ(reason((std::size_t{1} << 20) + 1), "the signature cannot be read");
 }
 
 TEST(SignatureEncoding, OnlyDerIsRead) {
