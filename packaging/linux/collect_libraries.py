@@ -30,6 +30,8 @@ STAYS = (
     "libfontconfig.so.1", "libfreetype.so.6", "libharfbuzz.so.0", "libdbus-1.so.3", "libglib-2.0.so.0",
     "libexpat.so.1", "libz.so.1",
 )
+# The C and C++ libraries of Debian 12: a release is to start with these.
+OLDEST = {"GLIBC": (2, 36), "GLIBCXX": (3, 4, 30)}
 # The plugins of a tray item and a frameless window that the processor paints. No theme: the program
 # keeps the desktop's out. No plugin for OpenGL either: it would load the drivers, which were built
 # against libraries of another age than those in the bundle.
@@ -193,8 +195,16 @@ def write_licences(goes, folder):
     (folder / "LIBRARIES").write_text(head + "".join(lines), encoding="utf-8")
 
 
+def too_new(binary):
+    """The versions of the C and C++ libraries that an object needs and Debian 12 has not."""
+    versions = re.findall(r" (GLIBC|GLIBCXX)_([0-9.]+)$", output("objdump", "-p", binary), re.MULTILINE)
+    return [f"{name}_{version}" for name, version in versions
+            if tuple(map(int, version.split("."))) > OLDEST[name]]
+
+
 def check(contents):
-    """Raises unless every object's needs are in the bundle or stay, and its run path is the bundle's."""
+    """Raises unless every object's needs are in the bundle or stay, the latter in a version that Debian 12
+    has, and its run path is the bundle's."""
     for path in sorted(contents.rglob("*")):
         if path.is_symlink() or not path.is_file() or not is_object(path):
             continue
@@ -202,6 +212,8 @@ def check(contents):
         for name in needs(path):
             if not stays(name) and not (contents / "lib" / name).is_file():
                 raise CannotCollect(f"{place} needs {name}, which is not in the bundle")
+        if versions := too_new(path):
+            raise CannotCollect(f"{place} needs {', '.join(versions)}: releases are made on Debian 12")
         if output("patchelf", "--print-rpath", path).strip() != run_path(place):
             raise CannotCollect(f"{place} has another run path than the bundle's")
 

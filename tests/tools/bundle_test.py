@@ -75,10 +75,14 @@ class Bundle(unittest.TestCase):
                       "qml/QtQuick/Templates/libqtquicktemplates2plugin.so"):
             self.assertIn(place, places)
         for path in self.objects:
-            shown = must("readelf", "--dynamic", "--sections", "--wide", path)
+            shown = must("readelf", "--dynamic", "--sections", "--version-info", "--wide", path)
             for name in re.findall(r"\(NEEDED\) +Shared library: \[(.+)\]", shown):
                 carried = (self.contents / "lib" / name).is_file()
                 self.assertNotEqual(carried, bool(SYSTEM.fullmatch(name)), f"{path.name} needs {name}")
+            for kind, oldest in (("GLIBC", (2, 36)), ("GLIBCXX", (3, 4, 30))):
+                versions = re.findall(rf"Name: {kind}_([0-9.]+) ", shown)
+                for version in versions:
+                    self.assertLessEqual(tuple(map(int, version.split("."))), oldest, path)
             run_paths = re.findall(r"\((R.*PATH)\) +Library .*: \[(.+)\]", shown)
             self.assertEqual([kind for kind, _ in run_paths], ["RPATH"], path)
             origin = run_paths[0][1].replace("$ORIGIN", str(path.parent))
@@ -96,6 +100,7 @@ class Bundle(unittest.TestCase):
         folder = self.contents / "Resources/licences"
         head, *lines = (folder / "LIBRARIES").read_text(encoding="utf-8").splitlines()
         self.assertEqual(len(head.split("\t")), 3)
+        self.assertTrue((self.contents / "Resources/LICENSE").is_file())
         listed = dict(line.split("\t")[:2] for line in lines)
         carried = {path.relative_to(self.contents).as_posix() for name in ("lib", "plugins", "qml")
                    for path in (self.contents / name).rglob("*") if path.is_file() and not path.is_symlink()}
