@@ -1,5 +1,6 @@
 #include "platform/linux/update/bundle_scan.h"
 
+#include <cerrno>
 #include <vector>
 
 #include <fcntl.h>
@@ -45,7 +46,8 @@ class Scan {
     Status<BundleFault> folder(int descriptor, const std::string& prefix) {
         const auto names = folderNames(descriptor, kMostBundleEntries);
         if (!names) {
-            return Error{BundleFault::unlistable, prefix + "."};
+            return errno == EFBIG ? Error{BundleFault::holdsTooMuch, "."}
+                                  : Error{BundleFault::unlistable, prefix + "."};
         }
         for (const std::string& name : *names) {
             if (Status<BundleFault> taken = entry(descriptor, name, prefix + name); !taken) {

@@ -7,6 +7,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "platform/linux/update/relative_path.h"
 #include "platform/linux/update/signed_bundle.h"
 #include "platform/posix/file_descriptor.h"
 #include "report/fault_words.h"
@@ -119,6 +120,39 @@ TEST(BundleScan, TheBytesAreBounded) {
     bundle.write("large", "");
     fs::resize_file(bundle.file("large"), kMostBundleBytes + 1); // a hole, which takes no room
     EXPECT_EQ(faultOf(bundle), "large: makes the bundle too large");
+}
+
+TEST(BundleScan, TheFilesAreBoundedInOneFolderAndInAll) {
+    const SignedBundle one;
+    for (std::size_t i = 0; i <= kMostBundleEntries; ++i) {
+        one.write("Contents/" + std::to_string(i), "");
+    }
+    EXPECT_EQ(faultOf(one), ".: holds too many files");
+    const SignedBundle two;
+    const std::size_t own = scanBundle(two.path())->size() + 2; // and the two folders
+    for (std::size_t i = own; i < kMostBundleEntries; ++i) {
+        two.write((i % 2 == 0 ? "Contents/even/" : "Contents/odd/") + std::to_string(i), "");
+    }
+    two.mode("Contents/even", 0755);
+    two.mode("Contents/odd", 0755);
+    EXPECT_EQ(faultOf(two), "");
+    two.write("Contents/odd/more", "");
+    EXPECT_EQ(faultOf(two), ".: holds too many files");
+}
+
+TEST(BundleScan, ATargetIsTakenWholeOrNotAtAll) {
+    const SignedBundle bundle;
+    std::string target;
+    while (target.size() < kLongestBundlePath) {
+        target += "x/";
+    }
+    fs::create_symlink(target, bundle.file("Contents/link"));
+    const auto found = scanBundle(bundle.path());
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->at("Contents/link").target, target);
+    bundle.remove("Contents/link");
+    fs::create_symlink(target + "y", bundle.file("Contents/link"));
+    EXPECT_EQ(faultOf(bundle), "Contents/link: is a link that leaves the bundle");
 }
 
 TEST(BundleScan, OnlyAFolderIsABundle) {
