@@ -108,8 +108,8 @@ class Popover {
     /// Gives the open popover the keyboard.
     virtual void makeKey() = 0;
 
-    /// Has the open popover's present content on the screen before this returns, for what is about
-    /// to hold up the main thread. No input and no timer is served meanwhile.
+    /// Has what the open popover says of an update on the screen before this returns, because the
+    /// update is about to hold up the main thread. No input and no timer is served meanwhile.
     virtual void drawNow() = 0;
 };
 

@@ -109,14 +109,17 @@ def sees_the_line_of_the_work(made, panel, in_window=False):
         left, top, width, tall = panel()
         return left + 12, top + tall - above, width - 24, height
 
-    def bar():
-        """Words, and the track of a bar from there to the right: how high above the end, how tall and
-        how wide the words are.
-        """
+    def line():
+        """How high above the end, how tall and how wide the words are."""
         _, top, width, height = made.tree.find("Downloading…").box()
-        above = panel()[3] - top if in_window else panel()[1] + panel()[3] - top
-        seen = ink(made.place.screenshot(), strip(above, height))
-        return seen and seen[1] > 0.9 * panel()[2] - 24 and (above, height, width)
+        return panel()[3] + (0 if in_window else panel()[1]) - top, height, width
+
+    def bar():
+        """The same once there are words on the screen, and the track of a bar from there to the right,
+        and no reading moves them meanwhile."""
+        found = line()
+        seen = ink(made.place.screenshot(), strip(*found[:2]))
+        return line() == found and seen and seen[1] > 0.9 * panel()[2] - 24 and found
 
     with made.site.holding():
         made.press("Update")

@@ -48,11 +48,15 @@ void PopoverBridge::setContent(const PopoverContent& content) {
     setList(heaviest_, content.heaviest, processKey);
     choices_ = content.keepAwake.choices;
     set(awake_, values_.of(content.keepAwake), &PopoverBridge::awakeChanged);
-    set(update_, content.update ? values_.of(*content.update) : UpdateValue(),
-        &PopoverBridge::updateChanged);
+    setUpdate(content);
     set(footer_, values_.of(content.footer), &PopoverBridge::footerChanged);
     set(reclaimResult_, values_.text(content.reclaimResult.value_or(std::string())),
         &PopoverBridge::reclaimResultChanged);
+}
+
+void PopoverBridge::setUpdate(const PopoverContent& content) {
+    set(update_, content.update ? values_.of(*content.update) : UpdateValue(),
+        &PopoverBridge::updateChanged);
 }
 
 void PopoverBridge::dismissWhatsNew() {

@@ -42,6 +42,8 @@ class PopoverBridge final : public QObject {
     PopoverBridge(ContentView& root, Words words);
 
     void setContent(const PopoverContent& content);
+    /// Takes the line of the update alone.
+    void setUpdate(const PopoverContent& content);
 
     Q_INVOKABLE void dismissWhatsNew();
     Q_INVOKABLE void toggleBreakdown();

@@ -34,7 +34,10 @@ void PopoverViews::prepare() {
     if (!view_) {
         load();
     }
-    renderInPlace();
+    frame_.setAnimated(false);
+    render();
+    Q_EMIT frame_.layOut();
+    frame_.setAnimated(true);
     fit();
 }
 
@@ -56,7 +59,9 @@ void PopoverViews::drawNow() {
     if (!shown_) {
         return;
     }
-    renderInPlace();
+    // A row that came or went would ask for another window, which takes turns of the run loop.
+    bridge_->setUpdate(root_.content());
+    Q_EMIT frame_.layOut();
     view_->update();
     QEvent request(QEvent::UpdateRequest);
     QCoreApplication::sendEvent(view_.get(), &request);
@@ -121,14 +126,6 @@ void PopoverViews::contentWillChange() {
             }
         },
         Qt::QueuedConnection);
-}
-
-/// With each piece in its place at once, and no change seen to happen.
-void PopoverViews::renderInPlace() {
-    frame_.setAnimated(false);
-    render();
-    Q_EMIT frame_.layOut();
-    frame_.setAnimated(true);
 }
 
 void PopoverViews::render() {

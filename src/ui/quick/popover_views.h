@@ -49,8 +49,8 @@ class PopoverViews final : public QObject {
     void show();
     /// Also where they were prepared and then not shown.
     void hide();
-    /// While they are shown: has the content of now painted, and the display server told of it,
-    /// before this returns. In the size that the window has.
+    /// While they are shown: has the present line of the update painted, and the display server
+    /// told of it, before this returns. What else has changed is rendered on the next turn.
     void drawNow();
     bool shown() const { return shown_; }
 
@@ -73,7 +73,6 @@ class PopoverViews final : public QObject {
     void unload();
     void contentWillChange();
     void render();
-    void renderInPlace();
 
     ContentView& root_;
     Options options_;

@@ -182,7 +182,7 @@ TEST_F(Hosted, DrawsWhatTheDesktopThenShows) {
         ++swapped;
         desktop.asked.emplace_back("painted");
     });
-    stage.show(strainedReading());
+    stage.simulated.updater->state = update_state::Installing{};
     popover.drawNow();
     EXPECT_EQ(swapped, 1);
     EXPECT_THAT(desktop.asked, ElementsAre("content", "show", "painted", "drawNow"));

@@ -110,6 +110,22 @@ TEST_F(Views, AreOnTheScreenAtOnceWhenTheyAreDrawnNow) {
     EXPECT_EQ(turns, 1);
 }
 
+TEST_F(Views, KeepTheirSizeWhenTheyAreDrawnNow) {
+    views.frame().setMaximumHeight(2000);
+    stage.simulated.updater->state = update_state::Downloading{};
+    views.prepare();
+    views.show();
+    turn();
+    const int before = qRound(views.window()->rootObject()->height());
+    stage.root.toggleBreakdown();
+    stage.simulated.updater->state = update_state::Installing{};
+    views.drawNow();
+    EXPECT_EQ(qRound(views.window()->rootObject()->height()), before);
+    turn();
+    Q_EMIT views.frame().layOut();
+    EXPECT_GT(qRound(views.window()->rootObject()->height()), before);
+}
+
 TEST_F(Views, AreNotDrawnWhileTheyAreHidden) {
     views.drawNow();
     EXPECT_EQ(views.window(), nullptr);
