@@ -54,6 +54,12 @@ bool isThere(const std::string& path) {
     return ::lstat(path.c_str(), &status) == 0;
 }
 
+/// Not merely that it cannot be told.
+bool isAbsent(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
 bool isWithin(const std::string& path, const std::string& folder) {
     return path.starts_with(folder + "/");
 }
@@ -82,7 +88,7 @@ bool lock(const FileDescriptor& state) {
 /// Whether the bundle that the folder of an installation held, if any, has its place again.
 bool putBack(const std::string& folder, const std::string& place) {
     const std::string old = folder + "/old.app";
-    if (place.empty() || isThere(place) || !isThere(old)) {
+    if (place.empty() || isThere(place) || isAbsent(old)) {
         return true;
     }
     if (::rename(old.c_str(), place.c_str()) != 0) {
@@ -103,16 +109,18 @@ void recover(const std::string& path, const std::string& runningBundle) {
     }
     const FileDescriptor state(
         ::openat(folder.get(), kStateFile, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    std::string place;
-    if (state) {
-        if (!lock(state)) {
-            return;
-        }
-        place = readAll(state.get(), PATH_MAX).value_or("");
+    if ((!state && errno != ENOENT) || (state && !lock(state))) {
+        return;
+    }
+    // What cannot be read may say that the folder holds the only bundle: the next launch may read
+    // it.
+    const auto place = state ? readAll(state.get(), PATH_MAX) : std::string();
+    if (!place) {
+        return;
     }
     const bool wasRunning = isWithin(runningBundle, path);
-    const bool isPlaced = putBack(path, place);
-    if (isPlaced && (!wasRunning || !isThere(runningBundle))) {
+    const bool isPlaced = putBack(path, *place);
+    if (isPlaced && (!wasRunning || isAbsent(runningBundle))) {
         removeTree(path);
     }
 }

@@ -174,6 +174,22 @@ TEST_F(WorkFolders, KeepTheOnlyCopyWhereItCannotGoBack) {
     EXPECT_TRUE(fs::exists(path("moved/." + kName + "/old.app"))) << "its place is gone";
 }
 
+TEST_F(WorkFolders, ThatCannotBeAskedWhatTheyHoldAreLeftAlone) {
+    dieBetweenTheMoves();
+    const std::string state = kWork + "/korvel-work";
+    const std::string kept = path("kept");
+    fs::rename(state, kept);
+    fs::create_directory(state); // can be opened as a file no more than one on a failing disk
+    launch(path("elsewhere/Korvel.app"));
+    EXPECT_TRUE(fs::exists(kWork + "/old.app"));
+
+    fs::remove(state);
+    fs::rename(kept, state);
+    launch(path("elsewhere/Korvel.app"));
+    EXPECT_TRUE(fs::exists(kPlace));
+    EXPECT_FALSE(fs::exists(kWork));
+}
+
 TEST_F(WorkFolders, RecordIsKeptWhileItsVolumeIsAway) {
     dieBetweenTheMoves();
     fs::rename(path("apps"), path("away"));
