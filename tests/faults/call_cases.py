@@ -3,7 +3,7 @@
 import os
 import signal
 
-from calls import Plan, strace
+from calls import Plan, check_reached, strace
 from releases import OLD
 from trial import REPLACE, Trial, check
 
@@ -57,12 +57,25 @@ def set_aside(trial):
 STARTERS = {"a copy elsewhere": elsewhere, "the old one where it lies": set_aside}
 
 
+def kill_at(trial, call, words=None):
+    """Kills an installation, or what these words start, as it makes the call."""
+    lines, done = strace(trial, ["-e", f"inject={call.name}:signal=KILL:when={call.number}"], words)
+    check_reached(trial, lines, call)
+    check(done.returncode in (-signal.SIGKILL, 128 + signal.SIGKILL), f"exit status {done.returncode}")
+
+
+def fail_at(trial, call, error, on, words=None):
+    """Has the call, and with "+" each later of that name, fail; gives the last line that was printed."""
+    lines, done = strace(trial, ["-e", f"inject={call.name}:error={error}:when={call.number}{on}"], words)
+    check_reached(trial, lines, call, "(INJECTED)")
+    check(done.returncode in (0, 1), f"exit status {done.returncode}: {done.stdout}{done.stderr}")
+    return done.stdout.splitlines()[-1]
+
+
 def kill(modes, mode, call, starter):
     def play(folder):
         trial = modes.trial(mode, folder)
-        lines, done = strace(trial, ["-e", f"inject={call.name}:signal=KILL:when={call.number}"])
-        modes.plans[mode].check_reached(trial, lines, call)
-        check(done.returncode in (-signal.SIGKILL, 128 + signal.SIGKILL), f"exit status {done.returncode}")
+        kill_at(trial, call)
         empty = not os.path.isdir(trial.bundle)
         check(mode == "two moves" or not empty, "there was a moment without a program in place")
         trial.judge(starter=STARTERS[starter](trial) if empty else None)
@@ -72,11 +85,7 @@ def kill(modes, mode, call, starter):
 def fail(modes, mode, call, error, on=""):
     def play(folder):
         trial = modes.trial(mode, folder)
-        lines, done = strace(trial, ["-e", f"inject={call.name}:error={error}:when={call.number}{on}"])
-        modes.plans[mode].check_reached(trial, lines, call)
-        check(done.returncode in (0, 1), f"exit status {done.returncode}: {done.stdout}{done.stderr}")
-        state = done.stdout.splitlines()[-1]
-        judge_failure(trial, state, call, error)
+        judge_failure(trial, fail_at(trial, call, error, on), call, error)
     return play
 
 
@@ -126,10 +135,14 @@ def kill_cases(modes):
                        kill(modes, mode, call, starter))
 
 
+def may_fail(call):
+    return call.changes() or (call.name in READING and not call.text.startswith("1, "))
+
+
 def error_cases(modes):
     for mode, plan in modes.plans.items():
         for at, call in enumerate(plan.calls):
-            if call.text.startswith("1, ") or (call.name not in READING and not call.changes()):
+            if not may_fail(call):
                 continue
             for error in ERRORS:
                 quick = mode == "exchange" and error in QUICK_ERRORS and call.changes()
@@ -137,3 +150,66 @@ def error_cases(modes):
             if call.changes():
                 yield (f"{mode}: EIO from call {at} and from each later {call.name}, {call}",
                        call.name.startswith("rename"), fail(modes, mode, call, "EIO", on="+"))
+
+
+class Left:
+    """What an installation that was killed has left, and the copy that is started next."""
+
+    def __init__(self, modes, name, mode, call, starter):
+        self.modes, self.name, self.mode, self.call, self.starter = modes, name, mode, call, starter
+        trial, words = self.make(modes.context.folder())
+        self.calls = Plan(trial, words).calls
+
+    def make(self, folder):
+        """What is left, and the words that start the next."""
+        trial = self.modes.trial(self.mode, folder)
+        kill_at(trial, self.call)
+        started = STARTERS[self.starter](trial) if self.starter else trial.bundle
+        return trial, trial.start_words(started)
+
+    def judge(self, trial):
+        """After that start, and another of what there is."""
+        starter = self.starter and (elsewhere(trial) if self.starter == "a copy elsewhere" or not
+                                    trial.work_folders() else set_aside(trial))
+        trial.judge(starter=starter)
+
+
+def left_behind(modes):
+    """Each kind of what a kill leaves."""
+    moves = modes.plans["two moves"].calls
+    empty = leaves_empty(moves)
+    into_place = next(call for call in moves if is_empty_before(call, empty) and call.name == "renameat2")
+    for starter in STARTERS:
+        yield Left(modes, f"nothing in place, started by {starter}", "two moves", into_place, starter)
+    for mode, plan in modes.plans.items():
+        removal = next(call for call in plan.calls if call.name == "unlinkat")
+        yield Left(modes, f"the new one in place, by {mode}", mode, removal, None)
+
+
+def recovery_cases(modes):
+    """The start after a kill, killed or disturbed itself, and another start."""
+    for left in left_behind(modes):
+        for at, call in enumerate(left.calls):
+            yield (f"{left.name}: killed before call {at}, {call}", call.changes(), kill_recovery(left, call))
+            for error in ERRORS if may_fail(call) else ():
+                quick = error == "EIO" and left.starter == "a copy elsewhere"
+                yield (f"{left.name}: {error} from call {at}, {call}", quick, fail_recovery(left, call, error))
+            if call.changes():
+                yield (f"{left.name}: EIO from call {at} and from each later {call.name}, {call}", False,
+                       fail_recovery(left, call, "EIO", on="+"))
+
+
+def kill_recovery(left, call):
+    def play(folder):
+        trial, words = left.make(folder)
+        kill_at(trial, call, words)
+        left.judge(trial)
+    return play
+
+
+def fail_recovery(left, call, error, on=""):
+    def play(folder):
+        trial, words = left.make(folder)
+        fail_at(trial, call, error, on, words)
+        left.judge(trial)
+    return play

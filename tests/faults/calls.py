@@ -10,7 +10,11 @@ import shutil
 from trial import DIGEST, DOWNLOAD, READ, REPLACE, SIGNATURE, UNPACK, PARENT, Failure, Skip, check
 
 CALL = re.compile(r"^(\w+)\((.*)$")
-BEGIN, END = "korvel-install-begins", "korvel-install-ended"
+# The calls ahead of and behind a task, by the option that the program is given.
+MARKS = {
+    "--install": ("korvel-install-begins", "korvel-install-ended"),
+    "--start": ("korvel-start-begins", "korvel-start-ended"),
+}
 
 # What changes something on a file system, or says that it is to be on the disk.
 CHANGING = {
@@ -49,40 +53,42 @@ def arguments(name, text):
     """The first argument and the paths. The rest is not told of a call that did not come back, or is an
     address in its place.
     """
-    return [text.split(",")[0], *([] if name in DATA else re.findall(r'"([^"]*)"', text))]
+    return [re.split(r"[,)]", text)[0], *([] if name in DATA else re.findall(r'"([^"]*)"', text))]
 
 
-def strace(trial, options, site=None):
-    """Runs an installation under strace, to its end; gives the lines of the trace and the exit."""
+def strace(trial, options, words=None):
+    """Runs an installation, or these words, under strace, to its end; gives the lines of the trace and
+    the exit.
+    """
     if shutil.which("strace") is None:
         raise Skip("strace is not there")
     trace = os.path.join(trial.folder, "trace")
     # At the same addresses each time, so that the same calls are made.
-    words = ["setarch", "-R", "strace", "-o", trace, "-s", "300", *options]
+    tracer = ["setarch", "-R", "strace", "-o", trace, "-s", "300", *options]
     if trial.preload:
-        words += ["-E", "LD_PRELOAD=" + trial.preload]
-    done = trial.run([*words, *trial.install_words(site)])
+        tracer += ["-E", "LD_PRELOAD=" + trial.preload]
+    done = trial.run([*tracer, *(words or trial.install_words())])
     with open(trace, encoding="utf-8", errors="replace") as file:
         lines = file.read().splitlines()
     return lines, done
 
 
-def calls_of(lines, folder):
-    """The calls of the installation itself, in order."""
-    counts, found, inside = {}, [], False
+def calls_of(lines, folder, task):
+    """The calls of the task itself, in order."""
+    (begin, end), counts, found, inside = MARKS[task], {}, [], False
     for line in lines:
         matched = CALL.match(line)
         if not matched:
             continue
         name, text = matched.groups()
         counts[name] = counts.get(name, 0) + 1
-        if BEGIN in line:
+        if begin in line:
             inside = True
         elif inside:
             found.append(Call(name, counts[name], plain(text, folder)))
-        if END in line:
+        if end in line:
             return found
-    raise Failure("the trace does not hold the whole installation")
+    raise Failure("the trace does not hold the whole of " + task)
 
 
 def phases(calls):
@@ -102,27 +108,29 @@ def phases(calls):
 
 
 class Plan:
-    """The calls of an undisturbed installation."""
+    """The calls of an undisturbed installation, or of what is done at a start by these words."""
 
-    def __init__(self, trial):
-        lines, done = strace(trial, [])
+    def __init__(self, trial, words=None):
+        lines, done = strace(trial, [], words)
         if done.returncode != 0:
             if "ptrace" in done.stderr or "PTRACE" in done.stderr:
                 raise Skip("nothing can be traced here: " + done.stderr.splitlines()[0])
-            raise Failure(f"the undisturbed installation: {done.returncode} {done.stdout}{done.stderr}")
-        self.calls = phases(calls_of(lines, trial.folder))
+            raise Failure(f"undisturbed: {done.returncode} {done.stdout}{done.stderr}")
+        self.calls = phases(calls_of(lines, trial.folder, "--start" if words else "--install"))
         trial.remove()
 
-    def check_reached(self, trial, lines, call):
-        """Sees that the fault was where it was meant to be."""
-        count = 0
-        for line in lines:
-            matched = CALL.match(line)
-            if matched and matched.group(1) == call.name:
-                count += 1
-                if count == call.number:
-                    reached, planned = (arguments(call.name, text) for text in
-                                        (plain(matched.group(2), trial.folder), call.text))
-                    check(reached == planned[:len(reached)], f"interfered at {reached}, not at {planned}")
-                    return
-        raise Failure(f"{call} was not reached")
+
+def check_reached(trial, lines, call, injected=""):
+    """Sees that the fault was where it was meant to be."""
+    count = 0
+    for line in lines:
+        matched = CALL.match(line)
+        if matched and matched.group(1) == call.name:
+            count += 1
+            if count == call.number:
+                reached, planned = (arguments(call.name, text) for text in
+                                    (plain(matched.group(2), trial.folder), call.text))
+                check(reached == planned[:len(reached)] and injected in line,
+                      f"interfered at {reached}, not at {planned}")
+                return
+    raise Failure(f"{call} was not reached")

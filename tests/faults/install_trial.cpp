@@ -61,6 +61,11 @@ void print(std::string line) {
     static_cast<void>(::writev(STDOUT_FILENO, &piece, 1));
 }
 
+/// A system call that does nothing: what a trace finds the first and the last of a task by.
+void mark(const char* name) {
+    static_cast<void>(::access(name, F_OK));
+}
+
 /// The last part of a URL's path.
 std::string nameIn(const std::string& url) {
     return url.substr(url.rfind('/') + 1);
@@ -165,12 +170,11 @@ int install(platform::LinuxBundle& bundle, const std::string& record, const std:
     updater->state.didSet = [&updater] { print(wordsOf(*updater->state)); };
     updater->check(true);
     simulated.runLoop.run();
-    // What a trace finds the first call of the installation by.
-    static_cast<void>(::access("korvel-install-begins", F_OK));
+    mark("korvel-install-begins");
     updater->installPending();
     simulated.runLoop.run();
     const bool ready = std::holds_alternative<update_state::ReadyToRelaunch>(*updater->state);
-    static_cast<void>(::access("korvel-install-ended", F_OK));
+    mark("korvel-install-ended");
     // As the program ends: without destructors.
     std::_Exit(ready ? EXIT_SUCCESS : EXIT_FAILURE);
 }
@@ -179,10 +183,12 @@ int install(platform::LinuxBundle& bundle, const std::string& record, const std:
 
 int main(int count, char** words) {
     const std::string record = platform::QtUserDefaults::folder() + "/update";
+    mark("korvel-start-begins");
     platform::recoverWorkFolders(
         {.bundle = platform::LinuxBundle::around(platform::LinuxBundle::runningExecutable()),
          .temporary = platform::PosixFileManager().temporaryDirectory(),
          .record = record});
+    mark("korvel-start-ended");
     const std::string executable = platform::LinuxBundle::runningExecutable();
     platform::LinuxBundle bundle(executable, {});
     if (count == 2 && std::string_view(words[1]) == "--start") {

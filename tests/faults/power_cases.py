@@ -13,7 +13,7 @@ import signal
 import subprocess
 import time
 
-from calls import BEGIN, CALL, CHANGING, END, arguments
+from calls import CALL, CHANGING, MARKS, arguments
 from disk_cases import mounted
 from releases import NEW, OLD, command
 from trial import READY, Failure, Skip, Trial, check
@@ -22,7 +22,6 @@ from trial import READY, Failure, Skip, Trial, check
 # every second: so what was renamed is on the disk soon, long before what is in the files has to be.
 SYSTEMS = {
     "ext4": (["mkfs.ext4", "-q"], 32 << 20, "loop,commit=1"),
-    "ext4 without a journal": (["mkfs.ext4", "-q", "-O", "^has_journal"], 32 << 20, "loop"),
     "xfs": (["mkfs.xfs", "-q"], 320 << 20, "loop"),
     "btrfs": (["mkfs.btrfs", "-q"], 128 << 20, "loop,commit=1"),
 }
@@ -87,6 +86,7 @@ def stops(trial):
     """Runs an installation that stands still after each call that changes something; at each, gives
     which that was. At the end, gives the last line that the program printed.
     """
+    begin, end = MARKS["--install"]
     trace, said = (os.path.join(trial.folder, name) for name in ("trace", "said"))
     os.mkfifo(trace)
     words = ["setarch", "-R", "strace", "-o", trace, "-s", "300", "-e",
@@ -101,11 +101,11 @@ def stops(trial):
         for line in lines:
             if CALL.match(line):
                 last = line
-            inside = (inside or BEGIN in line) and END not in line
+            inside = (inside or begin in line) and end not in line
             if line.startswith("--- stopped by SIGSTOP"):
                 if inside:
                     name, text = CALL.match(last).groups()
-                yield f"{name} {os.path.basename(arguments(name, text)[-1])[:40]}"
+                    yield f"{name} {os.path.basename(arguments(name, text)[-1])[:40]}"
                 process = process or the_child_of(tracer.pid)
                 os.kill(process, signal.SIGCONT)
         tracer.wait()

@@ -68,6 +68,9 @@ class Trial:
         return [os.path.join(self.bundle, PROGRAM), "--install", self.releases.root,
                 site or self.releases.site]
 
+    def start_words(self, bundle):
+        return [os.path.join(bundle, PROGRAM), "--start"]
+
     def run(self, words):
         return subprocess.run([*self.prefix, *words], env=self.environment(), cwd=self.folder,
                               capture_output=True, text=True, errors="replace", check=False)
@@ -83,7 +86,7 @@ class Trial:
 
     def start(self, bundle=None):
         """What a launch of this copy says of itself."""
-        done = self.run([os.path.join(bundle or self.bundle, PROGRAM), "--start"])
+        done = self.run(self.start_words(bundle or self.bundle))
         check(done.returncode == 0, f"the program does not start: {done.returncode} {done.stderr}")
         return done.stdout.strip()
 
