@@ -23,6 +23,7 @@ from wayland_cases import open_popover, wayland
 
 TOOLS = ("xfce4-panel", LAUNCHER, "unshare", "nsenter", "openssl")
 UNSIGNED = "Update is not signed by Oxbrook; refusing to install"
+CANNOT_WRITE = "Can't write to Programs. The new version is in the file manager; drag it over."
 UNREACHABLE = "Could not reach the update server"
 HOSTILE = "It's \"My\" $(touch hole) `touch hole` ;touch hole; Programs"
 ROWS = [[1600000000 + i, 1.5, 2.5] for i in range(100)]
@@ -282,15 +283,23 @@ def folder_that_cannot_be_written_has_the_new_bundle_shown():
         manager = Services(made.place, "file-manager")
         made.open()
         made.site.publish(NEW)
-        refused(made, "1." + NEW, "Can't write to Programs. The new version is in the file manager; "
-                                  "drag it over.")
+        refused(made, "1." + NEW, CANNOT_WRITE)
         keep_picture(made.place, "update-cannot-write.png")
-        call = manager.wait(1, "the file manager")[0]
-        equal(call[:2] + call[3:], ["file-manager", "ShowItems", ""], "what is asked")
-        equal(len(call[2]), 1, "bundles shown")
-        shown = urllib.parse.urlparse(call[2][0])
-        equal((shown.scheme, os.path.dirname(os.path.dirname(os.path.dirname(shown.path))),
-               shown.path.rsplit("/", 2)[1:]), ("file", made.temporary, ["out", "Korvel.app"]), "what is shown")
+
+        def folder_shown(number):
+            """Of the bundle that was shown at that call: what the folder of the work was in."""
+            call = manager.wait(number, "the file manager")[number - 1]
+            equal(call[:2] + call[3:], ["file-manager", "ShowItems", ""], "what is asked")
+            equal(len(call[2]), 1, "bundles shown")
+            shown = urllib.parse.urlparse(call[2][0])
+            equal((shown.scheme, shown.path.rsplit("/", 2)[1:]), ("file", ["out", "Korvel.app"]), "what is shown")
+            return os.path.dirname(os.path.dirname(os.path.dirname(shown.path)))
+
+        equal(folder_shown(1), made.temporary, "the folder for temporary files")
+        os.chmod(made.temporary, 0o777)  # anybody could exchange in it what is to be dragged over
+        made.site.publish(NEW, version="2.shared")
+        refused(made, "2.shared", CANNOT_WRITE)
+        check(folder_shown(2) != made.temporary, "the folder that others may write is used")
 
 
 @update_case()
