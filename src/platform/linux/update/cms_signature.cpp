@@ -16,7 +16,6 @@ namespace korvel::platform {
 
 namespace {
 
-constexpr std::size_t kLargestSignature = std::size_t{1} << 20;
 constexpr std::size_t kLargestContent = std::size_t{1} << 20;
 constexpr int kMostCertificates = 16;
 constexpr int kMostAuthorities = 4; ///< between the signer and the root

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -8,6 +9,10 @@
 #include "platform/bundle_fault.h"
 
 namespace korvel::platform {
+
+/// Bytes; twice what as many certificates as are allowed take. A thousand would hold up the program
+/// before they are counted.
+constexpr std::size_t kLargestSignature = std::size_t{64} << 10;
 
 /// A detached signature as it says itself, unproved.
 struct CmsClaim {
@@ -31,7 +36,7 @@ struct CmsSigner {
 /// Whether the detached signature over `content` is good under the root, at the time `now` (seconds
 /// since 1970). An error unless all of this holds:
 /// - it is one detached CMS signature over plain data, in DER, of exactly one signer, whose
-///   certificate is in it, with at most 15 others; it and the content are at most 1 MiB each;
+///   certificate is in it, with at most 15 others; it is at most 64 KiB, the content 1 MiB;
 /// - that certificate is no authority's, names exactly one organisational unit, has codeSigning
 ///   among its extended key usages and, where key usages are given, digitalSignature;
 /// - it leads to the one root, over at most four authorities in the signature (and these, where

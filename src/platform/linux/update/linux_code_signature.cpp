@@ -13,7 +13,6 @@ namespace korvel::platform {
 
 namespace {
 
-constexpr std::size_t kLargestSignatureFile = std::size_t{1} << 20;
 constexpr const char* kExecutable = "Contents/Linux/korvel";
 
 /// The error is the first difference.
@@ -69,7 +68,7 @@ Status<BundleFault> checkContent(const std::string& bundle, const BundleManifest
 
 std::optional<std::string> LinuxCodeSignature::describe(const std::string& bundle) {
     const auto text = readInBundle(bundle, kManifestPath, kLargestManifest);
-    const auto signature = readInBundle(bundle, kManifestSignaturePath, kLargestSignatureFile);
+    const auto signature = readInBundle(bundle, kManifestSignaturePath, kLargestSignature);
     const auto claim = text && signature ? readCmsClaim(*signature) : std::nullopt;
     if (!claim) {
         return std::nullopt;
@@ -85,7 +84,7 @@ std::optional<std::string> LinuxCodeSignature::describe(const std::string& bundl
 Status<BundleFault> LinuxCodeSignature::verifyStrictly(const std::string& bundle,
                                                        std::int64_t build) {
     const auto text = readInBundle(bundle, kManifestPath, kLargestManifest);
-    const auto signature = readInBundle(bundle, kManifestSignaturePath, kLargestSignatureFile);
+    const auto signature = readInBundle(bundle, kManifestSignaturePath, kLargestSignature);
     if (!text || !signature) {
         return Error{BundleFault::notSigned};
     }

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "platform/linux/update/bundle_description.h"
+#include "platform/linux/update/cms_signature.h"
 #include "platform/linux/update/linux_code_signature.h"
 #include "platform/linux/update/signed_bundle.h"
 #include "report/fault_words.h"
@@ -358,7 +359,8 @@ const Tampering kTamperings[] = {
      "the signature is not over this manifest"},
     {"SignatureTooLarge",
      [](const auto& b) {
-         fs::resize_file(b.file("Contents/_CodeSignature/Manifest.p7s"), (1U << 20U) + 1);
+         fs::resize_file(b.file("Contents/_CodeSignature/Manifest.p7s"),
+                         platform::kLargestSignature + 1);
      },
      "the bundle is not signed"},
     {"SignatureFolderRenamed",

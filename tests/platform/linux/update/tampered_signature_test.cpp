@@ -52,6 +52,16 @@ std::string reasonFor(const std::string& signature) {
     return signer ? "good" : wordsOf(signer.error());
 }
 
+/// A root whose signatures are all of one length.
+const Identity& rsaRoot() {
+    static const Identity root = [] {
+        CertificateSpec spec = authoritySpec("RSA root");
+        spec.key = KeyKind::rsa2048;
+        return issue(spec, nullptr);
+    }();
+    return root;
+}
+
 /// By the team, with something done to what is signed.
 std::string attributesChanged(const std::function<void(CMS_SignerInfo*)>& change) {
     SignatureSpec spec = specBy(makers().team);
@@ -157,6 +167,25 @@ std::string bySignatureSpec(const std::function<void(SignatureSpec&)>& make) {
     return sign(kText, spec);
 }
 
+/// Of exactly that many bytes, by an extension of a certificate that comes with it.
+std::string ofSize(std::size_t size) {
+    SignatureSpec spec = specBy(makers().rsa); // whose signatures are all of one length
+    const auto with = [&](std::size_t filling) {
+        CertificateSpec large = signerSpec();
+        large.key = KeyKind::rsa2048;
+        large.change = [filling](X509* certificate) {
+            addGarbage(certificate, NID_netscape_comment, std::string(filling, 'x'));
+        };
+        spec.others = {issue(large, &rsaRoot())};
+        return sign(kText, spec);
+    };
+    const std::size_t filling = size / 2;
+    const std::string trial = with(filling);
+    const std::string made = with(filling + size - trial.size());
+    EXPECT_EQ(made.size(), size);
+    return made;
+}
+
 struct BadSignature {
     const char* name;
     std::function<std::string()> make;
@@ -194,16 +223,7 @@ const BadSignature kBadSignatures[] = {
          return derElement(0x30, name + derElement('\xa0', derElement(4, kText)));
      },
      "the signature cannot be read"},
-    {"MoreThanAMegabyte",
-     [] {
-         CertificateSpec large = signerSpec();
-         large.change = [](X509* c) {
-             addGarbage(c, NID_netscape_comment, std::string(1U << 20U, 'x'));
-         };
-         SignatureSpec spec = specBy(makers().team);
-         spec.others = {issue(large, &makers().root)};
-         return sign(kText, spec);
-     },
+    {"MoreThanIsRead", [] { return ofSize(platform::kLargestSignature + 1); },
      "the signature cannot be read"},
     {"ContentTypeAttributeOfAnotherType",
      [] {
@@ -401,6 +421,10 @@ TEST(SignatureBounds, AnAuthorityForCodeOrForAnythingIsGood) {
     for (const char* usage : {"codeSigning", "anyExtendedKeyUsage", "serverAuth,codeSigning"}) {
         EXPECT_EQ(reasonFor(underOdd([&](auto& s) { s.extendedUsage = usage; })), "good") << usage;
     }
+}
+
+TEST(SignatureBounds, ItIsReadUpToItsBound) {
+    EXPECT_EQ(reasonFor(ofSize(platform::kLargestSignature)), "good");
 }
 
 TEST(SignatureBounds, WhatIsSignedIsNoMoreThanAManifestMayBe) {
