@@ -3,7 +3,7 @@
 import os
 import signal
 
-from calls import Plan, check_reached, strace
+from calls import Plan, check_reached, sentences_from, strace
 from releases import OLD
 from trial import REPLACE, Trial, check
 
@@ -18,6 +18,7 @@ ERRORS = {
     "EMFILE": "",
 }
 QUICK_ERRORS = ("ENOSPC", "EIO")
+CANNOT_RUN = REPLACE + "“Korvel.app” can’t run here: "
 # What may fail of these, besides what changes something.
 READING = {
     "open", "openat", "read", "pread64", "newfstatat", "fstat", "stat", "lstat", "statx", "getdents64", "access",
@@ -85,22 +86,29 @@ def kill(modes, mode, call, starter):
 def fail(modes, mode, call, error, on=""):
     def play(folder):
         trial = modes.trial(mode, folder)
-        judge_failure(trial, fail_at(trial, call, error, on), call, error)
+        state = fail_at(trial, call, error, on)
+        sentences = sentences_from(modes.plans[mode].calls, call) if on else call.phase
+        if on and not os.path.isdir(trial.bundle):
+            judge_stranded(trial, state)
+        else:
+            judge_failure(trial, state, sentences, error)
     return play
 
 
-def judge_failure(trial, state, call, error):
-    said = state.removeprefix("failed: ")
-    if said.startswith(REPLACE):
-        check(REPLACE in call.phase, f"{state!r}, not {call.phase}")
-        check(ERRORS[error] in said, f"{state!r} for {error}")
-    if not os.path.isdir(trial.bundle):
-        # Even the way back failed: then it is said where the old program is.
-        old = set_aside(trial)
-        check(old in said, f"{state!r} does not say that the program is in {old}")
-        trial.judge(OLD, starter=elsewhere(trial))
-        return
-    trial.judge_state(state, call.phase)
+def judge_failure(trial, state, sentences, error):
+    trial.judge_state(state, sentences)
+    if REPLACE in state and CANNOT_RUN not in state:
+        check(ERRORS[error] in state, f"{state!r} for {error}")
+
+
+def judge_stranded(trial, state):
+    """Even the way back failed: then it is said where the old program is, and the next start of another
+    copy puts it back.
+    """
+    old = set_aside(trial)
+    check(state.startswith("failed: " + REPLACE), state)
+    check(old in state, f"{state!r} does not say that the program is in {old}")
+    trial.judge(OLD, starter=elsewhere(trial))
 
 
 def leaves_empty(calls):
@@ -145,7 +153,8 @@ def error_cases(modes):
             if not may_fail(call):
                 continue
             for error in ERRORS:
-                quick = mode == "exchange" and error in QUICK_ERRORS and call.changes()
+                quick = error in QUICK_ERRORS and call.changes() and (
+                    mode == "exchange" or call.name.startswith("rename"))
                 yield (f"{mode}: {error} from call {at}, {call}", quick, fail(modes, mode, call, error))
             if call.changes():
                 yield (f"{mode}: EIO from call {at} and from each later {call.name}, {call}",

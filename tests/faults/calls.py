@@ -22,6 +22,9 @@ CHANGING = {
     "symlinkat", "unlink", "unlinkat", "rmdir", "ftruncate", "fallocate", "fchmod", "fchmodat", "chmod", "fchown",
     "utimensat", "fsync", "fdatasync", "syncfs", "flock", "sendfile", "copy_file_range",
 }
+# How often these are made while a child is listened to depends on how fast it speaks.
+LISTENING = {"read", "poll", "ppoll", "wait4", "waitid"}
+CHILDREN = {"fork", "vfork", "clone", "clone3"}
 DATA = {"read", "pread64", "write", "pwrite64"}
 
 
@@ -43,17 +46,18 @@ class Call:
 def plain(text, folder):
     """The arguments of a call without what differs from run to run."""
     text = text.split(") = ")[0].split(" <unfinished")[0].split(")  ")[0].rstrip(") ")
-    text = text.replace(folder, "")
+    text = text.replace(folder, "").replace(os.path.basename(folder), "")
     text = re.sub(r"0x[0-9a-f]+", "0x", text)
     text = re.sub(r"(defaults\.json|korvel-)\.?\w{6}\b(?!-)", r"\1", text)
     return re.sub(r"\d{10}\.\d+", "", text)
 
 
 def arguments(name, text):
-    """The first argument and the paths. The rest is not told of a call that did not come back, or is an
-    address in its place.
+    """The descriptor in the first argument, and the paths. The rest differs from run to run, is not told
+    of a call that did not come back, or is an address in its place.
     """
-    return [re.split(r"[,)]", text)[0], *([] if name in DATA else re.findall(r'"([^"]*)"', text))]
+    descriptor = re.match(r"\d{1,3}\b|", text).group()
+    return [descriptor, *([] if name in DATA else re.findall(r'"([^"]*)"', text))]
 
 
 def strace(trial, options, words=None):
@@ -74,8 +78,9 @@ def strace(trial, options, words=None):
 
 
 def calls_of(lines, folder, task):
-    """The calls of the task itself, in order."""
+    """The calls of the task itself, in order, but for those whose number is not the same each time."""
     (begin, end), counts, found, inside = MARKS[task], {}, [], False
+    varying = set()
     for line in lines:
         matched = CALL.match(line)
         if not matched:
@@ -84,8 +89,10 @@ def calls_of(lines, folder, task):
         counts[name] = counts.get(name, 0) + 1
         if begin in line:
             inside = True
-        elif inside:
+        elif inside and name not in varying:
             found.append(Call(name, counts[name], plain(text, folder)))
+        if inside and name in CHILDREN:
+            varying = LISTENING
         if end in line:
             return found
     raise Failure("the trace does not hold the whole of " + task)
@@ -93,18 +100,26 @@ def calls_of(lines, folder, task):
 
 def phases(calls):
     """Tells each call the sentences that a fault at it may lead to."""
-    current = (DOWNLOAD, READ)
+    current, listed = (DOWNLOAD, READ), False
     for call in calls:
         if '"installing' in call.text:
             current = (READ, DIGEST)
         elif "/out" in call.text and call.name.startswith("mkdir"):
             current = (UNPACK,)
-        elif "Manifest.p7s" in call.text and "O_RDONLY" in call.text:
+        elif current == (UNPACK,) and call.name == "openat" and '/out"' in call.text:
+            listed = True
+        elif listed and current == (UNPACK,) and '/out/Korvel.app"' in call.text:
             current = (SIGNATURE,)
         elif current == (SIGNATURE,) and call.name == "access" and "W_OK|X_OK" in call.text:
             current = (PARENT, REPLACE)
         call.phase = current
     return calls
+
+
+def sentences_from(calls, call):
+    """What may be said where this call fails and each later one of its name."""
+    later = [one.phase for one in calls[calls.index(call):] if one.name == call.name]
+    return tuple(dict.fromkeys(sentence for phase in later for sentence in phase))
 
 
 class Plan:

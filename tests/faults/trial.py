@@ -130,13 +130,13 @@ class Trial:
         self.judge_user_files()
 
     def judge_state(self, state, sentences):
-        """The new release is in place if, and only if, that was said; else it was one of these, of
-        which the last may be no more than the beginning.
+        """The new release is in place if, and only if, that was said; else it was one of these; of
+        what begins with REPLACE that may be all that is told.
         """
         self.judge(NEW if state == READY else OLD)
         said = state.removeprefix("failed: ")
-        check(state == READY or said in sentences or said.startswith(sentences[-1]),
-              f"{state!r}, not {sentences}")
+        known = said in sentences or (REPLACE in sentences and said.startswith(REPLACE))
+        check(state == READY or known, f"{state!r}, not {sentences}")
 
     def remove(self):
         shutil.rmtree(self.folder, ignore_errors=True)
