@@ -1,6 +1,7 @@
 """A kill before each system call of an installation, and each of them failing."""
 
 import os
+import shutil
 import signal
 
 from calls import Plan, check_reached, sentences_from, strace
@@ -111,6 +112,27 @@ def judge_stranded(trial, state):
     trial.judge(OLD, starter=elsewhere(trial))
 
 
+def lost_between_the_moves(modes):
+    """Killed between the two moves, on a machine whose temporary files are gone at its next start."""
+    call = into_place(modes)
+
+    def play(folder):
+        trial = modes.trial("two moves", folder)
+        kill_at(trial, call)
+        check(not os.path.isdir(trial.bundle), "there is no moment between the moves")
+        shutil.rmtree(trial.temporary)
+        os.mkdir(trial.temporary)
+        trial.judge(OLD, starter=elsewhere(trial))
+    return play
+
+
+def into_place(modes):
+    """The second of the two moves."""
+    calls = modes.plans["two moves"].calls
+    empty = leaves_empty(calls)
+    return next(call for call in calls if is_empty_before(call, empty) and call.name == "renameat2")
+
+
 def leaves_empty(calls):
     """The calls before which, without an exchange, nothing is in place."""
     found, empty = set(), False
@@ -131,6 +153,8 @@ def is_empty_before(call, found):
 
 
 def kill_cases(modes):
+    yield ("fault 3: killed between the two moves, and then the temporary files are lost", True,
+           lost_between_the_moves(modes))
     for mode, plan in modes.plans.items():
         empty = leaves_empty(plan.calls) if mode == "two moves" else set()
         for at, call in enumerate(plan.calls):
@@ -185,11 +209,8 @@ class Left:
 
 def left_behind(modes):
     """Each kind of what a kill leaves."""
-    moves = modes.plans["two moves"].calls
-    empty = leaves_empty(moves)
-    into_place = next(call for call in moves if is_empty_before(call, empty) and call.name == "renameat2")
     for starter in STARTERS:
-        yield Left(modes, f"nothing in place, started by {starter}", "two moves", into_place, starter)
+        yield Left(modes, f"nothing in place, started by {starter}", "two moves", into_place(modes), starter)
     for mode, plan in modes.plans.items():
         removal = next(call for call in plan.calls if call.name == "unlinkat")
         yield Left(modes, f"the new one in place, by {mode}", mode, removal, None)
