@@ -97,18 +97,18 @@ class Updater::WorkDirectory {
                                      running.parentWritable() ? running.path() : "")) {}
     WorkDirectory(const WorkDirectory&) = delete;
     WorkDirectory& operator=(const WorkDirectory&) = delete;
-    ~WorkDirectory() {
-        if (!kept_) {
-            remove();
-        }
-    }
+    ~WorkDirectory() { remove(); }
 
     const std::string& path() const { return path_; }
     std::string operator/(const char* name) const { return path_ + "/" + name; }
 
-    void remove() { files_.remove(path_); }
+    void remove() {
+        if (!kept_) {
+            files_.remove(path_);
+        }
+    }
 
-    /// It is not removed with this object.
+    /// It is not removed from now on.
     void keep() { kept_ = true; }
 
   private:
