@@ -172,7 +172,8 @@ void recoverWorkFolders(const WorkPlaces& places) {
         const auto names = opened ? folderNames(opened.get()) : std::nullopt;
         for (const std::string& name : names.value_or(std::vector<std::string>())) {
             if (isOne(name)) {
-                found.push_back(folder + "/" + name);
+                found.push_back(folder);
+                found.back().append("/").append(name);
             }
         }
     };
