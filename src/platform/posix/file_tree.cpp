@@ -49,8 +49,9 @@ Status<std::errc> flushEntry(Place place, const std::string& path) {
             return lastError(path);
         }
         for (const std::string& name : *names) {
-            if (auto flushed = flushEntry({opened.get(), name.c_str()}, path + "/" + name);
-                !flushed) {
+            std::string inside = path;
+            inside.append("/").append(name);
+            if (auto flushed = flushEntry({opened.get(), name.c_str()}, inside); !flushed) {
                 return flushed;
             }
         }

@@ -16,7 +16,7 @@ bool isWithin(const std::string& path, const std::string& folder) {
 std::string SimulatedFileManager::makeWorkFolder(const std::string& name,
                                                  const std::string& place) {
     places.push_back(place);
-    const std::string path = temporary + "/" + name;
+    std::string path = temporary + "/" + name;
     createDirectory(path);
     return path;
 }
