@@ -108,7 +108,7 @@ def signed_build_that_cannot_run_here_is_refused():
         made.open()
         for version, change, reason in (
                 ("5.processor", other_processor, "it is made for another kind of processor."),
-                ("5.library", other_library, "the library libfmt.so.0 is missing.")):
+                ("5.missing", other_library, "the library libfmt.so.0 is missing.")):
             folder = os.path.join(made.place.folder, version)
             bundle = os.path.join(folder, "Korvel.app")
             shutil.copytree(made.releases.bundles[NEW], bundle, symlinks=True)
