@@ -4,7 +4,7 @@ import os
 import shutil
 import signal
 
-from calls import Plan, check_reached, sentences_from, strace
+from calls import Plan, arguments, check_reached, sentences_from, strace
 from releases import OLD
 from trial import REPLACE, Trial, check
 
@@ -152,7 +152,30 @@ def is_empty_before(call, found):
     return (call.number if call.name == "renameat2" else (call.name, call.number)) in found
 
 
+def flushed_in_order(modes, mode):
+    """All that was unpacked is on the disk before the first move, and both folders of a move are before
+    the next, or before anything is removed.
+    """
+    def play(_):
+        calls = modes.plans[mode].calls
+        moves = [at for at, call in enumerate(calls)
+                 if call.name == "renameat2" and '/place/Korvel.app"' in call.text]
+        check(len(moves) == (1 if mode == "exchange" else 2), f"moves: {[calls[at].text for at in moves]}")
+        check("syncfs" in [call.name for call in calls[:moves[0]]], "nothing is flushed before it is moved")
+        removal = next(at for at in range(moves[-1], len(calls)) if calls[at].name == "unlinkat")
+        for at, end in zip(moves, [*moves[1:], removal]):
+            _, *paths = arguments("renameat2", calls[at].text)
+            flushed = {os.path.normpath(arguments("openat", one.text)[-1])
+                       for one, following in zip(calls[at:end], calls[at + 1:end])
+                       if one.name == "openat" and following.name == "fsync"}
+            left = {os.path.dirname(path) for path in paths} - flushed
+            check(not left, f"not flushed after {calls[at].text}: {left}")
+    return play
+
+
 def kill_cases(modes):
+    for mode in modes.plans:
+        yield f"{mode}: what is moved is on the disk before, and its folders after", True, flushed_in_order(modes, mode)
     yield ("fault 3: killed between the two moves, and then the temporary files are lost", True,
            lost_between_the_moves(modes))
     for mode, plan in modes.plans.items():
