@@ -28,6 +28,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 SOURCE = os.path.dirname(os.path.dirname(HERE))
 sys.path.insert(0, os.path.join(SOURCE, "tests", "support"))
 import certificates  # noqa: E402
+from trees import contents  # noqa: E402
 
 TEAM = "7QX4D1K9WB"
 PROGRAM = "Contents/Linux/korvel"
@@ -41,24 +42,6 @@ def command(*words, given=None):
     if done.returncode != 0:
         raise Failure(f"{words[0]}: {(done.stderr or done.stdout).decode(errors='replace').strip()}")
     return done.stdout
-
-
-def contents(folder):
-    """All that is in a folder: path, mode, and bytes or target of a link."""
-    found = {}
-    for top, folders, files in os.walk(folder):
-        for name in folders + files:
-            path = os.path.join(top, name)
-            mode = os.lstat(path).st_mode
-            if os.path.islink(path):
-                inside = os.readlink(path)
-            elif name in folders:
-                inside = None
-            else:
-                with open(path, "rb") as file:
-                    inside = hashlib.sha256(file.read()).hexdigest()
-            found[os.path.relpath(path, folder)] = (mode, inside)
-    return found
 
 
 class Signer:

@@ -14,6 +14,7 @@ import zipfile
 SOURCE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, os.path.join(SOURCE, "tests", "support"))
 import certificates  # noqa: E402
+from trees import contents  # noqa: E402
 
 PROGRAM = "Contents/Linux/korvel"
 OLD, NEW = "100", "101"
@@ -25,24 +26,6 @@ def command(*words, given=None):
     if done.returncode != 0:
         raise RuntimeError(f"{words[0]}: {(done.stderr or done.stdout).decode(errors='replace').strip()}")
     return done.stdout
-
-
-def tree(folder):
-    """All that is in a folder: path, mode, and digest or target of a link."""
-    found = {}
-    for top, folders, files in os.walk(folder):
-        for name in folders + files:
-            path = os.path.join(top, name)
-            mode = os.lstat(path).st_mode
-            if stat.S_ISLNK(mode):
-                inside = os.readlink(path)
-            elif stat.S_ISREG(mode):
-                with open(path, "rb") as file:
-                    inside = hashlib.sha256(file.read()).hexdigest()
-            else:
-                inside = None
-            found[os.path.relpath(path, folder)] = (mode, inside)
-    return found
 
 
 def pack(folder):
@@ -84,7 +67,7 @@ class Releases:
         self.bundles = {}
         for build in (OLD, NEW):
             self.bundles[build] = self.make_bundle(os.path.join(folder, build), build)
-        self.trees = {build: tree(bundle) for build, bundle in self.bundles.items()}
+        self.trees = {build: contents(bundle) for build, bundle in self.bundles.items()}
         self.archive = pack(os.path.join(folder, NEW))
         self.site = self.publish("site", self.archive)
 
@@ -130,7 +113,7 @@ class Releases:
 
     def build_of(self, bundle):
         """The release that this bundle is, whole, unchanged and nothing else; None: it is none."""
-        found = tree(bundle)
+        found = contents(bundle)
         return next((build for build, listed in self.trees.items() if listed == found), None)
 
     def put(self, build, place):

@@ -5,7 +5,7 @@ stays as it is, and nothing outside the folder of the work is touched.
 import os
 import shutil
 
-from releases import NEW, OLD, PROGRAM, certificates, pack, tree
+from releases import NEW, OLD, PROGRAM, certificates, contents, pack
 from trial import DIGEST, SIGNATURE, UNPACK, Trial, check
 
 
@@ -67,10 +67,10 @@ def bundles(context):
 def refused(context, site, sentence):
     def play(folder):
         trial = Trial(context.releases, folder)
-        before = tree(trial.place)
+        before = contents(trial.place)
         state = trial.install(site(folder))
         check(state == "failed: " + sentence, f"{state!r}, not {sentence!r}")
-        check(tree(trial.place) == before, "the place of the program is not as it was")
+        check(contents(trial.place) == before, "the place of the program is not as it was")
         check(not os.listdir(trial.temporary), f"in the temporary folder: {os.listdir(trial.temporary)}")
         check(not {"out", "escaped-out"} & set(os.listdir(folder)), "something was unpacked elsewhere")
         trial.judge(OLD)
