@@ -13,7 +13,7 @@ import urllib.parse
 import PIL.Image
 import PIL.ImageChops
 
-from cases import case, check, equal, geometry, history, opened
+from cases import case, check, equal, geometry, history, opened, wait_for_item
 from desktop import wait_for
 from popover_cases import LAUNCHER
 from remedy_cases import Services, defaults, system_bus, tooltip
@@ -476,6 +476,9 @@ def start_over(made):
 
 
 def quit_program(made):
+    """Quits it once its item is in the tray: the panel keeps the item of a program that ends while it
+    registers it."""
+    wait_for_item(made.place)
     equal(made.program.send(signal.SIGTERM), 0, "exit status")
     wait_for("the item gone", lambda: not made.place.items())
 
