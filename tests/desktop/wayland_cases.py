@@ -127,19 +127,25 @@ def on_wayland_the_corners_are_round():
     with wayland() as (place, _):
         open_popover(place)
 
-        def round_corners():
-            found = place.windows()
-            if not found:
-                return False
-            box = found[0]["rect"]
+        def look():
+            """The window, the colour around it, that of its upper edge, and those of its corners."""
+            window = place.windows()[0]
+            box = window["rect"]
             left, top = box["x"], box["y"]
             right, bottom = left + box["width"] - 1, top + box["height"] - 1
             screen = place.screenshot()
-            around, edge = screen.pixel(2, 2), screen.pixel(left + box["width"] // 2, top)
-            return edge != around and all(screen.pixel(x, y) == around for x in (left, right)
-                                          for y in (top, bottom))
+            return (box, window["geometry"], screen.pixel(2, 2),
+                    screen.pixel(left + box["width"] // 2, top),
+                    [screen.pixel(x, y) for x in (left, right) for y in (top, bottom)])
 
-        wait_for("corners that show what is around them", round_corners)
+        def round_corners():
+            around, edge, corners = look()[2:]
+            return edge != around and all(corner == around for corner in corners)
+
+        try:
+            wait_for("corners that show what is around them", round_corners)
+        except Failure as failure:
+            raise Failure(f"{failure}; seen: {look()}") from None
 
 
 @case("sway", "swaymsg", "setpriv")

@@ -120,9 +120,9 @@ FILE = {"dirent.h", "fcntl.h", "sys/stat.h", "sys/types.h", "unistd.h"}
 QT_CORE = set("""
     QAbstractEventDispatcher QAbstractListModel QBuffer QByteArray QCoreApplication QDeadlineTimer QDir
     QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray QJsonDocument QJsonObject QList QMargins
-    QMetaMethod QObject QPointer QProcess QRect QRectF QSaveFile QSocketNotifier QStandardPaths QString
-    QStringList QStringView QTemporaryDir QTemporaryFile QThread QThreadPool QTimer QUrl QVariant QVariantList
-    QVariantMap Qt
+    QMetaMethod QObject QPointer QProcess QRect QRectF QSaveFile QSize QSocketNotifier QStandardPaths
+    QString QStringList QStringView QTemporaryDir QTemporaryFile QThread QThreadPool QTimer QUrl QVariant
+    QVariantList QVariantMap Qt
 """.split())
 QT_GUI = set("""
     QColor QColorSpace QCursor QFont QFontDatabase QFontMetricsF QGuiApplication QIcon QIconEngine QImage QKeyEvent

@@ -69,8 +69,12 @@ void PopoverViews::drawNow() {
     Q_EMIT QAbstractEventDispatcher::instance()->aboutToBlock();
 }
 
+QSize PopoverViews::size() const {
+    return view_->rootObject()->size().toSize();
+}
+
 void PopoverViews::fit() {
-    view_->resize(view_->rootObject()->size().toSize());
+    view_->resize(size());
 }
 
 bool PopoverViews::eventFilter(QObject* watched, QEvent* event) {

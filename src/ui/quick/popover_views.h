@@ -4,6 +4,7 @@
 #include <memory>
 
 #include <QObject>
+#include <QSize>
 #include <QTimer>
 
 #include "base/observable.h"
@@ -56,6 +57,8 @@ class PopoverViews final : public QObject {
 
     /// Their window; null while they are not loaded.
     QQuickView* window() const { return view_.get(); }
+    /// What they need, in points; once they are prepared.
+    QSize size() const;
     /// Gives the window the size of the views now; by itself it takes it on a later turn.
     void fit();
 

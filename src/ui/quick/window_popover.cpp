@@ -18,6 +18,7 @@ namespace korvel {
 namespace {
 
 constexpr int kGap = 4;               ///< points between the item and the popover
+constexpr int kAsks = 3;              ///< for one size, of a desktop that sets another
 constexpr double kClosingClick = 0.4; ///< seconds within which the click that closed it arrives
 
 constexpr Qt::WindowFlags kTool = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
@@ -63,6 +64,7 @@ void WindowPopover::show(platform::StatusItem& item) {
     }
     item_ = &item;
     wasActive_ = false;
+    asks_ = 0;
     // A host that does not tell where the item is has just been clicked there.
     const std::optional<platform::Rectangle> frame = item.frame();
     anchor_ = frame ? toRect(*frame) : QRect(QCursor::pos(), QSize(1, 1));
@@ -113,8 +115,8 @@ void WindowPopover::loaded() {
     QQuickView* window = views_.window();
     window->installEventFilter(this);
     connect(window, &QWindow::activeChanged, this, &WindowPopover::activeChanged);
-    connect(window, &QWindow::widthChanged, this, &WindowPopover::place);
-    connect(window, &QWindow::heightChanged, this, &WindowPopover::place);
+    connect(window, &QWindow::widthChanged, this, &WindowPopover::resized);
+    connect(window, &QWindow::heightChanged, this, &WindowPopover::resized);
     window->create();
     place();
 }
@@ -167,6 +169,30 @@ QMargins WindowPopover::shadowMargins() {
 void WindowPopover::declareShadow() {
     if (desktop_.declareShadow) {
         desktop_.declareShadow(*views_.window(), shadowMargins());
+    }
+}
+
+void WindowPopover::resized() {
+    place();
+    if (!checking_) {
+        checking_ = true;
+        QMetaObject::invokeMethod(this, &WindowPopover::checkSize, Qt::QueuedConnection);
+    }
+}
+
+/// A compositor's answer to the size that the window had a moment ago may come when the views have
+/// grown, and undoes it; so they ask for theirs again. A desktop that tiles its windows has its
+/// way.
+void WindowPopover::checkSize() {
+    checking_ = false;
+    const QSize wanted = views_.size();
+    if (!shown() || views_.window()->size() == wanted) {
+        return;
+    }
+    asks_ = wanted == asked_ ? asks_ + 1 : 1;
+    asked_ = wanted;
+    if (asks_ <= kAsks) {
+        views_.fit();
     }
 }
 

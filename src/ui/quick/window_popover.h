@@ -6,6 +6,7 @@
 #include <QMargins>
 #include <QObject>
 #include <QRect>
+#include <QSize>
 
 #include "platform/appearance.h"
 #include "platform/status_bar.h"
@@ -51,13 +52,18 @@ class WindowPopover final : public QObject, public platform::Popover {
     QMargins shadowMargins();
     void declareShadow();
     void place();
+    void resized();
+    void checkSize();
     void activeChanged();
 
     PopoverDesktop desktop_;
     platform::StatusItem* item_ = nullptr; ///< that it stands at; null while closed
     QRect anchor_;                         ///< on the screen; what it stands under
     bool wasActive_ = false;
-    PopoverViews views_; ///< go first: their window still tells of changes as it goes
+    bool checking_ = false; ///< on the next turn, whether the window has the views' size
+    QSize asked_;           ///< the size that was asked for again
+    int asks_ = 0;          ///< how often, for that size
+    PopoverViews views_;    ///< go first: their window still tells of changes as it goes
 };
 
 } // namespace korvel

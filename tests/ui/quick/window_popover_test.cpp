@@ -1,0 +1,98 @@
+#include "ui/quick/window_popover.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QQuickView>
+
+#include "platform/simulated/status_bar.h"
+#include "ui/quick/scenes.h"
+
+namespace korvel {
+namespace {
+
+/// A popover that is open, and the size that it took.
+class OpenWindow : public testing::Test {
+  protected:
+    OpenWindow() {
+        stage.show(healthyReading());
+        popover.show(*item);
+        settle();
+        for (QWindow* window : QGuiApplication::allWindows()) {
+            if (auto* found = qobject_cast<QQuickView*>(window)) {
+                view = found;
+            }
+        }
+        size = view->size();
+    }
+
+    /// Sets this size each time that the window takes another, as a tiling window manager does.
+    void insistOn(QSize set) {
+        const auto insist = [this, set] {
+            if (view->size() != set) {
+                ++asks;
+                QMetaObject::invokeMethod(
+                    view, [this, set] { view->resize(set); }, Qt::QueuedConnection);
+            }
+        };
+        insistence = QObject::connect(view, &QWindow::heightChanged, view, insist);
+        view->resize(set);
+        settle();
+    }
+
+    static void settle() {
+        for (int turn = 0; turn < 50; ++turn) {
+            QCoreApplication::processEvents();
+        }
+    }
+
+    Stage stage;
+    platform::SimulatedStatusBar bar;
+    std::unique_ptr<platform::StatusItem> item = bar.makeStatusItem();
+    WindowPopover popover{stage.root, {.words = [](std::string text) { return text; }}};
+    QQuickView* view = nullptr;
+    QSize size;
+    QMetaObject::Connection insistence;
+    int asks = 0; ///< for another size than what is insisted on
+};
+
+TEST_F(OpenWindow, TakesItsSizeBackWhenTheDesktopSetsTheOneOfAMomentAgo) {
+    for (const QSize set : {QSize(340, size.height() - 20), QSize(300, size.height())}) {
+        view->resize(set);
+        ASSERT_EQ(view->size(), set);
+        settle();
+        EXPECT_EQ(view->size(), size);
+    }
+}
+
+TEST_F(OpenWindow, LeavesADesktopItsWayThatInsistsOnAnotherSize) {
+    insistOn({800, 600});
+    EXPECT_EQ(view->size(), QSize(800, 600));
+    EXPECT_EQ(asks, 3);
+}
+
+TEST_F(OpenWindow, AsksAgainOnceItNeedsAnotherSize) {
+    insistOn({800, 600});
+    QObject::disconnect(insistence);
+    stage.show(strainedReading());
+    settle();
+    ASSERT_GT(view->height(), size.height());
+    size = view->size();
+    view->resize(340, 200);
+    settle();
+    EXPECT_EQ(view->size(), size);
+}
+
+TEST_F(OpenWindow, AsksAgainAtTheNextOpening) {
+    insistOn({800, 600});
+    QObject::disconnect(insistence);
+    popover.close();
+    popover.show(*item);
+    view->resize(340, 200);
+    settle();
+    EXPECT_EQ(view->size(), size);
+}
+
+} // namespace
+} // namespace korvel
