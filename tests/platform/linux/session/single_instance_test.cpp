@@ -8,6 +8,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusContext>
 #include <QDBusReply>
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QThread>
 #include <QTimer>
@@ -42,15 +43,16 @@ class OtherProgram : public QObject, protected QDBusContext {
                 QDBusConnection own = connectToSession(QStringLiteral("other"));
                 own.registerObject(kPath, this, QDBusConnection::ExportAllSlots);
                 EXPECT_TRUE(own.registerService(kName));
+                address_ = own.baseService();
             },
             Qt::BlockingQueuedConnection);
     }
     OtherProgram(const OtherProgram&) = delete;
     OtherProgram& operator=(const OtherProgram&) = delete;
     ~OtherProgram() override {
+        leave();
         thread_.quit();
         thread_.wait();
-        QDBusConnection::disconnectFromBus(QStringLiteral("other"));
     }
 
     std::atomic<int> activations = 0;
@@ -82,14 +84,21 @@ class OtherProgram : public QObject, protected QDBusContext {
         }
     }
 
-    /// Leaves the bus, as at its end.
+    /// Leaves the bus, as at its end, and returns when the bus has seen it.
     void leave() {
         QMetaObject::invokeMethod(
             this, [] { QDBusConnection::disconnectFromBus(QStringLiteral("other")); },
             Qt::BlockingQueuedConnection);
+        constexpr int kMost = 5000; // milliseconds
+        const QDeadlineTimer limit(kMost);
+        const QDBusConnectionInterface& bus = *QDBusConnection::sessionBus().interface();
+        while (bus.isServiceRegistered(address_) && !limit.hasExpired()) {
+        }
+        EXPECT_FALSE(limit.hasExpired());
     }
 
   private:
+    QString address_; ///< its connection's own name
     QThread thread_;
 };
 
