@@ -181,12 +181,14 @@ void WindowPopover::resized() {
 }
 
 /// A compositor's answer to the size that the window had a moment ago may come when the views have
-/// grown, and undoes it; so they ask for theirs again. A desktop that tiles its windows has its
-/// way.
+/// grown, and undoes it; so they ask for theirs again. One that tiles its windows has its way.
 void WindowPopover::checkSize() {
     checking_ = false;
+    if (!shown()) { // and the views may be gone
+        return;
+    }
     const QSize wanted = views_.size();
-    if (!shown() || views_.window()->size() == wanted) {
+    if (views_.window()->size() == wanted) {
         return;
     }
     asks_ = wanted == asked_ ? asks_ + 1 : 1;
