@@ -42,6 +42,12 @@ class OpenWindow : public testing::Test {
         settle();
     }
 
+    static PopoverDesktop desktop() {
+        PopoverDesktop silent;
+        silent.words = [](std::string text) { return text; };
+        return silent;
+    }
+
     static void settle() {
         for (int turn = 0; turn < 50; ++turn) {
             QCoreApplication::processEvents();
@@ -51,7 +57,7 @@ class OpenWindow : public testing::Test {
     Stage stage;
     platform::SimulatedStatusBar bar;
     std::unique_ptr<platform::StatusItem> item = bar.makeStatusItem();
-    WindowPopover popover{stage.root, {.words = [](std::string text) { return text; }}};
+    WindowPopover popover{stage.root, desktop()};
     QQuickView* view = nullptr;
     QSize size;
     QMetaObject::Connection insistence;
