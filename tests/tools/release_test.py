@@ -244,6 +244,7 @@ class Release(unittest.TestCase):
             {"notes": self.top / "gone"}, {"notes": self.top / "latin1.txt"}, {"notes": self.top / "long.txt"},
             {"url": "http://updates.example.com"}, {"url": "HTTPS://updates.example.com"},
             {"url": "https://"}, {"url": "https://a b"}, {"url": "https://a/?q"}, {"host": "a/b"},
+            {"host": "updates.oxbrook.example"}, {"url": "https://Updates.Oxbrook.example/releases"},
             {"key": self.top / "gone"}, {"key": self.top / "garbage.pem"}, {"key": self.keys / "root-key.pem"},
             {"cert": self.top / "garbage.pem"}, {"chain": self.top / "gone"}, {"root": self.top / "gone"},
             {"old_root": self.top / "gone"}, {"bin": self.top}, {"out": self.top / "full"},
