@@ -8,8 +8,9 @@ EXECUTABLE = 2
 PLATFORM_MACOS = 1
 
 _MAGIC_64 = 0xFEEDFACF
-_FAT_MAGICS = (0xCAFEBABE, 0xCAFEBABF)
+_FAT_ARCHITECTURES = {0xCAFEBABE: (">5I", 2), 0xCAFEBABF: (">2I2Q2I", 2)}  # its form, where the offset is
 _SEGMENT_64, _SYMTAB, _CODE_SIGNATURE, _BUILD_VERSION = 0x19, 0x2, 0x1D, 0x32
+_RUN_PATH = 0x8000001C
 # Every command that gives a library its number, in the order of the commands.
 _LIBRARIES = {
     0x0C: "",
@@ -52,12 +53,13 @@ class MachO:
     def __init__(self, data):
         self.data = data
         (big,) = _read(">I", data, 0)
-        if big in _FAT_MAGICS:
+        if big in _FAT_ARCHITECTURES:
             raise Malformed("a file for several processors")
         magic, self.cpu, _, self.file_type, count, size, _, _ = _read("<8I", data, 0)
         if magic != _MAGIC_64:
             raise Malformed("no Mach-O file for 64 bits")
         self.libraries = []  # as they are looked for at run time, in the order of their numbers
+        self.run_paths = []  # where those are looked for that begin with @rpath
         self.segments = {}  # name to (offset, size) in the file
         self.builds = []  # (platform, minimum version) as numbers
         self.signatures = []  # (offset, size)
@@ -77,6 +79,9 @@ class MachO:
             (name,) = _read("<I", self.data, at + 8)
             path = _string(self.data, at + name, at + length)
             self.libraries.append(path + _LIBRARIES[command])
+        elif command == _RUN_PATH:
+            (path,) = _read("<I", self.data, at + 8)
+            self.run_paths.append(_string(self.data, at + path, at + length))
         elif command == _SEGMENT_64:
             name, _, _, offset, size = _read("<16s4Q", self.data, at + 8)
             self.segments[name.rstrip(b"\0").decode("ascii", "replace")] = (offset, size)
@@ -108,6 +113,31 @@ class MachO:
         if ordinal > len(self.libraries):
             raise Malformed(f"a symbol of library {ordinal} of {len(self.libraries)}")
         return self.libraries[ordinal - 1].split(" (")[0].rsplit("/", 1)[-1]
+
+
+def is_macho(data):
+    """Whether a file that begins with these bytes is of this kind, for one processor or for several."""
+    little = int.from_bytes(data[:4], "little")
+    return little == _MAGIC_64 or int.from_bytes(data[:4], "big") in _FAT_ARCHITECTURES
+
+
+def parts(data):
+    """The file for each processor that a file has code for; a thin file is one of them itself."""
+    (magic,) = _read(">I", data, 0)
+    if magic not in _FAT_ARCHITECTURES:
+        return [MachO(data)]
+    form, place = _FAT_ARCHITECTURES[magic]
+    (count,) = _read(">I", data, 4)
+    found = []
+    for index in range(count):
+        fields = _read(form, data, 8 + index * struct.calcsize(form))
+        offset, size = fields[place : place + 2]
+        if size == 0 or offset + size > len(data):
+            raise Malformed(f"a part of {size} bytes at {offset}")
+        found.append(MachO(data[offset : offset + size]))
+    if not found:
+        raise Malformed("a file for no processor")
+    return found
 
 
 def _code_directory(macho, offset, size):

@@ -25,6 +25,22 @@ def library(path, number=LOAD):
     return command(number, struct.pack("<4I", 24, 2, 0, 0) + path.encode() + b"\0")
 
 
+def run_path(path):
+    return command(0x8000001C, struct.pack("<I", 12) + path.encode() + b"\0")
+
+
+def universal(*parts, wide=False):
+    """One file of several, each for a processor of its own; `wide` has places of 64 bits."""
+    form, head = (">2I2Q2I", 0xCAFEBABF) if wide else (">5I", 0xCAFEBABE)
+    at = -(-(8 + len(parts) * struct.calcsize(form)) // PAGE) * PAGE
+    table, content = struct.pack(">2I", head, len(parts)), b""
+    for part in parts:
+        fields = (struct.unpack_from("<I", part, 4)[0], 0, at + len(content), len(part), 12)
+        table += struct.pack(form, *fields, *([0] if wide else []))
+        content += part + bytes(-len(part) % PAGE)
+    return table.ljust(at, b"\0") + content
+
+
 def symbol_table(symbols):
     """The records and the texts of (name, kind, number of its library, more of the description)."""
     texts, records = b"\0", b""
