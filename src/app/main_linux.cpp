@@ -37,6 +37,7 @@
 #include "platform/posix/system_clock.h"
 #include "platform/posix/work_folder.h"
 #include "platform/qt/http.h"
+#include "platform/qt/messages.h"
 #include "platform/qt/run_loop.h"
 #include "platform/qt/termination_signals.h"
 #include "platform/qt/user_defaults.h"
@@ -69,15 +70,10 @@ void finish() {
     std::_Exit(EXIT_FAILURE);
 }
 
-/// Takes Qt's messages and shows none. After a fatal one Qt would abort; the program ends as by a
-/// quit instead: most often the display is not there, or has gone. When a Wayland compositor goes,
-/// Qt warns, on the main thread or on the one that listens to the compositor, and then ends the
-/// process past all that is to be done at an exit.
-void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString& message) {
+/// When a Wayland compositor goes, Qt warns, on the main thread or on the one that listens to the
+/// compositor, and then ends the process past all that is to be done at an exit.
+void heedLostCompositor(const QString& message) {
     constexpr std::chrono::seconds kLongestFinish(5);
-    if (type == QtFatalMsg) {
-        std::exit(EXIT_FAILURE);
-    }
     if (message.startsWith(QLatin1String("The Wayland connection "))) {
         if (QThread::currentThread() == qApp->thread()) {
             finishWithoutDisplay();
@@ -98,7 +94,7 @@ int main(int, char** argv) {
     const std::string executable = platform::LinuxBundle::runningExecutable();
     const auto start =
         platform::takeRelaunchMark() ? platform::Start::relaunch : platform::Start::ordinary;
-    qInstallMessageHandler(keepQuiet);
+    platform::takeQtMessages(heedLostCompositor);
     platform::TerminationSignals terminationSignals;
 
     platform::PosixChildProcesses childProcesses; // ahead of what is changed for this process alone
