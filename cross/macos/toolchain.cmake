@@ -24,5 +24,6 @@ set(CMAKE_EXE_LINKER_FLAGS_INIT "-F${CMAKE_CURRENT_LIST_DIR}/Frameworks -L${CMAK
 
 # Libraries of headers come from the folder that script/cross-macos makes, never from /usr.
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE NEVER)
+set(GTest_DIR ${CMAKE_CURRENT_LIST_DIR}/packages)
 set(fmt_DIR ${CMAKE_CURRENT_LIST_DIR}/packages)
 set(simdjson_DIR ${CMAKE_CURRENT_LIST_DIR}/packages)
