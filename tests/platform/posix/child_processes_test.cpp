@@ -222,23 +222,27 @@ TEST(ChildProcesses, ChildEndsForItsCallerWhileAnotherRunsOn) {
 }
 
 TEST(ChildProcesses, StartedChildIsNotWaitedForAndHasASessionOfItsOwn) {
-    const fs::path pipe = fs::path(testing::TempDir()) / "korvel-started";
-    fs::remove(pipe);
-    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    // It cannot get past the opening of the pipe before it is read here.
+    const fs::path told = fs::path(testing::TempDir()) / "korvel-started";
+    const fs::path leave = fs::path(testing::TempDir()) / "korvel-may-end";
+    for (const fs::path& pipe : {told, leave}) {
+        fs::remove(pipe);
+        ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    }
+    // It cannot get past the opening of a pipe before that is opened here.
     ASSERT_TRUE(PosixChildProcesses().start(
         kShell,
-        {"-c", R"(exec >"$0"; echo "$$ $(cut -d ' ' -f 6 /proc/$$/stat) $1")", pipe, "$HOME; x"}));
+        {"-c", R"(exec >"$0"; echo "$$ $2"; exec >&-; read line <"$1")", told, leave, "$HOME; x"}));
     int child = 0;
-    int session = 0;
     std::string rest;
-    std::ifstream reading(pipe);
-    reading >> child >> session;
+    std::ifstream reading(told);
+    reading >> child;
     std::getline(reading, rest);
-    EXPECT_EQ(session, child);
+    EXPECT_EQ(::getsid(child), child);
     EXPECT_EQ(rest, " $HOME; x");
+    std::ofstream(leave).close();
     EXPECT_EQ(::waitpid(child, nullptr, 0), child);
-    fs::remove(pipe);
+    fs::remove(told);
+    fs::remove(leave);
 }
 
 TEST(ChildProcesses, ChildrenGetTheEnvironmentOfBeforeItWasChanged) {
