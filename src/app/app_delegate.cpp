@@ -129,12 +129,16 @@ platform::MainMenu AppDelegate::mainMenu() {
             self->checkForUpdates();
         }
     };
+    using enum platform::MenuCommand;
     return {{{"",
-              {{"Check for Updates…", check, ""},
+              {{"Check for Updates…", checkForUpdates, check, ""},
                {},
-               {"Quit Korvel", [&runLoop = runLoop_] { runLoop.terminate(); }, "q"}}},
+               {"Quit Korvel", terminate, [&runLoop = runLoop_] { runLoop.terminate(); }, "q"}}},
              {"Edit",
-              {{"Cut", {}, "x"}, {"Copy", {}, "c"}, {"Paste", {}, "v"}, {"Select All", {}, "a"}}}}};
+              {{"Cut", cut, {}, "x"},
+               {"Copy", copy, {}, "c"},
+               {"Paste", paste, {}, "v"},
+               {"Select All", selectAll, {}, "a"}}}}};
 }
 
 } // namespace korvel

@@ -60,35 +60,35 @@ void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString&) {
 } // namespace
 
 int main(int, char** argv) {
+    platform::PosixFiles files;
     const std::string record = platform::QtUserDefaults::folder() + "/update";
+    platform::PosixFileManager fileManager(record);
     platform::recoverWorkFolders({.bundle = platform::MacosBundle().path(),
-                                  .temporary = platform::PosixFileManager().temporaryDirectory(),
+                                  .temporary = fileManager.temporaryDirectory(),
                                   .record = record});
     qInstallMessageHandler(keepQuiet);
     platform::TerminationSignals terminationSignals;
 
+    platform::PosixChildProcesses childProcesses; // ahead of what is changed for this process alone
+    platform::MacosApplication application;       // ahead of Qt's, which finds it there
     int argumentCount = 1; // Qt must not read arguments: the program takes none
-    const QApplication application(argumentCount, argv);
+    const QApplication qtApplication(argumentCount, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setApplicationName(QStringLiteral("korvel"));
     QApplication::setApplicationDisplayName(QStringLiteral("Korvel"));
-    platform::becomeAccessory();
 
-    platform::PosixFiles files;
     platform::SystemClock clock;
     platform::MacosMachine machine(platform::thermalState);
     platform::MacosProcesses processes;
-    platform::PosixChildProcesses childProcesses;
     VmmapSwappedMemory swappedMemory(childProcesses);
     LaunchctlAgents agents(childProcesses);
-    platform::QtRunLoop runLoop;
-    platform::MacosStatusBar statusBar;
+    platform::QtRunLoop runLoop([&application] { application.terminate(); });
+    platform::MacosStatusBar statusBar(application);
     platform::QtUserDefaults defaults;
     platform::MacosPowerAssertions power;
     platform::MacosNotifications notifications;
     platform::MacosBundle bundle;
     platform::QtHttp http;
-    platform::PosixFileManager fileManager(record);
     platform::SystemDigest digest;
     DittoArchive archive(childProcesses);
     CodesignSignature codeSignature(childProcesses);
@@ -123,11 +123,15 @@ int main(int, char** argv) {
                                       Updater::shared(), WhatsNew::shared(), makeMacosPopover);
     running = delegate.get();
     std::atexit(finish);
-    const platform::TerminationNotice terminationNotice(finish);
+    // Without destructors, which would wait for work in the background.
+    const auto end = [] {
+        finish();
+        std::_Exit(EXIT_SUCCESS);
+    };
+    application.setWillTerminate(end);
+    application.setCheckForUpdates([&delegate] { delegate->checkForUpdates(); });
     terminationSignals.notify([&runLoop] { runLoop.terminate(); });
     delegate->applicationDidFinishLaunching();
     QApplication::exec();
-    finish();
-    // Without destructors, which would wait for work in the background.
-    std::_Exit(EXIT_SUCCESS);
+    end();
 }

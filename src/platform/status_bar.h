@@ -113,9 +113,22 @@ class Popover {
     virtual void drawNow() = 0;
 };
 
+/// What a menu item asks for, by the name that a desktop with a responder chain sends along it.
+enum class MenuCommand {
+    none, ///< a separator's
+    checkForUpdates,
+    terminate,
+    // Of the view that has the keyboard:
+    cut,
+    copy,
+    paste,
+    selectAll,
+};
+
 struct MenuItem {
-    std::string title;            ///< empty: a separator
-    std::function<void()> action; ///< empty: the toolkit's own action of that name
+    std::string title; ///< empty: a separator
+    MenuCommand command = MenuCommand::none;
+    std::function<void()> action; ///< does the same; empty: only the toolkit's own views can
     std::string keyEquivalent;    ///< pressed with the platform's command key; empty: none
 };
 

@@ -4,6 +4,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <tuple>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -138,17 +139,22 @@ TEST_F(AppDelegateTest, TheMenuLooksForUpdatesAndQuits) {
     launch();
     const auto& menus = simulated.statusBar.mainMenu.menus;
     ASSERT_EQ(menus.size(), 2U);
+    using enum platform::MenuCommand;
+    using Row = std::tuple<std::string, platform::MenuCommand, std::string>;
     const auto rows = [](const platform::Menu& menu) {
-        std::vector<std::string> texts;
+        std::vector<Row> texts;
         for (const platform::MenuItem& item : menu.items) {
-            texts.push_back(item.title + "|" + item.keyEquivalent);
+            texts.emplace_back(item.title, item.command, item.keyEquivalent);
         }
         return texts;
     };
     EXPECT_EQ(menus[0].title, "");
-    EXPECT_THAT(rows(menus[0]), ElementsAre("Check for Updates\u2026|", "|", "Quit Korvel|q"));
+    EXPECT_THAT(rows(menus[0]), ElementsAre(Row("Check for Updates\u2026", checkForUpdates, ""),
+                                            Row("", none, ""), Row("Quit Korvel", terminate, "q")));
     EXPECT_EQ(menus[1].title, "Edit");
-    EXPECT_THAT(rows(menus[1]), ElementsAre("Cut|x", "Copy|c", "Paste|v", "Select All|a"));
+    EXPECT_THAT(rows(menus[1]),
+                ElementsAre(Row("Cut", cut, "x"), Row("Copy", copy, "c"), Row("Paste", paste, "v"),
+                            Row("Select All", selectAll, "a")));
 }
 
 TEST_F(AppDelegateTest, TheMenuItemChecksEvenIfTheFeedWasAskedToday) {

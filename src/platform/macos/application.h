@@ -4,11 +4,41 @@
 #include <memory>
 #include <optional>
 
-/// The application object, which all of this makes when it is not there yet.
 namespace korvel::platform {
 
-/// Makes this a program of the menu bar: no place in the Dock, and no menus until it is active.
-void becomeAccessory();
+/// AppKit's application object, and what it asks its delegate: to open the popover, to look for
+/// updates, to end. To be made before Qt's application, whose own delegate then leaves these
+/// questions to the one that it finds; and nothing of Qt activates the program at its launch, so
+/// the front program keeps the keyboard.
+class MacosApplication {
+  public:
+    /// Makes the application object, as one of the menu bar: no place in the Dock, and no menus
+    /// until it is active.
+    MacosApplication();
+    /// From now on nothing is asked of it.
+    ~MacosApplication();
+    MacosApplication(const MacosApplication&) = delete;
+    MacosApplication& operator=(const MacosApplication&) = delete;
+
+    /// What a click on the status item does; empty: nothing.
+    void setTogglePopover(std::function<void()> togglePopover);
+    /// What the menu's item for it does; empty: nothing.
+    void setCheckForUpdates(std::function<void()> checkForUpdates);
+    /// Runs once, on the main thread, when AppKit is about to end the program: the user quits it,
+    /// or the session ends. A request to end is never refused or put off.
+    void setWillTerminate(std::function<void()> willTerminate);
+
+    /// The delegate, an object that this one holds.
+    void* delegate() const;
+
+    /// Asks AppKit to end the program, as the menu's "Quit" does: `willTerminate` runs, and then
+    /// the process ends.
+    void terminate();
+
+  private:
+    struct Parts;
+    std::unique_ptr<Parts> parts_;
+};
 
 /// Brings the program to the front, over the active one.
 void activateApplication();
@@ -16,19 +46,5 @@ void activateApplication();
 /// Of the screen with the window that has the keyboard, without menu bar and Dock, in points;
 /// nullopt when there is no screen.
 std::optional<double> visibleScreenHeight();
-
-/// Says when AppKit is about to end the program: the user quits it, or the session ends.
-class TerminationNotice {
-  public:
-    /// `notify` runs on the main thread and is the last that the program does.
-    explicit TerminationNotice(std::function<void()> notify);
-    ~TerminationNotice();
-    TerminationNotice(const TerminationNotice&) = delete;
-    TerminationNotice& operator=(const TerminationNotice&) = delete;
-
-  private:
-    struct Observer;
-    std::unique_ptr<Observer> observer_;
-};
 
 } // namespace korvel::platform

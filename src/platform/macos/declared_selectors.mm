@@ -102,9 +102,6 @@ std::vector<Declared> declaredMethods() {
         KORVEL_INSTANCE(NSFileManager, isWritableFileAtPath:, [it isWritableFileAtPath:exactly(path)], NSString* path),
         KORVEL_INSTANCE(NSMutableAttributedString, addAttribute:value:range:, [it addAttribute:exactly(name) value:exactly(value) range:exactly(range)], NSString* name, id value, NSRange range),
         KORVEL_INSTANCE(NSMutableAttributedString, appendAttributedString:, [it appendAttributedString:exactly(string)], NSAttributedString* string),
-        KORVEL_CLASS(NSNotificationCenter, defaultCenter, [NSNotificationCenter defaultCenter]),
-        KORVEL_INSTANCE(NSNotificationCenter, addObserverForName:object:queue:usingBlock:, [it addObserverForName:exactly(name) object:exactly(object) queue:exactly(queue) usingBlock:exactly(block)], NSString* name, id object, NSOperationQueue* queue, void (^block)(NSNotification*)),
-        KORVEL_INSTANCE(NSNotificationCenter, removeObserver:, [it removeObserver:exactly(observer)], id observer),
         KORVEL_CLASS(NSObject, class, [NSObject class]),
         KORVEL_INSTANCE(NSObject, isKindOfClass:, [it isKindOfClass:exactly(type)], Class type),
         KORVEL_CLASS(NSProcessInfo, processInfo, [NSProcessInfo processInfo]),
@@ -119,7 +116,9 @@ std::vector<Declared> declaredMethods() {
         KORVEL_INSTANCE(NSApplication, activateIgnoringOtherApps:, [it activateIgnoringOtherApps:exactly(others)], BOOL others),
         KORVEL_INSTANCE(NSApplication, currentEvent, [it currentEvent]),
         KORVEL_INSTANCE(NSApplication, setActivationPolicy:, [it setActivationPolicy:exactly(policy)], NSApplicationActivationPolicy policy),
+        KORVEL_INSTANCE(NSApplication, setDelegate:, [it setDelegate:exactly(delegate)], id<NSApplicationDelegate> delegate),
         KORVEL_INSTANCE(NSApplication, setMainMenu:, [it setMainMenu:exactly(menu)], NSMenu* menu),
+        KORVEL_INSTANCE(NSApplication, terminate:, [it terminate:exactly(sender)], id sender),
         KORVEL_INSTANCE(NSButton, setAttributedTitle:, [it setAttributedTitle:exactly(title)], NSAttributedString* title),
         KORVEL_CLASS(NSColor, colorWithSRGBRed:green:blue:alpha:, [NSColor colorWithSRGBRed:exactly(red) green:exactly(green) blue:exactly(blue) alpha:exactly(alpha)], CGFloat red, CGFloat green, CGFloat blue, CGFloat alpha),
         KORVEL_CLASS(NSColor, secondaryLabelColor, [NSColor secondaryLabelColor]),
@@ -133,9 +132,7 @@ std::vector<Declared> declaredMethods() {
         KORVEL_INSTANCE(NSMenu, initWithTitle:, [it initWithTitle:exactly(title)], NSString* title),
         KORVEL_CLASS(NSMenuItem, separatorItem, [NSMenuItem separatorItem]),
         KORVEL_INSTANCE(NSMenuItem, initWithTitle:action:keyEquivalent:, [it initWithTitle:exactly(title) action:exactly(action) keyEquivalent:exactly(key)], NSString* title, SEL action, NSString* key),
-        KORVEL_INSTANCE(NSMenuItem, setRepresentedObject:, [it setRepresentedObject:exactly(object)], id object),
         KORVEL_INSTANCE(NSMenuItem, setSubmenu:, [it setSubmenu:exactly(menu)], NSMenu* menu),
-        KORVEL_INSTANCE(NSMenuItem, setTarget:, [it setTarget:exactly(target)], id target),
         KORVEL_INSTANCE(NSPopover, isShown, [it isShown]),
         KORVEL_INSTANCE(NSPopover, performClose:, [it performClose:exactly(sender)], id sender),
         KORVEL_INSTANCE(NSPopover, setBehavior:, [it setBehavior:exactly(behaviour)], NSPopoverBehavior behaviour),
@@ -147,6 +144,10 @@ std::vector<Declared> declaredMethods() {
         KORVEL_CLASS(NSStatusBar, systemStatusBar, [NSStatusBar systemStatusBar]),
         KORVEL_INSTANCE(NSStatusBar, statusItemWithLength:, [it statusItemWithLength:exactly(length)], CGFloat length),
         KORVEL_INSTANCE(NSStatusItem, button, [it button]),
+        KORVEL_INSTANCE(NSText, copy:, [it copy:exactly(sender)], id sender),
+        KORVEL_INSTANCE(NSText, cut:, [it cut:exactly(sender)], id sender),
+        KORVEL_INSTANCE(NSText, paste:, [it paste:exactly(sender)], id sender),
+        KORVEL_INSTANCE(NSText, selectAll:, [it selectAll:exactly(sender)], id sender),
         KORVEL_INSTANCE(NSView, addSubview:, [it addSubview:exactly(view)], NSView* view),
         KORVEL_INSTANCE(NSView, bounds, [it bounds]),
         KORVEL_INSTANCE(NSView, removeFromSuperview, [it removeFromSuperview]),
@@ -161,14 +162,10 @@ std::vector<Declared> declaredMethods() {
         KORVEL_INSTANCE(NSWorkspace, activateFileViewerSelectingURLs:, [it activateFileViewerSelectingURLs:exactly(urls)], NSArray* urls),
 
         // Called by AppKit, if they are there
+        KORVEL_PROTOCOL(NSApplicationDelegate, applicationShouldTerminate:, [it applicationShouldTerminate:exactly(application)], NSApplication* application),
+        KORVEL_PROTOCOL(NSApplicationDelegate, applicationWillTerminate:, [it applicationWillTerminate:exactly(notification)], NSNotification* notification),
         KORVEL_PROTOCOL(NSPopoverDelegate, popoverDidClose:, [it popoverDidClose:exactly(notification)], NSNotification* notification),
         KORVEL_PROTOCOL(NSPopoverDelegate, popoverShouldClose:, [it popoverShouldClose:exactly(popover)], NSPopover* popover),
-
-        // By their names only: what the menu sends along the responder chain
-        KORVEL_INSTANCE(NSText, copy:, [it copy:exactly(sender)], id sender),
-        KORVEL_INSTANCE(NSText, cut:, [it cut:exactly(sender)], id sender),
-        KORVEL_INSTANCE(NSText, paste:, [it paste:exactly(sender)], id sender),
-        KORVEL_INSTANCE(NSText, selectAll:, [it selectAll:exactly(sender)], id sender),
 
         // QuartzCore
         KORVEL_CLASS(CATransaction, flush, [CATransaction flush]),

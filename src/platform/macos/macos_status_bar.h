@@ -6,10 +6,14 @@
 
 namespace korvel::platform {
 
+class MacosApplication;
+
 /// An item of the menu bar, as wide as its title.
 class MacosStatusItem final : public StatusItem {
   public:
-    MacosStatusItem();
+    /// The application outlives the item. There is one item at a time: its action is the
+    /// application's.
+    explicit MacosStatusItem(MacosApplication& application);
     ~MacosStatusItem() override;
 
     void setTitle(const StatusTitle& title) override;
@@ -25,14 +29,20 @@ class MacosStatusItem final : public StatusItem {
     std::unique_ptr<Parts> parts_;
 };
 
-/// The menu bar. The application object exists before it.
+/// The menu bar.
 class MacosStatusBar final : public StatusBar {
   public:
+    /// The application outlives the bar.
+    explicit MacosStatusBar(MacosApplication& application) : application_(application) {}
+
     std::unique_ptr<StatusItem> makeStatusItem() override;
 
-    /// Installs them as the application's. An item without an action sends the one that AppKit
-    /// names like the item ("Select All": `selectAll:`) along the responder chain.
+    /// Installs them as the application's. No item has a target: it sends its command along the
+    /// responder chain, and the functions of the items are not used.
     void setMainMenu(MainMenu menu) override;
+
+  private:
+    MacosApplication& application_;
 };
 
 } // namespace korvel::platform

@@ -4,14 +4,15 @@
 
 #include <utility>
 
-#import "platform/macos/appkit_action.h"
+#include "platform/macos/application.h"
+#import "platform/macos/application_delegate.h"
 #import "platform/macos/ns_string.h"
 
 namespace korvel::platform {
 
 struct MacosStatusItem::Parts {
     NSStatusItem* item; ///< leaves the bar with the last reference to it
-    KorvelAction* action;
+    MacosApplication& application;
 };
 
 namespace {
@@ -53,46 +54,50 @@ NSAttributedString* attributed(const TitleRun& run) {
     return text;
 }
 
-/// AppKit's name for the action of a menu item: "Select All" sends `selectAll:`.
-SEL toolkitAction(const std::string& title) {
-    std::string name;
-    for (const char c : title) {
-        if (c != ' ') {
-            name += name.empty() && c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-        }
+/// What the item sends along the responder chain, which ends at the application and its delegate.
+SEL actionOf(MenuCommand command) {
+    switch (command) {
+    case MenuCommand::checkForUpdates:
+        return @selector(checkForUpdates);
+    case MenuCommand::terminate:
+        return @selector(terminate:);
+    case MenuCommand::cut:
+        return @selector(cut:);
+    case MenuCommand::copy:
+        return @selector(copy:);
+    case MenuCommand::paste:
+        return @selector(paste:);
+    case MenuCommand::selectAll:
+        return @selector(selectAll:);
+    case MenuCommand::none:
+        break;
     }
-    return sel_registerName((name + ":").c_str());
+    return nullptr;
 }
 
 NSMenuItem* menuItem(const MenuItem& item) {
     if (item.title.empty()) {
         return [NSMenuItem separatorItem];
     }
-    NSMenuItem* made = [[NSMenuItem alloc]
-        initWithTitle:toNSString(item.title)
-               action:item.action ? @selector(korvelAct) : toolkitAction(item.title)
-        keyEquivalent:toNSString(item.keyEquivalent)];
-    if (item.action) {
-        KorvelAction* action = [[KorvelAction alloc] init];
-        action->action_ = item.action;
-        made.target = action;
-        made.representedObject = action; // which the item holds
-    }
-    return made;
+    return [[NSMenuItem alloc] initWithTitle:toNSString(item.title)
+                                      action:actionOf(item.command)
+                               keyEquivalent:toNSString(item.keyEquivalent)];
 }
 
 } // namespace
 
-MacosStatusItem::MacosStatusItem()
+MacosStatusItem::MacosStatusItem(MacosApplication& application)
     : parts_(
           new Parts{[NSStatusBar.systemStatusBar statusItemWithLength:NSVariableStatusItemLength],
-                    [[KorvelAction alloc] init]}) {
+                    application}) {
     NSStatusBarButton* button = parts_->item.button;
-    button.target = parts_->action;
-    button.action = @selector(korvelAct);
+    button.target = (__bridge id)application.delegate();
+    button.action = @selector(togglePopover);
 }
 
-MacosStatusItem::~MacosStatusItem() = default;
+MacosStatusItem::~MacosStatusItem() {
+    parts_->application.setTogglePopover({});
+}
 
 void MacosStatusItem::setTitle(const StatusTitle& title) {
     NSMutableAttributedString* text = [[NSMutableAttributedString alloc] init];
@@ -105,7 +110,7 @@ void MacosStatusItem::setTitle(const StatusTitle& title) {
 void MacosStatusItem::setToolTip(const std::string& /*text*/) {}
 
 void MacosStatusItem::setAction(std::function<void()> action) {
-    parts_->action->action_ = std::move(action);
+    parts_->application.setTogglePopover(std::move(action));
 }
 
 void* MacosStatusItem::button() const {
@@ -113,7 +118,7 @@ void* MacosStatusItem::button() const {
 }
 
 std::unique_ptr<StatusItem> MacosStatusBar::makeStatusItem() {
-    return std::make_unique<MacosStatusItem>();
+    return std::make_unique<MacosStatusItem>(application_);
 }
 
 void MacosStatusBar::setMainMenu(MainMenu menu) {

@@ -91,7 +91,8 @@ class OneShotTimer final : public Timer {
 
 } // namespace
 
-QtRunLoop::QtRunLoop() = default;
+QtRunLoop::QtRunLoop(Work end)
+    : end_(end ? std::move(end) : Work([] { QCoreApplication::exit(0); })) {}
 
 QtRunLoop::~QtRunLoop() {
     pool_.waitForDone();
@@ -120,7 +121,7 @@ void QtRunLoop::background(Work work) {
 void QtRunLoop::terminate() {
     // Queued, because an exit before the loop has started would be lost; and not quit(), which
     // asks every window for leave first.
-    async([] { QCoreApplication::exit(0); });
+    async(end_);
 }
 
 } // namespace korvel::platform

@@ -10,7 +10,8 @@ namespace korvel::platform {
 /// The run loop of the Qt application, which exists before it and outlives it.
 class QtRunLoop final : public RunLoop {
   public:
-    QtRunLoop();
+    /// `end` ends the program, on a turn of the main thread; empty: Qt's loop is left.
+    explicit QtRunLoop(Work end = {});
     /// Waits for the work in the background.
     ~QtRunLoop() override;
 
@@ -22,6 +23,7 @@ class QtRunLoop final : public RunLoop {
     void terminate() override;
 
   private:
+    const Work end_;
     QObject mainThread_; ///< lives in the thread that runs the work
     QThreadPool pool_;
 };

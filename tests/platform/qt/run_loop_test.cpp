@@ -54,6 +54,18 @@ TEST_F(QtRunLoopTest, TerminateBeforeTheLoopStartsStillEndsIt) {
     EXPECT_EQ(QCoreApplication::exec(), 0);
 }
 
+TEST_F(QtRunLoopTest, EndsInTheWayThatItWasGivenAndNotAtOnce) {
+    int ended = 0;
+    QtRunLoop other([&] {
+        ++ended;
+        QCoreApplication::exit(3);
+    });
+    other.terminate();
+    EXPECT_EQ(ended, 0);
+    EXPECT_EQ(QCoreApplication::exec(), 3);
+    EXPECT_EQ(ended, 1);
+}
+
 TEST_F(QtRunLoopTest, AfterRunsOnce) {
     int runs = 0;
     runLoop_.after(0, [&] { ++runs; });

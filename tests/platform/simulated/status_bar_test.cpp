@@ -37,7 +37,8 @@ TEST(SimulatedStatusBar, AClickRunsTheActionOfTheItem) {
 TEST(SimulatedStatusBar, ChoosesAMenuItemByItsTitle) {
     SimulatedStatusBar bar;
     int chosen = 0;
-    bar.setMainMenu({{{"", {{"Quit", [&] { ++chosen; }, "q"}}}, {"Edit", {{"Cut", {}, "x"}}}}});
+    bar.setMainMenu({{{"", {{"Quit", MenuCommand::terminate, [&] { ++chosen; }, "q"}}},
+                      {"Edit", {{"Cut", MenuCommand::cut, {}, "x"}}}}});
     EXPECT_TRUE(bar.choose("Quit"));
     EXPECT_TRUE(bar.choose("Cut"));
     EXPECT_FALSE(bar.choose("Paste"));

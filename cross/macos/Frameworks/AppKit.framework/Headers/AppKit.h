@@ -8,7 +8,6 @@
 
 KORVEL_EXTERN const NSAttributedStringKey NSFontAttributeName;
 KORVEL_EXTERN const NSAttributedStringKey NSForegroundColorAttributeName;
-KORVEL_EXTERN const NSNotificationName NSApplicationWillTerminateNotification;
 
 typedef CGFloat NSFontWeight;
 KORVEL_EXTERN const NSFontWeight NSFontWeightMedium;
@@ -39,6 +38,7 @@ typedef NS_ENUM(NSUInteger, NSEventType){
 @end
 
 typedef NS_OPTIONS(NSUInteger, NSAutoresizingMaskOptions){
+    NSViewNotSizable = 0,
     NSViewWidthSizable = 2,
     NSViewHeightSizable = 16,
 };
@@ -47,7 +47,9 @@ typedef NS_OPTIONS(NSUInteger, NSAutoresizingMaskOptions){
 @property NSRect frame;
 @property NSRect bounds;
 @property NSAutoresizingMaskOptions autoresizingMask;
+@property(readonly, getter=isFlipped) BOOL flipped;
 @property(readonly, assign) NSWindow* window;
+- (void)setFrameOrigin:(NSPoint)origin;
 - (void)addSubview:(NSView*)view;
 - (void)removeFromSuperview;
 @end
@@ -89,6 +91,7 @@ static const CGFloat NSVariableStatusItemLength = -1;
 @protocol NSPopoverDelegate <NSObject>
 @optional
 - (BOOL)popoverShouldClose:(NSPopover*)popover;
+- (void)popoverWillClose:(NSNotification*)notification;
 - (void)popoverDidClose:(NSNotification*)notification;
 @end
 
@@ -101,6 +104,7 @@ typedef NS_ENUM(NSInteger, NSPopoverBehavior){
 @interface NSPopover : NSResponder
 @property(weak) id<NSPopoverDelegate> delegate;
 @property NSPopoverBehavior behavior;
+@property BOOL animates;
 @property(strong) NSViewController* contentViewController;
 @property(readonly, getter=isShown) BOOL shown;
 - (void)showRelativeToRect:(NSRect)rectangle
@@ -111,7 +115,6 @@ typedef NS_ENUM(NSInteger, NSPopoverBehavior){
 
 @interface NSMenuItem : NSObject
 @property(weak) id target;
-@property(strong) id representedObject;
 @property(strong) NSMenu* submenu;
 + (NSMenuItem*)separatorItem;
 - (instancetype)initWithTitle:(NSString*)title
@@ -124,7 +127,7 @@ typedef NS_ENUM(NSInteger, NSPopoverBehavior){
 - (void)addItem:(NSMenuItem*)item;
 @end
 
-/// Never named by the layer, which sends these along the responder chain by their names.
+/// Never named by the layer, which sends these along the responder chain.
 @interface NSText : NSView
 - (void)cut:(id)sender;
 - (void)copy:(id)sender;
@@ -138,12 +141,28 @@ typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy){
     NSApplicationActivationPolicyProhibited = 2,
 };
 
+typedef NS_ENUM(NSUInteger, NSApplicationTerminateReply){
+    NSTerminateCancel = 0,
+    NSTerminateNow = 1,
+    NSTerminateLater = 2,
+};
+
+@class NSApplication;
+
+@protocol NSApplicationDelegate <NSObject>
+@optional
+- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication*)sender;
+- (void)applicationWillTerminate:(NSNotification*)notification;
+@end
+
 @interface NSApplication : NSResponder
 @property(class, readonly, strong) NSApplication* sharedApplication;
+@property(weak) id<NSApplicationDelegate> delegate;
 @property(strong) NSMenu* mainMenu;
 @property(readonly, strong) NSEvent* currentEvent;
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)policy;
 - (void)activateIgnoringOtherApps:(BOOL)ignoreOtherApps;
+- (void)terminate:(id)sender;
 @end
 
 @interface NSScreen : NSObject

@@ -56,6 +56,13 @@ typedef CGPoint NSPoint;
 typedef CGSize NSSize;
 typedef CGRect NSRect;
 
+static inline NSPoint NSMakePoint(CGFloat x, CGFloat y) {
+    NSPoint point;
+    point.x = x;
+    point.y = y;
+    return point;
+}
+
 static inline NSSize NSMakeSize(CGFloat width, CGFloat height) {
     NSSize size;
     size.width = width;
@@ -82,8 +89,6 @@ static inline NSRange NSMakeRange(NSUInteger location, NSUInteger length) {
     return range;
 }
 
-@class NSError, NSNotification, NSOperationQueue;
-
 typedef NSUInteger NSStringEncoding;
 enum : NSStringEncoding { NSUTF8StringEncoding = 4 };
 
@@ -98,7 +103,8 @@ enum : NSStringEncoding { NSUTF8StringEncoding = 4 };
 @end
 
 typedef NSString* NSAttributedStringKey;
-typedef NSString* NSNotificationName;
+typedef NSString* NSErrorDomain;
+typedef NSString* NSErrorUserInfoKey;
 
 @interface NSArray <__covariant ObjectType> : NSObject
 + (instancetype)arrayWithObject:(ObjectType)object;
@@ -129,9 +135,33 @@ typedef NSString* NSNotificationName;
 @property(readonly, copy) NSDictionary<NSString*, id>* infoDictionary;
 @end
 
+KORVEL_EXTERN const NSErrorDomain NSPOSIXErrorDomain;
+
+@interface NSError : NSObject
+@property(readonly, copy) NSString* localizedDescription;
++ (instancetype)errorWithDomain:(NSErrorDomain)domain
+                           code:(NSInteger)code
+                       userInfo:(NSDictionary<NSErrorUserInfoKey, id>*)userInfo;
+@end
+
 @interface NSFileManager : NSObject
 @property(class, readonly, strong) NSFileManager* defaultManager;
 - (BOOL)isWritableFileAtPath:(NSString*)path;
+- (BOOL)moveItemAtURL:(NSURL*)from toURL:(NSURL*)to error:(NSError**)error;
+@end
+
+@interface NSUserDefaults : NSObject
+@property(class, readonly, strong) NSUserDefaults* standardUserDefaults;
+- (id)objectForKey:(NSString*)key;
+- (NSInteger)integerForKey:(NSString*)key;
+- (double)doubleForKey:(NSString*)key;
+- (BOOL)boolForKey:(NSString*)key;
+- (void)setObject:(id)value forKey:(NSString*)key;
+- (void)setInteger:(NSInteger)value forKey:(NSString*)key;
+- (void)setDouble:(double)value forKey:(NSString*)key;
+- (void)setBool:(BOOL)value forKey:(NSString*)key;
+- (void)removeObjectForKey:(NSString*)key;
+- (BOOL)synchronize;
 @end
 
 typedef NS_ENUM(NSInteger, NSProcessInfoThermalState){
@@ -146,11 +176,6 @@ typedef NS_ENUM(NSInteger, NSProcessInfoThermalState){
 @property(readonly) NSProcessInfoThermalState thermalState;
 @end
 
-@interface NSNotificationCenter : NSObject
-@property(class, readonly, strong) NSNotificationCenter* defaultCenter;
-- (id<NSObject>)addObserverForName:(NSNotificationName)name
-                            object:(id)object
-                             queue:(NSOperationQueue*)queue
-                        usingBlock:(void (^)(NSNotification* notification))block;
-- (void)removeObserver:(id)observer;
+@interface NSNotification : NSObject
+@property(readonly, strong) id object;
 @end
