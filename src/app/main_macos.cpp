@@ -19,6 +19,7 @@
 #include "platform/macos/macos_processes.h"
 #include "platform/macos/macos_program_loader.h"
 #include "platform/macos/macos_status_bar.h"
+#include "platform/macos/macos_user_defaults.h"
 #include "platform/macos/macos_workspace.h"
 #include "platform/macos/thermal_state.h"
 #include "platform/posix/child_processes.h"
@@ -29,7 +30,6 @@
 #include "platform/qt/http.h"
 #include "platform/qt/run_loop.h"
 #include "platform/qt/termination_signals.h"
-#include "platform/qt/user_defaults.h"
 #include "platform/services.h"
 #include "update/install_tools.h"
 #include "update/updater.h"
@@ -61,7 +61,7 @@ void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString&) {
 
 int main(int, char** argv) {
     platform::PosixFiles files;
-    const std::string record = platform::QtUserDefaults::folder() + "/update";
+    const std::string record = files.homeDirectory() + "/Library/Application Support/Korvel/update";
     platform::PosixFileManager fileManager(record);
     platform::recoverWorkFolders({.bundle = platform::MacosBundle().path(),
                                   .temporary = fileManager.temporaryDirectory(),
@@ -84,7 +84,7 @@ int main(int, char** argv) {
     LaunchctlAgents agents(childProcesses);
     platform::QtRunLoop runLoop([&application] { application.terminate(); });
     platform::MacosStatusBar statusBar(application);
-    platform::QtUserDefaults defaults;
+    platform::MacosUserDefaults defaults;
     platform::MacosPowerAssertions power;
     platform::MacosNotifications notifications;
     platform::MacosBundle bundle;
@@ -124,8 +124,9 @@ int main(int, char** argv) {
     running = delegate.get();
     std::atexit(finish);
     // Without destructors, which would wait for work in the background.
-    const auto end = [] {
+    const auto end = [&defaults] {
         finish();
+        defaults.flush();
         std::_Exit(EXIT_SUCCESS);
     };
     application.setWillTerminate(end);

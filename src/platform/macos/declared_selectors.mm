@@ -110,6 +110,17 @@ std::vector<Declared> declaredMethods() {
         KORVEL_INSTANCE(NSString, initWithBytes:length:encoding:, [it initWithBytes:exactly(bytes) length:exactly(length) encoding:exactly(encoding)], const void* bytes, NSUInteger length, NSStringEncoding encoding),
         KORVEL_INSTANCE(NSString, stringByDeletingLastPathComponent, [it stringByDeletingLastPathComponent]),
         KORVEL_CLASS(NSURL, fileURLWithPath:, [NSURL fileURLWithPath:exactly(path)], NSString* path),
+        KORVEL_CLASS(NSUserDefaults, standardUserDefaults, [NSUserDefaults standardUserDefaults]),
+        KORVEL_INSTANCE(NSUserDefaults, boolForKey:, [it boolForKey:exactly(key)], NSString* key),
+        KORVEL_INSTANCE(NSUserDefaults, doubleForKey:, [it doubleForKey:exactly(key)], NSString* key),
+        KORVEL_INSTANCE(NSUserDefaults, integerForKey:, [it integerForKey:exactly(key)], NSString* key),
+        KORVEL_INSTANCE(NSUserDefaults, objectForKey:, [it objectForKey:exactly(key)], NSString* key),
+        KORVEL_INSTANCE(NSUserDefaults, removeObjectForKey:, [it removeObjectForKey:exactly(key)], NSString* key),
+        KORVEL_INSTANCE(NSUserDefaults, setBool:forKey:, [it setBool:exactly(value) forKey:exactly(key)], BOOL value, NSString* key),
+        KORVEL_INSTANCE(NSUserDefaults, setDouble:forKey:, [it setDouble:exactly(value) forKey:exactly(key)], double value, NSString* key),
+        KORVEL_INSTANCE(NSUserDefaults, setInteger:forKey:, [it setInteger:exactly(value) forKey:exactly(key)], NSInteger value, NSString* key),
+        KORVEL_INSTANCE(NSUserDefaults, setObject:forKey:, [it setObject:exactly(value) forKey:exactly(key)], id value, NSString* key),
+        KORVEL_INSTANCE(NSUserDefaults, synchronize, [it synchronize]),
 
         // AppKit
         KORVEL_CLASS(NSApplication, sharedApplication, [NSApplication sharedApplication]),

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/defaults.h"
+
+namespace korvel::platform {
+
+/// The standard user defaults of the system, in the domain of the program's bundle identifier. The
+/// system writes them to the disk, some time after they are set.
+class MacosUserDefaults final : public UserDefaults {
+  public:
+    std::int64_t integer(const std::string& key) override;
+    double real(const std::string& key) override;
+    bool boolean(const std::string& key) override;
+    std::string string(const std::string& key) override;
+    bool has(const std::string& key) override;
+
+    void set(const std::string& key, std::int64_t value) override;
+    void set(const std::string& key, double value) override;
+    void set(const std::string& key, bool value) override;
+    void set(const std::string& key, const std::string& value) override;
+    void remove(const std::string& key) override;
+
+    /// Returns when the system has all that was set: a process that ends without leave from AppKit
+    /// could take some of it along.
+    void flush();
+};
+
+} // namespace korvel::platform
