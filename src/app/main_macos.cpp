@@ -13,6 +13,7 @@
 #include "platform/digest.h"
 #include "platform/macos/application.h"
 #include "platform/macos/macos_bundle.h"
+#include "platform/macos/macos_file_manager.h"
 #include "platform/macos/macos_machine.h"
 #include "platform/macos/macos_notifications.h"
 #include "platform/macos/macos_power_assertions.h"
@@ -23,7 +24,6 @@
 #include "platform/macos/macos_workspace.h"
 #include "platform/macos/thermal_state.h"
 #include "platform/posix/child_processes.h"
-#include "platform/posix/file_manager.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
 #include "platform/posix/work_folder.h"
@@ -62,7 +62,7 @@ void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString&) {
 int main(int, char** argv) {
     platform::PosixFiles files;
     const std::string record = files.homeDirectory() + "/Library/Application Support/Korvel/update";
-    platform::PosixFileManager fileManager(record);
+    platform::MacosFileManager fileManager(record);
     platform::recoverWorkFolders({.bundle = platform::MacosBundle().path(),
                                   .temporary = fileManager.temporaryDirectory(),
                                   .record = record});

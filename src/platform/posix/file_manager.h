@@ -9,7 +9,7 @@
 namespace korvel::platform {
 
 /// The file system.
-class PosixFileManager final : public FileManager {
+class PosixFileManager : public FileManager {
   public:
     /// `record`: a path for a link that leads to the folder of an installation, where the volume of
     /// its bundle cannot exchange two names. Empty: none is kept.
