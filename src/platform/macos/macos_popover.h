@@ -24,6 +24,7 @@ class MacosPopover final : public Popover {
     /// `item` is a `MacosStatusItem`. Without its button nothing happens.
     void show(StatusItem& item) override;
     void close() override;
+    /// False as soon as it begins to close.
     bool shown() const override;
     void activate() override;
     void makeKey() override;

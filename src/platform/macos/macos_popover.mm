@@ -13,6 +13,7 @@
     std::function<void()> closed_;
     __weak NSView* anchor_; ///< that the popover stands at
     BOOL asked_;            ///< this program closes it
+    BOOL closing_;          ///< it has begun to close, and was not opened since
 }
 @end
 
@@ -26,10 +27,32 @@
            event.window != anchor_.window;
 }
 
+- (void)popoverWillClose:(NSNotification*)notification {
+    closing_ = YES;
+}
+
+// Comes when it has faded. By then it may have been opened again.
 - (void)popoverDidClose:(NSNotification*)notification {
+    NSPopover* popover = notification.object;
+    if (!closing_ && popover.shown) {
+        return;
+    }
     if (const auto closed = closed_) {
         closed();
     }
+}
+
+@end
+
+/// Around the content, which keeps its size and stays at the top left whatever size the popover has
+/// at the moment: whose view it is has a size of its own for it, and counts from the top.
+@interface KorvelPopoverView : NSView
+@end
+
+@implementation KorvelPopoverView
+
+- (BOOL)isFlipped {
+    return YES;
 }
 
 @end
@@ -49,7 +72,7 @@ MacosPopover::MacosPopover(std::function<void()> closed)
                        [[KorvelPopoverDelegate alloc] init],
                        nil}) {
     parts_->delegate->closed_ = std::move(closed);
-    parts_->controller.view = [[NSView alloc] init];
+    parts_->controller.view = [[KorvelPopoverView alloc] init];
     parts_->popover.behavior = NSPopoverBehaviorTransient;
     parts_->popover.contentViewController = parts_->controller;
     parts_->popover.delegate = parts_->delegate;
@@ -66,14 +89,17 @@ void MacosPopover::setContent(void* view) {
     [parts_->content removeFromSuperview];
     parts_->content = (__bridge NSView*)view;
     if (parts_->content != nil) {
-        parts_->content.frame = parts_->controller.view.bounds;
-        parts_->content.autoresizingMask = NSViewWidthSizable | NSViewHeightSizable;
+        parts_->content.autoresizingMask = NSViewNotSizable;
+        [parts_->content setFrameOrigin:NSMakePoint(0, 0)];
         [parts_->controller.view addSubview:parts_->content];
     }
 }
 
 void MacosPopover::setPreferredContentSize(double width, double height) {
+    // The content has its new size at once; only opening and closing are animated.
+    parts_->popover.animates = NO;
     parts_->controller.preferredContentSize = NSMakeSize(width, height);
+    parts_->popover.animates = YES;
 }
 
 void MacosPopover::show(StatusItem& item) {
@@ -82,6 +108,7 @@ void MacosPopover::show(StatusItem& item) {
         return;
     }
     parts_->delegate->anchor_ = button;
+    parts_->delegate->closing_ = NO;
     [parts_->popover showRelativeToRect:button.bounds ofView:button preferredEdge:NSRectEdgeMinY];
 }
 
@@ -92,7 +119,7 @@ void MacosPopover::close() {
 }
 
 bool MacosPopover::shown() const {
-    return parts_->popover.shown;
+    return parts_->popover.shown && !parts_->delegate->closing_;
 }
 
 void MacosPopover::activate() {

@@ -18,7 +18,7 @@ constexpr Qt::WindowFlags kNativeView = Qt::SubWindow | Qt::FramelessWindowHint;
 
 HostedPopover::HostedPopover(ContentView& root, Words words, const MakeHost& makeHost)
     : views_(root, {.words = std::move(words), .flags = kNativeView}),
-      host_(makeHost([this] { views_.hide(); })) {
+      host_(makeHost([this] { closed(); })) {
     views_.frame().setBordered(false);
     connect(&views_, &PopoverViews::loaded, this, &HostedPopover::loaded);
     connect(&views_, &PopoverViews::unloading, this, [this] { host_.setContent(nullptr); });
@@ -67,8 +67,17 @@ void HostedPopover::drawNow() {
 void HostedPopover::loaded() {
     connect(views_.window()->rootObject(), &QQuickItem::heightChanged, this,
             &HostedPopover::resize);
+    // Said before the view is made, or Qt would put it where it puts new windows: in the middle.
+    views_.window()->setPosition(0, 0);
     // Qt names a native view by a number, which on this desktop is the view's address.
     host_.setContent(reinterpret_cast<void*>(views_.window()->winId())); // NOLINT
+}
+
+void HostedPopover::closed() {
+    // Told late, when it has been opened again meanwhile.
+    if (!shown()) {
+        views_.hide();
+    }
 }
 
 void HostedPopover::resize() {

@@ -24,7 +24,7 @@ struct PopoverHost {
 class HostedPopover final : public QObject, public platform::Popover {
   public:
     /// Makes the host. It is to call `closed` each time the popover has closed, whoever closed it,
-    /// and not once it is destroyed.
+    /// and not once it is destroyed. It may call late, when the popover has faded.
     using MakeHost = std::function<PopoverHost(std::function<void()> closed)>;
 
     /// `root` outlives the popover.
@@ -39,6 +39,7 @@ class HostedPopover final : public QObject, public platform::Popover {
 
   private:
     void loaded();
+    void closed();
     void resize();
 
     PopoverViews views_;

@@ -159,6 +159,17 @@ TEST_F(Hosted, OpensAgainWithTheViewsThatAreThere) {
     EXPECT_TRUE(view()->isVisible());
 }
 
+TEST_F(Hosted, KeepsItsViewsWhenALateWordOfTheClosingComesAfterItWasOpenedAgain) {
+    popover.show(*item);
+    desktop.shown = false; // and fades, before it says so
+    popover.show(*item);
+    desktop.closed();
+    EXPECT_TRUE(popover.shown());
+    EXPECT_TRUE(view()->isVisible());
+    desktop.goAway();
+    EXPECT_FALSE(view()->isVisible());
+}
+
 TEST_F(Hosted, ShowsNoWindowOfItsOwnWhereTheDesktopHasNoItem) {
     desktop.refuses = true;
     popover.show(*item);
