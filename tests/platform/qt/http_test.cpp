@@ -103,6 +103,32 @@ TEST_F(HttpGet, LargestBodyIsTakenAndNotOneByteMore) {
     EXPECT_EQ(status(url("chunked/1048577")), kNone);
 }
 
+struct TlsCase {
+    const char* name;
+    const char* server; ///< speaks one version of TLS only
+    int status;         ///< 0: no answer
+};
+
+void PrintTo( // NOLINT(readability-identifier-naming): the test library's name
+    const TlsCase& row, std::ostream* out) {
+    *out << row.server;
+}
+
+class HttpGetTls : public HttpsTest, public testing::WithParamInterface<TlsCase> {};
+
+TEST_P(HttpGetTls, OneTwoIsEnoughAndNothingOlderIsSpoken) {
+    if (!isServed(GetParam().server)) {
+        GTEST_SKIP() << "this machine's TLS library does not speak " << GetParam().server;
+    }
+    EXPECT_EQ(status(url("status/200", GetParam().server)), GetParam().status);
+}
+
+INSTANTIATE_TEST_SUITE_P(, HttpGetTls,
+                         testing::Values(TlsCase{"OneTwo", "tls-1.2", 200},
+                                         TlsCase{"OneOne", "tls-1.1", kNone},
+                                         TlsCase{"OneZero", "tls-1.0", kNone}),
+                         [](const auto& row) { return row.param.name; });
+
 class HttpGetStranger : public HttpsTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(HttpGetStranger, IsNotBelieved) {

@@ -4,7 +4,8 @@ authority.pem; one line on standard output tells the ports, such as
 
     good=40001 localhost=40002 wrong-host=40003 expired=40004 unknown=40005 ...
 
-It ends with its standard input. usage: https_server.py FOLDER
+Each of tls-1.0, tls-1.1 and tls-1.2 speaks that version of TLS and no other; one that this machine's TLS
+library cannot speak is not told. It ends with its standard input. usage: https_server.py FOLDER
 """
 
 import gzip
@@ -15,6 +16,7 @@ import struct
 import sys
 import threading
 import time
+import warnings
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "support"))
@@ -25,6 +27,7 @@ PORTS = {}
 SEEN = {"plain": 0}  # connections
 PIECE = bytes(range(256)) * 256
 STALL = 30  # seconds; no test waits for the end of it
+VERSIONS = {"tls-1.0": ssl.TLSVersion.TLSv1, "tls-1.1": ssl.TLSVersion.TLSv1_1, "tls-1.2": ssl.TLSVersion.TLSv1_2}
 
 
 def pattern(size):
@@ -225,11 +228,36 @@ class Server(socketserver.ThreadingTCPServer):
     request_queue_size = 32
 
 
+def bind(context, version):
+    """Has it speak that version only, though the library may hold it for too old."""
+    context.set_ciphers("ALL:@SECLEVEL=0")
+    with warnings.catch_warnings():
+        warnings.simplefilter("ignore", DeprecationWarning)
+        context.minimum_version = version
+        context.maximum_version = version
+
+
+def speaks(port, version):
+    """Whether a client that is willing to gets an answer in that version."""
+    context = ssl.SSLContext(ssl.PROTOCOL_TLS_CLIENT)
+    context.check_hostname = False
+    context.verify_mode = ssl.CERT_NONE
+    bind(context, version)
+    try:
+        with context.wrap_socket(socket.create_connection(("127.0.0.1", port), timeout=STALL)) as connection:
+            connection.sendall(b"GET /status/200 HTTP/1.1\r\n\r\n")
+            return connection.recv(4096).startswith(b"HTTP/1.1 200")
+    except ssl.SSLError:
+        return False
+
+
 def serve(kind, certificate, folder):
     context = None
     if certificate:
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain(folder / f"{certificate}.pem", folder / f"{certificate}.key")
+        if kind in VERSIONS:
+            bind(context, VERSIONS[kind])
     server = Server(("127.0.0.1", 0), make_handler(kind, context))
     threading.Thread(target=server.serve_forever, daemon=True).start()
     PORTS[kind] = server.server_address[1]
@@ -245,8 +273,11 @@ def main():
     certificates.make_certificate(folder, "stranger", "strange", HERE)
     for kind, certificate in {"good": "here", "localhost": "here", "wrong-host": "elsewhere",
                               "expired": "late", "unknown": "strange", "garbage": "here",
-                              "no-tls": None, "plain": None}.items():
+                              "no-tls": None, "plain": None, **dict.fromkeys(VERSIONS, "here")}.items():
         serve(kind, certificate, folder)
+    for kind, version in VERSIONS.items():
+        if not speaks(PORTS[kind], version):
+            del PORTS[kind]
     print(*(f"{kind}={port}" for kind, port in PORTS.items()), flush=True)
     sys.stdin.read()
 

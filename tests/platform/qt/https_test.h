@@ -64,6 +64,8 @@ class HttpsTest : public testing::Test {
         http_ = std::make_unique<QtHttp>(std::move(settings));
     }
 
+    static bool isServed(const std::string& kind) { return server_->ports.contains(kind); }
+
     static std::string port(const std::string& kind) { return server_->ports.at(kind); }
 
     static std::string url(const std::string& path, const std::string& kind = "good") {
