@@ -95,6 +95,7 @@ TESTS = {
     "tests/platform/linux/session": ["app", *CONTENT],  # the icon of the score of a title
     "tests/platform/linux/update": ["report"],  # the words of what is refused
     "tests/platform/macos": CORE,
+    "tests/platform/macos/native": CORE,
     "tests/report": ["platform/posix"],
     "tests/model": ["update", "platform/posix"],
     "tests/support": UPDATE + MODEL,
@@ -200,6 +201,9 @@ TEST_OUTSIDE_OF = {
     "tests/desktop": QT_CORE | QT_GUI,
     "tests/faults": QT_CORE | {"sys/uio.h"},
     "tests/platform/linux/session": QT_NETWORK,
+    "tests/platform/macos/native": {
+        "objc/NSObject.h", "objc/message.h", "objc/objc.h", "sanitizer/common_interface_defs.h", "stddef.h",
+    },
     "tests/ui/quick": {"QtQuickTest"},
 }
 
