@@ -6,11 +6,12 @@
 // declared_selectors.mm (class or instance method, its owner, its selector, the number of its
 // arguments and the kind of each: string, number, truth value, selector, structure, enumeration by
 // name, class by name, block); by eye, the results, the values of the enumerations and the names of
-// the constants. The description has one kind of number: that NSInteger, NSUInteger, CGFloat and
-// BOOL stand in the right places, and the values -1 and 4 of NSVariableStatusItemLength and
-// NSUTF8StringEncoding, are known from the public documentation and were checked against nothing
-// else. Nullability, availability and adopted protocols are left out. Which framework a symbol comes
-// from, in the .tbd files, is a guess.
+// the constants, and all of what was added later (user defaults, errors and moves of files, the
+// application's delegate, the size of a popover, CATransaction). The description has one kind of
+// number: that NSInteger, NSUInteger, CGFloat and BOOL stand in the right places, and the values -1
+// and 4 of NSVariableStatusItemLength and NSUTF8StringEncoding, are known from the public
+// documentation and were checked against nothing else. Nullability, availability and adopted
+// protocols are left out. Which framework a symbol comes from, in the .tbd files, is a guess.
 #pragma once
 
 #include <objc/NSObject.h>
