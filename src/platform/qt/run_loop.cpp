@@ -14,6 +14,8 @@
 #include <sys/timerfd.h>
 
 #include "platform/posix/file_descriptor.h"
+#else
+#include "platform/qt/rechecked_timer.h"
 #endif
 
 namespace korvel::platform {
@@ -70,22 +72,25 @@ class OneShotTimer final : public Timer {
     QObject turn_;
 };
 
+std::unique_ptr<Timer> makeOneShot(double seconds, RunLoop::Work work) {
+    return std::make_unique<OneShotTimer>(seconds, std::move(work));
+}
+
 #else
 
-class OneShotTimer final : public Timer {
-  public:
-    OneShotTimer(double seconds, RunLoop::Work work) {
-        timer_.setSingleShot(true);
-        timer_.setInterval(timerMilliseconds(std::min(seconds, kLongest)));
-        timer_.callOnTimeout(&timer_, std::move(work));
-        timer_.start();
-    }
+/// Seconds; this system's clock goes on while the machine sleeps.
+double continuousTime() {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC_RAW, &now);
+    return std::chrono::duration<double>(std::chrono::seconds(now.tv_sec) +
+                                         std::chrono::nanoseconds(now.tv_nsec))
+        .count();
+}
 
-  private:
-    static constexpr double kLongest = 24 * 86400; // seconds; the widest that Qt counts
-
-    QTimer timer_;
-};
+std::unique_ptr<Timer> makeOneShot(double seconds, RunLoop::Work work) {
+    constexpr std::chrono::seconds kLongestWait(5); // no wake-up more: each sample is one
+    return std::make_unique<RecheckedTimer>(seconds, std::move(work), continuousTime, kLongestWait);
+}
 
 #endif
 
@@ -107,7 +112,7 @@ void QtRunLoop::after(double seconds, Work work) {
 }
 
 std::unique_ptr<Timer> QtRunLoop::once(double seconds, Work work) {
-    return std::make_unique<OneShotTimer>(seconds, std::move(work));
+    return makeOneShot(seconds, std::move(work));
 }
 
 std::unique_ptr<Timer> QtRunLoop::every(double seconds, Work work) {
