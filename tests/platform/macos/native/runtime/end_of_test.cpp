@@ -19,7 +19,10 @@ std::vector<std::function<void()>>& forgetters() {
 }
 
 class EndOfTest final : public testing::EmptyTestEventListener {
-    void OnTestStart(const testing::TestInfo&) override { pool_ = pushPool(); }
+    void OnTestStart(const testing::TestInfo&) override {
+        before_ = liveObjects();
+        pool_ = pushPool();
+    }
 
     void OnTestEnd(const testing::TestInfo&) override {
         for (const auto& forget : forgetters()) {
@@ -31,7 +34,6 @@ class EndOfTest final : public testing::EmptyTestEventListener {
                 ADD_FAILURE() << "left alive: " << count - before_[kind] << " of " << kind;
             }
         }
-        before_ = liveObjects(); // so that the next test answers for its own
     }
 
     void* pool_ = nullptr;

@@ -1,11 +1,15 @@
 // Texts: those made while the program runs, in UTF-8, and those of the source.
-#include <cstdint>
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "base/utf8.h"
 #import "platform/macos/native/foundation/foundation.h"
+#include "platform/macos/native/foundation/utf16.h"
 
 /// A text that was made.
 @interface KorvelMadeString : NSString {
@@ -18,7 +22,7 @@
 @interface KorvelSourceString : NSString {
     int flags_;
     const void* units_;
-    long length_;
+    unsigned long length_;
 }
 @end
 
@@ -27,48 +31,6 @@ __asm__(".globl __CFConstantStringClassReference\n"
         ".set __CFConstantStringClassReference, OBJC_CLASS_$_KorvelSourceString\n");
 
 namespace {
-
-/// Units of UTF-16 in well-formed UTF-8.
-NSUInteger unitsOf(const std::string& utf8) {
-    NSUInteger units = 0;
-    for (const char c : utf8) {
-        const auto byte = static_cast<unsigned char>(c);
-        constexpr unsigned kFourBytes = 0xF0; // two units
-        units += (byte & 0xC0U) == 0x80U ? 0 : byte >= kFourBytes ? 2 : 1;
-    }
-    return units;
-}
-
-void append(std::string& utf8, uint32_t codePoint) {
-    const auto add = [&](uint32_t byte) { utf8 += static_cast<char>(byte); };
-    if (codePoint < 0x80) {
-        add(codePoint);
-    } else if (codePoint < 0x800) {
-        add(0xC0U | codePoint >> 6);
-        add(0x80U | (codePoint & 0x3FU));
-    } else if (codePoint < 0x10000) {
-        add(0xE0U | codePoint >> 12);
-        add(0x80U | (codePoint >> 6 & 0x3FU));
-        add(0x80U | (codePoint & 0x3FU));
-    } else {
-        add(0xF0U | codePoint >> 18);
-        add(0x80U | (codePoint >> 12 & 0x3FU));
-        add(0x80U | (codePoint >> 6 & 0x3FU));
-        add(0x80U | (codePoint & 0x3FU));
-    }
-}
-
-std::string fromUtf16(const uint16_t* units, long length) {
-    std::string utf8;
-    for (long i = 0; i < length; ++i) {
-        uint32_t codePoint = units[i];
-        if (codePoint >= 0xD800 && codePoint < 0xDC00 && i + 1 < length) {
-            codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (units[++i] - 0xDC00U);
-        }
-        append(utf8, codePoint);
-    }
-    return utf8;
-}
 
 NSString* made(std::string utf8) {
     KorvelMadeString* string = [KorvelMadeString alloc];
@@ -94,7 +56,7 @@ NSString* made(std::string utf8) {
 }
 
 - (NSUInteger)length {
-    return unitsOf(self.UTF8String);
+    return korvel::objc::toUtf16(self.UTF8String).size();
 }
 
 - (NSString*)stringByDeletingLastPathComponent {
@@ -115,6 +77,27 @@ NSString* made(std::string utf8) {
 
 - (BOOL)isEqualToString:(NSString*)string {
     return string != nil && std::string(self.UTF8String) == string.UTF8String;
+}
+
+- (NSInteger)integerValue {
+    return std::strtol(self.UTF8String, nullptr, 10);
+}
+
+- (double)doubleValue {
+    std::string number = self.UTF8String;
+    number.resize(std::min(number.find_first_not_of(" \t\n+-.eE0123456789"), number.size()));
+    return std::strtod(number.c_str(), nullptr);
+}
+
+- (BOOL)boolValue {
+    const std::string text = self.UTF8String;
+    const auto spaces = text.find_first_not_of(" \t\n");
+    if (spaces == std::string::npos) {
+        return NO;
+    }
+    const bool hasSign = text[spaces] == '+' || text[spaces] == '-';
+    const auto first = text.find_first_not_of('0', spaces + (hasSign ? 1 : 0));
+    return first != std::string::npos && std::strchr("YyTt123456789", text[first]) != nullptr;
 }
 
 - (BOOL)isEqual:(id)object {
@@ -147,7 +130,8 @@ NSString* made(std::string utf8) {
         return static_cast<const char*>(units_);
     }
     static auto& read = *new std::map<const void*, std::string>;
-    return read.try_emplace(units_, fromUtf16(static_cast<const uint16_t*>(units_), length_))
+    return read
+        .try_emplace(units_, korvel::objc::toUtf8({static_cast<const char16_t*>(units_), length_}))
         .first->second.c_str();
 }
 
