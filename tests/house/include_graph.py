@@ -95,7 +95,7 @@ TESTS = {
     "tests/platform/linux/session": ["app", *CONTENT],  # the icon of the score of a title
     "tests/platform/linux/update": ["report"],  # the words of what is refused
     "tests/platform/macos": CORE,
-    "tests/platform/macos/native": CORE,
+    "tests/platform/macos/native": ["app", *CONTENT],  # the title of a score
     "tests/report": ["platform/posix"],
     "tests/model": ["update", "platform/posix"],
     "tests/support": UPDATE + MODEL,
