@@ -96,6 +96,9 @@ TESTS = {
     "tests/platform/linux/update": ["report"],  # the words of what is refused
     "tests/platform/macos": CORE,
     "tests/platform/macos/native": ["app", *CONTENT],  # the title of a score
+    "tests/platform/macos/native/with_qt": [
+        "app", "app/main_popover_macos.h", "platform/qt", "ui/quick", *CONTENT,
+    ],
     "tests/report": ["platform/posix"],
     "tests/model": ["update", "platform/posix"],
     "tests/support": UPDATE + MODEL,
@@ -204,6 +207,7 @@ TEST_OUTSIDE_OF = {
     "tests/platform/macos/native": {
         "objc/NSObject.h", "objc/message.h", "objc/objc.h", "sanitizer/common_interface_defs.h", "stddef.h",
     },
+    "tests/platform/macos/native/with_qt": APPLE | QT_CORE | QT_GUI | QT_QUICK,
     "tests/ui/quick": {"QtQuickTest"},
 }
 
