@@ -116,6 +116,12 @@ class HttpsTest : public testing::Test {
         return result;
     }
 
+    /// 0: no answer.
+    int downloadStatus(const std::string& url) {
+        const std::optional<HttpDownload> answer = download(url);
+        return answer ? answer->status : 0;
+    }
+
     static void runFor(double seconds) {
         QTimer::singleShot(
             std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds)),
