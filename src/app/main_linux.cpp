@@ -23,6 +23,7 @@
 #include "platform/linux/session/desktop_power.h"
 #include "platform/linux/session/environment.h"
 #include "platform/linux/session/linux_workspace.h"
+#include "platform/linux/session/settings_file.h"
 #include "platform/linux/session/single_instance.h"
 #include "platform/linux/session/systemd_agents.h"
 #include "platform/linux/session/tray_status_bar.h"
@@ -40,7 +41,6 @@
 #include "platform/qt/messages.h"
 #include "platform/qt/run_loop.h"
 #include "platform/qt/termination_signals.h"
-#include "platform/qt/user_defaults.h"
 #include "platform/services.h"
 #include "ui/content/linux_words.h"
 #include "update/updater.h"
@@ -86,7 +86,7 @@ void heedLostCompositor(const QString& message) {
 } // namespace
 
 int main(int, char** argv) {
-    const std::string record = platform::QtUserDefaults::folder() + "/update";
+    const std::string record = platform::SettingsFile::folder() + "/update";
     platform::recoverWorkFolders(
         {.bundle = platform::LinuxBundle::around(platform::LinuxBundle::runningExecutable()),
          .temporary = platform::PosixFileManager().temporaryDirectory(),
@@ -129,7 +129,7 @@ int main(int, char** argv) {
     platform::SystemdAgents agents;
     platform::QtRunLoop runLoop;
     platform::TrayStatusBar statusBar;
-    platform::QtUserDefaults defaults;
+    platform::SettingsFile defaults;
     platform::DesktopPower power;
     platform::DesktopNotifications notifications(linuxWords);
     platform::LinuxBundle bundle(executable, {{"CFBundleIdentifier", platform::kBundleIdentifier},

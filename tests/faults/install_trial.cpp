@@ -31,6 +31,7 @@
 #include "base/uuid.h"
 #include "platform/digest.h"
 #include "platform/http.h"
+#include "platform/linux/session/settings_file.h"
 #include "platform/linux/update/linux_bundle.h"
 #include "platform/linux/update/linux_code_signature.h"
 #include "platform/linux/update/linux_program_loader.h"
@@ -42,7 +43,6 @@
 #include "platform/posix/system_clock.h"
 #include "platform/posix/whole_file.h"
 #include "platform/posix/work_folder.h"
-#include "platform/qt/user_defaults.h"
 #include "platform/simulated/services.h"
 #include "update/release.h"
 #include "update/updater.h"
@@ -137,7 +137,7 @@ int install(platform::LinuxBundle& bundle, const std::string& record, const std:
     platform::PosixFileManager fileManager(record);
     platform::SystemDigest digest;
     platform::ZipArchive archive;
-    platform::QtUserDefaults defaults;
+    platform::SettingsFile defaults;
     platform::PosixChildProcesses children;
     FolderHttp http(simulated.runLoop, folder);
     platform::LinuxCodeSignature signature(
@@ -182,7 +182,7 @@ int install(platform::LinuxBundle& bundle, const std::string& record, const std:
 } // namespace
 
 int main(int count, char** words) {
-    const std::string record = platform::QtUserDefaults::folder() + "/update";
+    const std::string record = platform::SettingsFile::folder() + "/update";
     mark("korvel-start-begins");
     platform::recoverWorkFolders(
         {.bundle = platform::LinuxBundle::around(platform::LinuxBundle::runningExecutable()),

@@ -47,7 +47,8 @@ FACES = {
     "platform/linux/kernel": {"linux_machine.h", "linux_processes.h", "own_memory.h", "process_status.h"},
     "platform/linux/session": {
         "desktop_notifications.h", "desktop_power.h", "environment.h", "linux_workspace.h",
-        "portal_appearance.h", "single_instance.h", "systemd_agents.h", "tray_status_bar.h", "window_effects.h",
+        "portal_appearance.h", "settings_file.h", "single_instance.h", "systemd_agents.h", "tray_status_bar.h",
+        "window_effects.h",
     },
     "platform/linux/update": {
         "linux_bundle.h", "linux_code_signature.h", "linux_program_loader.h", "update_root.h", "zip_archive.h",
@@ -103,7 +104,7 @@ TESTS = {
     "tests/model": ["update", "platform/posix"],
     "tests/support": UPDATE + MODEL,
     "tests/desktop": ["app", "platform/linux/session", "platform/posix", *CONTENT],
-    "tests/faults": ["platform/linux/update", "platform/posix", "platform/qt", *UPDATE],
+    "tests/faults": ["platform/linux/session", "platform/linux/update", "platform/posix", *UPDATE],
     "tests/fuzz": ["platform/linux/kernel", "platform/linux/update", "platform/posix", *CONTENT],
 }
 

@@ -15,8 +15,8 @@
 #include "platform/defaults.h"
 
 // What the settings of every system promise, and no more: a system's own may read more into a value
-// of another type (a number as text, say). Their test includes this header in one file and plugs
-// them in:
+// of another type (a fraction that is written as a text, say). Their test includes this header in
+// one file and plugs them in:
 //
 //     INSTANTIATE_TEST_SUITE_P(Linux, DefaultsSuite, testing::Values(backend), defaultsName);
 
@@ -211,6 +211,9 @@ TEST_P(DefaultsSuite, AnotherTypeIsReadAsFarAsItMeansSomething) {
         {"less than one is no whole number", 0.9, std::int64_t{0}},
         {"a whole number as a real one", std::int64_t{50}, 50.0},
         {"zero as a real number", std::int64_t{0}, 0.0},
+        {"a whole number as a text", std::int64_t{50}, std::string()},
+        {"a real number as a text", 2.5, std::string()},
+        {"yes as a text", true, std::string()},
         {"zero as a truth", std::int64_t{0}, false},
         {"one as a truth", std::int64_t{1}, true},
         {"any other number as a truth", std::int64_t{-2}, true},

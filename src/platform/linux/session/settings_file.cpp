@@ -1,4 +1,4 @@
-#include "platform/qt/user_defaults.h"
+#include "platform/linux/session/settings_file.h"
 
 #include <cmath>
 #include <utility>
@@ -35,18 +35,18 @@ Error<SettingsFault> faultOf(SettingsFault fault, const QFileDevice& file) {
 
 } // namespace
 
-QtUserDefaults::QtUserDefaults(QString file) : file_(std::move(file)), fileStatus_(load()) {}
+SettingsFile::SettingsFile(QString file) : file_(std::move(file)), fileStatus_(load()) {}
 
-QString QtUserDefaults::standardFile() {
+QString SettingsFile::standardFile() {
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
            QStringLiteral("/korvel/defaults.json");
 }
 
-std::string QtUserDefaults::folder() {
+std::string SettingsFile::folder() {
     return QFile::encodeName(QFileInfo(standardFile()).path()).toStdString();
 }
 
-Status<SettingsFault> QtUserDefaults::load() {
+Status<SettingsFault> SettingsFile::load() {
     QFile file(file_);
     if (!file.exists()) {
         return {};
@@ -69,7 +69,7 @@ Status<SettingsFault> QtUserDefaults::load() {
     return {};
 }
 
-double QtUserDefaults::real(const std::string& key) {
+double SettingsFile::real(const std::string& key) {
     const QJsonValue whole = typed(values_, key, kInteger);
     if (whole.isDouble()) {
         return static_cast<double>(whole.toInteger());
@@ -83,7 +83,7 @@ double QtUserDefaults::real(const std::string& key) {
     return typed(values_, key, kDouble).toDouble();
 }
 
-std::int64_t QtUserDefaults::integer(const std::string& key) {
+std::int64_t SettingsFile::integer(const std::string& key) {
     const QJsonValue whole = typed(values_, key, kInteger);
     if (whole.isDouble()) {
         return whole.toInteger();
@@ -93,7 +93,7 @@ std::int64_t QtUserDefaults::integer(const std::string& key) {
     return std::abs(number) < kBound ? static_cast<std::int64_t>(number) : 0;
 }
 
-bool QtUserDefaults::boolean(const std::string& key) {
+bool SettingsFile::boolean(const std::string& key) {
     const QJsonValue flag = typed(values_, key, kBool);
     if (flag.isBool()) {
         return flag.toBool();
@@ -103,31 +103,31 @@ bool QtUserDefaults::boolean(const std::string& key) {
            typed(values_, key, kString).toString().toLongLong() != 0;
 }
 
-std::string QtUserDefaults::string(const std::string& key) {
+std::string SettingsFile::string(const std::string& key) {
     return typed(values_, key, kString).toString().toStdString();
 }
 
-bool QtUserDefaults::has(const std::string& key) {
+bool SettingsFile::has(const std::string& key) {
     return values_.contains(QString::fromStdString(key));
 }
 
-void QtUserDefaults::set(const std::string& key, std::int64_t value) {
+void SettingsFile::set(const std::string& key, std::int64_t value) {
     store(key, kInteger, QJsonValue(static_cast<qint64>(value)));
 }
 
-void QtUserDefaults::set(const std::string& key, double value) {
+void SettingsFile::set(const std::string& key, double value) {
     store(key, kDouble, value);
 }
 
-void QtUserDefaults::set(const std::string& key, bool value) {
+void SettingsFile::set(const std::string& key, bool value) {
     store(key, kBool, value);
 }
 
-void QtUserDefaults::set(const std::string& key, const std::string& value) {
+void SettingsFile::set(const std::string& key, const std::string& value) {
     store(key, kString, QString::fromStdString(value));
 }
 
-void QtUserDefaults::store(const std::string& key, const char* type, const QJsonValue& value) {
+void SettingsFile::store(const std::string& key, const char* type, const QJsonValue& value) {
     const QJsonObject stored{{QLatin1String(type), value}};
     QJsonObject values = values_;
     QJsonValueRef entry = values[QString::fromStdString(key)];
@@ -137,7 +137,7 @@ void QtUserDefaults::store(const std::string& key, const char* type, const QJson
     }
 }
 
-void QtUserDefaults::remove(const std::string& key) {
+void SettingsFile::remove(const std::string& key) {
     const QString name = QString::fromStdString(key);
     if (values_.contains(name)) {
         QJsonObject values = values_;
@@ -146,7 +146,7 @@ void QtUserDefaults::remove(const std::string& key) {
     }
 }
 
-void QtUserDefaults::save(const QJsonObject& values) {
+void SettingsFile::save(const QJsonObject& values) {
     const QByteArray bytes = QJsonDocument(values).toJson(QJsonDocument::Compact);
     if (bytes.size() > kLargestFile) {
         return;
@@ -160,7 +160,7 @@ void QtUserDefaults::save(const QJsonObject& values) {
     fileStatus_ = write(bytes);
 }
 
-Status<SettingsFault> QtUserDefaults::write(const QByteArray& bytes) const {
+Status<SettingsFault> SettingsFile::write(const QByteArray& bytes) const {
     QSaveFile file(file_);
     if (!file.open(QIODevice::WriteOnly)) {
         return faultOf(SettingsFault::unwritable, file);

@@ -24,9 +24,9 @@ enum class SettingsFault {
 /// is not of this program, and not read. A file that cannot be read as
 /// such is kept beside it, as "FILE.broken", when the first value is stored. A folder that cannot
 /// be written keeps nothing; the values then live as long as the program.
-class QtUserDefaults final : public UserDefaults {
+class SettingsFile final : public UserDefaults {
   public:
-    explicit QtUserDefaults(QString file = standardFile());
+    explicit SettingsFile(QString file = standardFile());
 
     /// korvel/defaults.json in the user's configuration folder.
     static QString standardFile();
