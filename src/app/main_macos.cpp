@@ -28,6 +28,7 @@
 #include "platform/posix/system_clock.h"
 #include "platform/posix/work_folder.h"
 #include "platform/qt/http.h"
+#include "platform/qt/messages.h"
 #include "platform/qt/run_loop.h"
 #include "platform/qt/termination_signals.h"
 #include "platform/services.h"
@@ -49,14 +50,6 @@ void finish() {
     }
 }
 
-/// Takes Qt's messages and shows none. After a fatal one Qt would abort; the program ends as by a
-/// quit instead.
-void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString&) {
-    if (type == QtFatalMsg) {
-        std::exit(EXIT_FAILURE);
-    }
-}
-
 } // namespace
 
 int main(int, char** argv) {
@@ -66,7 +59,7 @@ int main(int, char** argv) {
     platform::recoverWorkFolders({.bundle = platform::MacosBundle().path(),
                                   .temporary = fileManager.temporaryDirectory(),
                                   .record = record});
-    qInstallMessageHandler(keepQuiet);
+    platform::takeQtMessages();
     platform::TerminationSignals terminationSignals;
 
     platform::PosixChildProcesses childProcesses; // ahead of what is changed for this process alone
