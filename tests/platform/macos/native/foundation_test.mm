@@ -22,6 +22,7 @@ TEST(Text, ComesBackAsItWentIn) {
 
 TEST(Text, ThatIsNoUtf8IsEmpty) {
     EXPECT_EQ(toString(toNSString("a\xFFz")), "");
+    EXPECT_TRUE(toNSString("a\xFFz") != nil);
     EXPECT_TRUE([[NSString alloc] initWithBytes:"\xC0\x80"
                                          length:2
                                        encoding:NSUTF8StringEncoding] == nil);
