@@ -22,8 +22,12 @@ set(CMAKE_CXX_FLAGS_INIT "${flags}")
 set(CMAKE_OBJCXX_FLAGS_INIT "${flags} -Wno-unused-command-line-argument")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-F${CMAKE_CURRENT_LIST_DIR}/Frameworks -L${CMAKE_CURRENT_LIST_DIR}/lib")
 
-# Libraries of headers come from the folder that script/cross-macos makes, never from /usr.
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/tools/run-here)
+
+# Headers come from the folder that script/cross-macos makes and from those of Qt, never from the whole
+# of /usr/include. Libraries are names alone.
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE NEVER)
 set(GTest_DIR ${CMAKE_CURRENT_LIST_DIR}/packages)
 set(fmt_DIR ${CMAKE_CURRENT_LIST_DIR}/packages)
 set(simdjson_DIR ${CMAKE_CURRENT_LIST_DIR}/packages)
+set(Qt6_DIR ${CMAKE_CURRENT_LIST_DIR}/packages)

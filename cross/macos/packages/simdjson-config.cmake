@@ -1,5 +1,10 @@
-# The headers alone: what is linked here reads no JSON.
+# Its headers, and a library that is names alone.
 if(NOT TARGET simdjson::simdjson)
-    add_library(simdjson::simdjson INTERFACE IMPORTED)
-    target_include_directories(simdjson::simdjson INTERFACE ${KORVEL_CROSS_HEADERS})
+    file(GLOB library /usr/lib/libsimdjson.so /usr/lib/*/libsimdjson.so)
+    execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/../stub-libraries
+        ${CMAKE_BINARY_DIR}/stubs @rpath/libsimdjson.dylib=${library} COMMAND_ERROR_IS_FATAL ANY)
+    add_library(simdjson::simdjson SHARED IMPORTED)
+    set_target_properties(simdjson::simdjson PROPERTIES
+        INTERFACE_INCLUDE_DIRECTORIES ${KORVEL_CROSS_HEADERS}
+        IMPORTED_LOCATION ${CMAKE_BINARY_DIR}/stubs/libsimdjson.tbd)
 endif()
