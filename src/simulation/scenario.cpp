@@ -46,7 +46,7 @@ void readBundle(const JsonValue& value, Reader& reader) {
     readMembers(value, kKeys, reader.scenario.bundle);
 }
 
-constexpr Key<Reader> kKeys[] = {
+constexpr Key<Reader> kScenarioKeys[] = {
     {"start", [](const JsonValue& value, Reader& r) { r.scenario.start = value.number(); }},
     {"until", [](const JsonValue& value, Reader& r) { r.scenario.until = readSeconds(value); }},
     {"home", readHome},
@@ -113,7 +113,7 @@ Result<Scenario, ScenarioFault> readScenario(std::string_view json) {
         return Error{ScenarioFault::notJson, "", simdjson::error_message(error)};
     }
     try {
-        readMembers(JsonValue(root), kKeys, reader);
+        readMembers(JsonValue(root), kScenarioKeys, reader);
     } catch (const Error<ScenarioFault>& wrong) {
         return wrong;
     }
