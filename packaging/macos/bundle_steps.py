@@ -61,7 +61,7 @@ class Note:
 
 @dataclass
 class Task:
-    """Done by this program itself; `act` prints what it finds and raises Failed."""
+    """Done by this program itself; `act` raises Failed."""
 
     text: str
     act: Callable
@@ -96,6 +96,10 @@ class Given:
             return bundle_contents.Bundle(self.top / BUNDLE)
         except bundle_contents.NoBundle:
             return None
+
+
+def tell(text):
+    print(text, file=sys.stderr, flush=True)
 
 
 def run(*words, judge=None):
@@ -162,7 +166,7 @@ def judge_contents(given):
     faults = bundle_contents.faults(bundle, VIEWS) + ([] if given.adhoc else newer)
     if faults:
         raise Failed("the bundle is not good:\n  " + "\n  ".join(faults))
-    print(f"{len(bundle.objects)} files of code, good" + (f"; for this Mac only: {len(newer)}" if newer else ""))
+    tell(f"{len(bundle.objects)} files of code, good" + (f"; for this Mac only: {len(newer)}" if newer else ""))
 
 
 def sign(given):
@@ -202,7 +206,7 @@ def start(given):
     yield run("cmake", "-E", "make_directory", STARTED)
     yield Task("starts the bundle once, looks whether it takes the front or ends by itself, and ends it: "
                + ", ".join(first_start.TOOLS) + f"; the picture of the screen and Qt's messages are kept in {STARTED}",
-               lambda: first_start.start_once(given.top / BUNDLE, given.top / STARTED, first_start.ThisMac()))
+               lambda: tell(first_start.start_once(given.top / BUNDLE, given.top / STARTED, first_start.ThisMac())))
 
 
 def archive(given):

@@ -49,6 +49,7 @@ def until(mac, seconds, reached):
 
 
 def start_once(bundle, folder, mac):
+    """What is to be told when all went well; raises Failed."""
     if process(mac):
         raise Failed("Korvel runs already; end it first")
     before = front(mac)
@@ -72,4 +73,4 @@ def start_once(bundle, folder, mac):
         raise Failed(f"Korvel's start changed the application in front from {before} to {after}")
     if photographed != 0 or not picture.is_file() or not picture.read_bytes().startswith(PNG):
         raise Failed("there is no picture of the screen")
-    print(f"Korvel started, left {before} in front, and ended when it was asked to; see {folder}")
+    return f"Korvel started, left {before} in front, and ended when it was asked to; see {folder}"

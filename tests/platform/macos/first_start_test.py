@@ -4,8 +4,6 @@
     first_start_test.py SOURCE
 """
 
-import contextlib
-import io
 import sys
 import tempfile
 import unittest
@@ -79,9 +77,7 @@ class FirstStart(unittest.TestCase):
         self.folder = Path(kept.name)
 
     def start(self, mac):
-        with contextlib.redirect_stdout(io.StringIO()) as said:
-            first_start.start_once(Path("/x/Korvel.app"), self.folder, mac)
-        return said.getvalue()
+        return first_start.start_once(Path("/x/Korvel.app"), self.folder, mac)
 
     def test_a_start_that_goes_well_is_told_and_ended(self):
         mac = Mac()
