@@ -61,8 +61,8 @@ int main(int argc, char** argv) {
     LocalMachine machine;
     if (arguments->selfcheck) {
         platform::PosixChildProcesses children;
-        const SelfCheck check =
-            selfCheck(machine.comparisons(), machine.declarationFaults(), children);
+        const SelfCheck check = selfCheck(machine.comparisons(), machine.declarationFaults(),
+                                          machine.toLookAt(), children);
         return print(check.text) && check.passed ? EXIT_SUCCESS : EXIT_FAILURE;
     }
     Metrics& metrics = machine.metrics();

@@ -30,6 +30,9 @@ class LocalMachine {
     /// sentence each; empty where nothing differs or nothing was declared.
     std::vector<std::string> declarationFaults();
 
+    /// What only a person can see on this system; empty where nothing is left to be seen.
+    std::vector<std::string> toLookAt();
+
   private:
     struct Parts;
     std::unique_ptr<Parts> parts_;

@@ -80,4 +80,8 @@ std::vector<std::string> LocalMachine::declarationFaults() {
     return {};
 }
 
+std::vector<std::string> LocalMachine::toLookAt() {
+    return {};
+}
+
 } // namespace korvel

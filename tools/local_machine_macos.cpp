@@ -4,15 +4,26 @@
 
 #include "core/inspection_tools.h"
 #include "core/metrics.h"
+#include "platform/identity.h"
 #include "platform/macos/declared_selectors.h"
+#include "platform/macos/desktop_facts.h"
 #include "platform/macos/macos_machine.h"
 #include "platform/macos/macos_processes.h"
 #include "platform/macos/thermal_state.h"
 #include "platform/posix/child_processes.h"
 #include "platform/posix/system_clock.h"
+#include "report/first_run.h"
 #include "report/reading_texts.h"
 
 namespace korvel {
+
+namespace {
+
+std::string screensText(const platform::DesktopFacts& facts) {
+    return fmt::format("{}{}", facts.screens, facts.menuBarOnEach ? ", each with a menu bar" : "");
+}
+
+} // namespace
 
 struct LocalMachine::Parts {
     platform::PosixChildProcesses children;
@@ -42,6 +53,9 @@ std::vector<Comparison> LocalMachine::comparisons() {
     const std::string label(Metrics::wardenLabel);
     const double swapped =
         Metrics::swappedGB(parts_->processes.currentProcessIdentifier(), parts_->swappedMemory);
+    const platform::DesktopFacts facts = platform::desktopFacts();
+    const std::optional<bool> keepsAwake =
+        platform::keepsAwakeBySettings(platform::kBundleIdentifier);
     return {
         {"physicalMemory", texts.physicalMemory(), kSysctl, {"-n", "hw.memsize"}, {}, true},
         {"processorCount", texts.processorCount(), kSysctl, {"-n", "hw.ncpu"}, {}, true},
@@ -71,7 +85,28 @@ std::vector<Comparison> LocalMachine::comparisons() {
          "/bin/launchctl",
          {"list"},
          {"warden"}},
+        {"screens",
+         screensText(facts),
+         "/usr/sbin/system_profiler",
+         {"SPDisplaysDataType"},
+         {"Resolution"}},
+        {"frontApplication", facts.frontApplication, "/usr/bin/lsappinfo", {"visibleProcessList"}},
+        {"settings",
+         keepsAwake ? fmt::format("awakeOn is {:d}", *keepsAwake) : "awakeOn is not stored",
+         "/usr/bin/defaults",
+         {"read", platform::kBundleIdentifier, "awakeOn"},
+         {},
+         keepsAwake.has_value()},
+        {"keepAwake",
+         "two lines while it is on, none otherwise",
+         "/usr/bin/pmset",
+         {"-g", "assertions"},
+         {"Korvel keep awake"}},
     };
+}
+
+std::vector<std::string> LocalMachine::toLookAt() {
+    return firstRunOnAMac();
 }
 
 std::vector<std::string> LocalMachine::declarationFaults() {

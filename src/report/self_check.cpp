@@ -50,7 +50,7 @@ std::string_view firstNumber(std::string_view text) {
 
 SelfCheck selfCheck(const std::vector<Comparison>& comparisons,
                     const std::vector<std::string>& declarationFaults,
-                    platform::ChildProcesses& children) {
+                    const std::vector<std::string>& toLookAt, platform::ChildProcesses& children) {
     SelfCheck check;
     auto out = std::back_inserter(check.text);
     for (const Comparison& comparison : comparisons) {
@@ -83,6 +83,12 @@ SelfCheck selfCheck(const std::vector<Comparison>& comparisons,
     fmt::format_to(out, "{}\n",
                    check.passed ? "Nothing that has to be the same differs."
                                 : "Something that has to be the same differs.");
+    if (!toLookAt.empty()) {
+        fmt::format_to(out, "To be looked at by a person:\n");
+    }
+    for (std::size_t point = 0; point < toLookAt.size(); ++point) {
+        fmt::format_to(out, "{:3}. {}\n", point + 1, toLookAt[point]);
+    }
     return check;
 }
 

@@ -27,11 +27,12 @@ struct SelfCheck {
     bool passed = true; ///< nothing that had to be the same differed
 };
 
-/// Prints each reading above what its tool says. One that has to be the same differs when the first
-/// number in the tool's lines is another one, or when the tool does not run.
+/// Prints each reading above what its tool says, and in the end what a person is to look at. A
+/// reading that has to be the same differs when the first number in the tool's lines is another
+/// one, or when the tool does not run.
 SelfCheck selfCheck(const std::vector<Comparison>& comparisons,
                     const std::vector<std::string>& declarationFaults,
-                    platform::ChildProcesses& children);
+                    const std::vector<std::string>& toLookAt, platform::ChildProcesses& children);
 
 /// The first run of digits, up to 20 of them; "" without any.
 std::string_view firstNumber(std::string_view text);

@@ -18,7 +18,7 @@ class SelfChecked : public testing::Test {
     SelfCheck check(Comparison comparison, std::optional<ChildResult> answer) {
         comparison.tool = "/usr/bin/tool";
         children.answers["/usr/bin/tool"] = [answer](const auto&) { return answer; };
-        return selfCheck({comparison}, {}, children);
+        return selfCheck({comparison}, {}, {}, children);
     }
 
     platform::SimulatedChildProcesses children;
@@ -84,10 +84,18 @@ TEST_F(SelfChecked, NoNameDrivesTheTerminal) {
 }
 
 TEST_F(SelfChecked, AClassOrMethodThatIsNotAsDeclaredFails) {
-    const SelfCheck shown = selfCheck({}, {"NSStatusBar is missing"}, children);
+    const SelfCheck shown = selfCheck({}, {"NSStatusBar is missing"}, {}, children);
     EXPECT_FALSE(shown.passed);
     EXPECT_THAT(shown.text, HasSubstr("NSStatusBar is missing\n"));
     EXPECT_THAT(shown.text, HasSubstr("Something that has to be the same differs."));
+}
+
+TEST_F(SelfChecked, WhatAPersonIsToLookAtComesLastAndIsNoFault) {
+    const SelfCheck shown = selfCheck({}, {}, {"the item", "the popover"}, children);
+    EXPECT_EQ(shown.text, "Nothing that has to be the same differs.\n"
+                          "To be looked at by a person:\n  1. the item\n  2. the popover\n");
+    EXPECT_TRUE(shown.passed);
+    EXPECT_EQ(selfCheck({}, {}, {}, children).text, "Nothing that has to be the same differs.\n");
 }
 
 TEST(FirstNumber, IsTheFirstRunOfDigits) {

@@ -91,6 +91,7 @@ std::vector<Declared> declaredMethods() {
     return {
         // Foundation
         KORVEL_CLASS(NSArray, arrayWithObject:, [NSArray arrayWithObject:exactly(object)], id object),
+        KORVEL_INSTANCE(NSArray, count, [it count]),
         KORVEL_INSTANCE(NSAttributedString, initWithString:, [it initWithString:exactly(string)], NSString* string),
         KORVEL_INSTANCE(NSAttributedString, length, [it length]),
         KORVEL_CLASS(NSBundle, mainBundle, [NSBundle mainBundle]),
@@ -117,6 +118,7 @@ std::vector<Declared> declaredMethods() {
         KORVEL_CLASS(NSUserDefaults, standardUserDefaults, [NSUserDefaults standardUserDefaults]),
         KORVEL_INSTANCE(NSUserDefaults, boolForKey:, [it boolForKey:exactly(key)], NSString* key),
         KORVEL_INSTANCE(NSUserDefaults, doubleForKey:, [it doubleForKey:exactly(key)], NSString* key),
+        KORVEL_INSTANCE(NSUserDefaults, initWithSuiteName:, [it initWithSuiteName:exactly(name)], NSString* name),
         KORVEL_INSTANCE(NSUserDefaults, integerForKey:, [it integerForKey:exactly(key)], NSString* key),
         KORVEL_INSTANCE(NSUserDefaults, objectForKey:, [it objectForKey:exactly(key)], NSString* key),
         KORVEL_INSTANCE(NSUserDefaults, removeObjectForKey:, [it removeObjectForKey:exactly(key)], NSString* key),
@@ -155,7 +157,10 @@ std::vector<Declared> declaredMethods() {
         KORVEL_INSTANCE(NSPopover, setContentViewController:, [it setContentViewController:exactly(controller)], NSViewController* controller),
         KORVEL_INSTANCE(NSPopover, setDelegate:, [it setDelegate:exactly(delegate)], id<NSPopoverDelegate> delegate),
         KORVEL_INSTANCE(NSPopover, showRelativeToRect:ofView:preferredEdge:, [it showRelativeToRect:exactly(rectangle) ofView:exactly(view) preferredEdge:exactly(edge)], NSRect rectangle, NSView* view, NSRectEdge edge),
+        KORVEL_INSTANCE(NSRunningApplication, bundleIdentifier, [it bundleIdentifier]),
         KORVEL_CLASS(NSScreen, mainScreen, [NSScreen mainScreen]),
+        KORVEL_CLASS(NSScreen, screens, [NSScreen screens]),
+        KORVEL_CLASS(NSScreen, screensHaveSeparateSpaces, [NSScreen screensHaveSeparateSpaces]),
         KORVEL_INSTANCE(NSScreen, visibleFrame, [it visibleFrame]),
         KORVEL_CLASS(NSStatusBar, systemStatusBar, [NSStatusBar systemStatusBar]),
         KORVEL_INSTANCE(NSStatusBar, statusItemWithLength:, [it statusItemWithLength:exactly(length)], CGFloat length),
@@ -177,6 +182,7 @@ std::vector<Declared> declaredMethods() {
         KORVEL_INSTANCE(NSWindow, makeKeyAndOrderFront:, [it makeKeyAndOrderFront:exactly(sender)], id sender),
         KORVEL_CLASS(NSWorkspace, sharedWorkspace, [NSWorkspace sharedWorkspace]),
         KORVEL_INSTANCE(NSWorkspace, activateFileViewerSelectingURLs:, [it activateFileViewerSelectingURLs:exactly(urls)], NSArray* urls),
+        KORVEL_INSTANCE(NSWorkspace, frontmostApplication, [it frontmostApplication]),
 
         // Called by AppKit, if they are there
         KORVEL_PROTOCOL(NSApplicationDelegate, applicationShouldTerminate:, [it applicationShouldTerminate:exactly(application)], NSApplication* application),

@@ -167,10 +167,17 @@ typedef NS_ENUM(NSUInteger, NSApplicationTerminateReply){
 
 @interface NSScreen : NSObject
 @property(class, readonly, strong) NSScreen* mainScreen;
+@property(class, readonly, copy) NSArray<NSScreen*>* screens;
+@property(class, readonly) BOOL screensHaveSeparateSpaces;
 @property(readonly) NSRect visibleFrame;
+@end
+
+@interface NSRunningApplication : NSObject
+@property(readonly, copy) NSString* bundleIdentifier;
 @end
 
 @interface NSWorkspace : NSObject
 @property(class, readonly, strong) NSWorkspace* sharedWorkspace;
+@property(readonly, strong) NSRunningApplication* frontmostApplication;
 - (void)activateFileViewerSelectingURLs:(NSArray<NSURL*>*)urls;
 @end

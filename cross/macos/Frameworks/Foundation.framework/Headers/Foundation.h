@@ -109,6 +109,7 @@ typedef NSString* NSErrorUserInfoKey;
 
 @interface NSArray <__covariant ObjectType> : NSObject
 + (instancetype)arrayWithObject:(ObjectType)object;
+@property(readonly) NSUInteger count;
 @end
 
 @interface NSDictionary <__covariant KeyType, __covariant ObjectType> : NSObject
@@ -153,6 +154,7 @@ KORVEL_EXTERN const NSErrorDomain NSPOSIXErrorDomain;
 
 @interface NSUserDefaults : NSObject
 @property(class, readonly, strong) NSUserDefaults* standardUserDefaults;
+- (instancetype)initWithSuiteName:(NSString*)name;
 - (id)objectForKey:(NSString*)key;
 - (NSInteger)integerForKey:(NSString*)key;
 - (double)doubleForKey:(NSString*)key;
