@@ -147,11 +147,11 @@ struct Desktop {
 
     // Told to a test.
     std::vector<std::string> log; ///< what was asked of the program's windows, in its order
-    std::vector<double> items;    ///< the lengths of the status items in the bar
-    int flushes = 0;              ///< of layers
-    std::vector<NSApplicationTerminateReply> replies; ///< of the delegate to `terminate:`
-    int exits = 0;                                    ///< how often the process would have ended
-    std::vector<NSUInteger> askedOptions;             ///< of each request for authorisation
+    std::vector<__unsafe_unretained NSStatusItem*> items; ///< in the bar
+    int flushes = 0;                                      ///< of layers
+    std::vector<NSApplicationTerminateReply> replies;     ///< of the delegate to `terminate:`
+    int exits = 0;                        ///< how often the process would have ended
+    std::vector<NSUInteger> askedOptions; ///< of each request for authorisation
     std::vector<Posted> posted;
     std::vector<NSArray*> revealed; ///< what the Finder was told to select
 

@@ -25,16 +25,13 @@ using korvel::kit::desktop;
         window_ = [[NSWindow alloc] init];
         window_.contentView = button_;
     }
-    desktop().items.push_back(length);
+    desktop().items.push_back(self);
     return self;
 }
 
 - (void)dealloc {
     auto& items = desktop().items;
-    const auto place = std::find(items.begin(), items.end(), length_);
-    if (place != items.end()) {
-        items.erase(place);
-    }
+    items.erase(std::remove(items.begin(), items.end(), self), items.end());
 }
 
 - (CGFloat)length {
