@@ -20,6 +20,7 @@ _LIBRARIES = {
     0x80000023: " (upward)",
 }
 _STAB, _TYPE, _EXTERNAL, _WEAK_REFERENCE = 0xE0, 0x0E, 0x01, 0x40
+_IN_SECTION = 0x0E
 _ORDINALS = {0: "itself", 0xFE: "any library", 0xFF: "the executable"}
 
 _SUPERBLOB, _CODE_DIRECTORY = 0xFADE0CC0, 0xFADE0C02
@@ -93,19 +94,27 @@ class MachO:
             self._symbols = _read("<4I", self.data, at + 8)
 
     def imports(self):
-        """What the file wants from elsewhere, as "library symbol", sorted."""
+        """What the file wants from elsewhere, as (library, symbol), sorted."""
+        found = []
+        for name, kind, description, value in self._entries():
+            if not kind & _TYPE and kind & _EXTERNAL and not value:
+                weak = " (weak)" if description & _WEAK_REFERENCE else ""
+                found.append((self._library(description >> 8), name + weak))
+        return sorted(found)
+
+    def defined(self):
+        """The names of what the file holds itself, for others or not."""
+        return {name for name, kind, _, _ in self._entries() if kind & _TYPE == _IN_SECTION}
+
+    def _entries(self):
+        """The table of symbols without what is a debugger's: (name, kind, description, value)."""
         if self._symbols is None:
             raise Malformed("no table of symbols")
         table, count, strings, size = self._symbols
-        found = []
         for index in range(count):
             name, kind, _, description, value = _read("<IBBHQ", self.data, table + 16 * index)
-            if kind & _STAB or kind & _TYPE or not kind & _EXTERNAL or value:
-                continue
-            weak = " (weak)" if description & _WEAK_REFERENCE else ""
-            symbol = _string(self.data, strings + name, strings + size)
-            found.append(f"{self._library(description >> 8)} {symbol}{weak}")
-        return sorted(found)
+            if not kind & _STAB:
+                yield _string(self.data, strings + name, strings + size), kind, description, value
 
     def _library(self, ordinal):
         if ordinal in _ORDINALS:

@@ -14,7 +14,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True
 from tiny_macho import (  # noqa: E402  (the line above keeps the tree clean)
-    APPKIT, LOAD, LOAD_WEAK, PAGE, SYSTEM, TEXT, UNDEFINED, executable,
+    APPKIT, DEFINED, LOAD, LOAD_WEAK, PAGE, SYSTEM, TEXT, UNDEFINED, executable,
 )
 
 SOURCE = Path(sys.argv.pop(1))
@@ -47,7 +47,7 @@ class Checked(unittest.TestCase):
 
 
 class Executable(Checked):
-    GOOD = ["arm64, macOS 13.0, libraries: 2, imports: 2, signature valid"]
+    GOOD = ["arm64, macOS 13.0, libraries: 2, imports: 2, of Qt: 0, signature valid"]
 
     def setUp(self):
         super().setUp()
@@ -153,6 +153,54 @@ class Executable(Checked):
             symbols=(("_abort", UNDEFINED, 1, 0), ("_NSApp", UNDEFINED, 2, 0x40)),
         )
 
+    def of_qt(self, *names, library="@rpath/QtCore.framework/Versions/A/QtCore", parts="_main"):
+        """What is said of a program with these imports from a library."""
+        (self.top / "libraries-korvel.txt").write_text(f"{SYSTEM}\n{library}\n", encoding="utf-8")
+        (self.top / "imports-korvel.txt").write_text("libSystem.B.dylib _abort\n", encoding="utf-8")
+        (self.top / "parts-korvel.txt").write_text(parts, encoding="utf-8")
+        symbols = [("_main", DEFINED, 0, 0), ("_abort", UNDEFINED, 1, 0)]
+        symbols += [(name, UNDEFINED, 2, 0) for name in names]
+        content = executable(libraries=((SYSTEM, LOAD), (library, LOAD)), symbols=symbols)
+        return self.judged(content, "--program", "korvel")
+
+    def test_what_is_qts_by_its_name_is_in_no_list(self):
+        names = [
+            "_qt_version_tag_6_4", "_qVersion", "__Z5qHash11QStringViewm", "__Z17qmlRegisterModulePKcii",
+            "__ZN7QObjectD2Ev", "__ZNK7QObject4nameEv", "__ZN9QtPrivate3runEv", "__ZN2Qt6strideEv",
+            "__ZTI7QObject", "__ZTV7QObject", "__ZN7QObject16staticMetaObjectE", "__ZGVN7QObject4onceE",
+            "__ZThn16_N10QQuickItem10classBeginEv", "__ZTv0_n24_N7QObjectD1Ev", "__ZlsR11QDataStreamRK5QFont",
+            "__ZeqRK7QStringS1_",
+        ]
+        good = f"arm64, macOS 13.0, libraries: 2, imports: 1, of Qt: {len(names)}, signature valid"
+        self.assertEqual(self.of_qt(*names), [good])
+
+    def test_what_qts_libraries_have_besides_is_not_taken_from_them(self):
+        for name in (
+            "_malloc", "_quick_exit", "__ZdlPv", "__ZnwmRKSt9nothrow_t", "__ZN6korvel5ScoreC1Ev", "__ZTI5Score",
+            "__ZNSt3__16vectorIiNS_9allocatorIiEEE9push_backEv", "__ZSt9terminatev", "__Z5storeR7QString",
+            "__ZNSt3__16vectorI7QStringNS_9allocatorIS1_EEE9push_backEv", "__ZlsRSoRK5Score",
+        ):
+            with self.subTest(name):
+                self.assertEqual(self.of_qt("__ZN7QObjectD2Ev", name), [f"not Qt's by its name: QtCore {name}"])
+
+    def test_a_name_as_qts_from_elsewhere_is_an_import_like_any(self):
+        library = "/usr/lib/libQuartz.dylib"
+        found = self.of_qt("__ZN7QObjectD2Ev", library=library)
+        self.assertEqual(found, ["imports-korvel.txt: + libQuartz.dylib __ZN7QObjectD2Ev"])
+
+    def test_the_lists_of_one_program_are_not_those_of_another(self):
+        self.of_qt()
+        content = executable()
+        self.assertEqual(self.judged(content), self.GOOD)
+        self.assertEqual(self.judged(content, "--program", "korvel"), [
+            "libraries-korvel.txt: - @rpath/QtCore.framework/Versions/A/QtCore", f"libraries-korvel.txt: + {APPKIT}",
+            "imports-korvel.txt: + AppKit _NSApp"])
+
+    def test_a_part_of_the_program_that_is_not_in_it(self):
+        self.assertEqual(self.of_qt(parts="_ma\n_main\n_mai\n")[-1][:5], "arm64")
+        self.assertEqual(self.of_qt(parts="_main\n_main.more\n_abort\n"), [
+            "parts-korvel.txt: not in it: _main.more", "parts-korvel.txt: not in it: _abort"])
+
     def test_accepting_writes_both_lists(self):
         for name in ("libraries.txt", "imports.txt"):
             (self.top / name).unlink()
@@ -161,7 +209,7 @@ class Executable(Checked):
             [f"{name}: missing; --accept writes it" for name in ("libraries.txt", "imports.txt")],
         )
         changed = executable(symbols=(("_system", UNDEFINED, 1, 0),))
-        good = ["arm64, macOS 13.0, libraries: 2, imports: 1, signature valid"]
+        good = ["arm64, macOS 13.0, libraries: 2, imports: 1, of Qt: 0, signature valid"]
         self.assertEqual(self.judged(changed, "--accept"), good)
         self.assertEqual(self.judged(changed), good)
         imports = (self.top / "imports.txt").read_text(encoding="utf-8")
