@@ -102,6 +102,8 @@ extern NSErrorUserInfoKey const NSLocalizedDescriptionKey;
 + (id)storedObjectForKey:(NSString*)key;
 /// Puts something into the system's store, as an earlier copy of the program did.
 + (void)storeObject:(id)value forKey:(NSString*)key;
+/// The same for another program, which is named by its identifier.
++ (void)storeObject:(id)value forKey:(NSString*)key ofProgram:(NSString*)identifier;
 /// The process ends after the system had the time to store all, and the next one begins.
 + (void)endProcess;
 /// The process is killed: what was set since it last synchronised is lost.

@@ -13,8 +13,9 @@ namespace {
 using Values = std::map<std::string, id>;
 
 struct Store {
-    NSUserDefaults* standard; ///< of this process
-    Values values;            ///< the system's, which outlive it
+    NSUserDefaults* standard;               ///< of this process
+    Values values;                          ///< the system's, which outlive it
+    std::map<std::string, Values> ofOthers; ///< the same of other programs
 };
 
 Store& store() {
@@ -46,6 +47,15 @@ std::string keyOf(NSString* key) {
         store().standard->values_ = store().values;
     }
     return store().standard;
+}
+
+- (instancetype)initWithSuiteName:(NSString*)name {
+    values_ = store().ofOthers[keyOf(name)];
+    return self;
+}
+
++ (void)storeObject:(id)value forKey:(NSString*)key ofProgram:(NSString*)identifier {
+    store().ofOthers[keyOf(identifier)][keyOf(key)] = value;
 }
 
 + (id)storedObjectForKey:(NSString*)key {

@@ -6,6 +6,7 @@
 #import <UserNotifications/UserNotifications.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -138,6 +139,10 @@ struct Desktop {
     // Set by a test.
     bool screen = true;
     NSRect visibleFrame{{0, 0}, {1440, 875}};
+    std::size_t screens = 1; ///< where there is one
+    bool separateSpaces = true;
+    bool front = true; ///< whether a program is in front of the others
+    std::optional<std::string> frontIdentifier = "example.editor";
     bool givesButtons = true; ///< whether a status item has one
     WhileFading whileFading = WhileFading::gone;
     Reopening reopening = Reopening::leavesTheFading;

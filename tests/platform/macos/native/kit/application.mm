@@ -4,6 +4,7 @@
 #include <objc/message.h>
 
 #import "platform/macos/native/foundation/foundation.h"
+#import "platform/macos/ns_string.h"
 
 using korvel::kit::desktop;
 
@@ -146,13 +147,35 @@ using korvel::kit::desktop;
     return desktop().mainScreen;
 }
 
++ (NSArray<NSScreen*>*)screens {
+    const std::vector<id> all(desktop().screen ? desktop().screens : 0, self.mainScreen);
+    return [NSArray arrayWithObjects:all.data() count:all.size()];
+}
+
++ (BOOL)screensHaveSeparateSpaces {
+    return desktop().separateSpaces;
+}
+
 - (NSRect)visibleFrame {
     return desktop().visibleFrame;
 }
 
 @end
 
+@implementation NSRunningApplication
+
+- (NSString*)bundleIdentifier {
+    const auto& identifier = desktop().frontIdentifier;
+    return identifier.has_value() ? korvel::platform::toNSString(*identifier) : nil;
+}
+
+@end
+
 @implementation NSWorkspace
+
+- (NSRunningApplication*)frontmostApplication {
+    return desktop().front ? [[NSRunningApplication alloc] init] : nil;
+}
 
 + (NSWorkspace*)sharedWorkspace {
     if (desktop().workspace == nil) {
