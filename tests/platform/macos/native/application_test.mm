@@ -10,31 +10,7 @@
 #include <gtest/gtest.h>
 
 #import "platform/macos/native/kit/on_appkit.h"
-
-/// A toolkit's own delegate, which takes the place of the one that it finds and hands on to it what
-/// that one answers; by itself it refuses to end while its loop runs.
-@interface ToolkitDelegate : NSObject <NSApplicationDelegate> {
-  @public
-    id<NSApplicationDelegate> found_;
-}
-@end
-
-@implementation ToolkitDelegate
-
-- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication*)sender {
-    if ([found_ respondsToSelector:@selector(applicationShouldTerminate:)]) {
-        return [found_ applicationShouldTerminate:sender];
-    }
-    return NSTerminateCancel;
-}
-
-- (void)applicationWillTerminate:(NSNotification*)notification {
-    if ([found_ respondsToSelector:@selector(applicationWillTerminate:)]) {
-        [found_ applicationWillTerminate:notification];
-    }
-}
-
-@end
+#import "platform/macos/native/kit/toolkit.h"
 
 namespace korvel {
 namespace {
@@ -43,17 +19,7 @@ using platform::MacosApplication;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class ApplicationOnAppKit : public testing::Test {
-  protected:
-    /// As the toolkit does when its own application object is made.
-    void makeToolkit() {
-        toolkit = [[ToolkitDelegate alloc] init];
-        toolkit->found_ = NSApplication.sharedApplication.delegate;
-        NSApplication.sharedApplication.delegate = toolkit;
-    }
-
-    ToolkitDelegate* toolkit = nil;
-};
+class ApplicationOnAppKit : public testing::Test {};
 
 TEST_F(ApplicationOnAppKit, IsAnAccessoryWithoutAPlaceInTheDock) {
     const MacosApplication application;
@@ -69,8 +35,10 @@ TEST_F(ApplicationOnAppKit, TellsTheToolkitToLeaveTheFrontProgramInFront) {
     EXPECT_STREQ(told, "1");
 }
 
-TEST_F(ApplicationOnAppKit, DoesNotActivateTheProgramByItself) {
+TEST_F(ApplicationOnAppKit, NeitherItNorTheToolkitActivatesTheProgram) {
+    ::unsetenv("QT_MAC_DISABLE_FOREGROUND_APPLICATION_TRANSFORM");
     const MacosApplication application;
+    kit::startToolkit();
     EXPECT_FALSE(NSApplication.sharedApplication.active);
     EXPECT_THAT(kit::desktop().log, IsEmpty());
 }
@@ -101,7 +69,7 @@ TEST_F(ApplicationOnAppKit, SavesAndEndsWhenTheSessionEnds) {
 
 TEST_F(ApplicationOnAppKit, SavesAndEndsWithAToolkitWhoseLoopRuns) {
     MacosApplication application;
-    makeToolkit();
+    kit::startToolkit();
     int saved = 0;
     application.setWillTerminate([&saved] { ++saved; });
     EXPECT_TRUE(kit::logOut());
@@ -110,8 +78,19 @@ TEST_F(ApplicationOnAppKit, SavesAndEndsWithAToolkitWhoseLoopRuns) {
 }
 
 TEST_F(ApplicationOnAppKit, IsHeldUpByAToolkitThatWasThereFirst) {
-    makeToolkit();
+    kit::startToolkit();
     EXPECT_FALSE(kit::logOut()) << "this is what the delegate is for";
+}
+
+TEST_F(ApplicationOnAppKit, ItsActionsReachItThroughAToolkit) {
+    MacosApplication application;
+    kit::startToolkit();
+    int checks = 0;
+    application.setCheckForUpdates([&checks] { ++checks; });
+    EXPECT_TRUE([NSApplication.sharedApplication sendAction:sel_registerName("checkForUpdates")
+                                                         to:nil
+                                                       from:nil]);
+    EXPECT_EQ(checks, 1);
 }
 
 TEST_F(ApplicationOnAppKit, SavesOnceHoweverOftenItIsAskedToEnd) {
@@ -167,7 +146,7 @@ TEST_F(ApplicationOnAppKit, IsAskedNothingOnceItIsGone) {
     application->setTogglePopover([&calls] { ++calls; });
     application->setCheckForUpdates([&calls] { ++calls; });
     application->setWillTerminate([&calls] { ++calls; });
-    makeToolkit();
+    kit::startToolkit();
     application.reset();
     for (const char* action : {"togglePopover", "checkForUpdates"}) {
         [NSApplication.sharedApplication sendAction:sel_registerName(action) to:delegate from:nil];

@@ -4,6 +4,7 @@
 #include <objc/message.h>
 
 #import "platform/macos/native/foundation/foundation.h"
+#import "platform/macos/native/kit/toolkit.h"
 #import "platform/macos/ns_string.h"
 
 using korvel::kit::desktop;
@@ -111,6 +112,10 @@ using korvel::kit::desktop;
     id receiver = target != nil ? target : [self targetForAction:action];
     if (![receiver respondsToSelector:action]) {
         return NO;
+    }
+    if ([receiver respondsToSelector:@selector(forwardingTargetForSelector:)]) {
+        id forwarded = [receiver forwardingTargetForSelector:action];
+        receiver = forwarded != nil ? forwarded : receiver;
     }
     // An action gives nothing back, which `performSelector:` would take for an object.
     reinterpret_cast<void (*)(id, SEL, id)> (&objc_msgSend)(receiver, action, sender);

@@ -17,6 +17,7 @@
 
 #import "platform/macos/native/foundation/foundation.h"
 #import "platform/macos/native/kit/on_appkit.h"
+#import "platform/macos/native/kit/toolkit.h"
 #include "platform/macos/native/with_qt/program_stand_ins.h"
 #import "platform/macos/native/with_qt/qt_view.h"
 #include "support/temp_tree.h"
@@ -44,6 +45,7 @@ void atQtsApplication() {
     const char* told = std::getenv("QT_MAC_DISABLE_FOREGROUND_APPLICATION_TRANSFORM");
     say("told Qt", told != nullptr && std::string(told) == "1");
     say("delegate", NSApplication.sharedApplication.delegate != nil);
+    korvel::kit::startToolkit(); // which Qt's plugin without a screen is not
     // In the loop, after what the launch has queued.
     const auto later = [](auto&& work) {
         QMetaObject::invokeMethod(QCoreApplication::instance(), work, Qt::QueuedConnection);
