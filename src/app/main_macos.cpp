@@ -47,6 +47,7 @@ AppDelegate* running = nullptr;
 void finish() {
     if (AppDelegate* ending = std::exchange(running, nullptr)) {
         ending->applicationWillTerminate();
+        platform::MacosUserDefaults().flush(); // the process may end before the system has all
     }
 }
 
@@ -117,9 +118,8 @@ int main(int, char** argv) {
     running = delegate.get();
     std::atexit(finish);
     // Without destructors, which would wait for work in the background.
-    const auto end = [&defaults] {
+    const auto end = [] {
         finish();
-        defaults.flush();
         std::_Exit(EXIT_SUCCESS);
     };
     application.setWillTerminate(end);

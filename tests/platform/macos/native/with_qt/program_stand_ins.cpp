@@ -14,7 +14,7 @@
 namespace korvel::kit {
 
 platform::SimulatedPower& power() {
-    static platform::SimulatedPower instance;
+    static auto& instance = *new platform::SimulatedPower; // asked until the process has ended
     return instance;
 }
 

@@ -40,12 +40,21 @@ void say(const char* what, long value) {
     std::fprintf(stderr, "%s %ld\n", what, value);
 }
 
+/// What is left of the program when it has ended.
+void sayWhatIsKept() {
+    const std::filesystem::path home = std::getenv("HOME");
+    say("history", static_cast<long>(std::filesystem::exists(home / ".korvel-history.json")));
+    say("assertions", static_cast<long>(korvel::kit::power().held.size()));
+    say("settings", [NSUserDefaults storedObjectForKey:@"probe"] != nil);
+}
+
 /// As soon as Qt's application object is there, before the program goes on.
 void atQtsApplication() {
     const char* told = std::getenv("QT_MAC_DISABLE_FOREGROUND_APPLICATION_TRANSFORM");
     say("told Qt", told != nullptr && std::string(told) == "1");
     say("delegate", NSApplication.sharedApplication.delegate != nil);
     korvel::kit::startToolkit(); // which Qt's plugin without a screen is not
+    std::atexit(sayWhatIsKept);  // ahead of the program's own, and so run after it
     // In the loop, after what the launch has queued.
     const auto later = [](auto&& work) {
         QMetaObject::invokeMethod(QCoreApplication::instance(), work, Qt::QueuedConnection);
@@ -62,10 +71,7 @@ void atTheEnd(int status) asm("__wrap__Exit");
 
 /// The program's last call.
 void atTheEnd(int status) {
-    const std::filesystem::path home = std::getenv("HOME");
-    say("history", static_cast<long>(std::filesystem::exists(home / ".korvel-history.json")));
-    say("assertions", static_cast<long>(korvel::kit::power().held.size()));
-    say("settings", [NSUserDefaults storedObjectForKey:@"probe"] != nil);
+    sayWhatIsKept();
     say("end", status);
     endOfTheProcess(status);
 }
@@ -148,9 +154,9 @@ TEST_F(ProgramOnAppKit, AsksOnceForNotifications) {
 }
 
 /// All that survives the end is kept, and what is held is given back.
-const auto kWholeEnd =
-    AllOf(HasSubstr("held 2\n"), HasSubstr("history 1\n"), HasSubstr("assertions 0\n"),
-          HasSubstr("settings 1\n"), HasSubstr("end 0\n"));
+const auto kAllKept = AllOf(HasSubstr("held 2\n"), HasSubstr("history 1\n"),
+                            HasSubstr("assertions 0\n"), HasSubstr("settings 1\n"));
+const auto kWholeEnd = AllOf(kAllKept, HasSubstr("end 0\n"));
 
 /// Something that is only in memory, and keep-awake as it is.
 void prepareForTheEnd() {
@@ -193,6 +199,14 @@ TEST_F(ProgramOnAppKit, TheLoopThatIsLeftEndsItAsAQuitDoes) {
             QCoreApplication::exit(0);
         },
         kWholeEnd);
+}
+
+TEST_F(ProgramOnAppKit, AFatalMessageOfQtsLosesNothing) {
+    EXPECT_EXIT(run([] {
+                    prepareForTheEnd();
+                    qFatal("the display is gone");
+                }),
+                ExitedWithCode(EXIT_FAILURE), kAllKept);
 }
 
 TEST_F(ProgramOnAppKit, AClickOpensThePopoverWithTheKeyboardAndTheNextClosesIt) {
