@@ -126,7 +126,11 @@ def libraries(given):
 
 
 def configure(given):
-    folders = [given.qt, str(given.top / LIBRARIES)] if given.qt else []
+    folders = []
+    if given.qt:
+        # What an earlier configuration found would be kept.
+        yield run("cmake", "-E", "rm", "-f", f"{TREE}/CMakeCache.txt")
+        folders = [given.qt, str(given.top / LIBRARIES)]
     words = [f"-DCMAKE_PREFIX_PATH={';'.join(folders)}"] if folders else []
     for name, value in (("VERSION", given.version), ("BUILD", given.build)):
         words += [f"-DKORVEL_{name}={value}"] if value else []

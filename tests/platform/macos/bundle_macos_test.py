@@ -133,8 +133,12 @@ class Plan(Folder):
 
     def test_what_is_shipped_is_built_with_its_own_libraries_and_version(self):
         lines = self.plan("ship", "--qt", "/q/6.5.3/macos", "--set", "KORVEL_UPDATE_HOST=a.example", *self.ship_words())
-        self.assertIn(f"cmake --preset macos '-DCMAKE_PREFIX_PATH=/q/6.5.3/macos;{self.top}/build/macos-libraries' "
-                      "-DKORVEL_VERSION=1.4.0 -DKORVEL_BUILD=42 -DKORVEL_UPDATE_HOST=a.example", lines)
+        configured = [number for number, line in enumerate(lines) if line.startswith("cmake --preset")]
+        self.assertEqual([lines[number - 1:number + 1] for number in configured], [[
+            "cmake -E rm -f build/macos/CMakeCache.txt",
+            f"cmake --preset macos '-DCMAKE_PREFIX_PATH=/q/6.5.3/macos;{self.top}/build/macos-libraries' "
+            "-DKORVEL_VERSION=1.4.0 -DKORVEL_BUILD=42 -DKORVEL_UPDATE_HOST=a.example",
+        ]])
         for name, tag in (("fmt", "9.1.0"), ("simdjson", "v3.0.1")):
             made = [line for line in lines if f"/{name}" in line]
             self.assertEqual(len(made), 4)
