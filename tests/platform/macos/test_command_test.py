@@ -82,6 +82,11 @@ class Command(unittest.TestCase):
     def test_elsewhere_a_setting_is_refused(self):
         self.assertEqual(self.run_with("-DKORVEL_WERROR=ON", system="Linux"), (2, [], []))
 
+    def test_on_linux_its_own_run_begins_with_the_packages(self):
+        status, ran, printed = self.run_with(system="Linux", failing="script/setup test")
+        self.assertEqual((status, ran), (1, ["script/setup test"]))
+        self.assertEqual(printed, ["== packages (at 0 s)"])
+
     def test_what_it_names_is_there(self):
         presets = json.loads((SOURCE / "CMakePresets.json").read_text(encoding="utf-8"))
         named = {name: [each["name"] for each in presets[f"{name}Presets"]] for name in ("configure", "build", "test")}
