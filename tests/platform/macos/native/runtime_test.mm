@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -30,6 +31,8 @@
 @property(weak) Base* other;
 @property(copy) void (^block)(int);
 @property(copy) NSString* name;
+@property(nonatomic, copy) NSString* plainName;
+@property(strong) Base* child;
 @property NSRect rectangle;
 + (int)number;
 - (int)value;
@@ -249,6 +252,32 @@ TEST(Object, NamedWeaklyIsNilFromItsEndOn) {
     EXPECT_TRUE(holder.other == nil);
 }
 
+TEST(Object, NamedWeaklyIsNamedByTheRecordThatTheNameMovesTo) {
+    struct Named {
+        __weak Base* object;
+    };
+    bool ended = false;
+    Named moved{};
+    @autoreleasepool {
+        Base* object = watched(ended);
+        Named first{object};
+        Named second(std::move(first));
+        EXPECT_TRUE(second.object == object);
+        moved = second;
+        EXPECT_TRUE(moved.object == object);
+    }
+    EXPECT_TRUE(ended);
+    EXPECT_TRUE(moved.object == nil);
+    @autoreleasepool {
+        Base* object = watched(ended);
+        auto first = std::make_unique<Named>(Named{object});
+        moved.~Named();
+        new (&moved) Named(std::move(*first));
+        first = nullptr;
+    }
+    EXPECT_TRUE(moved.object == nil);
+}
+
 TEST(Object, AutoreleasedLivesAsLongAsThePool) {
     bool ended = false;
     @autoreleasepool {
@@ -256,6 +285,18 @@ TEST(Object, AutoreleasedLivesAsLongAsThePool) {
         EXPECT_FALSE(ended);
     }
     EXPECT_TRUE(ended);
+}
+
+TEST(Object, PropertiesThatHoldLetGoOfTheOneBefore) {
+    bool ended = false;
+    @autoreleasepool {
+        Base* object = [[Base alloc] init];
+        object.child = watched(ended);
+        EXPECT_FALSE(ended);
+        object.child = [[Base alloc] init];
+    }
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(alive("Base"), 0U);
 }
 
 TEST(Object, PropertiesThatCopyHoldTheCopy) {
@@ -272,6 +313,8 @@ TEST(Object, PropertiesThatCopyHoldTheCopy) {
     EXPECT_EQ(alive("block"), 0U);
     object.name = @"a text";
     EXPECT_STREQ(object.name.UTF8String, "a text");
+    object.plainName = @"another";
+    EXPECT_STREQ(object.plainName.UTF8String, "another");
 }
 
 TEST(Block, KeepsWhatItUses) {
@@ -292,6 +335,21 @@ TEST(Block, KeepsWhatItUses) {
     kept = nil;
     EXPECT_TRUE(ended);
     EXPECT_EQ(counted.use_count(), 1) << "members with destructors are destroyed";
+}
+
+TEST(Block, KeepsNothingThatItNamesWeakly) {
+    bool ended = false;
+    bool (^isThere)() = nil;
+    @autoreleasepool {
+        Base* object = watched(ended);
+        __weak Base* weak = object;
+        isThere = ^{
+          return weak != nil;
+        };
+        EXPECT_TRUE(isThere());
+    }
+    EXPECT_TRUE(ended);
+    EXPECT_FALSE(isThere());
 }
 
 TEST(Block, SharesItsVariablesWithTheFunctionAndOtherBlocks) {

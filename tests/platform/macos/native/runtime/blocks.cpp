@@ -115,14 +115,6 @@ void* objc_retainBlock(void* object) {
     return copy;
 }
 
-void* _Block_copy(void* block) {
-    return objc_retainBlock(block);
-}
-
-void _Block_release(void* block) {
-    objc_release(block);
-}
-
 void _Block_object_assign(void* to, const void* object, int about) {
     void** variable = static_cast<void**>(to);
     void* value = const_cast<void*>(object);

@@ -204,10 +204,6 @@ Class objc_lookUpClass(const char* name) {
     return reinterpret_cast<Class>(korvel::objc::classes().named(name));
 }
 
-const char* class_getName(Class type) {
-    return type != nullptr ? reinterpret_cast<ClassRecord*>(type)->data->name : "nil";
-}
-
 const char* protocol_getName(Protocol* protocol) {
     return reinterpret_cast<const korvel::objc::ProtocolRecord*>(protocol)->name;
 }

@@ -88,10 +88,6 @@ void objc_setProperty_atomic(void* self, SEL, void* value, ptrdiff_t offset) {
     objc_storeStrong(reinterpret_cast<void**>(static_cast<char*>(self) + offset), value);
 }
 
-void objc_setProperty_nonatomic(void* self, SEL selector, void* value, ptrdiff_t offset) {
-    objc_setProperty_atomic(self, selector, value, offset);
-}
-
 void objc_setProperty_atomic_copy(void* self, SEL selector, void* value, ptrdiff_t offset) {
     using Copy = void* (*)(void*, SEL);
     void* copy = korvel::objc::isBlock(value)

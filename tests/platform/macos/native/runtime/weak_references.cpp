@@ -78,10 +78,6 @@ void* objc_loadWeakRetained(void** variable) {
     return objc_retain(*variable);
 }
 
-void* objc_loadWeak(void** variable) {
-    return objc_autorelease(objc_loadWeakRetained(variable));
-}
-
 void objc_copyWeak(void** to, void** from) {
     void* object = objc_loadWeakRetained(from);
     objc_initWeak(to, object);

@@ -9,7 +9,6 @@ extern "C" {
 Class object_getClass(id object);
 /// nil when the program has no such class.
 Class objc_lookUpClass(const char* name);
-const char* class_getName(Class type);
 const char* protocol_getName(Protocol* protocol);
 
 } // extern "C"
