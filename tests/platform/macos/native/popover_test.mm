@@ -26,7 +26,6 @@ using platform::MacosStatusBar;
 using platform::MacosStatusItem;
 using platform::StatusItem;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class PopoverOnAppKit : public testing::Test {
   protected:
