@@ -258,12 +258,14 @@ TEST_F(PopoverOnAppKit, TakesItsWindowFromTheScreenWhenItIsDestroyed) {
 
 TEST_F(PopoverOnAppKit, DestroyedWhileItFadesItTellsNobodyOfTheEnd) {
     open();
+    id heldByAppKit = openPopover().delegate;
     popover->close();
     popover.reset();
+    EXPECT_NE(heldByAppKit, nil);
+    EXPECT_EQ(content.superview, nil) << "its owner may be gone before the window is";
     finishFading();
     EXPECT_EQ(closed, 0);
     EXPECT_TRUE(kit::desktop().windows.empty());
-    EXPECT_EQ(content.superview, nil);
 }
 
 TEST_F(PopoverOnAppKit, WithoutAnybodyToTellItClosesAllTheSame) {

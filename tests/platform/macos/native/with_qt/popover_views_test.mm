@@ -184,10 +184,12 @@ TEST_F(PopoverViewsOnAppKit, NothingOfItIsLeftWhenItIsDestroyed) {
     popover->show(*item);
     settle();
     __weak NSPopover* watched = openPopover();
+    const NSView* view = qtView();
     EXPECT_NE(watched, nil);
+    EXPECT_NE(view.superview, nil);
     popover.reset();
     EXPECT_EQ(watched, nil);
-    EXPECT_EQ(qtView().superview, nil);
+    EXPECT_EQ(view.superview, nil);
     EXPECT_EQ(quickView(), nullptr);
     EXPECT_TRUE(kit::desktop().windows.empty());
 }
@@ -195,7 +197,10 @@ TEST_F(PopoverViewsOnAppKit, NothingOfItIsLeftWhenItIsDestroyed) {
 TEST_F(PopoverViewsOnAppKit, DestroyedWhileItFadesNothingIsLeftToBeTold) {
     popover->show(*item);
     popover->close();
+    const NSView* view = qtView();
+    EXPECT_NE(view.superview, nil);
     popover.reset();
+    EXPECT_EQ(view.superview, nil);
     EXPECT_EQ(quickView(), nullptr);
     finishFading();
     EXPECT_TRUE(kit::desktop().windows.empty());
