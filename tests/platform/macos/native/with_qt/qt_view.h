@@ -1,6 +1,6 @@
 // The place where Qt and the popover meet: Qt names the native view that it makes of its window by
 // a number. On the platform without a screen there is none, so the number is made a view of the
-// kit's. The test programs are linked so that two functions are these here (see CMakeLists.txt).
+// kit's. The test programs are linked so that three functions are these here (see CMakeLists.txt).
 #pragma once
 
 #include <QSize>
@@ -9,7 +9,8 @@
 
 class QQuickView;
 
-/// Stands in for the native view that Qt makes of a window, which has its size from Qt alone.
+/// Stands in for the native view that Qt makes of a window, which has its place and its size from
+/// Qt.
 @interface QtView : NSView {
   @public
     NSSize own_; ///< as Qt last said

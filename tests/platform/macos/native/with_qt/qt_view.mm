@@ -6,6 +6,15 @@
 #include "platform/macos/macos_popover.h"
 #include "platform/macos/native/runtime/end_of_test.h"
 
+namespace {
+
+/// Where Qt puts a window that nobody places: in the middle of the screen.
+constexpr NSPoint kMiddle{550, 187};
+
+NSPoint place = kMiddle;
+
+} // namespace
+
 @implementation QtView
 
 - (BOOL)isFlipped {
@@ -14,7 +23,7 @@
 
 - (void)take:(QSize)size {
     own_ = NSMakeSize(size.width(), size.height());
-    [self setFrameSize:own_];
+    self.frame = NSRect{place, own_};
 }
 
 @end
@@ -26,7 +35,10 @@ namespace {
 QtView* made = nil;
 
 const bool kForgets = [] {
-    objc::atEndOfTest([] { made = nil; });
+    objc::atEndOfTest([] {
+        made = nil;
+        place = kMiddle;
+    });
     return true;
 }();
 
@@ -55,13 +67,20 @@ void resizeWithItsView(QWindow* window,
                        const QSize& size) asm("__wrap__ZN7QWindow6resizeERK5QSize");
 void resizeTheWindow(QWindow* window, const QSize& size) asm("__real__ZN7QWindow6resizeERK5QSize");
 
+void placeTheView(QWindow* window, int x, int y) asm("__wrap__ZN7QWindow11setPositionEii");
+void placeTheWindow(QWindow* window, int x, int y) asm("__real__ZN7QWindow11setPositionEii");
+
+void placeTheView(QWindow* window, int x, int y) {
+    place = NSMakePoint(x, y);
+    placeTheWindow(window, x, y);
+}
+
 void setNativeContent(MacosPopover* popover, void* view) {
     made = nil;
     if (view != nullptr) {
         const QQuickView* window = quickView();
         made = [[QtView alloc] init];
         made.autoresizingMask = NSViewWidthSizable | NSViewHeightSizable;
-        [made setFrameOrigin:NSMakePoint(window->x(), window->y())];
         [made take:window->size()];
     }
     setContentOfThePopover(popover, (__bridge void*)made);
