@@ -81,7 +81,6 @@ MacosPopover::MacosPopover(std::function<void()> closed)
 MacosPopover::~MacosPopover() {
     // Its window may live on for the length of its fading, and nobody is left to be told.
     parts_->delegate->closed_ = nullptr;
-    parts_->popover.delegate = nil;
     setContent(nullptr);
 }
 
