@@ -39,6 +39,9 @@ const std::vector<std::string>& firstRunOnAMac() {
          "within five seconds the score is a new one, a keep-awake that ran out meanwhile is "
          "over, and the popover opens."},
         {"Update", "from one signed build to the next."},
+        {"An hour later",
+         "the score still follows the machine while nobody looks, and Activity Monitor says No "
+         "under App Nap."},
     };
     static const std::vector<std::string> sentences = [] {
         std::vector<std::string> made;
