@@ -28,7 +28,7 @@ NSURL* urlOf(const std::string& path) {
 } // namespace
 
 Status<std::errc> MacosFileManager::move(const std::string& from, const std::string& to) {
-    const Status<std::errc> moved = PosixFileManager::move(from, to);
+    Status<std::errc> moved = PosixFileManager::move(from, to);
     if (moved) {
         return moved;
     }
