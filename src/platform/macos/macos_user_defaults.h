@@ -20,8 +20,8 @@ class MacosUserDefaults final : public UserDefaults {
     void set(const std::string& key, const std::string& value) override;
     void remove(const std::string& key) override;
 
-    /// Returns when the system has all that was set: a process that ends without leave from AppKit
-    /// could take some of it along.
+    /// Returns when the system has all that was set. It is sent there in the background, and what
+    /// has not arrived when the process ends is lost.
     void flush();
 };
 
