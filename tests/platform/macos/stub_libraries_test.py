@@ -48,11 +48,11 @@ class Stubs(unittest.TestCase):
         source.write_text(text, encoding="utf-8")
         versions.write_text("HOUSE_1 { *; };", encoding="utf-8")
         subprocess.run(
-            ["c++", "-shared", "-fPIC", f"-Wl,--version-script={versions}", source, "-o", cls.library(name)],
+            ["c++", "-shared", "-fPIC", f"-Wl,--version-script={versions}", source, "-o", cls.path_of(name)],
             check=True)
 
     @classmethod
-    def library(cls, name):
+    def path_of(cls, name):
         return cls.libraries / f"lib{name}.so"
 
     def setUp(self):
@@ -62,7 +62,7 @@ class Stubs(unittest.TestCase):
 
     def made(self, *names, **libraries):
         (self.top / "names.txt").write_text("".join(name + "\n" for name in names), encoding="utf-8")
-        pairs = [f"@rpath/{stub}.framework/{stub}={self.library(name)}" for stub, name in libraries.items()]
+        pairs = [f"@rpath/{stub}.framework/{stub}={self.path_of(name)}" for stub, name in libraries.items()]
         return subprocess.run(
             [MAKE_STUBS, "--names", self.top / "names.txt", self.top / "stubs", *pairs],
             capture_output=True, text=True, check=False)

@@ -1,4 +1,4 @@
-// Blocks and their shared variables, as the compiler's specification of blocks lays them out.
+// Blocks and their shared variables, in the layout that the compiler publishes for them.
 #include "platform/macos/native/runtime/blocks.h"
 
 #include <cstdint>
