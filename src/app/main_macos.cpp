@@ -11,7 +11,7 @@
 #include "core/metrics.h"
 #include "model/awake.h"
 #include "platform/digest.h"
-#include "platform/macos/application.h"
+#include "platform/macos/macos_application.h"
 #include "platform/macos/macos_bundle.h"
 #include "platform/macos/macos_file_manager.h"
 #include "platform/macos/macos_machine.h"

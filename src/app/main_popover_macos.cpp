@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/macos/application.h"
+#include "platform/macos/macos_application.h"
 #include "platform/macos/macos_popover.h"
 #include "ui/quick/hosted_popover.h"
 

@@ -54,7 +54,7 @@ FACES = {
         "linux_bundle.h", "linux_code_signature.h", "linux_program_loader.h", "update_root.h", "zip_archive.h",
     },
     "platform/macos": {
-        "application.h", "declared_selectors.h", "desktop_facts.h", "macos_bundle.h", "macos_file_manager.h",
+        "declared_selectors.h", "desktop_facts.h", "macos_application.h", "macos_bundle.h", "macos_file_manager.h",
         "macos_machine.h", "macos_notifications.h", "macos_popover.h", "macos_power_assertions.h",
         "macos_processes.h", "macos_program_loader.h", "macos_status_bar.h", "macos_user_defaults.h",
         "macos_workspace.h", "thermal_state.h",

@@ -5,7 +5,7 @@
 
 #include <utility>
 
-#include "platform/macos/application.h"
+#include "platform/macos/macos_application.h"
 #include "platform/macos/macos_status_bar.h"
 
 @interface KorvelPopoverDelegate : NSObject <NSPopoverDelegate> {

@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "platform/macos/application.h"
 #import "platform/macos/application_delegate.h"
+#include "platform/macos/macos_application.h"
 #import "platform/macos/ns_string.h"
 
 namespace korvel::platform {

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/macos/application.h"
+#include "platform/macos/macos_application.h"
 #include "platform/macos/macos_status_bar.h"
 #import "platform/macos/native/kit/on_appkit.h"
 #import "platform/macos/ns_string.h"

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "app/status_title.h"
-#include "platform/macos/application.h"
+#include "platform/macos/macos_application.h"
 #import "platform/macos/native/kit/on_appkit.h"
 
 namespace korvel {

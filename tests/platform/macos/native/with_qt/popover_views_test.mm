@@ -13,7 +13,7 @@
 #include <QQuickView>
 
 #include "app/main_popover_macos.h"
-#include "platform/macos/application.h"
+#include "platform/macos/macos_application.h"
 #include "platform/macos/macos_status_bar.h"
 #import "platform/macos/native/kit/on_appkit.h"
 #import "platform/macos/native/with_qt/qt_view.h"

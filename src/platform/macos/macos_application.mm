@@ -1,4 +1,4 @@
-#include "platform/macos/application.h"
+#include "platform/macos/macos_application.h"
 
 #import <AppKit/AppKit.h>
 
