@@ -47,6 +47,7 @@ void LocalMachine::catchUp() {}
 
 std::vector<Comparison> LocalMachine::comparisons() {
     constexpr const char* kSysctl = "/usr/sbin/sysctl";
+    constexpr const char* kAwakeKey = "awakeOn"; // as the program stores it
     const auto reading = parts_->machine.read();
     ReadingTexts texts(*reading, parts_->processes);
     const std::string self = fmt::format("{}", parts_->processes.currentProcessIdentifier());
@@ -55,7 +56,7 @@ std::vector<Comparison> LocalMachine::comparisons() {
         Metrics::swappedGB(parts_->processes.currentProcessIdentifier(), parts_->swappedMemory);
     const platform::DesktopFacts facts = platform::desktopFacts();
     const std::optional<bool> keepsAwake =
-        platform::keepsAwakeBySettings(platform::kBundleIdentifier);
+        platform::storedTruth(platform::kBundleIdentifier, kAwakeKey);
     return {
         {"physicalMemory", texts.physicalMemory(), kSysctl, {"-n", "hw.memsize"}, {}, true},
         {"processorCount", texts.processorCount(), kSysctl, {"-n", "hw.ncpu"}, {}, true},
@@ -92,9 +93,9 @@ std::vector<Comparison> LocalMachine::comparisons() {
          {"Resolution"}},
         {"frontApplication", facts.frontApplication, "/usr/bin/lsappinfo", {"visibleProcessList"}},
         {"settings",
-         keepsAwake ? fmt::format("awakeOn is {:d}", *keepsAwake) : "awakeOn is not stored",
+         keepsAwake ? fmt::format("{} is {:d}", kAwakeKey, *keepsAwake) : "it is not stored",
          "/usr/bin/defaults",
-         {"read", platform::kBundleIdentifier, "awakeOn"},
+         {"read", platform::kBundleIdentifier, kAwakeKey},
          {},
          keepsAwake.has_value()},
         {"keepAwake",

@@ -16,8 +16,8 @@ struct DesktopFacts {
 
 DesktopFacts desktopFacts();
 
-/// Whether a program's settings, which this one need not be, say to keep the machine awake; nullopt
-/// when they do not say.
-std::optional<bool> keepsAwakeBySettings(const std::string& identifier);
+/// What the settings of a program, which need not be this one, hold under a key, as a truth;
+/// nullopt when they hold nothing.
+std::optional<bool> storedTruth(const std::string& identifier, const std::string& key);
 
 } // namespace korvel::platform

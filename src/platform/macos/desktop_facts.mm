@@ -11,13 +11,12 @@ DesktopFacts desktopFacts() {
             toString(NSWorkspace.sharedWorkspace.frontmostApplication.bundleIdentifier)};
 }
 
-std::optional<bool> keepsAwakeBySettings(const std::string& identifier) {
+std::optional<bool> storedTruth(const std::string& identifier, const std::string& key) {
     NSUserDefaults* settings = [[NSUserDefaults alloc] initWithSuiteName:toNSString(identifier)];
-    NSString* key = toNSString("awakeOn");
-    if ([settings objectForKey:key] == nil) {
+    if ([settings objectForKey:toNSString(key)] == nil) {
         return std::nullopt;
     }
-    return [settings boolForKey:key] == YES;
+    return [settings boolForKey:toNSString(key)] == YES;
 }
 
 } // namespace korvel::platform

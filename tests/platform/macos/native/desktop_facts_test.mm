@@ -9,7 +9,7 @@ namespace korvel {
 namespace {
 
 using platform::desktopFacts;
-using platform::keepsAwakeBySettings;
+using platform::storedTruth;
 
 TEST(DesktopFactsOnAppKit, AreTheScreensAndWhatEachOfThemHas) {
     kit::desktop().screens = 2;
@@ -33,14 +33,15 @@ TEST(DesktopFactsOnAppKit, NameNothingWhereNoProgramWithAnIdentifierIsInFront) {
     EXPECT_EQ(desktopFacts().frontApplication, "");
 }
 
-TEST(DesktopFactsOnAppKit, KeepAwakeIsWhatTheSettingsOfThatProgramSay) {
-    EXPECT_EQ(keepsAwakeBySettings("example.korvel"), std::nullopt);
-    for (const bool awake : {true, false}) {
-        [NSUserDefaults storeObject:[NSNumber numberWithBool:awake]
-                             forKey:@"awakeOn"
+TEST(DesktopFactsOnAppKit, AStoredTruthIsThatOfTheProgramAndTheKey) {
+    EXPECT_EQ(storedTruth("example.korvel", "probe"), std::nullopt);
+    for (const bool truth : {true, false}) {
+        [NSUserDefaults storeObject:[NSNumber numberWithBool:truth]
+                             forKey:@"probe"
                           ofProgram:@"example.korvel"];
-        EXPECT_EQ(keepsAwakeBySettings("example.korvel"), std::optional<bool>(awake));
-        EXPECT_EQ(keepsAwakeBySettings("example.other"), std::nullopt);
+        EXPECT_EQ(storedTruth("example.korvel", "probe"), std::optional<bool>(truth));
+        EXPECT_EQ(storedTruth("example.korvel", "another"), std::nullopt);
+        EXPECT_EQ(storedTruth("example.other", "probe"), std::nullopt);
     }
 }
 
