@@ -8,6 +8,7 @@
 #include "base/fatal.h"
 #include "core/units.h"
 #include "platform/agents.h"
+#include "platform/processes.h"
 #include "platform/services.h"
 
 namespace korvel {
@@ -74,6 +75,8 @@ Snapshot Metrics::snapshot() {
     s.topProcs = topProcesses();
     s.wardenOn = wardenRunning();
     s.thermal = static_cast<ThermalState>(reading->thermalState());
+    s.unreported = reading->unreported();
+    s.unreported.otherProcesses = processes_.hidesOthers();
     score(s);
     return s;
 }

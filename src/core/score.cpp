@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -27,9 +28,13 @@ double memoryHealth(const Snapshot& s) {
     return health < 100 ? health : 100;
 }
 
-double diskHealth(double freeGB) {
+double diskHealth(const Snapshot& s) {
     constexpr double kRoomy = 75;
     constexpr double kFloor = 15;
+    const double freeGB = s.diskFreeGB;
+    if (s.unreported.dataVolume) {
+        return 100; // what is not known costs no points
+    }
     if (freeGB >= kRoomy) {
         return 100;
     }
@@ -64,8 +69,10 @@ std::vector<ScoreFactor> makeFactors(const Snapshot& s) {
     factors.emplace_back(
         "Memory", 0.26, memoryHealth(s),
         fmt::format("{:.1f} GB free to use · {}", s.memAvailableGB, label(s.memPressure)));
-    factors.emplace_back("Disk", 0.24, diskHealth(s.diskFreeGB),
-                         fmt::format("{} GB free", checkedInt(s.diskFreeGB)));
+    factors.emplace_back("Disk", 0.24, diskHealth(s),
+                         s.unreported.dataVolume
+                             ? kNotReported
+                             : fmt::format("{} GB free", checkedInt(s.diskFreeGB)));
     factors.emplace_back("CPU", 0.16, 100 - s.cpuPct, fmt::format("{:.0f}% busy", s.cpuPct));
     factors.emplace_back("Load", 0.14, loadHealth(s),
                          fmt::format("{:.2f} across {} cores", s.load1, s.cores));
@@ -91,15 +98,22 @@ std::string verdictOf(std::int64_t score) {
     return "Critical";
 }
 
+std::optional<std::string> diskAlert(const Snapshot& s) {
+    if (s.unreported.dataVolume || !(s.diskFreeGB < Metrics::diskWarnGB)) {
+        return std::nullopt;
+    }
+    return s.diskFreeGB < Metrics::diskCritGB
+               ? fmt::format("Disk critical: only {}GB left", checkedInt(s.diskFreeGB))
+               : fmt::format("Disk getting tight: {}GB free", checkedInt(s.diskFreeGB));
+}
+
 std::vector<std::string> makeAlerts(const Snapshot& s) {
     std::vector<std::string> alerts;
     if (s.runaway) {
         alerts.push_back(s.runaway->name + fmt::format(" is holding {:.1f}GB", s.runaway->gb));
     }
-    if (s.diskFreeGB < Metrics::diskCritGB) {
-        alerts.push_back(fmt::format("Disk critical: only {}GB left", checkedInt(s.diskFreeGB)));
-    } else if (s.diskFreeGB < Metrics::diskWarnGB) {
-        alerts.push_back(fmt::format("Disk getting tight: {}GB free", checkedInt(s.diskFreeGB)));
+    if (std::optional<std::string> disk = diskAlert(s)) {
+        alerts.push_back(std::move(*disk));
     }
     if (s.memPressure == MemPressure::critical) {
         alerts.emplace_back("Memory is critically low. Quit something large");

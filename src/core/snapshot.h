@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/uuid.h"
+#include "platform/machine.h"
 
 namespace korvel::platform {
 class Processes;
@@ -41,6 +42,9 @@ std::string label(MemPressure pressure);
 /// The system's thermal state, by its own numbers. It may hold any other number too, which counts
 /// as unknown.
 enum class ThermalState : int { nominal = 0, fair = 1, serious = 2, critical = 3 };
+
+/// Stands in place of a figure that the machine does not report.
+inline constexpr const char* kNotReported = "not reported here";
 
 /// One process and its memory footprint.
 struct ProcInfo {
@@ -80,6 +84,8 @@ struct Snapshot {
     std::string verdict;
     std::vector<std::string> alerts;
     std::optional<ProcInfo> runaway; ///< the heaviest process when it holds `Metrics::runawayGB`
+    /// What the machine has no figure for: the values above are then defaults that say nothing.
+    platform::Unreported unreported = {};
 
     /// The factor that costs most, the earliest of equals, even when it costs nothing; none without
     /// factors.

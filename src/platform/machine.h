@@ -44,6 +44,18 @@ struct VolumeStatistics {
     std::uint64_t f_bavail = 0;
 };
 
+/// What a machine has no figure for, by its nature and not by a mishap: no file system that counts
+/// blocks, no sensor of the processor. A reading that fails is something else; it keeps its
+/// default.
+struct Unreported {
+    bool dataVolume = false;
+    bool thermalState = false;
+    bool memoryStall = false;    ///< the pressure level rests on available memory alone
+    bool otherProcesses = false; ///< those of other users are hidden
+
+    bool operator==(const Unreported&) const = default;
+};
+
 /// One reading of the machine, for one sample. Each function takes its figure when it is called, so
 /// that what is not asked for is not read; nullopt says that it could not be taken. A reading may
 /// answer from what it read before: for figures of a later moment, take another one. It is used by
@@ -68,6 +80,9 @@ class MachineReading {
     /// Over 1, 5 and 15 minutes.
     virtual std::optional<std::array<double, 3>> loadAverages() = 0;
     virtual std::optional<std::int64_t> bootTime() = 0; ///< whole seconds since 1970
+    /// Of the figures above, those that this machine has none for; to be asked after them. The
+    /// processes are not of the machine's telling: see `Processes::hidesOthers`.
+    virtual Unreported unreported() { return {}; }
 };
 
 /// The machine that the program runs on. Readings may be taken on any thread, several at a time,

@@ -25,6 +25,10 @@ class Processes {
     virtual void terminate(std::int32_t pid) = 0;
 
     virtual std::int32_t currentProcessIdentifier() = 0;
+
+    /// Whether the system keeps the processes of other users from this one, so that they are
+    /// missing from the table. To be asked after a listing.
+    virtual bool hidesOthers() { return false; }
 };
 
 } // namespace korvel::platform

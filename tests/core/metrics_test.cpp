@@ -152,6 +152,30 @@ TEST(Disk, FailureLeavesBothZero) {
     EXPECT_EQ(s.diskPct, 0);
 }
 
+TEST(Unreported, IsWhatMachineAndProcessTableSay) {
+    using platform::Unreported;
+    Sampler sampler;
+    EXPECT_EQ(sampler.metrics.snapshot().unreported, Unreported());
+    sampler.readings.unreported = {.dataVolume = true, .thermalState = true, .memoryStall = true};
+    EXPECT_EQ(sampler.metrics.snapshot().unreported,
+              (Unreported{.dataVolume = true, .thermalState = true, .memoryStall = true}));
+    sampler.readings.unreported = {};
+    sampler.processes.othersHidden = true;
+    EXPECT_EQ(sampler.metrics.snapshot().unreported, Unreported{.otherProcesses = true});
+}
+
+TEST(Unreported, AVolumeThatIsNotReportedCostsNothingAndOneThatFailsDoes) {
+    Sampler sampler;
+    sampler.readings.volume.fails = true;
+    EXPECT_EQ(sampler.metrics.snapshot().alerts,
+              std::vector<std::string>{"Disk critical: only 0GB left"});
+    sampler.readings.unreported.dataVolume = true;
+    const Snapshot s = sampler.metrics.snapshot();
+    EXPECT_EQ(s.score, 100);
+    EXPECT_TRUE(s.alerts.empty());
+    EXPECT_EQ(s.diskFreeGB, 0);
+}
+
 TEST(Disk, VolumeWithoutBlocksHasNoShare) {
     Sampler sampler;
     sampler.readings.volume.set(VolumeStatistics{4096, 0, 0, 0});

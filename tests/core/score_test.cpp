@@ -107,6 +107,17 @@ TEST(DiskHealth, RunsStraightFromTenToSeventyFiveGigabytes) {
     EXPECT_GT(health(10.1), 15);
 }
 
+TEST(DiskHealth, WhatIsNotReportedCostsNoPoints) {
+    for (const double freeGB : {0.0, 9.0, 20.0, 100.0}) {
+        const ScoreFactor disk = factorAfter("Disk", [&](Snapshot& s) {
+            s.diskFreeGB = freeGB;
+            s.unreported.dataVolume = true;
+        });
+        EXPECT_EQ(disk.health, 100) << freeGB;
+        EXPECT_EQ(disk.detail, "not reported here") << freeGB;
+    }
+}
+
 TEST(DiskHealth, IgnoresThePercentage) {
     for (const double pct : {0.0, 50.0, 99.9, 100.0, kNaN}) {
         EXPECT_EQ(factorAfter("Disk", [&](Snapshot& s) { s.diskPct = pct; }).health, 100) << pct;

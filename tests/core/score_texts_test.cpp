@@ -129,6 +129,16 @@ TEST(Texts, NumberThatIsNoneReadsAsCWritesIt) {
     EXPECT_EQ(loadDetail(kNaN, 4), cFormat("%.2f across 4 cores", kNaN));
 }
 
+TEST(DiskAlert, NoFigureIsNoAlert) {
+    for (const double freeGB : {0.0, 9.0, 20.0}) {
+        EXPECT_TRUE(alerts([&](Snapshot& s) {
+                        s.diskFreeGB = freeGB;
+                        s.unreported.dataVolume = true;
+                    }).empty())
+            << freeGB;
+    }
+}
+
 TEST(DiskAlert, ComparesTheUnroundedSpaceStrictly) {
     const struct {
         double freeGB;

@@ -94,6 +94,7 @@ FILES = {
 # use besides:
 TESTS = {
     "tests": ["platform/posix"],
+    "tests/platform/linux/kernel": CORE,  # recorded machines are played through the sampler
     "tests/platform/linux/session": ["app", *CONTENT],  # the icon of the score of a title
     "tests/platform/linux/update": ["report"],  # the words of what is refused
     "tests/platform/macos": CORE,

@@ -30,10 +30,11 @@ class TempTree {
 
     void remove(const std::string& path) const { std::filesystem::remove_all(root_ / path); }
 
-    /// Copies a recorded tree into it.
+    /// Copies a recorded tree into it. Files that are there already are written in place.
     void copyFixture(const std::string& name) const {
         std::filesystem::copy(std::filesystem::path(KORVEL_FIXTURES) / "linux" / name, root_,
-                              std::filesystem::copy_options::recursive);
+                              std::filesystem::copy_options::recursive |
+                                  std::filesystem::copy_options::overwrite_existing);
     }
 
   private:

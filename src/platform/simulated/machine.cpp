@@ -38,6 +38,8 @@ class SimulatedMachine::Reading final : public MachineReading {
 
     std::optional<std::int64_t> bootTime() override { return asked("bootTime").bootTime.take(); }
 
+    Unreported unreported() override { return machine_.readings.unreported; }
+
   private:
     const SimulatedReadings& asked(const char* function) {
         machine_.note(function);

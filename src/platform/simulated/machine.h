@@ -57,6 +57,7 @@ struct SimulatedReadings {
     Fallible<VolumeStatistics> volume{
         {.f_bsize = 4096, .f_blocks = 131072000, .f_bfree = 65536000, .f_bavail = 65536000}};
     Fallible<std::array<double, 3>> load;
+    Unreported unreported;
     Fallible<std::int64_t> bootTime{static_cast<std::int64_t>(kSimulatedStart) - kSimulatedUptime};
 };
 

@@ -26,6 +26,7 @@ class SimulatedProcesses final : public Processes, public Logging {
   public:
     std::vector<SimulatedProcess> table;
     bool listingFails = false;
+    bool othersHidden = false;
     std::int32_t ownPid = 500;
     std::vector<std::int32_t> terminated;              ///< who was asked to end, in order
     std::function<void(std::int32_t pid)> onTerminate; ///< called at each; may be empty
@@ -39,6 +40,7 @@ class SimulatedProcesses final : public Processes, public Logging {
     std::string name(std::int32_t pid) override;
     void terminate(std::int32_t pid) override;
     std::int32_t currentProcessIdentifier() override;
+    bool hidesOthers() override { return othersHidden; }
 };
 
 } // namespace korvel::platform
