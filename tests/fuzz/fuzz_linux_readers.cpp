@@ -17,6 +17,7 @@
 #include "platform/linux/kernel/process_name.h"
 #include "platform/linux/kernel/process_status.h"
 #include "platform/linux/kernel/thermal_rule.h"
+#include "platform/linux/kernel/zfs_cache.h"
 #include "platform/linux/kernel/zram_reader.h"
 
 namespace {
@@ -132,6 +133,8 @@ void fuzzMachine(std::string_view text) {
     const auto occupied = parseMmStat(text);
     require(!occupied || text.find(std::to_string(*occupied)) != std::string_view::npos,
             "the number that stands there");
+    const auto cache = parseZfsCache(text);
+    require(!cache || text.find("c_min") != std::string_view::npos, "a cache where told");
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include "platform/linux/kernel/meminfo.h"
 #include "platform/linux/kernel/root_folder.h"
 #include "platform/linux/kernel/volume_statistics.h"
+#include "platform/linux/kernel/zfs_cache.h"
 
 namespace korvel::platform {
 
@@ -112,11 +113,19 @@ class LinuxMachine::Reading final : public MachineReading {
     }
 
     const std::optional<Meminfo>& meminfo() {
-        return meminfo_.get([this] { return parsed(machine_.meminfoFile_, parseMeminfo); });
+        return meminfo_.get([this] { return readMeminfo(); });
     }
 
     const KernelStat& stat() {
         return stat_.get([this] { return parsed(machine_.statFile_, parseKernelStat); });
+    }
+
+    std::optional<Meminfo> readMeminfo() {
+        std::optional<Meminfo> memory = parsed(machine_.meminfoFile_, parseMeminfo);
+        if (memory) {
+            addToAvailable(*memory, parsed(machine_.zfsFile_, parseZfsCache).value_or(0));
+        }
+        return memory;
     }
 
     std::optional<int> readProcessorCount() {
@@ -170,6 +179,7 @@ class LinuxMachine::Reading final : public MachineReading {
 
 LinuxMachine::LinuxMachine(const std::string& root, std::string dataPath, FileCalls& calls)
     : dataPath_(std::move(dataPath)), meminfoFile_(calls, rootFolder(root) + "proc/meminfo"),
+      zfsFile_(calls, rootFolder(root) + "proc/spl/kstat/zfs/arcstats"),
       statFile_(calls, rootFolder(root) + "proc/stat"),
       vmstatFile_(calls, rootFolder(root) + "proc/vmstat"),
       pressureFile_(calls, rootFolder(root) + "proc/pressure/memory"),

@@ -37,6 +37,7 @@ class LinuxMachine final : public Machine {
     /// so readings overlap safely, and one thread may have two of them.
     std::mutex mutex_;
     KeptFile meminfoFile_;
+    KeptFile zfsFile_;
     KeptFile statFile_;
     KeptFile vmstatFile_;
     KeptFile pressureFile_;

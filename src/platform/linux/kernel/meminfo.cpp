@@ -102,6 +102,12 @@ std::optional<std::uint64_t> availableMemory(const Meminfo& memory) {
     return std::min(available, memory.memTotal);
 }
 
+void addToAvailable(Meminfo& memory, std::uint64_t cache) {
+    if (const auto available = availableMemory(memory)) {
+        memory.memAvailable = saturatingSum(*available, cache);
+    }
+}
+
 std::optional<SwapUsage> swapUsage(const Meminfo& memory) {
     if (!memory.swapTotal || !memory.swapFree) {
         return std::nullopt;

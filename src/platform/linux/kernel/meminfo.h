@@ -39,6 +39,9 @@ std::optional<Meminfo> parseMeminfo(std::string_view text);
 /// free memory and what caches could give back. At most the total; nullopt without figures.
 std::optional<std::uint64_t> availableMemory(const Meminfo& memory);
 
+/// Adds to what is available a cache that the kernel counts as used, in bytes.
+void addToAvailable(Meminfo& memory, std::uint64_t cache);
+
 /// nullopt unless both figures are there.
 std::optional<SwapUsage> swapUsage(const Meminfo& memory);
 
