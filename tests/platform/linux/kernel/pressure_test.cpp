@@ -122,6 +122,93 @@ TEST(PressureRule, StallsDoNotCountWhileHalfOfTheMemoryIsAvailable) {
     });
 }
 
+constexpr std::uint64_t kGiB = std::uint64_t{1} << 30;
+
+/// A machine whose tasks do not stall.
+PressureFigures quiet(double availableGiB, double totalGiB = 100, double swapTotalGiB = 0,
+                      double swapFreeGiB = 0) {
+    const auto bytes = [](double size) {
+        return static_cast<std::uint64_t>(size * static_cast<double>(kGiB));
+    };
+    PressureFigures figures;
+    figures.stall = MemoryStall{0, 0};
+    figures.memTotal = bytes(totalGiB);
+    figures.memAvailable = bytes(availableGiB);
+    figures.swapTotal = bytes(swapTotalGiB);
+    figures.swapFree = bytes(swapFreeGiB);
+    return figures;
+}
+
+TEST(PressureRule, AQuietMachineIsAtTheLevelOfWhatIsAvailable) {
+    expectLevels({
+        {"a full cache", {{quiet(70), 1}}},
+        {"a set that fits exactly", {{quiet(10), 1}}},
+        {"at a twentieth", {{quiet(5), 1}}},
+        {"under a twentieth, no swap", {{quiet(4.9), 2}}},
+        {"under a twentieth, swap free", {{quiet(4.9, 100, 50, 50), 2}}},
+        {"at 3 percent, no swap", {{quiet(3), 2}}},
+        {"under 3 percent, no swap", {{quiet(2.9), 4}}},
+        {"under 3 percent, swap free", {{quiet(2.9, 100, 50, 50), 2}}},
+        {"0.2 of 16 GiB, no swap", {{quiet(0.2, 16), 4}}},
+        {"0.2 of 16 GiB, swap free", {{quiet(0.2, 16, 8, 6), 2}}},
+        {"none", {{quiet(0), 4}}},
+    });
+}
+
+TEST(PressureRule, HardlyAnySwapIsATenthOfItOrLessThanTheCriticalShareOfMemory) {
+    expectLevels({
+        {"a tenth", {{quiet(1, 100, 50, 5), 2}}},
+        {"under a tenth", {{quiet(1, 100, 50, 4.9), 4}}},
+        {"a small swap, all of it free", {{quiet(1, 100, 3, 3), 2}}},
+        {"a smaller one", {{quiet(1, 100, 2.9, 2.9), 4}}},
+    });
+}
+
+TEST(PressureRule, AQuietLevelIsLeftAtOneAndAHalfTimesItsThreshold) {
+    expectLevels({
+        {"warning", {{quiet(4.9), 2}, {quiet(7.4), 2}, {quiet(7.5), 1}, {quiet(5), 1}}},
+        {"critical", {{quiet(2.9), 4}, {quiet(4.4), 4}, {quiet(4.5), 2}, {quiet(3), 2}}},
+        {"critical with swap",
+         {{quiet(1, 100, 50, 4), 4}, {quiet(1, 100, 50, 7.4), 4}, {quiet(1, 100, 50, 7.5), 2}}},
+    });
+}
+
+TEST(PressureRule, OnLargeMachinesBytesDecide) {
+    expectLevels({
+        {"1 percent of 512 GiB", {{quiet(5.12, 512), 2}}},
+        {"8 of 512 GiB", {{quiet(8, 512), 1}}},
+        {"under 4 of 512 GiB", {{quiet(3.9, 512), 4}}},
+        {"left at 12", {{quiet(7.9, 512), 2}, {quiet(11.9, 512), 2}, {quiet(12, 512), 1}}},
+    });
+    PressureFigures untold = quiet(8, 512);
+    untold.stall.reset();
+    expectLevels({{"without stall figures", {{untold, 1}}}});
+}
+
+TEST(PressureRule, TheLevelIsTheWorseOfStallsAndAvailabilityAndNeitherHoldsTheOther) {
+    const auto both = [](double full, double availableGiB) {
+        PressureFigures figures = quiet(availableGiB);
+        figures.stall = MemoryStall{full, full};
+        return figures;
+    };
+    expectLevels({
+        {"stalls are worse", {{both(10, 4), 4}}},
+        {"availability is worse", {{both(5, 2), 4}}},
+        {"a level by availability does not hold the one by stalls",
+         {{both(0, 2), 4}, {both(9, 40), 2}, {both(2.4, 40), 1}}},
+        {"a level by stalls does not hold the one by availability",
+         {{both(10, 6), 4}, {both(0, 6), 1}, {both(0, 4.9), 2}}},
+        {"with half of the memory to spare", {{both(90, 50), 1}}},
+    });
+}
+
+TEST(PressureRule, SwapIsLookedAtOnlyWhereItCanDecide) {
+    EXPECT_TRUE(PressureRule::looksAtSwap(quiet(4.4)));
+    EXPECT_FALSE(PressureRule::looksAtSwap(quiet(4.5)));
+    EXPECT_TRUE(PressureRule::looksAtSwap(available(9)));
+    EXPECT_FALSE(PressureRule::looksAtSwap(available(10)));
+}
+
 TEST(PressureRule, WithoutStallFiguresAvailableMemoryDecides) {
     expectLevels({
         {"at a tenth", {{available(10), 1}}},

@@ -66,6 +66,7 @@ TEST(ZfsCache, CountsAsAvailableForThePagesAndForThePressureLevel) {
     TempTree tree;
     tree.write("proc/meminfo", "MemTotal: 16000000 kB\nMemFree: 200000 kB\n"
                                "MemAvailable: 240000 kB\nSwapTotal: 0 kB\nSwapFree: 0 kB\n");
+    tree.write("proc/pressure/memory", "some avg10=0.00 total=0\nfull avg10=0.00 total=0\n");
     tree.write("proc/spl/kstat/zfs/arcstats", arcstats(9'000'000 * kKiB, 1'000'000 * kKiB));
     LinuxMachine machine(tree.root());
     EXPECT_EQ(availableBytes(machine), 8'240'000 * kKiB);
