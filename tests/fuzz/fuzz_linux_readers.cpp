@@ -16,6 +16,7 @@
 #include "platform/linux/kernel/pressure.h"
 #include "platform/linux/kernel/process_name.h"
 #include "platform/linux/kernel/process_status.h"
+#include "platform/linux/kernel/swap_room.h"
 #include "platform/linux/kernel/thermal_rule.h"
 #include "platform/linux/kernel/zfs_cache.h"
 #include "platform/linux/kernel/zram_reader.h"
@@ -122,6 +123,18 @@ void fuzzProcess(std::string_view text) {
             "a longer name goes on from the short one");
 }
 
+void fuzzSwapRoom(std::string_view text) {
+    SwapRoom room;
+    room.freeOnZram = parseFreeOnZram(text);
+    require(room.freeOnZram == 0 || text.find("/dev/zram") != std::string_view::npos,
+            "compressed swap where told");
+    room.free = text.size() << 20;
+    room.zram = parseMmStat(text).value_or(ZramUse());
+    require(room.bytes() <= room.free, "no more room than is free");
+    room.swappable = text.size() << 10;
+    require(room.bytes() <= *room.swappable, "no more room than there is to swap");
+}
+
 void fuzzMachine(std::string_view text) {
     const int processors = countProcessors(text).value_or(1);
     require(processors >= 1 && processors <= 1 << 20, "a number of processors");
@@ -131,10 +144,13 @@ void fuzzMachine(std::string_view text) {
     const auto pages = parseSwapouts(text);
     require(!pages || text.find("pswpout ") != std::string_view::npos, "swapouts where told");
     const auto occupied = parseMmStat(text);
-    require(!occupied || text.find(std::to_string(*occupied)) != std::string_view::npos,
-            "the number that stands there");
+    require(!occupied ||
+                (text.find(std::to_string(occupied->stored)) != std::string_view::npos &&
+                 text.find(std::to_string(occupied->memoryUsed)) != std::string_view::npos),
+            "the numbers that stand there");
     const auto cache = parseZfsCache(text);
     require(!cache || text.find("c_min") != std::string_view::npos, "a cache where told");
+    fuzzSwapRoom(text);
 }
 
 } // namespace

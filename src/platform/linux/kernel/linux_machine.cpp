@@ -74,7 +74,8 @@ class LinuxMachine::Reading final : public MachineReading {
 
     std::optional<std::int32_t> memoryPressureLevel() override {
         const std::lock_guard lock(machine_.mutex_);
-        return pressureLevel_.get([this] { return readPressureLevel(); });
+        const std::optional<PressureReading>& reading = pressure();
+        return reading ? std::optional(reading->level) : std::nullopt;
     }
 
     std::optional<SwapUsage> swapUsage() override {
@@ -102,6 +103,14 @@ class LinuxMachine::Reading final : public MachineReading {
         return stat().btime;
     }
 
+    Unreported unreported() override {
+        const std::lock_guard lock(machine_.mutex_);
+        Unreported figures;
+        const std::optional<PressureReading>& reading = pressure();
+        figures.memoryStall = reading && !reading->stallReported;
+        return figures;
+    }
+
   private:
     // All of these with the machine's lock held.
 
@@ -114,6 +123,18 @@ class LinuxMachine::Reading final : public MachineReading {
 
     const std::optional<Meminfo>& meminfo() {
         return meminfo_.get([this] { return readMeminfo(); });
+    }
+
+    const ZramUse& zramUse() {
+        return zramUse_.get([this] { return machine_.zram_.use(); });
+    }
+
+    const std::optional<PressureReading>& pressure() {
+        return pressure_.get([this] {
+            const std::optional<Meminfo>& memory = meminfo();
+            return memory ? machine_.pressure_.read(*memory, [this] { return zramUse(); })
+                          : std::nullopt;
+        });
     }
 
     const KernelStat& stat() {
@@ -141,7 +162,7 @@ class LinuxMachine::Reading final : public MachineReading {
         if (!memory) {
             return std::nullopt;
         }
-        const std::uint64_t compressed = memory->zswap.value_or(0) + machine_.zram_.memoryUsed();
+        const std::uint64_t compressed = memory->zswap.value_or(0) + zramUse().memoryUsed;
         auto statistics = platform::vmStatistics(*memory, compressed, pageSize());
         if (statistics) {
             // A kernel without swap has no such line. Where it cannot be read just now, the last
@@ -153,19 +174,6 @@ class LinuxMachine::Reading final : public MachineReading {
         return statistics;
     }
 
-    std::optional<std::int32_t> readPressureLevel() {
-        const std::optional<Meminfo>& memory = meminfo();
-        const auto available = memory ? availableMemory(*memory) : std::nullopt;
-        if (!available) {
-            return std::nullopt;
-        }
-        return machine_.pressure_.level({.stall = parsed(machine_.pressureFile_, parseMemoryStall),
-                                         .memTotal = memory->memTotal,
-                                         .memAvailable = *available,
-                                         .swapTotal = memory->swapTotal.value_or(0),
-                                         .swapFree = memory->swapFree.value_or(0)});
-    }
-
     LinuxMachine& machine_;
     Once<std::optional<Meminfo>> meminfo_;
     Once<KernelStat> stat_;
@@ -173,7 +181,8 @@ class LinuxMachine::Reading final : public MachineReading {
     Once<int> thermalState_;
     Once<std::optional<VmStatistics>> vmStatistics_;
     Once<std::optional<CpuTicks>> cpuTicks_;
-    Once<std::optional<std::int32_t>> pressureLevel_;
+    Once<ZramUse> zramUse_;
+    Once<std::optional<PressureReading>> pressure_;
     Once<std::optional<std::array<double, 3>>> loadAverages_;
 };
 
@@ -182,10 +191,10 @@ LinuxMachine::LinuxMachine(const std::string& root, std::string dataPath, FileCa
       zfsFile_(calls, rootFolder(root) + "proc/spl/kstat/zfs/arcstats"),
       statFile_(calls, rootFolder(root) + "proc/stat"),
       vmstatFile_(calls, rootFolder(root) + "proc/vmstat"),
-      pressureFile_(calls, rootFolder(root) + "proc/pressure/memory"),
       loadFile_(calls, rootFolder(root) + "proc/loadavg"),
       onlineFile_(calls, rootFolder(root) + "sys/devices/system/cpu/online"),
-      zram_(calls, rootFolder(root)), thermal_(calls, rootFolder(root)) {}
+      zram_(calls, rootFolder(root)), pressure_(calls, rootFolder(root)),
+      thermal_(calls, rootFolder(root)) {}
 
 std::unique_ptr<MachineReading> LinuxMachine::read() {
     return std::make_unique<Reading>(*this);

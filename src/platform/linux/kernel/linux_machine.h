@@ -7,7 +7,7 @@
 
 #include "platform/linux/kernel/cpu_ticks.h"
 #include "platform/linux/kernel/kept_file.h"
-#include "platform/linux/kernel/pressure.h"
+#include "platform/linux/kernel/pressure_reader.h"
 #include "platform/linux/kernel/thermal_reader.h"
 #include "platform/linux/kernel/zram_reader.h"
 #include "platform/machine.h"
@@ -40,16 +40,15 @@ class LinuxMachine final : public Machine {
     KeptFile zfsFile_;
     KeptFile statFile_;
     KeptFile vmstatFile_;
-    KeptFile pressureFile_;
     KeptFile loadFile_;
     KeptFile onlineFile_;
     ZramReader zram_;
+    PressureReader pressure_;
     ThermalReader thermal_;
     std::string buffer_;
 
     std::uint64_t swapouts_ = 0; ///< the last count that could be read
     CpuTickAccumulator ticks_;
-    PressureRule pressure_;
 };
 
 } // namespace korvel::platform

@@ -15,11 +15,13 @@ namespace {
 
 using Field = std::optional<std::uint64_t> Meminfo::*;
 
-constexpr std::array<std::pair<std::string_view, Field>, 17> kFields{{
+constexpr std::array<std::pair<std::string_view, Field>, 19> kFields{{
     {"MemFree", &Meminfo::memFree},
     {"MemAvailable", &Meminfo::memAvailable},
     {"Buffers", &Meminfo::buffers},
     {"Cached", &Meminfo::cached},
+    {"Active(anon)", &Meminfo::activeAnon},
+    {"Inactive(anon)", &Meminfo::inactiveAnon},
     {"Shmem", &Meminfo::shmem},
     {"SReclaimable", &Meminfo::sReclaimable},
     {"SUnreclaim", &Meminfo::sUnreclaim},

@@ -16,6 +16,8 @@ struct Meminfo {
     std::optional<std::uint64_t> memAvailable;
     std::optional<std::uint64_t> buffers;
     std::optional<std::uint64_t> cached;
+    std::optional<std::uint64_t> activeAnon;
+    std::optional<std::uint64_t> inactiveAnon;
     std::optional<std::uint64_t> shmem;
     std::optional<std::uint64_t> sReclaimable;
     std::optional<std::uint64_t> sUnreclaim;

@@ -8,20 +8,24 @@
 
 namespace korvel::platform {
 
-std::optional<std::uint64_t> parseMmStat(std::string_view text) {
+std::optional<ZramUse> parseMmStat(std::string_view text) {
     std::optional<std::string_view> line = takeLine(text);
     if (!line) {
         return std::nullopt;
     }
-    takeWord(*line); // bytes stored
+    const auto stored = wholeNumber<std::uint64_t>(takeWord(*line));
     takeWord(*line); // bytes they were compressed to
-    return wholeNumber<std::uint64_t>(takeWord(*line));
+    const auto memoryUsed = wholeNumber<std::uint64_t>(takeWord(*line));
+    if (!stored || !memoryUsed) {
+        return std::nullopt;
+    }
+    return ZramUse{1, *stored, *memoryUsed};
 }
 
 ZramReader::ZramReader(FileCalls& calls, const std::string& root)
     : calls_(calls), path_(root + "sys/block/"), directory_(calls, path_) {}
 
-std::uint64_t ZramReader::memoryUsed() {
+ZramUse ZramReader::use() {
     constexpr int kSkipped = 11; // a minute, at one reading every five seconds
     if (readingsToSkip_ > 0) {
         --readingsToSkip_;
@@ -29,12 +33,16 @@ std::uint64_t ZramReader::memoryUsed() {
         readingsToSkip_ = kSkipped;
         findDevices();
     }
-    std::uint64_t used = 0;
+    ZramUse all;
     for (auto& [name, file] : devices_) {
         const std::optional<std::string_view> text = file.read(buffer_);
-        used += text ? parseMmStat(*text).value_or(0) : 0;
+        if (const auto one = text ? parseMmStat(*text) : std::nullopt) {
+            ++all.devices;
+            all.stored += one->stored;
+            all.memoryUsed += one->memoryUsed;
+        }
     }
-    return used;
+    return all;
 }
 
 void ZramReader::findDevices() {

@@ -11,19 +11,26 @@
 
 namespace korvel::platform {
 
-/// The bytes of memory that a compressed block device occupies: the third number of its mm_stat.
-/// Numbers after it are passed over.
-std::optional<std::uint64_t> parseMmStat(std::string_view text);
+/// What compressed block devices hold, in bytes.
+struct ZramUse {
+    int devices = 0;
+    std::uint64_t stored = 0; ///< before compression
+    std::uint64_t memoryUsed = 0;
+};
 
-/// The memory that all compressed block devices occupy. Devices that come and go are noticed once a
+/// One device by its mm_stat: the first number and the third; later ones are passed over. nullopt
+/// unless both are there.
+std::optional<ZramUse> parseMmStat(std::string_view text);
+
+/// Looks after all compressed block devices. Devices that come and go are noticed once a
 /// minute, at one reading every five seconds.
 class ZramReader {
   public:
     /// `root` ends in a slash.
     ZramReader(FileCalls& calls, const std::string& root);
 
-    /// Bytes; a device that cannot be read adds nothing.
-    std::uint64_t memoryUsed();
+    /// All of them together; a device that cannot be read adds nothing.
+    ZramUse use();
 
   private:
     void findDevices();

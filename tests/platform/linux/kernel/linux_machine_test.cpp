@@ -91,6 +91,15 @@ TEST(LinuxMachine, WhereThePressureFileCannotBeReadAvailableMemoryDecides) {
     EXPECT_GE(pressure, 0);
 }
 
+TEST(LinuxMachine, StallsAreUnreportedWhereTheKernelGivesNoFigures) {
+    EXPECT_FALSE(LinuxMachine(fixture("laptop")).read()->unreported().memoryStall);
+    for (const char* without : {"container", "pressure_unreadable", "kernel_3_2"}) {
+        EXPECT_TRUE(LinuxMachine(fixture(without)).read()->unreported().memoryStall) << without;
+    }
+    EXPECT_FALSE(LinuxMachine("/nowhere/at/all").read()->unreported().memoryStall)
+        << "without any memory figures, the whole reading has failed";
+}
+
 TEST(LinuxMachine, OnAKernelWithoutItsOwnEstimateAvailableMemoryIsReckoned) {
     LinuxMachine machine(fixture("kernel_3_2"));
     const auto reading = machine.read();
@@ -201,10 +210,14 @@ TEST(LinuxMachine, CompressedMemoryIsThatOfZswapAndOfEveryDevice) {
               (400 * kKiB + 409600 + 819200) / reading->pageSize());
 }
 
-TEST(MmStat, TheThirdNumberIsTheMemoryUsed) {
-    EXPECT_EQ(parseMmStat("1 2 3\n"), 3U);
-    EXPECT_EQ(parseMmStat("      1        2        3        4 later ones\n"), 3U);
-    for (const char* bad : {"", "1 2\n", "1 2 3", "1 2 x\n", "1 2 -3\n"}) {
+TEST(MmStat, TheFirstNumberIsWhatIsStoredAndTheThirdTheMemoryUsed) {
+    for (const char* text : {"1 2 3\n", "      1        2        3        4 later ones\n"}) {
+        const auto use = parseMmStat(text);
+        ASSERT_TRUE(use) << text;
+        EXPECT_EQ(use->stored, 1U);
+        EXPECT_EQ(use->memoryUsed, 3U);
+    }
+    for (const char* bad : {"", "1 2\n", "1 2 3", "1 2 x\n", "1 2 -3\n", "x 2 3\n"}) {
         EXPECT_FALSE(parseMmStat(bad)) << '"' << bad << '"';
     }
 }
