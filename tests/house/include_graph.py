@@ -142,7 +142,7 @@ QT_NETWORK = set("""
 QT_DBUS = set("""
     QDBusAbstractAdaptor QDBusArgument QDBusConnection QDBusConnectionInterface QDBusContext QDBusError QDBusMessage
     QDBusMetaType QDBusObjectPath QDBusPendingCall QDBusPendingCallWatcher QDBusPendingReply QDBusReply
-    QDBusServiceWatcher QDBusUnixFileDescriptor QDBusVariant
+    QDBusServiceWatcher QDBusUnixFileDescriptor QDBusVariant QDBusVirtualObject
 """.split())
 QT_QUICK = set("""
     QQmlContext QQmlEngine QQuickItem QQuickPaintedItem QQuickView QQuickWindow QSGRendererInterface QtQmlIntegration

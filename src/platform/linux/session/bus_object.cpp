@@ -17,6 +17,11 @@ QDBusMessage BusObject::call(const char* method, const QVariantList& arguments,
     return bus_.call(message(method, arguments), QDBus::Block, static_cast<int>(patience.count()));
 }
 
+QDBusMessage BusObject::callProperty(const char* property,
+                                     std::chrono::milliseconds patience) const {
+    return properties().call("Get", {interface_, QString::fromLatin1(property)}, patience);
+}
+
 void BusObject::ask(const char* method, const QVariantList& arguments, QObject& context,
                     Answered answered) const {
     // Without a bus the library would make a call that never ends.
@@ -33,10 +38,8 @@ void BusObject::ask(const char* method, const QVariantList& arguments, QObject& 
 }
 
 void BusObject::askProperty(const char* property, QObject& context, Answered answered) const {
-    const BusObject properties(bus_, service_, path_,
-                               QStringLiteral("org.freedesktop.DBus.Properties"), activation_);
-    properties.ask("Get", {interface_, QString::fromLatin1(property)}, context,
-                   std::move(answered));
+    properties().ask("Get", {interface_, QString::fromLatin1(property)}, context,
+                     std::move(answered));
 }
 
 void BusObject::tell(const char* method, const QVariantList& arguments) const {
@@ -48,6 +51,11 @@ bool BusObject::nobodyThere(const QDBusMessage& answer) {
     const QString error = answer.errorName();
     return error == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner") ||
            error == QLatin1String("org.freedesktop.DBus.Error.ServiceUnknown");
+}
+
+BusObject BusObject::properties() const {
+    return BusObject(bus_, service_, path_, QStringLiteral("org.freedesktop.DBus.Properties"),
+                     activation_);
 }
 
 QDBusMessage BusObject::message(const char* method, const QVariantList& arguments) const {

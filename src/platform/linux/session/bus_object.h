@@ -33,12 +33,15 @@ class BusObject {
     QDBusMessage call(const char* method, const QVariantList& arguments,
                       std::chrono::milliseconds patience) const;
 
+    /// The same for a property of the interface: the answer holds its value as a variant.
+    QDBusMessage callProperty(const char* property, std::chrono::milliseconds patience) const;
+
     /// Calls without waiting. `answered` gets the answer, or the error, on a later turn of this
     /// thread's event loop, unless `context`, which lives on this thread, is gone by then.
     void ask(const char* method, const QVariantList& arguments, QObject& context,
              Answered answered) const;
 
-    /// The same for a property of the interface: the answer holds its value as a variant.
+    /// The same for a property.
     void askProperty(const char* property, QObject& context, Answered answered) const;
 
     /// Calls without waiting, and leaves the answer to nobody.
@@ -49,6 +52,7 @@ class BusObject {
 
   private:
     QDBusMessage message(const char* method, const QVariantList& arguments) const;
+    BusObject properties() const;
 
     QDBusConnection bus_;
     QString service_;

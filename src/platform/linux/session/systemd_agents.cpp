@@ -1,11 +1,12 @@
 #include "platform/linux/session/systemd_agents.h"
 
+#include <algorithm>
 #include <utility>
 
-#include <QDBusArgument>
 #include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusReply>
+#include <QDeadlineTimer>
 #include <QThread>
 
 namespace korvel::platform {
@@ -25,37 +26,24 @@ const QString& managerInterface() {
     return interface;
 }
 
+const QString& unitInterface() {
+    static const QString interface = QStringLiteral("org.freedesktop.systemd1.Unit");
+    return interface;
+}
+
 QString unitName(const std::string& label) {
     return QString::fromStdString(label) + QStringLiteral(".service");
 }
 
-constexpr const char* kQuestion = "ListUnitsByNames";
+constexpr const char* kStates = "ListUnitsByNames";
+constexpr const char* kTriggers = "TriggeredBy";
 
-QVariantList questionAbout(const std::string& label) {
-    return {QStringList{unitName(label)}};
+QVariantList questionAbout(const std::string& label, const QDBusMessage& triggers) {
+    return {QStringList(unitName(label)) + waitersIn(triggers)};
 }
 
-/// Whether an answer to the question names a unit that is loaded. Each unit is a structure whose
-/// first three members are its name, its description and its load state.
-bool saysLoaded(const QDBusMessage& answer) {
-    if (answer.type() != QDBusMessage::ReplyMessage ||
-        answer.signature() != QStringLiteral("a(ssssssouso)")) {
-        return false;
-    }
-    const auto list = answer.arguments().constFirst().value<QDBusArgument>();
-    bool loaded = false;
-    list.beginArray();
-    while (!list.atEnd()) {
-        QString name;
-        QString description;
-        QString loadState;
-        list.beginStructure();
-        list >> name >> description >> loadState;
-        list.endStructure();
-        loaded = loaded || loadState == QStringLiteral("loaded");
-    }
-    list.endArray();
-    return loaded;
+bool isSilence(const QDBusMessage& answer) {
+    return answer.errorName() == QDBusError::errorString(QDBusError::NoReply);
 }
 
 } // namespace
@@ -71,38 +59,31 @@ SystemdAgents::SystemdAgents(const QDBusConnection& bus, std::chrono::millisecon
 }
 
 bool SystemdAgents::isLoaded(const std::string& label) {
-    const bool mine = QThread::currentThread() == thread();
-    std::optional<Unit> known;
-    {
-        const std::lock_guard lock(mutex_);
-        if (const auto found = units_.find(label); found != units_.end()) {
-            known = found->second;
-        }
-    }
+    const std::optional<bool> known = kept(label);
     if (!bus_.isConnected()) {
         return false;
     }
-    if (!mine) {
-        return known && known->loaded;
+    if (QThread::currentThread() != thread()) {
+        return known.value_or(false);
     }
     // Without an event loop, signals would only queue up.
     const bool signalsCome = thread()->loopLevel() > 0;
-    if (signalsCome && known && known->watched) {
-        return known->loaded;
+    if (signalsCome && known && agents_[label].watched) {
+        return *known;
     }
     if (signalsCome) {
         watch(label); // before the question, so that no change falls between the two
         if (known) {
             ask(label);
-            return known->loaded;
+            return *known;
         }
     }
-    const std::optional<bool> answer = askNow(label);
-    keep(label, answer.value_or(false));
+    const std::optional<std::vector<SystemdUnit>> answer = askNow(label);
+    keep(label, answer.value_or(std::vector<SystemdUnit>()));
     if (!answer && signalsCome) {
         ask(label); // with more patience, and without waiting
     }
-    return answer.value_or(false);
+    return kept(label).value_or(false);
 }
 
 bool SystemdAgents::managerIsThere() {
@@ -114,26 +95,50 @@ bool SystemdAgents::managerIsThere() {
     return answer.isValid() && answer.value();
 }
 
-std::optional<bool> SystemdAgents::askNow(const std::string& label) {
-    constexpr std::chrono::milliseconds kPatience(150);
+std::optional<std::vector<SystemdUnit>> SystemdAgents::askNow(const std::string& label) {
+    const QDeadlineTimer patience(std::chrono::milliseconds(150));
+    const auto left = [&patience] {
+        return std::max(std::chrono::milliseconds(patience.remainingTime()),
+                        std::chrono::milliseconds(1));
+    };
     if (!managerIsThere()) {
-        return false;
+        return std::vector<SystemdUnit>();
     }
-    const QDBusMessage answer = manager_.call(kQuestion, questionAbout(label), kPatience);
-    if (answer.errorName() == QDBusError::errorString(QDBusError::NoReply)) {
+    const BusObject service(bus_, managerName(), unitPath(unitName(label)), unitInterface());
+    const QDBusMessage triggers = service.callProperty(kTriggers, left());
+    if (isSilence(triggers)) {
         return std::nullopt;
     }
-    return saysLoaded(answer);
+    const QDBusMessage states = manager_.call(kStates, questionAbout(label, triggers), left());
+    if (isSilence(states)) {
+        return std::nullopt;
+    }
+    return unitsIn(states);
 }
 
 void SystemdAgents::ask(const std::string& label) {
-    manager_.ask(kQuestion, questionAbout(label), *this,
-                 [this, label](const QDBusMessage& answer) { keep(label, saysLoaded(answer)); });
+    const BusObject service(bus_, managerName(), unitPath(unitName(label)), unitInterface());
+    service.askProperty(kTriggers, *this, [this, label](const QDBusMessage& triggers) {
+        manager_.ask(kStates, questionAbout(label, triggers), *this,
+                     [this, label](const QDBusMessage& states) { keep(label, unitsIn(states)); });
+    });
 }
 
-void SystemdAgents::keep(const std::string& label, bool loaded) {
+std::optional<bool> SystemdAgents::kept(const std::string& label) {
     const std::lock_guard lock(mutex_);
-    units_[label].loaded = loaded;
+    const auto found = loaded_.find(label);
+    return found == loaded_.end() ? std::nullopt : std::optional(found->second);
+}
+
+void SystemdAgents::keep(const std::string& label, const std::vector<SystemdUnit>& units) {
+    {
+        const std::lock_guard lock(mutex_);
+        loaded_[label] = platform::isLoaded(units);
+    }
+    Agent& agent = agents_[label];
+    if (agent.watched && watchUnits(agent, units)) {
+        ask(label); // what changed before its signals were asked for
+    }
 }
 
 void SystemdAgents::watch(const std::string& label) {
@@ -152,15 +157,52 @@ void SystemdAgents::watch(const std::string& label) {
         on("UnitFilesChanged", {}, SLOT(unitFilesChanged()));
         manager_.tell("Subscribe");
     }
-    {
-        const std::lock_guard lock(mutex_);
-        if (std::exchange(units_[label].watched, true)) {
-            return;
-        }
+    Agent& agent = agents_[label];
+    if (std::exchange(agent.watched, true)) {
+        return;
     }
     // The bus sends those of this unit only: a busy session makes and drops others all day long.
     on("UnitNew", {unitName(label)}, SLOT(unitNew(QString)));
     on("UnitRemoved", {unitName(label)}, SLOT(unitRemoved(QString)));
+    SystemdUnit service;
+    service.path = unitPath(unitName(label));
+    watchUnits(agent, {service});
+}
+
+/// Follows the signals of these units, the service first, and of no others. Whether there is one
+/// among them whose signals were not asked for before.
+bool SystemdAgents::watchUnits(Agent& agent, const std::vector<SystemdUnit>& units) {
+    // A unit has more interfaces, and tells of each whenever one of them changes.
+    const char* const slot = SLOT(unitChanged(QString, QVariantMap, QStringList, QDBusMessage));
+    const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
+    const QString signal = QStringLiteral("PropertiesChanged");
+    if (units.empty()) {
+        for (auto& [path, holds] : agent.units) {
+            holds = false;
+        }
+        return false;
+    }
+    std::map<QString, bool> now;
+    bool isNew = false;
+    for (const SystemdUnit& unit : units) {
+        const bool holds =
+            now.empty() ? isInCharge(unit.activeState) : isWaiting(unit.activeState, unit.subState);
+        now.emplace(unit.path, holds);
+        if (agent.units.count(unit.path) == 0) {
+            bus_.connect(QString(), unit.path, properties, signal, {unitInterface()}, QString(),
+                         this, slot);
+            isNew = true;
+        }
+    }
+    for (const auto& [path, holds] : agent.units) {
+        if (now.count(path) == 0) {
+            bus_.disconnect(QString(), path, properties, signal, {unitInterface()}, QString(), this,
+                            slot);
+        }
+    }
+    agent.service = units.front().path;
+    agent.units = std::move(now);
+    return isNew;
 }
 
 void SystemdAgents::managerCame() {
@@ -169,10 +211,9 @@ void SystemdAgents::managerCame() {
 }
 
 void SystemdAgents::managerWent() {
-    const std::lock_guard lock(mutex_);
-    for (auto& [label, unit] : units_) {
-        unit.loaded = false;
-        unit.signalled = false;
+    for (auto& [label, agent] : agents_) {
+        agent.news = {};
+        keep(label, {});
     }
 }
 
@@ -195,20 +236,39 @@ void SystemdAgents::unitFilesChanged() {
 }
 
 void SystemdAgents::noteUnit(const QString& unit, bool inMemory) {
-    {
-        const std::lock_guard lock(mutex_);
-        for (auto& [label, known] : units_) {
-            if (unit != unitName(label)) {
-                continue;
-            }
-            if (!known.signalled) {
-                known.signalled = true;
-                known.wasInMemory = !inMemory;
-            }
-            known.isInMemory = inMemory;
+    for (auto& [label, agent] : agents_) {
+        if (unit != unitName(label)) {
+            continue;
         }
+        if (!std::exchange(agent.news.named, true)) {
+            agent.news.wasInMemory = !inMemory;
+        }
+        agent.news.isInMemory = inMemory;
     }
     askSoon(false);
+}
+
+void SystemdAgents::unitChanged(const QString&, const QVariantMap& changed, const QStringList&,
+                                const QDBusMessage& signal) {
+    const QString active = changed.value(QStringLiteral("ActiveState")).toString();
+    const QString sub = changed.value(QStringLiteral("SubState")).toString();
+    bool news = false;
+    for (auto& [label, agent] : agents_) {
+        const auto unit = agent.units.find(signal.path());
+        if (unit == agent.units.end()) {
+            continue;
+        }
+        const bool isService = unit->first == agent.service;
+        const bool holds = isService ? isInCharge(active) : isWaiting(active, sub);
+        // The service tells of what begins to trigger it as well, without saying so. That matters
+        // only where it is not in charge; one that is may tell of its progress all day long.
+        agent.news.changed = agent.news.changed || holds != unit->second;
+        agent.news.touched = agent.news.touched || (isService && !holds);
+        news = news || agent.news.changed || agent.news.touched;
+    }
+    if (news) {
+        askSoon(false);
+    }
 }
 
 void SystemdAgents::askSoon(bool all) {
@@ -219,18 +279,13 @@ void SystemdAgents::askSoon(bool all) {
 void SystemdAgents::askAgain() {
     // The manager answers a question about a unit that is not in memory by loading it and dropping
     // it again, and sends the signals of both. These must not lead to the next question, and so on
-    // for ever: only a unit that is in memory now and was not before, or the reverse, has changed.
-    std::map<std::string, Unit> before;
-    {
-        const std::lock_guard lock(mutex_);
-        before = units_;
-        for (auto& [label, unit] : units_) {
-            unit.signalled = false;
-        }
-    }
+    // for ever: what was not in memory before and is not now has changed only if its state has.
     const bool all = std::exchange(askAll_, false);
-    for (const auto& [label, unit] : before) {
-        if (all || (unit.signalled && unit.wasInMemory != unit.isInMemory)) {
+    for (auto& [label, agent] : agents_) {
+        const News news = std::exchange(agent.news, {});
+        const bool dropped = news.named && !news.isInMemory;
+        if (all || news.changed || (news.touched && !dropped) ||
+            (news.named && news.wasInMemory != news.isInMemory)) {
             ask(label);
         }
     }

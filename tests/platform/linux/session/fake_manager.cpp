@@ -1,6 +1,10 @@
 #include "platform/linux/session/fake_manager.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QThread>
+
+#include "platform/linux/session/systemd_unit.h"
 
 namespace korvel {
 
@@ -20,13 +24,14 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, UnitRecord& unit)
     return argument;
 }
 
-void FakeManager::setLoaded(const QString& unit, bool loaded) {
+void FakeManager::set(const QString& unit, const UnitState& state) {
     const std::lock_guard lock(mutex_);
-    if (loaded) {
-        loaded_.insert(unit);
-    } else {
-        loaded_.erase(unit);
-    }
+    states_[unit] = state;
+}
+
+void FakeManager::setLoaded(const QString& unit, bool loaded) {
+    set(unit,
+        loaded ? UnitState{QStringLiteral("active"), QStringLiteral("running")} : UnitState{});
 }
 
 void FakeManager::setInMemory(const QString& unit, bool inMemory) {
@@ -38,6 +43,67 @@ void FakeManager::setInMemory(const QString& unit, bool inMemory) {
     }
 }
 
+void FakeManager::setTriggeredBy(const QString& unit, const QStringList& triggers) {
+    const std::lock_guard lock(mutex_);
+    triggers_[unit] = triggers;
+}
+
+void FakeManager::tellState(const QDBusConnection& bus, const QString& unit,
+                            const QString& interface) {
+    QDBusMessage signal = QDBusMessage::createSignal(
+        platform::unitPath(unit), QStringLiteral("org.freedesktop.DBus.Properties"),
+        QStringLiteral("PropertiesChanged"));
+    const std::lock_guard lock(mutex_);
+    const UnitState& state = states_[unit];
+    signal << interface
+           << QVariantMap{{QStringLiteral("ActiveState"), state.active},
+                          {QStringLiteral("SubState"), state.sub}}
+           << QStringList();
+    bus.send(signal);
+}
+
+UnitState FakeManager::takeInAndDrop(const QString& unit) {
+    UnitState state{.load = QStringLiteral("not-found")};
+    {
+        const std::lock_guard lock(mutex_);
+        if (const auto found = states_.find(unit); found != states_.end()) {
+            state = found->second;
+        }
+        if (inMemory_.count(unit) != 0 || subscriptions == 0) {
+            return state;
+        }
+    }
+    const QDBusObjectPath path(platform::unitPath(unit));
+    emit UnitNew(unit, path);
+    if (takenIn) {
+        takenIn(unit);
+    }
+    emit UnitRemoved(unit, path);
+    return state;
+}
+
+QStringList FakeManager::triggersAt(const QString& path) {
+    ++questionsOnPaths;
+    while (!answers) {
+        QThread::msleep(10);
+    }
+    QStringList found;
+    {
+        const std::lock_guard lock(mutex_);
+        for (const auto& [unit, state] : states_) {
+            if (platform::unitPath(unit) == path) {
+                found << unit;
+            }
+        }
+    }
+    if (found.isEmpty()) {
+        return {};
+    }
+    takeInAndDrop(found.constFirst());
+    const std::lock_guard lock(mutex_);
+    return triggers_[found.constFirst()];
+}
+
 QList<UnitRecord> FakeManager::ListUnitsByNames(const QStringList& names) {
     ++questions;
     while (!answers) {
@@ -45,22 +111,29 @@ QList<UnitRecord> FakeManager::ListUnitsByNames(const QStringList& names) {
     }
     QList<UnitRecord> units;
     for (const QString& name : names) {
-        const std::lock_guard lock(mutex_);
+        const UnitState state = takeInAndDrop(name);
         UnitRecord unit;
         unit.name = name;
-        unit.loadState =
-            loaded_.contains(name) ? QStringLiteral("loaded") : QStringLiteral("not-found");
+        unit.loadState = state.load;
+        unit.activeState = state.active;
+        unit.subState = state.sub;
+        unit.path = QDBusObjectPath(platform::unitPath(name));
         units << unit;
-        if (!inMemory_.contains(name) && subscriptions > 0) {
-            emit UnitNew(name, unit.path);
-            emit UnitRemoved(name, unit.path);
-        }
     }
     return units;
 }
 
 void FakeManager::Subscribe() {
     ++subscriptions;
+}
+
+bool FakeUnits::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {
+    if (message.member() != QStringLiteral("Get") ||
+        message.arguments().value(1) != QStringLiteral("TriggeredBy")) {
+        return false;
+    }
+    const QStringList triggers = manager_.triggersAt(message.path());
+    return connection.send(message.createReply(QVariant::fromValue(QDBusVariant(triggers))));
 }
 
 } // namespace korvel

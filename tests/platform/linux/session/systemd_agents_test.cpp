@@ -24,6 +24,9 @@ const char* const kLabel = "com.example.agent.of.test";
 constexpr std::chrono::milliseconds kSettle(40);
 constexpr int kQuiet = 250; // milliseconds; after which nothing more is to be expected
 const QString kUnit = QStringLiteral("com.example.agent.of.test.service");
+const QString kTimer = QStringLiteral("other.timer");
+const QString kActive = QStringLiteral("active");
+const QString kUnits = QStringLiteral("/org/freedesktop/systemd1/unit/");
 const QString kName = QStringLiteral("org.freedesktop.systemd1");
 const QString kPath = QStringLiteral("/org/freedesktop/systemd1");
 
@@ -39,6 +42,7 @@ class SystemdAgentsTest : public testing::Test {
         connection_ = bus_.connect(QStringLiteral("program") + suffix_);
         ASSERT_TRUE(connection_.isConnected());
         manager_.moveToThread(&thread_);
+        units_.moveToThread(&thread_);
         thread_.start();
     }
 
@@ -47,9 +51,10 @@ class SystemdAgentsTest : public testing::Test {
         QThread* const here = QThread::currentThread();
         inManager([&] {
             const QString name = QStringLiteral("manager") + suffix_;
-            QDBusConnection(name).unregisterObject(kPath);
+            QDBusConnection(name).unregisterObject(kPath, QDBusConnection::UnregisterTree);
             QDBusConnection::disconnectFromBus(name);
             manager_.moveToThread(here);
+            units_.moveToThread(here);
         });
         thread_.quit();
         thread_.wait();
@@ -65,6 +70,8 @@ class SystemdAgentsTest : public testing::Test {
             QDBusConnection own = bus_.connect(QStringLiteral("manager") + suffix_);
             own.registerObject(kPath, &manager_,
                                QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
+            own.registerVirtualObject(kPath + QStringLiteral("/unit"), &units_,
+                                      QDBusConnection::SubPath);
             EXPECT_TRUE(own.registerService(kName));
         });
     }
@@ -74,7 +81,20 @@ class SystemdAgentsTest : public testing::Test {
             [&] { QDBusConnection(QStringLiteral("manager") + suffix_).unregisterService(kName); });
     }
 
-    /// Runs the event loop until `condition` holds, at most for five seconds; whether it did.
+    /// Gives the unit another state, and says so as the manager does.
+    void change(const QString& unit, const QString& active, const QString& sub) {
+        manager_.set(unit, {active, sub});
+        tell(unit);
+    }
+
+    void tell(const QString& unit,
+              const QString& interface = QStringLiteral("org.freedesktop.systemd1.Unit")) {
+        inManager([&] {
+            manager_.tellState(QDBusConnection(QStringLiteral("manager") + suffix_), unit,
+                               interface);
+        });
+    }
+
     /// `isLoaded` as it answers while an event loop runs.
     static bool inLoop(SystemdAgents& agents) {
         bool loaded = false;
@@ -87,10 +107,23 @@ class SystemdAgentsTest : public testing::Test {
         return loaded;
     }
 
+    /// What the program has asked the bus to send.
+    QStringList matchRules() const {
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus.Debug.Stats"), QStringLiteral("GetAllMatchRules"));
+        const QDBusMessage answer = connection_.call(call);
+        const auto all = answer.arguments().value(0).value<QDBusArgument>();
+        QMap<QString, QStringList> rules;
+        all >> rules;
+        return rules.value(connection_.baseService());
+    }
+
     PrivateBus bus_;
     QString suffix_;
     QDBusConnection connection_{QString()};
     FakeManager manager_;
+    FakeUnits units_{manager_};
     QThread thread_;
 };
 
@@ -168,6 +201,148 @@ TEST_F(SystemdAgentsTest, ChangesAreFollowedBySignals) {
         inManager(change.signal);
         EXPECT_TRUE(runUntil([&] { return agents.isLoaded(kLabel) == loaded; })) << change.name;
     }
+}
+
+TEST_F(SystemdAgentsTest, TheStateOfTheServiceIsFollowed) {
+    startManager();
+    manager_.set(kUnit, {});
+    manager_.setInMemory(kUnit, true);
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_FALSE(inLoop(agents));
+    struct Step {
+        const char *active, *sub;
+        bool loaded;
+    };
+    for (const Step& step : std::vector<Step>{
+             {"activating", "start", true},
+             {"deactivating", "stop-sigterm", false},
+             {"active", "running", true},
+             {"failed", "failed", false},
+             {"activating", "auto-restart", true},
+             {"inactive", "dead", false},
+         }) {
+        change(kUnit, QString::fromLatin1(step.active), QString::fromLatin1(step.sub));
+        EXPECT_TRUE(runUntil([&] { return agents.isLoaded(kLabel) == step.loaded; }))
+            << step.active;
+    }
+}
+
+TEST_F(SystemdAgentsTest, WhatTriggersTheServiceIsFollowedUnderAnyName) {
+    startManager();
+    for (const char* const name : {"other.timer", "other.path"}) {
+        const QString waiter = QString::fromLatin1(name);
+        manager_.set(kUnit, {});
+        manager_.setInMemory(kUnit, true);
+        manager_.setInMemory(waiter, true);
+        manager_.setTriggeredBy(kUnit, {waiter});
+        manager_.set(waiter, {kActive, QStringLiteral("waiting")});
+        SystemdAgents agents(connection_, kSettle);
+        EXPECT_TRUE(agents.isLoaded(kLabel)) << name << " without a loop";
+        EXPECT_TRUE(inLoop(agents)) << name;
+        for (const auto& [active, sub, loaded] : std::vector<std::tuple<QString, QString, bool>>{
+                 {QStringLiteral("inactive"), QStringLiteral("dead"), false},
+                 {kActive, QStringLiteral("waiting"), true},
+                 {kActive, QStringLiteral("elapsed"), false},
+                 {kActive, QStringLiteral("running"), true},
+             }) {
+            change(waiter, active, sub);
+            EXPECT_TRUE(runUntil([&, wanted = loaded] {
+                return agents.isLoaded(kLabel) == wanted;
+            })) << name
+                << ' ' << sub.toStdString();
+        }
+    }
+}
+
+TEST_F(SystemdAgentsTest, ASocketOrMountThatTriggersTheServiceDoesNotWaitForIt) {
+    startManager();
+    const QStringList others{QStringLiteral("a.socket"), QStringLiteral("b.automount")};
+    manager_.set(kUnit, {});
+    manager_.setTriggeredBy(kUnit, others);
+    for (const QString& other : others) {
+        manager_.set(other, {kActive, QStringLiteral("waiting")});
+    }
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_FALSE(agents.isLoaded(kLabel));
+}
+
+TEST_F(SystemdAgentsTest, ATimerThatComesToAStoppedServiceIsFound) {
+    startManager();
+    manager_.set(kUnit, {});
+    manager_.setInMemory(kUnit, true);
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_FALSE(inLoop(agents));
+    runUntil([&] { return manager_.subscriptions == 1; });
+    // The service tells of it, though its own state stays.
+    manager_.setInMemory(kTimer, true);
+    manager_.setTriggeredBy(kUnit, {kTimer});
+    manager_.set(kTimer, {kActive, QStringLiteral("waiting")});
+    tell(kUnit);
+    EXPECT_TRUE(runUntil([&] { return agents.isLoaded(kLabel); }));
+}
+
+TEST_F(SystemdAgentsTest, AServiceThatRunsMayTellOfItsProgressWithoutAQuestion) {
+    startManager();
+    manager_.setLoaded(kUnit, true);
+    manager_.setInMemory(kUnit, true);
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_TRUE(inLoop(agents));
+    runUntil([&] { return manager_.subscriptions == 1; });
+    const int before = manager_.questionsOnPaths;
+    for (int i = 0; i < 20; ++i) {
+        tell(kUnit);
+    }
+    EXPECT_FALSE(runFor(kQuiet, [&] { return manager_.questionsOnPaths > before; }));
+}
+
+TEST_F(SystemdAgentsTest, AQuestionThatStirsTheServiceLeadsToNoOther) {
+    startManager();
+    manager_.set(kUnit, {});
+    // As of one whose file wants its own timer: to load the one touches the other.
+    manager_.takenIn = [this](const QString& unit) {
+        manager_.tellState(QDBusConnection(QStringLiteral("manager") + suffix_), unit);
+    };
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_FALSE(inLoop(agents));
+    runUntil([&] { return manager_.subscriptions == 1; });
+    inManager([&] { emit manager_.UnitFilesChanged(); });
+    const int before = manager_.questions;
+    EXPECT_TRUE(runUntil([&] { return manager_.questions > before; }));
+    EXPECT_FALSE(runFor(kQuiet, [&] { return manager_.questions > before + 1; }));
+}
+
+TEST_F(SystemdAgentsTest, TheBusIsAskedForTheSignalsOfTheseUnitsAlone) {
+    startManager();
+    manager_.set(kUnit, {});
+    manager_.set(kTimer, {kActive, QStringLiteral("waiting")});
+    manager_.setTriggeredBy(kUnit, {kTimer});
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_TRUE(inLoop(agents));
+    const auto paths = [&] {
+        QStringList found;
+        for (const QString& rule : matchRules()) {
+            const bool ofOneUnit = rule.contains(QStringLiteral("path='") + kUnits) ||
+                                   rule.contains(QStringLiteral("arg0='") + kUnit) ||
+                                   rule.contains(QStringLiteral("arg0='") + kName + u'\'');
+            const bool ofAll = rule.contains(QStringLiteral("member='Reloading'")) ||
+                               rule.contains(QStringLiteral("member='UnitFilesChanged'"));
+            EXPECT_TRUE(ofOneUnit || ofAll || rule.contains(QStringLiteral("NameAcquired")) ||
+                        rule.contains(QStringLiteral("NameLost")))
+                << rule.toStdString();
+            if (rule.contains(QStringLiteral("PropertiesChanged"))) {
+                EXPECT_TRUE(rule.contains(QStringLiteral("arg0='org.freedesktop.systemd1.Unit'")))
+                    << rule.toStdString();
+                found << rule.section(QStringLiteral("path='"), 1).section(u'\'', 0, 0);
+            }
+        }
+        found.sort();
+        return found;
+    };
+    const QStringList both{unitPath(kUnit), unitPath(kTimer)};
+    EXPECT_TRUE(runUntil([&] { return paths() == both; })) << paths().join(u' ').toStdString();
+    manager_.setTriggeredBy(kUnit, {});
+    inManager([&] { emit manager_.Reloading(false); });
+    EXPECT_TRUE(runUntil([&] { return paths() == QStringList(unitPath(kUnit)); }));
 }
 
 TEST_F(SystemdAgentsTest, AUnitThatIsTakenInAndDroppedAgainLeadsToNoQuestion) {
