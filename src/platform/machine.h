@@ -17,7 +17,10 @@ struct VmStatistics {
     std::uint32_t speculative_count = 0;
     std::uint32_t purgeable_count = 0;
     std::uint32_t compressor_page_count = 0;
-    std::uint64_t swapouts = 0; ///< pages written to swap since boot
+    /// Pages of 16 KiB written to swap on a disk since boot: the reference machine's page, whatever
+    /// `MachineReading::pageSize` is, so that a rate means the same bytes everywhere. Only the
+    /// differences between readings of a machine are exact. It never falls.
+    std::uint64_t swapouts = 0;
 };
 
 /// Scheduler ticks of all processors. No counter falls or wraps from one reading of a machine to

@@ -17,6 +17,7 @@
 #include "platform/linux/kernel/process_name.h"
 #include "platform/linux/kernel/process_status.h"
 #include "platform/linux/kernel/swap_room.h"
+#include "platform/linux/kernel/swapouts.h"
 #include "platform/linux/kernel/thermal_rule.h"
 #include "platform/linux/kernel/zfs_cache.h"
 #include "platform/linux/kernel/zram_reader.h"
@@ -143,6 +144,12 @@ void fuzzMachine(std::string_view text) {
     }
     const auto pages = parseSwapouts(text);
     require(!pages || text.find("pswpout ") != std::string_view::npos, "swapouts where told");
+    for (const std::string& name : parseSwapAreas(text).value_or(SwapAreas()).zrams) {
+        require(name.size() > 4 && name.starts_with("zram") && name.find('/') == name.npos,
+                "a name of a device below /sys/block");
+    }
+    require(parseBytesWritten(text).value_or(0) % 512 == 0, "whole sectors");
+    require(parseBackingBytes(text).value_or(0) % 4096 == 0, "whole units of a backing device");
     const auto occupied = parseMmStat(text);
     require(!occupied ||
                 (text.find(std::to_string(occupied->stored)) != std::string_view::npos &&

@@ -165,11 +165,9 @@ class LinuxMachine::Reading final : public MachineReading {
         const std::uint64_t compressed = memory->zswap.value_or(0) + zramUse().memoryUsed;
         auto statistics = platform::vmStatistics(*memory, compressed, pageSize());
         if (statistics) {
-            // A kernel without swap has no such line. Where it cannot be read just now, the last
-            // count stands: a step to 0 and back would look like a burst of swapping.
-            std::uint64_t& swapouts = machine_.swapouts_;
-            swapouts = parsed(machine_.vmstatFile_, parseSwapouts).value_or(swapouts);
-            statistics->swapouts = swapouts;
+            // A kernel without swap has no such line.
+            const auto swapouts = parsed(machine_.vmstatFile_, parseSwapouts);
+            statistics->swapouts = machine_.swapouts_.count(swapouts, pageSize());
         }
         return statistics;
     }
@@ -193,8 +191,8 @@ LinuxMachine::LinuxMachine(const std::string& root, std::string dataPath, FileCa
       vmstatFile_(calls, rootFolder(root) + "proc/vmstat"),
       loadFile_(calls, rootFolder(root) + "proc/loadavg"),
       onlineFile_(calls, rootFolder(root) + "sys/devices/system/cpu/online"),
-      zram_(calls, rootFolder(root)), pressure_(calls, rootFolder(root)),
-      thermal_(calls, rootFolder(root)) {}
+      zram_(calls, rootFolder(root)), swapouts_(calls, rootFolder(root), zram_),
+      pressure_(calls, rootFolder(root)), thermal_(calls, rootFolder(root)) {}
 
 std::unique_ptr<MachineReading> LinuxMachine::read() {
     return std::make_unique<Reading>(*this);

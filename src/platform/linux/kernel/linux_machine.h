@@ -8,6 +8,7 @@
 #include "platform/linux/kernel/cpu_ticks.h"
 #include "platform/linux/kernel/kept_file.h"
 #include "platform/linux/kernel/pressure_reader.h"
+#include "platform/linux/kernel/swapouts.h"
 #include "platform/linux/kernel/thermal_reader.h"
 #include "platform/linux/kernel/zram_reader.h"
 #include "platform/machine.h"
@@ -43,11 +44,11 @@ class LinuxMachine final : public Machine {
     KeptFile loadFile_;
     KeptFile onlineFile_;
     ZramReader zram_;
+    SwapoutCounter swapouts_;
     PressureReader pressure_;
     ThermalReader thermal_;
     std::string buffer_;
 
-    std::uint64_t swapouts_ = 0; ///< the last count that could be read
     CpuTickAccumulator ticks_;
 };
 

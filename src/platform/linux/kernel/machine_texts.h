@@ -14,7 +14,7 @@ std::optional<int> countProcessors(std::string_view list);
 /// The three averages of /proc/loadavg; nullopt when any of them cannot be read.
 std::optional<std::array<double, 3>> parseLoadAverages(std::string_view text);
 
-/// Pages written to swap since boot: pswpout of /proc/vmstat.
+/// Pages written to swap areas of any kind since boot: pswpout of /proc/vmstat.
 std::optional<std::uint64_t> parseSwapouts(std::string_view text);
 
 } // namespace korvel::platform

@@ -2,8 +2,12 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <optional>
 #include <string_view>
+
+#include "base/lines.h"
+#include "base/whole_number.h"
 
 // The words of the kernel's text files.
 namespace korvel::platform {
@@ -20,6 +24,16 @@ inline std::string_view takeWord(std::string_view& line) {
     const std::string_view word = line.substr(start, end - start);
     line = end == std::string_view::npos ? std::string_view() : line.substr(end);
     return word;
+}
+
+/// The number that is the word at `place`, from 1, of the first line.
+inline std::optional<std::uint64_t> numberAt(std::string_view text, int place) {
+    std::optional<std::string_view> line = takeLine(text);
+    std::string_view word;
+    for (int i = 0; line && i < place; ++i) {
+        word = takeWord(*line);
+    }
+    return wholeNumber<std::uint64_t>(word);
 }
 
 /// A whole word as a finite number of 0 or more.

@@ -2,24 +2,16 @@
 
 #include <set>
 
-#include "base/lines.h"
-#include "base/whole_number.h"
 #include "platform/linux/kernel/text_scan.h"
 
 namespace korvel::platform {
 
 std::optional<ZramUse> parseMmStat(std::string_view text) {
-    std::optional<std::string_view> line = takeLine(text);
-    if (!line) {
-        return std::nullopt;
-    }
-    const auto stored = wholeNumber<std::uint64_t>(takeWord(*line));
-    takeWord(*line); // bytes they were compressed to
-    const auto memoryUsed = wholeNumber<std::uint64_t>(takeWord(*line));
-    if (!stored || !memoryUsed) {
-        return std::nullopt;
-    }
-    return ZramUse{1, *stored, *memoryUsed};
+    constexpr int kStored = 1;
+    constexpr int kMemoryUsed = 3; // after the bytes that it was compressed to
+    const auto stored = numberAt(text, kStored);
+    const auto memoryUsed = numberAt(text, kMemoryUsed);
+    return stored && memoryUsed ? std::optional(ZramUse{1, *stored, *memoryUsed}) : std::nullopt;
 }
 
 ZramReader::ZramReader(FileCalls& calls, const std::string& root)
@@ -43,6 +35,14 @@ ZramUse ZramReader::use() {
         }
     }
     return all;
+}
+
+std::vector<std::string> ZramReader::names() const {
+    std::vector<std::string> names;
+    for (const auto& [name, file] : devices_) {
+        names.push_back(name);
+    }
+    return names;
 }
 
 void ZramReader::findDevices() {

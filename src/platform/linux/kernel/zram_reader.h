@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/linux/kernel/kept_directory.h"
 #include "platform/linux/kernel/kept_file.h"
@@ -31,6 +32,9 @@ class ZramReader {
 
     /// All of them together; a device that cannot be read adds nothing.
     ZramUse use();
+
+    /// The devices that `use` found last: "zram0".
+    std::vector<std::string> names() const;
 
   private:
     void findDevices();

@@ -27,7 +27,7 @@ TEST(LinuxMachine, ReadsALaptopWithThermalZonesAndCompressedSwap) {
     EXPECT_EQ(pages->compressor_page_count, 640221184 / page);
     EXPECT_EQ(pages->wire_count, (301000 + 24064 + 88120 + 1200 + 14080 + 112) * kKiB / page);
     EXPECT_EQ(usedPages(*pages), 16116236 * kKiB / page - 5862108 * kKiB / page);
-    EXPECT_EQ(pages->swapouts, 512044U);
+    EXPECT_EQ(pages->swapouts, 512044 * page / (16 * kKiB));
     EXPECT_EQ(reading->memoryPressureLevel(), 1);
     const auto swap = reading->swapUsage();
     ASSERT_TRUE(swap);
@@ -172,7 +172,7 @@ TEST(LinuxMachine, AFileThatIsMissingOrSpoiltFailsItsOwnReadingsAlone) {
             EXPECT_EQ(reading->loadAverages().has_value(), file != "proc/loadavg");
             EXPECT_EQ(reading->processorCount(), 8);
             if (memory) {
-                EXPECT_EQ(reading->vmStatistics()->swapouts, file == "proc/vmstat" ? 0U : 512044U);
+                EXPECT_EQ(reading->vmStatistics()->swapouts > 0, file != "proc/vmstat");
             }
         }
     }
@@ -226,11 +226,12 @@ TEST(LinuxMachine, ASwapoutCountThatCannotBeReadLeavesTheLastOne) {
     TempTree tree;
     tree.copyFixture("laptop");
     LinuxMachine machine(tree.root());
-    EXPECT_EQ(machine.read()->vmStatistics()->swapouts, 512044U);
+    const std::uint64_t page = machine.read()->pageSize();
+    EXPECT_EQ(machine.read()->vmStatistics()->swapouts, 512044 * page / (16 * kKiB));
     tree.write("proc/vmstat", "");
-    EXPECT_EQ(machine.read()->vmStatistics()->swapouts, 512044U);
+    EXPECT_EQ(machine.read()->vmStatistics()->swapouts, 512044 * page / (16 * kKiB));
     tree.write("proc/vmstat", "pswpin 1\npswpout 600000\n");
-    EXPECT_EQ(machine.read()->vmStatistics()->swapouts, 600000U);
+    EXPECT_EQ(machine.read()->vmStatistics()->swapouts, 600000 * page / (16 * kKiB));
 }
 
 TEST(LinuxMachine, AReadingIsTakenAnewEachTime) {
