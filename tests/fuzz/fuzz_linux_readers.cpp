@@ -126,7 +126,7 @@ void fuzzProcess(std::string_view text) {
 
 void fuzzSwapRoom(std::string_view text) {
     SwapRoom room;
-    room.freeOnZram = parseFreeOnZram(text);
+    room.freeOnZram = parseSwapAreas(text).value_or(SwapAreas()).zramFree;
     require(room.freeOnZram == 0 || text.find("/dev/zram") != std::string_view::npos,
             "compressed swap where told");
     room.free = text.size() << 20;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/linux/kernel/swap_room.h"
+#include "platform/linux/kernel/swapouts.h"
 
 namespace korvel::platform {
 
@@ -37,7 +38,7 @@ std::uint64_t PressureReader::roomInSwap(const Meminfo& memory, const ZramUse& z
         room.swappable = *memory.activeAnon + *memory.inactiveAnon;
     }
     if (const auto text = zram.devices > 0 ? swapsFile_.read(buffer_) : std::nullopt) {
-        room.freeOnZram = parseFreeOnZram(*text);
+        room.freeOnZram = parseSwapAreas(*text).value_or(SwapAreas()).zramFree;
     }
     return room.bytes();
 }

@@ -3,10 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "base/lines.h"
-#include "base/whole_number.h"
-#include "platform/linux/kernel/text_scan.h"
-
 namespace korvel::platform {
 
 namespace {
@@ -24,25 +20,6 @@ double gainOf(const ZramUse& zram) {
 }
 
 } // namespace
-
-std::uint64_t parseFreeOnZram(std::string_view text) {
-    constexpr std::string_view kPrefix = "/dev/zram";
-    constexpr std::uint64_t kKibibyte = 1024;
-    constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max() / kKibibyte;
-    std::uint64_t free = 0;
-    while (std::optional<std::string_view> line = takeLine(text)) {
-        if (!takeWord(*line).starts_with(kPrefix)) {
-            continue;
-        }
-        takeWord(*line); // partition or file
-        const auto size = wholeNumber<std::uint64_t>(takeWord(*line));
-        const auto used = wholeNumber<std::uint64_t>(takeWord(*line));
-        if (size && used && *used <= *size) {
-            free += std::min(*size - *used, kMost - free);
-        }
-    }
-    return free * kKibibyte;
-}
 
 std::uint64_t SwapRoom::bytes() const {
     const std::uint64_t compressed = std::min(freeOnZram, free);

@@ -2,15 +2,10 @@
 
 #include <cstdint>
 #include <optional>
-#include <string_view>
 
 #include "platform/linux/kernel/zram_reader.h"
 
 namespace korvel::platform {
-
-/// Of /proc/swaps, the bytes that are still free on compressed devices (/dev/zramN). Lines of other
-/// devices, and lines that cannot be read, add nothing.
-std::uint64_t parseFreeOnZram(std::string_view text);
 
 /// What decides how much swap could still take off memory. Bytes.
 struct SwapRoom {

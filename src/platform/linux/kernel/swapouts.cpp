@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/lines.h"
+#include "base/whole_number.h"
 #include "platform/linux/kernel/text_scan.h"
 
 namespace korvel::platform {
@@ -32,6 +33,14 @@ std::string_view fileName(std::string_view path) {
     return path.substr(path.rfind('/') + 1);
 }
 
+/// Size less use, of the rest of an area's line; both are in KiB there.
+std::uint64_t freeBytes(std::string_view sizes) {
+    constexpr std::uint64_t kUnit = 1024;
+    const auto size = wholeNumber<std::uint64_t>(takeWord(sizes));
+    const auto used = wholeNumber<std::uint64_t>(takeWord(sizes));
+    return size && used ? inBytes(*size - std::min(*used, *size), kUnit) : 0;
+}
+
 /// Bytes since `before`, which becomes `now`; nullopt where they cannot be told.
 std::optional<std::uint64_t> advance(std::optional<std::uint64_t>& before,
                                      std::optional<std::uint64_t> now) {
@@ -55,6 +64,7 @@ std::optional<SwapAreas> parseSwapAreas(std::string_view text) {
         }
         if (kind == "partition" && isZram(name)) {
             areas.zrams.emplace_back(name);
+            areas.zramFree += freeBytes(*line);
         } else {
             areas.others = true;
         }

@@ -16,6 +16,7 @@ namespace korvel::platform {
 struct SwapAreas {
     std::vector<std::string> zrams; ///< names of the compressed memory devices: "zram0"
     bool others = false;            ///< there is a partition or a file that is none of these
+    std::uint64_t zramFree = 0;     ///< bytes; a device whose sizes cannot be read adds nothing
 };
 
 /// nullopt for what is not the kernel's list: no heading, or a line of another kind, such as the

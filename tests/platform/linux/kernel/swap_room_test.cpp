@@ -1,6 +1,5 @@
 #include "platform/linux/kernel/swap_room.h"
 
-#include <limits>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -15,28 +14,6 @@ namespace {
 
 constexpr std::uint64_t kMiB = std::uint64_t{1} << 20;
 const std::string kHeading = "Filename\t\t\t\tType\t\tSize\t\tUsed\t\tPriority\n";
-
-TEST(FreeOnZram, IsSizeLessUsedOfCompressedDevicesAlone) {
-    EXPECT_EQ(parseFreeOnZram(kHeading), 0U);
-    EXPECT_EQ(parseFreeOnZram(kHeading + "/dev/zram0                              partition\t"
-                                         "1000\t\t300\t\t100\n"
-                                         "/dev/sda2\tpartition\t9999\t0\t-2\n"
-                                         "/swap\\040file\tfile\t9999\t0\t-3\n"
-                                         "/dev/zram10 partition 50 10 100\n"),
-              (700 + 40) * kKiB);
-}
-
-TEST(FreeOnZram, ALineThatCannotBeReadAddsNothing) {
-    for (const char* line :
-         {"/dev/zram0\n", "/dev/zram0 partition\n", "/dev/zram0 partition 10\n",
-          "/dev/zram0 partition 10 x\n", "/dev/zram0 partition -10 0\n",
-          "/dev/zram0 partition 10 11\n", "/dev/zram0 partition 10 1", "\xff\xfe\n"}) {
-        EXPECT_EQ(parseFreeOnZram(kHeading + line), 0U) << line;
-    }
-    const std::string most = std::to_string(std::numeric_limits<std::uint64_t>::max());
-    EXPECT_EQ(parseFreeOnZram("/dev/zram0 partition " + most + " 0 1\n"),
-              std::numeric_limits<std::uint64_t>::max() / kKiB * kKiB);
-}
 
 TEST(SwapRoom, OnADiskIsAllThatIsFreeAndInMemoryWhatCompressionGains) {
     struct Case {

@@ -96,6 +96,22 @@ TEST(SwapAreas, WhatIsNotTheKernelsListIsNone) {
     }
 }
 
+TEST(SwapAreas, OfCompressedDevicesTellWhatIsFree) {
+    const std::string heading = kSwapsHeading;
+    const auto free = [&](const std::string& lines) {
+        return parseSwapAreas(heading + lines).value_or(SwapAreas()).zramFree;
+    };
+    EXPECT_EQ(free("/dev/zram0 partition 1000\t\t300\t\t100\n"
+                   "/dev/sda2\tpartition\t9999\t0\t-2\n/swap\\040file\tfile\t9999\t0\t-3\n"
+                   "/dev/zram10 partition 50 10 100\n"),
+              std::uint64_t{700 + 40} * 1024);
+    for (const char* line : {"/dev/zram0 partition\n", "/dev/zram0 partition 10\n",
+                             "/dev/zram0 partition 10 x\n", "/dev/zram0 partition -10 0\n",
+                             "/dev/zram0 partition 10 11\n", "/dev/zram0 partition 10 1"}) {
+        EXPECT_EQ(free(line), 0U) << line;
+    }
+}
+
 TEST(ZramCounters, AreInTheirOwnUnits) {
     EXPECT_EQ(parseBytesWritten("1 2 3 4 5 6 700 8 9 10 11\n"), 700U * 512);
     EXPECT_EQ(parseBackingBytes("      10     20    300\n"), 300U * 4096);
