@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -8,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/whole_number.h"
 #include "fuzz/fuzz.h"
 #include "platform/linux/kernel/cpu_ticks.h"
 #include "platform/linux/kernel/linux_processes.h"
@@ -19,6 +21,7 @@
 #include "platform/linux/kernel/swap_room.h"
 #include "platform/linux/kernel/swapouts.h"
 #include "platform/linux/kernel/thermal_rule.h"
+#include "platform/linux/kernel/throttle_rule.h"
 #include "platform/linux/kernel/zfs_cache.h"
 #include "platform/linux/kernel/zram_reader.h"
 
@@ -113,6 +116,18 @@ void fuzzThermal(std::string_view text) {
     }
 }
 
+void fuzzThrottling(std::string_view text) {
+    ThrottleRule rule;
+    ThrottleRule::Moment now;
+    while (!text.empty()) {
+        const std::string_view part = takePart(text);
+        now += std::chrono::milliseconds(part.size() * part.size());
+        const int state = rule.state(korvel::wholeNumber<std::uint64_t>(part), now);
+        require(state == 0 || state == 2 || state == 3, "one of the states");
+        require(rule.told().value_or(0) == state, "nothing told is nominal");
+    }
+}
+
 void fuzzProcess(std::string_view text) {
     if (const auto statm = parseStatm(text)) {
         require(statm->anonymous() <= statm->resident, "no more anonymous than resident pages");
@@ -168,6 +183,7 @@ void fuzz(std::string_view bytes) {
     fuzzTicks(bytes);
     fuzzPressure(bytes);
     fuzzThermal(bytes);
+    fuzzThrottling(bytes);
     fuzzProcess(bytes);
     fuzzMachine(bytes);
 }

@@ -37,6 +37,12 @@ std::optional<std::string_view> readWhole(FileCalls& calls, int file, std::strin
     }
 }
 
+std::string readOnce(FileCalls& calls, const std::string& path, std::string& buffer) {
+    const FileDescriptor file(calls.openAt(AT_FDCWD, path.c_str(), 0));
+    const auto text = file ? readWhole(calls, file.get(), buffer) : std::nullopt;
+    return std::string(text.value_or(std::string_view()));
+}
+
 std::optional<std::string_view> KeptFile::read(std::string& buffer) {
     if (!file_ && !open()) {
         return std::nullopt;

@@ -14,6 +14,9 @@ namespace korvel::platform {
 /// buffer is next used.
 std::optional<std::string_view> readWhole(FileCalls& calls, int file, std::string& buffer);
 
+/// The content of a file that is read this once; empty when it cannot be read.
+std::string readOnce(FileCalls& calls, const std::string& path, std::string& buffer);
+
 /// A file of /proc or /sys that is read again and again: opened at the first reading, kept open and
 /// read from its start each time, because opening costs several times what reading does.
 class KeptFile {
@@ -23,6 +26,9 @@ class KeptFile {
     /// The file's content now, as `readWhole`. A file that is not there or may not be opened is
     /// looked for again at every twelfth reading only.
     std::optional<std::string_view> read(std::string& buffer);
+
+    /// After a reading: false when the file is not there, or what it told about is gone.
+    bool isOpen() const { return static_cast<bool>(file_); }
 
   private:
     bool open();

@@ -184,7 +184,8 @@ class LinuxMachine::Reading final : public MachineReading {
     Once<std::optional<std::array<double, 3>>> loadAverages_;
 };
 
-LinuxMachine::LinuxMachine(const std::string& root, std::string dataPath, FileCalls& calls)
+LinuxMachine::LinuxMachine(const std::string& root, std::string dataPath, FileCalls& calls,
+                           SteadyClock now)
     : dataPath_(std::move(dataPath)), meminfoFile_(calls, rootFolder(root) + "proc/meminfo"),
       zfsFile_(calls, rootFolder(root) + "proc/spl/kstat/zfs/arcstats"),
       statFile_(calls, rootFolder(root) + "proc/stat"),
@@ -192,7 +193,7 @@ LinuxMachine::LinuxMachine(const std::string& root, std::string dataPath, FileCa
       loadFile_(calls, rootFolder(root) + "proc/loadavg"),
       onlineFile_(calls, rootFolder(root) + "sys/devices/system/cpu/online"),
       zram_(calls, rootFolder(root)), swapouts_(calls, rootFolder(root), zram_),
-      pressure_(calls, rootFolder(root)), thermal_(calls, rootFolder(root)) {}
+      pressure_(calls, rootFolder(root)), thermal_(calls, rootFolder(root), std::move(now)) {}
 
 std::unique_ptr<MachineReading> LinuxMachine::read() {
     return std::make_unique<Reading>(*this);

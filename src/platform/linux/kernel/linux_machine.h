@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -25,7 +26,8 @@ class LinuxMachine final : public Machine {
   public:
     /// `root` is the folder that holds proc and sys; `dataPath` any path on the data volume.
     explicit LinuxMachine(const std::string& root = "/", std::string dataPath = "/",
-                          FileCalls& calls = FileCalls::system());
+                          FileCalls& calls = FileCalls::system(),
+                          SteadyClock now = std::chrono::steady_clock::now);
 
     std::unique_ptr<MachineReading> read() override;
 

@@ -36,6 +36,12 @@ inline std::optional<std::uint64_t> numberAt(std::string_view text, int place) {
     return wholeNumber<std::uint64_t>(word);
 }
 
+/// Whether `name` is `prefix` and then digits only, one or more.
+inline bool isNumbered(std::string_view name, std::string_view prefix) {
+    return name.size() > prefix.size() && name.substr(0, prefix.size()) == prefix &&
+           name.find_first_not_of("0123456789", prefix.size()) == std::string_view::npos;
+}
+
 /// A whole word as a finite number of 0 or more.
 inline std::optional<double> wholeDecimal(std::string_view word) {
     double number = 0;

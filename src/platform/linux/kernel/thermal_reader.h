@@ -1,24 +1,29 @@
 #pragma once
 
-#include <cstdint>
+#include <chrono>
+#include <functional>
 #include <map>
-#include <optional>
 #include <string>
 
 #include "platform/linux/kernel/kept_directory.h"
 #include "platform/linux/kernel/kept_file.h"
 #include "platform/linux/kernel/thermal_rule.h"
+#include "platform/linux/kernel/throttle_counters.h"
 
 namespace korvel::platform {
 
-/// The machine's thermal state: its hottest zone of /sys/class/thermal against the zone's own trip
-/// points, and whether a processor was throttled since the previous reading. Zones and processors
-/// that come and go are noticed once a minute, at one reading every five seconds; a zone's trip
-/// points are read once, when it is found.
+/// A clock that never steps and stands still while the machine sleeps.
+using SteadyClock = std::function<std::chrono::steady_clock::time_point()>;
+
+/// The machine's thermal state: the worse of its hottest zone of /sys/class/thermal against the
+/// zone's own trip points, and of how long processors were throttled. Zones and processors that
+/// come and go are noticed once a minute, at one reading every five seconds; a zone's trip points
+/// are read once, when it is found. docs/heat.md has the rules and their reasons.
 class ThermalReader {
   public:
     /// `root` ends in a slash.
-    ThermalReader(FileCalls& calls, const std::string& root);
+    ThermalReader(FileCalls& calls, const std::string& root,
+                  SteadyClock now = std::chrono::steady_clock::now);
 
     /// 0 nominal, 1 fair, 2 serious, 3 critical. Nominal without a usable zone.
     int state();
@@ -29,24 +34,16 @@ class ThermalReader {
         KeptFile temperature;
         ThermalZoneRule rule;
     };
-    struct Throttle {
-        KeptFile total;
-        std::optional<std::uint64_t> before; ///< milliseconds
-    };
 
     void findZones();
-    void findPackages();
     void addZone(const std::string& name);
-    bool throttledSinceBefore();
-    std::string readOnce(const std::string& path);
 
     FileCalls& calls_;
+    SteadyClock now_;
     std::string zonesPath_;
-    std::string processorsPath_;
     KeptDirectory zonesDirectory_;
-    KeptDirectory processorsDirectory_;
     std::map<std::string, Zone> zones_;
-    std::map<std::string, Throttle> throttles_; ///< one processor for each package
+    ThrottleCounters throttling_;
     std::string buffer_;
     int readingsToSkip_ = 0;
 };
