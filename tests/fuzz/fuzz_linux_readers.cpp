@@ -23,6 +23,7 @@
 #include "platform/linux/kernel/thermal_rule.h"
 #include "platform/linux/kernel/throttle_rule.h"
 #include "platform/linux/kernel/zfs_cache.h"
+#include "platform/linux/kernel/zone_kind.h"
 #include "platform/linux/kernel/zram_reader.h"
 
 namespace {
@@ -109,14 +110,23 @@ void fuzzThermal(std::string_view text) {
         require(trip->temperature > 0 && trip->temperature < 150'000, "a real temperature");
         require(trip->hysteresis >= 0 && trip->hysteresis <= 20'000, "a real hysteresis");
     }
-    ThermalZoneRule rule(trip ? std::vector{*trip} : std::vector<TripPoint>());
+    const auto credible = trip ? credibleTrips({*trip}) : std::vector<TripPoint>();
+    require(credible.empty() || credible.front().temperature >= 40'000, "a limit of a processor");
+    ThermalZoneRule rule(credible);
+    TemperatureDoubt doubt;
     while (!text.empty()) {
-        const int state = rule.state(parseTemperature(takePart(text)));
-        require(state >= 0 && state <= (trip ? 3 : 0), "one of the states");
+        const std::string_view part = takePart(text);
+        const auto read = parseTemperature(part);
+        const auto believed = doubt.believed(read, part.size() % 2 == 0);
+        require(!believed || believed == read, "what was read, or nothing");
+        const int state = rule.state(believed);
+        require(state >= 0 && state <= (rule.hasTrips() ? 3 : 0), "one of the states");
+        require(rule.told().value_or(state) == state, "what is told is the state");
     }
 }
 
 void fuzzThrottling(std::string_view text) {
+    zoneKind(text);
     ThrottleRule rule;
     ThrottleRule::Moment now;
     while (!text.empty()) {

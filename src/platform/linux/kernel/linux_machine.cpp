@@ -106,6 +106,7 @@ class LinuxMachine::Reading final : public MachineReading {
     Unreported unreported() override {
         const std::lock_guard lock(machine_.mutex_);
         Unreported figures;
+        figures.thermalState = !machine_.thermal_.reports();
         const std::optional<PressureReading>& reading = pressure();
         figures.memoryStall = reading && !reading->stallReported;
         return figures;

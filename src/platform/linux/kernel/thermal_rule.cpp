@@ -1,10 +1,12 @@
 #include "platform/linux/kernel/thermal_rule.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "base/lines.h"
 #include "base/whole_number.h"
 #include "platform/linux/kernel/text_scan.h"
+#include "platform/linux/kernel/thermal_state.h"
 
 namespace korvel::platform {
 
@@ -12,13 +14,8 @@ namespace {
 
 constexpr std::int64_t kNoTemperature = 0;         // millidegrees; at or below: a dummy
 constexpr std::int64_t kImpossiblyHot = 150'000;   // millidegrees; at or above: a dummy
-constexpr std::int64_t kNear = 5'000;              // millidegrees
+constexpr std::int64_t kCoolestTrip = 40'000;      // millidegrees
 constexpr std::int64_t kWidestHysteresis = 20'000; // millidegrees; above: nonsense
-
-constexpr int kNominal = 0;
-constexpr int kFair = 1;
-constexpr int kSerious = 2;
-constexpr int kCriticalState = 3;
 
 /// The one number of a file with one line.
 std::optional<std::int64_t> onlyNumber(std::string_view text) {
@@ -63,16 +60,26 @@ std::optional<TripPoint> parseTripPoint(std::string_view type, std::string_view 
     return trip;
 }
 
+std::vector<TripPoint> credibleTrips(std::vector<TripPoint> trips) {
+    const auto isTooCool = [](const TripPoint& trip) { return trip.temperature < kCoolestTrip; };
+    const bool isFiller = std::any_of(trips.begin(), trips.end(), [&](const TripPoint& trip) {
+        return trip.kind != TripPoint::Kind::passive && isTooCool(trip);
+    });
+    if (isFiller) {
+        return {};
+    }
+    std::erase_if(trips, isTooCool);
+    return trips;
+}
+
 int ThermalZoneRule::state(std::optional<std::int64_t> temperature) {
-    constexpr int kLongestStand = 3; // readings
     if (!temperature) {
-        if (++unread_ > kLongestStand) {
-            state_ = kNominal;
-        }
+        unread_ = std::min(unread_ + 1, kLongestStand + 1);
+        state_ = tells() ? state_ : kNominalHeat;
         return state_;
     }
     unread_ = 0;
-    int next = kNominal;
+    int next = kNominalHeat;
     for (const TripPoint& trip : trips_) {
         // A state that stands is kept until the temperature is below its threshold by the width.
         const auto reached = [&](int state, std::int64_t threshold) {
@@ -83,19 +90,45 @@ int ThermalZoneRule::state(std::optional<std::int64_t> temperature) {
         };
         switch (trip.kind) {
         case TripPoint::Kind::passive:
-            reached(kFair, trip.temperature - kNear);
-            reached(kSerious, trip.temperature);
+            reached(kFairHeat, trip.temperature - kNearLimit);
+            reached(kSeriousHeat, trip.temperature);
             break;
         case TripPoint::Kind::hot:
-            reached(kCriticalState, trip.temperature);
+            reached(kCriticalHeat, trip.temperature);
             break;
         case TripPoint::Kind::critical:
-            reached(kCriticalState, trip.temperature - kNear);
+            reached(kCriticalHeat, trip.temperature - kNearLimit);
             break;
         }
     }
     state_ = next;
     return state_;
+}
+
+std::int64_t TemperatureDoubt::moved(std::optional<std::int64_t> temperature) const {
+    return temperature && last_ ? std::abs(*temperature - *last_) : 0;
+}
+
+std::optional<std::int64_t> TemperatureDoubt::believed(std::optional<std::int64_t> temperature,
+                                                       bool othersMoved) {
+    constexpr std::int64_t kJump = 40'000; // millidegrees
+    constexpr int kLongestStillness = 12;  // readings
+    if (!temperature) {
+        return std::nullopt;
+    }
+    if (moved(temperature) != 0) {
+        stoodStill_ = 0;
+    } else if (othersMoved) {
+        stoodStill_ = std::min(stoodStill_ + 1, kLongestStillness);
+    }
+    const bool isConfirmed = unconfirmed_ && *temperature > *unconfirmed_ - kJump;
+    if (last_ && *temperature - *last_ > kJump && !isConfirmed) {
+        unconfirmed_ = temperature;
+        return std::nullopt;
+    }
+    unconfirmed_.reset();
+    last_ = temperature;
+    return stoodStill_ < kLongestStillness ? temperature : std::nullopt;
 }
 
 } // namespace korvel::platform

@@ -17,6 +17,10 @@ struct TripPoint {
     std::int64_t hysteresis = 0;  ///< millidegrees below, at which it counts as left
 };
 
+/// How close to a limit is near it, in millidegrees: a processor that is this close is about to be
+/// throttled.
+inline constexpr std::int64_t kNearLimit = 5'000;
+
 /// From the texts of a zone's trip_point_N_type, _temp and _hyst. nullopt for a kind that tells
 /// nothing about throttling (a fan's) and for a temperature that is no real one: firmware fills
 /// unused trip points with 0 or less, or with 150 degrees or more.
@@ -26,8 +30,14 @@ std::optional<TripPoint> parseTripPoint(std::string_view type, std::string_view 
 /// Millidegrees of a zone's temp; nullopt when it is no temperature between the same limits.
 std::optional<std::int64_t> parseTemperature(std::string_view text);
 
-/// The thermal state of one zone, 0 nominal to 3 critical: near a passive trip 1, at one 2, at a
-/// hot one or near the critical one 3. A state is left only a trip's hysteresis lower.
+/// Those of a zone's trip points by which it may be judged: of 40 degrees or more, since a
+/// processor at work is warmer than any other limit. None at all when a hot or critical one is
+/// lower: such a machine would never have started, so the whole table is a filler.
+std::vector<TripPoint> credibleTrips(std::vector<TripPoint> trips);
+
+/// The thermal state of one sensor, 0 nominal to 3 critical: near a passive trip 1, at one 2, at a
+/// hot one or near the critical one 3. Near is within five degrees. A state is left only a trip's
+/// hysteresis lower.
 class ThermalZoneRule {
   public:
     explicit ThermalZoneRule(std::vector<TripPoint> trips) : trips_(std::move(trips)) {}
@@ -36,10 +46,38 @@ class ThermalZoneRule {
     /// stands, but not for longer than three readings.
     int state(std::optional<std::int64_t> temperature);
 
+    /// The state that the last reading gave; none before the first temperature, and again when none
+    /// could be read for longer than three readings.
+    std::optional<int> told() const { return tells() ? std::optional(state_) : std::nullopt; }
+
+    bool hasTrips() const { return !trips_.empty(); }
+
   private:
+    static constexpr int kLongestStand = 3; // readings
+
+    bool tells() const { return unread_ <= kLongestStand; }
+
     std::vector<TripPoint> trips_;
     int state_ = 0;
-    int unread_ = 0;
+    int unread_ = kLongestStand + 1;
+};
+
+/// What is to be believed of a temperature that firmware reports and no processor vouches for.
+class TemperatureDoubt {
+  public:
+    /// How far `temperature` is from the one before, in millidegrees; 0 where one is missing.
+    std::int64_t moved(std::optional<std::int64_t> temperature) const;
+
+    /// `temperature` as it was read, in millidegrees; `othersMoved`: whether another sensor is
+    /// three degrees or more from where it was at the reading before. Gives the temperature, or
+    /// none: after a rise of more than 40 degrees that the next reading does not bear out, and when
+    /// it has stood still, to the millidegree, through twelve readings in which others moved.
+    std::optional<std::int64_t> believed(std::optional<std::int64_t> temperature, bool othersMoved);
+
+  private:
+    std::optional<std::int64_t> last_;
+    std::optional<std::int64_t> unconfirmed_; ///< a rise that one reading has shown
+    int stoodStill_ = 0;                      ///< readings in which others moved
 };
 
 } // namespace korvel::platform

@@ -64,9 +64,9 @@ TEST(SteadyState, ASampleReadsEachFileOnce) {
     readEverything(machine);
     const int before = calls.reads;
     readEverything(machine);
-    // meminfo, stat, vmstat, pressure, loadavg, online, one device, one throttle, and of four zones
-    // the mode and, but for the disabled one, the temperature: each its content and its end.
-    EXPECT_EQ(calls.reads - before, 2 * (8 + 4 + 3));
+    // meminfo, stat, vmstat, pressure, loadavg, online, one device, one throttle, and of the one
+    // zone that decides the mode and the temperature: each its content and its end.
+    EXPECT_EQ(calls.reads - before, 2 * (8 + 2));
 }
 
 TEST(SteadyState, DescriptorsDoNotGrow) {

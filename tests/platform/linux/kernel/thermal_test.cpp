@@ -3,12 +3,14 @@
 #include <cerrno>
 #include <chrono>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "platform/linux/kernel/counting_calls.h"
 #include "platform/linux/kernel/thermal_reader.h"
+#include "platform/linux/kernel/zone_kind.h"
 #include "support/temp_tree.h"
 
 namespace korvel::platform {
@@ -47,6 +49,18 @@ TEST(TripPoint, AHysteresisThatMakesNoSenseIsNone) {
         EXPECT_EQ(parseTripPoint("passive\n", "95000\n", width)->hysteresis, 0) << width;
     }
     EXPECT_EQ(parseTripPoint("passive\n", "95000\n", "20000\n")->hysteresis, 20000);
+}
+
+TEST(CredibleTrips, ThoseOfFortyDegreesAndMoreUnlessOneThatStopsTheMachineIsLower) {
+    using Kind = TripPoint::Kind;
+    const auto left = [](std::vector<TripPoint> trips) {
+        return credibleTrips(std::move(trips)).size();
+    };
+    EXPECT_EQ(left({{Kind::passive, 95000, 0}, {Kind::critical, 105000, 0}}), 2U);
+    EXPECT_EQ(left({{Kind::passive, 39999, 0}, {Kind::critical, 40000, 0}}), 1U);
+    EXPECT_EQ(left({{Kind::passive, 95000, 0}, {Kind::critical, 20800, 0}}), 0U);
+    EXPECT_EQ(left({{Kind::passive, 95000, 0}, {Kind::hot, 39999, 0}}), 0U);
+    EXPECT_EQ(left({}), 0U);
 }
 
 struct Warming {
@@ -97,8 +111,10 @@ TEST(ThermalZoneRule, StatesAreEnteredAtTheirTripsAndLeftAHysteresisLower) {
 
 class ThermalReaderTest : public testing::Test {
   protected:
-    void zone(const std::string& name, const std::string& passive, const std::string& temperature) {
+    void zone(const std::string& name, const std::string& passive, const std::string& temperature,
+              const std::string& type = "") {
         const std::string path = "sys/class/thermal/" + name + "/";
+        tree_.write(path + "type", type);
         tree_.write(path + "trip_point_0_type", "passive\n");
         tree_.write(path + "trip_point_0_temp", passive);
         tree_.write(path + "temp", temperature);
@@ -184,6 +200,162 @@ TEST_F(ThermalReaderTest, AThrottledProcessorIsSeriousByTheShareOfTime) {
     EXPECT_EQ(next(), 0) << "a millisecond is no heat";
     tree_.write(total, "2805\n");
     EXPECT_EQ(next(), 2) << "a second of ten is";
+    EXPECT_TRUE(reader_.reports());
+}
+
+TEST_F(ThermalReaderTest, AZoneOfTheProcessorIsAskedBeforeThatOfFirmware) {
+    zone("thermal_zone0", "90000\n", "96000\n", "acpitz\n");
+    zone("thermal_zone1", "90000\n", "86000\n", "cpu-thermal\n");
+    EXPECT_EQ(next(), 1);
+    for (const auto& [path, times] : calls_.timesRead()) {
+        EXPECT_FALSE(path.ends_with("thermal_zone0/temp"));
+    }
+}
+
+TEST_F(ThermalReaderTest, ZonesOfOtherThingsNeverDecide) {
+    for (const char* type : {"iwlwifi_1\n", "BAT0\n", "nvme\n", "pch_skylake\n", "skin-therm\n",
+                             "INT3400 Thermal\n", "gpu-thermal\n", "x86_pkg_temp\n", "soc\n"}) {
+        zone("thermal_zone0", "60000\n", "99000\n", type);
+        CountingCalls calls;
+        ThermalReader reader(calls, tree_.root() + "/");
+        EXPECT_EQ(reader.state(), 0) << type;
+        EXPECT_FALSE(reader.reports()) << type;
+    }
+}
+
+TEST_F(ThermalReaderTest, ACriticalTripThatNoProcessorHasDoesNotDecide) {
+    for (const auto& [critical, temperature] : std::vector<std::pair<const char*, const char*>>{
+             {"20800\n", "16800\n"}, {"39999\n", "39999\n"}, {"950\n", "940\n"}}) {
+        tree_.write("sys/class/thermal/thermal_zone0/trip_point_1_type", "critical\n");
+        tree_.write("sys/class/thermal/thermal_zone0/trip_point_1_temp", critical);
+        zone("thermal_zone0", "70000\n", temperature, "acpitz\n");
+        CountingCalls calls;
+        ThermalReader reader(calls, tree_.root() + "/");
+        EXPECT_EQ(reader.state(), 0) << critical;
+        EXPECT_FALSE(reader.reports()) << critical;
+    }
+}
+
+TEST_F(ThermalReaderTest, AHotFirmwareZoneThatStandsStillWhileOthersMoveIsNoLongerBelieved) {
+    zone("thermal_zone0", "100000\n", "102000\n", "acpitz\n");
+    zone("thermal_zone1", "", "40000\n", "x86_pkg_temp\n");
+    EXPECT_EQ(next(), 2);
+    EXPECT_EQ(next(), 2);
+    for (int reading = 0; reading < 2 * kReadingsAMinute; ++reading) {
+        EXPECT_EQ(next(), 2) << "nothing moves";
+    }
+    const auto move = [this](int reading) {
+        tree_.write("sys/class/thermal/thermal_zone1/temp",
+                    reading % 2 == 0 ? "41000\n" : "44000\n");
+    };
+    for (int reading = 0; reading < kReadingsAMinute + 3; ++reading) {
+        EXPECT_EQ(reader_.state(), 2) << reading;
+        move(reading);
+    }
+    next();
+    EXPECT_EQ(next(), 0);
+    EXPECT_FALSE(reader_.reports());
+    tree_.write("sys/class/thermal/thermal_zone0/temp", "101000\n");
+    EXPECT_EQ(next(), 2) << "it moves after all";
+}
+
+TEST_F(ThermalReaderTest, ARiseThatTheNextReadingDoesNotBearOutIsPassedOver) {
+    zone("thermal_zone0", "95000\n", "45000\n", "acpitz\n");
+    const auto read = [this](const char* temperature) {
+        tree_.write("sys/class/thermal/thermal_zone0/temp", temperature);
+        return next();
+    };
+    EXPECT_EQ(read("45000\n"), 0);
+    for (int repeat = 0; repeat < 5; ++repeat) {
+        EXPECT_EQ(read("128000\n"), 0);
+        EXPECT_EQ(read("46000\n"), 0);
+    }
+    EXPECT_EQ(read("96000\n"), 0);
+    EXPECT_EQ(read("97000\n"), 2) << "the second says it too";
+    EXPECT_EQ(read("57000\n"), 0) << "a fall is believed at once";
+    EXPECT_EQ(read("97000\n"), 2) << "and so is a rise of forty degrees";
+}
+
+TEST_F(ThermalReaderTest, AZoneThatTakesAnothersNumberIsReadForWhatItIs) {
+    zone("thermal_zone0", "90000\n", "20000\n", "acpitz\n");
+    EXPECT_EQ(next(), 0);
+    calls_.failRead = [](int) { return ENODEV; };
+    next();
+    calls_.failRead = nullptr;
+    zone("thermal_zone0", "90000\n", "96000\n", "iwlwifi_1\n");
+    for (int reading = 0; reading < kReadingsAMinute; ++reading) {
+        EXPECT_EQ(next(), 0);
+    }
+}
+
+TEST_F(ThermalReaderTest, AFolderThatIsNotThereIsLookedForEveryTenMinutes) {
+    next();
+    const int before = calls_.opens;
+    for (int reading = 0; reading < 10 * kReadingsAMinute; ++reading) {
+        next();
+    }
+    EXPECT_EQ(calls_.opens - before, 1 + 10) << "and that of the processors every minute";
+    EXPECT_FALSE(reader_.reports());
+    zone("thermal_zone0", "90000\n", "86000\n");
+    for (int reading = 0; reading < 10 * kReadingsAMinute; ++reading) {
+        next();
+    }
+    EXPECT_EQ(next(), 1);
+}
+
+TEST(ZoneKind, TypesAreKnownByWhatTheyName) {
+    for (const char* type : {"cpu-thermal",
+                             "cpu_thermal",
+                             "cpu0-thermal",
+                             "CPU-therm",
+                             "bigcpu",
+                             "TCPU",
+                             "TCPU_PCI",
+                             "B0D4",
+                             "soc-thermal",
+                             "soc_dts0",
+                             "package-thermal",
+                             "bigcore0-thermal",
+                             "mtktscpu",
+                             "littlecore-thermal",
+                             "cpuss-0-usr",
+                             "cpu-1-0-usr",
+                             "cluster0-thermal",
+                             "BIG",
+                             "MID",
+                             "LITTLE"}) {
+        EXPECT_EQ(zoneKind(type + std::string("\n")), ZoneKind::processor) << type;
+    }
+    for (const char* type : {"iwlwifi_1",
+                             "mt7915_phy0",
+                             "wlan-therm",
+                             "BAT0",
+                             "battery",
+                             "mtktscharger",
+                             "nvme",
+                             "drivetemp",
+                             "pch_cannonlake",
+                             "skin-therm",
+                             "INT3400 Thermal",
+                             "gpu-thermal",
+                             "GPU-therm",
+                             "G3D",
+                             "ddr-usr",
+                             "modem-0-usr",
+                             "pmic",
+                             "camera-thermal",
+                             "usb-therm",
+                             "x86_pkg_temp",
+                             "soc",
+                             "socd",
+                             "thermal-fan-est"}) {
+        EXPECT_EQ(zoneKind(type + std::string("\n")), ZoneKind::foreign) << type;
+    }
+    for (const char* type : {"acpitz", "thermal", "imx_thermal_zone", "tsens_tz_sensor0", "SEN1"}) {
+        EXPECT_EQ(zoneKind(type + std::string("\n")), ZoneKind::firmware) << type;
+    }
+    EXPECT_EQ(zoneKind(""), ZoneKind::firmware);
+    EXPECT_EQ(zoneKind("cpu-thermal"), ZoneKind::firmware) << "cut short";
 }
 
 } // namespace
