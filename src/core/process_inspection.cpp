@@ -38,6 +38,9 @@ std::vector<ProcInfo> Metrics::topProcesses(int limit) const {
     std::stable_sort(found.begin(), found.end(),
                      [](const ProcInfo& a, const ProcInfo& b) { return a.gb > b.gb; });
     found.resize(std::min(found.size(), static_cast<std::size_t>(limit)));
+    for (ProcInfo& process : found) {
+        process.startTime = processes_.startTime(process.id);
+    }
     return found;
 }
 

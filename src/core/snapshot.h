@@ -51,6 +51,8 @@ struct ProcInfo {
     std::int32_t id = 0; ///< pid; the identity in lists
     std::string name;
     double gb = 0;
+    /// `Processes::startTime` when it was listed. Not shown, written or traced.
+    std::optional<std::uint64_t> startTime = std::nullopt;
 
     /// Whether this is the running program itself, asked anew on each call.
     bool isSelf(platform::Processes& processes) const;

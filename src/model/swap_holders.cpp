@@ -22,7 +22,7 @@ std::vector<ProcInfo> holdersAmong(const std::vector<ProcInfo>& candidates,
     for (const ProcInfo& candidate : candidates) {
         const double held = Metrics::swappedGB(candidate.id, memory);
         if (held >= kSmallestHeldGB) {
-            holders.push_back({candidate.id, candidate.name, held});
+            holders.push_back({candidate.id, candidate.name, held, candidate.startTime});
         }
     }
     std::stable_sort(holders.begin(), holders.end(),
@@ -53,7 +53,7 @@ void Model::quit(const ProcInfo& process) {
     if (process.isSelf(processes_)) {
         return;
     }
-    processes_.terminate(process.id);
+    processes_.terminateIfSame(process.id, process.startTime);
     // Holds the model strongly, so that the sample is taken even if nobody else holds it.
     runLoop_.after(kRefreshAfterQuit, [self = shared_from_this()] { self->refresh(); });
 }

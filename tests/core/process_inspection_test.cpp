@@ -50,6 +50,20 @@ TEST(TopProcesses, HeaviestFirstAndEqualsInListingOrder) {
     EXPECT_EQ(inspector.pids(), (Pids{10, 40, 30, 20, 5}));
 }
 
+TEST(TopProcesses, StartTimesAreAskedOfThoseThatAreReturnedAlone) {
+    Inspector inspector;
+    for (std::int32_t pid = 1; pid <= 3; ++pid) {
+        inspector.addProcess(pid, "p", pid);
+        inspector.processes.table.back().startTime = 100 + pid;
+    }
+    inspector.processes.table[1].startTime.reset();
+    const std::vector<ProcInfo> found = inspector.metrics.topProcesses(2);
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(found[0].startTime, 103U);
+    EXPECT_FALSE(found[1].startTime) << "not told";
+    EXPECT_EQ(inspector.processes.startTimesAsked, 2);
+}
+
 TEST(TopProcesses, LimitCutsTheList) {
     Inspector inspector;
     for (std::int32_t pid = 1; pid <= 3; ++pid) {

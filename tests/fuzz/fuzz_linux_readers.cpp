@@ -142,6 +142,7 @@ void fuzzProcess(std::string_view text) {
     if (const auto statm = parseStatm(text)) {
         require(statm->anonymous() <= statm->resident, "no more anonymous than resident pages");
     }
+    parseStartTime(text);
     require(parseVmSwap(text).value_or(0) % 1024 == 0, "whole kibibytes");
     const std::string_view comm = takePart(text);
     const std::string name = lengthenedName(comm, text);

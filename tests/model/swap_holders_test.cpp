@@ -147,6 +147,23 @@ TEST_F(Quit, AsksTheProcessOnceAndKeepsItListed) {
     EXPECT_THAT(namesOf(model->snap->topProcs), ElementsAre("seven"));
 }
 
+TEST_F(Quit, SparesAnotherProcessThatHasGotThePidSince) {
+    addProcess(7, "seven", 1, 1);
+    system.processes.table.back().startTime = 100;
+    model->findSwapHolders();
+    model->refresh();
+    settle();
+    const ProcInfo listed = model->snap->topProcs.front();
+    const ProcInfo holder = model->swapHolders->front();
+    system.processes.table.back().startTime = 200;
+    model->quit(listed);
+    model->quit(holder);
+    EXPECT_THAT(system.processes.terminated, IsEmpty());
+    system.processes.table.back().startTime = 100;
+    model->quit(holder);
+    EXPECT_THAT(system.processes.terminated, ElementsAre(7));
+}
+
 TEST_F(Quit, SamplesOneAndAFifthSecondsLaterEvenWhenTheProcessIsGone) {
     model->quit({4242, "gone", 1});
     system.runLoop.advance(1.19);

@@ -40,11 +40,24 @@ std::string SimulatedProcesses::name(std::int32_t pid) {
                : process->name.substr(0, process->name.find('\0')).substr(0, kLongestName);
 }
 
+std::optional<std::uint64_t> SimulatedProcesses::startTime(std::int32_t pid) {
+    ++startTimesAsked;
+    const SimulatedProcess* process = find(pid);
+    return process == nullptr ? std::nullopt : process->startTime;
+}
+
 void SimulatedProcesses::terminate(std::int32_t pid) {
     note(fmt::format("terminate {}", pid));
     terminated.push_back(pid);
     if (onTerminate) {
         onTerminate(pid);
+    }
+}
+
+void SimulatedProcesses::terminateIfSame(std::int32_t pid, std::optional<std::uint64_t> startTime) {
+    const SimulatedProcess* process = find(pid);
+    if (startTime == (process == nullptr ? std::nullopt : process->startTime)) {
+        terminate(pid);
     }
 }
 

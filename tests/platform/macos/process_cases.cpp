@@ -125,6 +125,53 @@ void terminateSparesWholeGroups() {
     EXPECT_EQUAL(script->calls, Calls());
 }
 
+void startTimeIsThatOfRusageV2() {
+    script->footprints = {{42, 1}};
+    script->startTime = 123456789;
+    EXPECT_EQUAL(MacosProcesses().startTime(42), 123456789U);
+    EXPECT(!MacosProcesses().startTime(43));
+}
+
+void startTimeIsKeptFromTheFootprintUntilTheNextListing() {
+    script->footprints = {{42, 1}};
+    script->startTime = 5;
+    MacosProcesses processes;
+    processes.physFootprint(42);
+    script->startTime = 6;
+    EXPECT_EQUAL(processes.startTime(42), 5U);
+    EXPECT_EQUAL(script->calls.size(), 1U);
+    processes.listAllPids();
+    EXPECT_EQUAL(processes.startTime(42), 6U);
+}
+
+void aSuccessorIsSparedWhateverWasKept() {
+    script->footprints = {{42, 1}};
+    script->startTime = 5;
+    MacosProcesses processes;
+    processes.physFootprint(42);
+    script->startTime = 6;
+    script->calls.clear();
+    processes.terminateIfSame(42, 5);
+    EXPECT_EQUAL(script->calls, {"proc_pid_rusage 42 flavor 2"});
+}
+
+void onlyTheProcessThatWasListedIsAskedToEnd() {
+    script->footprints = {{501, 1}};
+    script->startTime = 7;
+    MacosProcesses().terminateIfSame(501, 7);
+    EXPECT_EQUAL(script->calls, {"proc_pid_rusage 501 flavor 2", "kill 501 signal 15"});
+}
+
+void anotherProcessOfThePidIsSpared() {
+    script->footprints = {{501, 1}};
+    script->startTime = 8;
+    MacosProcesses().terminateIfSame(501, 7);
+    MacosProcesses().terminateIfSame(501, std::nullopt);
+    MacosProcesses().terminateIfSame(502, 7);
+    MacosProcesses().terminateIfSame(502, std::nullopt);
+    EXPECT_EQUAL(script->calls, {"proc_pid_rusage 501 flavor 2", "proc_pid_rusage 502 flavor 2"});
+}
+
 void ownPidIsGetpids() {
     EXPECT_EQUAL(MacosProcesses().currentProcessIdentifier(), 4242);
 }
@@ -152,6 +199,11 @@ constexpr Case kCases[] = {
     CASE(terminateSendsSigterm),
     CASE(terminateThatFailsIsSilent),
     CASE(terminateSparesWholeGroups),
+    CASE(startTimeIsThatOfRusageV2),
+    CASE(startTimeIsKeptFromTheFootprintUntilTheNextListing),
+    CASE(aSuccessorIsSparedWhateverWasKept),
+    CASE(onlyTheProcessThatWasListedIsAskedToEnd),
+    CASE(anotherProcessOfThePidIsSpared),
     CASE(ownPidIsGetpids),
 };
 

@@ -162,6 +162,7 @@ int proc_pid_rusage(int pid, int flavor, rusage_info_t* buffer) {
         if (running == pid) {
             std::memset(buffer, 0x5A, sizeof(*usage));
             usage->ri_phys_footprint = footprint;
+            usage->ri_proc_start_abstime = script->startTime;
             return 0;
         }
     }

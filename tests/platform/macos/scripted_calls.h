@@ -40,6 +40,7 @@ struct Script {
     int secondListing = 0;
     std::vector<std::int32_t> pids;                                 ///< that the second one writes
     std::vector<std::pair<std::int32_t, std::uint64_t>> footprints; ///< any other process is gone
+    std::uint64_t startTime = 0;                                    ///< of each process
     std::vector<std::pair<std::int32_t, std::string>> names;        ///< any other name fails
     int killResult = 0;
     std::vector<std::string> refusedTypes; ///< of power assertions

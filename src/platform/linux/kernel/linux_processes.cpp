@@ -1,12 +1,14 @@
 #include "platform/linux/kernel/linux_processes.h"
 
 #include <csignal>
+#include <utility>
 
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include "platform/linux/kernel/meminfo.h"
 #include "platform/linux/kernel/process_name.h"
+#include "platform/linux/kernel/process_signal.h"
 #include "platform/linux/kernel/process_status.h"
 #include "platform/linux/kernel/root_folder.h"
 
@@ -104,10 +106,40 @@ std::string LinuxProcesses::name(std::int32_t pid) {
     return facts.longName;
 }
 
+std::optional<std::uint64_t> LinuxProcesses::startTime(std::int32_t pid) {
+    const std::lock_guard lock(mutex_);
+    KeptProcess& process = table_.find(pid);
+    std::optional<std::uint64_t>& known = process.facts.startTime;
+    if (!known) {
+        if (!process.statm) {
+            table_.read(process, &KeptProcess::statm, "statm");
+        }
+        known = startTimeNow(pid);
+        // It may be that of a successor. Then what is kept of the process fails and is forgotten.
+        table_.read(process, &KeptProcess::statm, "statm");
+    }
+    // Without a kept file nothing would tell that the process has gone.
+    return process.statm ? known : std::exchange(known, std::nullopt);
+}
+
+std::optional<std::uint64_t> LinuxProcesses::startTimeNow(std::int32_t pid) {
+    const auto text = table_.readOnce(pid, "stat");
+    return text ? parseStartTime(*text) : std::nullopt;
+}
+
 void LinuxProcesses::terminate(std::int32_t pid) {
     // 0 and below would mean whole groups.
     if (pid > 0) {
         ::kill(pid, SIGTERM);
+    }
+}
+
+void LinuxProcesses::terminateIfSame(std::int32_t pid, std::optional<std::uint64_t> startTime) {
+    if (startTime) {
+        terminateIf(pid, [&] {
+            const std::lock_guard lock(mutex_);
+            return startTimeNow(pid) == startTime;
+        });
     }
 }
 

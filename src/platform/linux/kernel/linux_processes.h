@@ -39,13 +39,18 @@ class LinuxProcesses final : public Processes {
     std::optional<std::uint64_t> physFootprint(std::int32_t pid) override;
     /// comm; where the kernel cut it at 15 bytes, the name in the command line that continues it.
     std::string name(std::int32_t pid) override;
+    /// In clock ticks since the machine's start, so that a pid that is given away and back within a
+    /// hundredth of a second is not told apart.
+    std::optional<std::uint64_t> startTime(std::int32_t pid) override;
     void terminate(std::int32_t pid) override;
+    void terminateIfSame(std::int32_t pid, std::optional<std::uint64_t> startTime) override;
     std::int32_t currentProcessIdentifier() override;
 
     std::size_t keptDescriptors(); ///< how many are open for processes now
 
   private:
     std::uint64_t swappedOut(KeptProcess& process, const Statm& statm);
+    std::optional<std::uint64_t> startTimeNow(std::int32_t pid);
 
     std::mutex mutex_;
     ProcessTable table_;

@@ -19,6 +19,7 @@ struct ProcessFacts {
     std::uint64_t swapped = 0; ///< bytes, by the status file
     std::string shortName;     ///< the comm that `longName` was made for
     std::string longName;
+    std::optional<std::uint64_t> startTime; ///< as in the stat file
 };
 
 /// One process of the last listing, and the files of it that are kept open.

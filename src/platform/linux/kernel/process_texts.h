@@ -20,4 +20,9 @@ struct Statm {
 /// nullopt when the line is malformed; what follows the third number is passed over.
 std::optional<Statm> parseStatm(std::string_view text);
 
+/// When the process was started, in the clock ticks of /proc/PID/stat since the machine was.
+/// nullopt when the line is malformed. The name in it may hold anything, a bracket and a newline
+/// too.
+std::optional<std::uint64_t> parseStartTime(std::string_view text);
+
 } // namespace korvel::platform

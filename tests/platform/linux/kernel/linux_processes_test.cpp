@@ -10,37 +10,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/linux/kernel/counting_calls.h"
-#include "platform/linux/kernel/kernel_trees.h"
-#include "support/temp_tree.h"
+#include "platform/linux/kernel/process_tree.h"
 
 namespace korvel::platform {
 namespace {
-
-const std::uint64_t kPage = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
-
-class ProcessTree : public testing::Test {
-  protected:
-    void process(int pid, const std::string& comm, int anonymousPages, int swapKiB = 0) {
-        const std::string path = "proc/" + std::to_string(pid) + "/";
-        const std::string resident = std::to_string(anonymousPages + 10);
-        tree_.write(path + "comm", comm + "\n");
-        tree_.write(path + "statm", "90000 " + resident + " 10 0 0 0 0\n");
-        tree_.write(path + "cmdline", "");
-        tree_.write(path + "status",
-                    "Name:\tx\nVmSwap:\t" + std::to_string(swapKiB) + " kB\nThreads:\t1\n");
-    }
-
-    void swap(int totalKiB, int freeKiB) {
-        tree_.write("proc/meminfo",
-                    "MemTotal: 1000 kB\nMemFree: 1 kB\nSwapTotal: " + std::to_string(totalKiB) +
-                        " kB\nSwapFree: " + std::to_string(freeKiB) + " kB\n");
-    }
-
-    TempTree tree_;
-    CountingCalls calls_;
-    LinuxProcesses processes_{tree_.root(), calls_, 1000};
-};
 
 TEST_F(ProcessTree, NumbersAloneAreProcessesAndTheyAreInOrder) {
     for (const int pid : {300, 7, 41}) {

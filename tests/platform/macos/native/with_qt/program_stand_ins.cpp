@@ -51,8 +51,16 @@ std::string MacosProcesses::name(std::int32_t pid) {
     return kit::processes().name(pid);
 }
 
+std::optional<std::uint64_t> MacosProcesses::startTime(std::int32_t pid) {
+    return kit::processes().startTime(pid);
+}
+
 void MacosProcesses::terminate(std::int32_t pid) {
     kit::processes().terminate(pid);
+}
+
+void MacosProcesses::terminateIfSame(std::int32_t pid, std::optional<std::uint64_t> startTime) {
+    kit::processes().terminateIfSame(pid, startTime);
 }
 
 std::int32_t MacosProcesses::currentProcessIdentifier() {
