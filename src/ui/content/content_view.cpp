@@ -15,6 +15,21 @@
 
 namespace korvel {
 
+namespace {
+
+/// False: the list does not show it.
+bool quitIn(Model& model, const std::vector<ProcInfo>& list, std::int32_t pid) {
+    const auto found = std::find_if(list.begin(), list.end(),
+                                    [pid](const ProcInfo& process) { return process.id == pid; });
+    if (found == list.end()) {
+        return false;
+    }
+    model.quit(*found);
+    return true;
+}
+
+} // namespace
+
 ContentView::ContentView(std::shared_ptr<Model> model, const platform::Services& services,
                          std::shared_ptr<Awake> awake, std::shared_ptr<Updater> updater,
                          std::shared_ptr<WhatsNew> whatsNew)
@@ -58,18 +73,13 @@ void ContentView::findSwapHolders() {
 }
 
 void ContentView::quitProcess(std::int32_t pid) {
-    const auto quitIn = [&](const std::vector<ProcInfo>& list) {
-        const auto found = std::find_if(
-            list.begin(), list.end(), [pid](const ProcInfo& process) { return process.id == pid; });
-        if (found == list.end()) {
-            return false;
-        }
-        model_->quit(*found);
-        return true;
-    };
-    if (!quitIn(model_->snap->topProcs)) {
-        quitIn(*model_->swapHolders);
+    if (!quitIn(*model_, model_->snap->topProcs, pid)) {
+        quitSwapHolder(pid);
     }
+}
+
+void ContentView::quitSwapHolder(std::int32_t pid) {
+    quitIn(*model_, *model_->swapHolders, pid);
 }
 
 void ContentView::enableAwake(std::optional<std::int64_t> minutes) {

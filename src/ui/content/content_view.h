@@ -43,6 +43,9 @@ class ContentView : public ObservableObject {
     void findSwapHolders();
     /// Asks the process of that line to end; nothing when no line shows it any more.
     void quitProcess(std::int32_t pid);
+    /// The same of a line of the swap holders alone. They may be older than the other list, which
+    /// may show another process that has got the pid since.
+    void quitSwapHolder(std::int32_t pid);
     /// Keeps the machine awake for so many minutes, or without an end.
     void enableAwake(std::optional<std::int64_t> minutes);
     void disableAwake();

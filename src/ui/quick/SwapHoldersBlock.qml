@@ -55,7 +55,7 @@ Column {
             width: block.innerWidth
             nameFont: Theme.holderName
             sizeFont: Theme.holderSize
-            onQuit: pid => block.content.quitProcess(pid)
+            onQuit: pid => block.content.quitSwapHolder(pid)
         }
     }
 

@@ -75,6 +75,10 @@ void PopoverBridge::quitProcess(int pid) {
     root_.quitProcess(pid);
 }
 
+void PopoverBridge::quitSwapHolder(int pid) {
+    root_.quitSwapHolder(pid);
+}
+
 void PopoverBridge::enableAwake(int choice) {
     if (choice >= 0 && static_cast<std::size_t>(choice) < choices_.size()) {
         root_.enableAwake(choices_[static_cast<std::size_t>(choice)].minutes);

@@ -49,6 +49,7 @@ class PopoverBridge final : public QObject {
     Q_INVOKABLE void toggleBreakdown();
     Q_INVOKABLE void findSwapHolders();
     Q_INVOKABLE void quitProcess(int pid);
+    Q_INVOKABLE void quitSwapHolder(int pid);
     /// Takes the choice of that place in the menu.
     Q_INVOKABLE void enableAwake(int choice);
     Q_INVOKABLE void disableAwake();

@@ -80,6 +80,19 @@ TEST_F(RootView, QuitsAProcessOfEitherListAndNoOther) {
     EXPECT_EQ(view.content().swapHolders.holders.size(), 1u);
 }
 
+TEST_F(RootView, ALineOfASwapHolderNeverMeansAnotherProcessOfItsPid) {
+    simulated.addProcess(7, "clangd", 2, 1);
+    simulated.system.processes.table.back().startTime = 200;
+    Snapshot snap;
+    snap.topProcs = {{7, "clangd", 2, 200}};
+    simulated.model->snap = snap;
+    simulated.model->swapHolders = std::vector<ProcInfo>{{7, "firefox", 1, 100}};
+    view.quitSwapHolder(7);
+    EXPECT_THAT(simulated.system.processes.terminated, testing::IsEmpty());
+    view.quitProcess(7);
+    EXPECT_THAT(simulated.system.processes.terminated, testing::ElementsAre(7));
+}
+
 TEST_F(RootView, ByThemselvesTheViewAndItsBannerAreThoseOfTheProgram) {
     const platform::Services services = simulated.system.services();
     platform::installedServices = &services;

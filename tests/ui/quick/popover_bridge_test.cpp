@@ -153,6 +153,9 @@ TEST_F(Bridge, HandsActionsToTheRoot) {
     bridge.quitProcess(7);
     bridge.quitProcess(12345);
     EXPECT_THAT(stage.simulated.system.processes.terminated, testing::ElementsAre(7));
+    bridge.quitSwapHolder(7);
+    bridge.quitSwapHolder(12345);
+    EXPECT_THAT(stage.simulated.system.processes.terminated, testing::ElementsAre(7, 7));
 }
 
 TEST_F(Bridge, SaysItsOwnTextsInTheDesktopsWordsAndNamesAsTheyAre) {
