@@ -206,7 +206,7 @@ TEST_OUTSIDE_OF = {
     "tests/report": JSON,
     "tests/desktop": QT_CORE | QT_GUI,
     "tests/faults": QT_CORE | {"sys/uio.h"},
-    "tests/platform/linux/kernel": {"linux/filter.h", "linux/sched.h", "linux/seccomp.h", "sys/prctl.h"},
+    "tests/platform/linux/kernel": {"linux/filter.h", "linux/sched.h", "linux/seccomp.h", "sys/ipc.h", "sys/prctl.h", "sys/shm.h"},
     "tests/platform/linux/session": QT_NETWORK,
     "tests/platform/macos/native": {
         "objc/NSObject.h", "objc/message.h", "objc/objc.h", "sanitizer/common_interface_defs.h", "stddef.h",

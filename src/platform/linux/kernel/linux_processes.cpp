@@ -1,5 +1,6 @@
 #include "platform/linux/kernel/linux_processes.h"
 
+#include <algorithm>
 #include <csignal>
 #include <utility>
 
@@ -44,41 +45,129 @@ std::vector<std::int32_t> LinuxProcesses::listAllPids() {
     const std::optional<Meminfo> memory = text ? parseMeminfo(*text) : std::nullopt;
     const std::optional<SwapUsage> swap = memory ? swapUsage(*memory) : std::nullopt;
     swapInUse_ = swap && swap->xsu_used > 0;
+    shmem_ = memory ? memory->shmem.value_or(0) : 0;
     ++listings_;
+    if (anyHolders_) {
+        weighHolders();
+    }
     return pids;
 }
 
 std::optional<std::uint64_t> LinuxProcesses::physFootprint(std::int32_t pid) {
     const std::lock_guard lock(mutex_);
     KeptProcess& process = table_.find(pid);
-    const auto text = table_.read(process, &KeptProcess::statm, "statm");
-    const std::optional<Statm> statm = text ? parseStatm(*text) : std::nullopt;
+    const std::optional<Statm> statm = readStatm(process);
     if (!statm) {
         return std::nullopt;
     }
-    return statm->anonymous() * bytesPerPage() + swappedOut(process, *statm);
+    switch (readStatus(process, *statm)) {
+    case Held::asBefore:
+        break;
+    case Held::anew:
+        weighHolders();
+        break;
+    case Held::muchMore:
+        weighAll(process);
+    }
+    const ProcessFacts& facts = process.facts;
+    return statm->anonymous() * bytesPerPage() + (swapInUse_ ? facts.swapped : 0) +
+           (facts.holding ? facts.holding->share() : 0);
 }
 
-std::uint64_t LinuxProcesses::swappedOut(KeptProcess& process, const Statm& statm) {
+std::optional<Statm> LinuxProcesses::readStatm(KeptProcess& process) {
+    const auto text = table_.read(process, &KeptProcess::statm, "statm");
+    return text ? parseStatm(*text) : std::nullopt;
+}
+
+LinuxProcesses::Held LinuxProcesses::readStatus(KeptProcess& process, const Statm& statm) {
     constexpr std::uint32_t kLongest = 12; // listings; spread over them by the pid
     ProcessFacts& facts = process.facts;
-    if (!swapInUse_) {
+    const std::uint64_t sharedBytes = statm.shared * bytesPerPage();
+    // Somewhat less for who is a holder already, or one at the limit would come and go.
+    const std::uint64_t least = facts.holding ? kLeastShared / 2 : kLeastShared;
+    // Without an address space nothing can be swapped out.
+    const bool maySwap = swapInUse_ && statm.size != 0;
+    const bool mayShare = shmem_ > kLeastShared && sharedBytes > least;
+    if (!maySwap && !mayShare) {
         table_.close(process.status);
         facts.seen = Statm();
-        return 0;
+        facts.holding.reset();
+        return Held::asBefore;
     }
-    if (statm.size == 0) {
-        return 0; // without an address space nothing can be swapped out
-    }
+    // What belongs to files is most of it, and of no interest, until there is room for more.
+    const std::uint64_t sharedThen = facts.seen.shared * bytesPerPage();
+    const bool mayShareMore =
+        facts.holding ? sharedBytes != sharedThen
+                      : sharedBytes > sharedThen && facts.shared + sharedBytes - sharedThen > least;
     const bool due = (listings_ + static_cast<std::uint32_t>(process.pid)) % kLongest == 0;
-    if (due || statm != facts.seen) {
-        const auto status = table_.read(process, &KeptProcess::status, "status");
-        const auto bytes = status ? parseVmSwap(*status) : std::nullopt;
-        // Not to be kept when it could not be read: a real process's figures are never all 0.
-        facts.seen = bytes ? statm : Statm();
-        facts.swapped = bytes.value_or(0);
+    if (!due && !(maySwap && statm != facts.seen) && !(mayShare && mayShareMore)) {
+        return Held::asBefore;
     }
-    return facts.swapped;
+    const auto status = table_.read(process, &KeptProcess::status, "status");
+    const auto swapped = status ? parseVmSwap(*status) : std::nullopt;
+    // Not to be kept when it could not be read: a real process's figures are never all 0.
+    facts.seen = swapped ? statm : Statm();
+    facts.swapped = swapped.value_or(0);
+    facts.shared = mayShare && status ? parseRssShmem(*status).value_or(0) : 0;
+    if (facts.shared <= least) {
+        facts.holding.reset();
+        return Held::asBefore;
+    }
+    const bool isNew = !facts.holding;
+    if (isNew) {
+        facts.holding = std::make_unique<SharedHolding>();
+    }
+    SharedHolding& holding = *facts.holding;
+    const std::uint64_t grown = facts.shared - std::min(holding.resident, facts.shared);
+    holding.pid = process.pid;
+    holding.parent = parseParent(*status).value_or(0);
+    holding.resident = facts.shared;
+    holding.process = statm.resident * bytesPerPage();
+    if (grown > std::max(kLeastShared / 2, shmem_ / 8)) {
+        return Held::muchMore;
+    }
+    return isNew ? Held::anew : Held::asBefore;
+}
+
+void LinuxProcesses::weighAll(const KeptProcess& read) {
+    // Others may have grown as much and are asked later in the order: a database whose processes
+    // all fill the same memory would be taken for its first process alone.
+    if (std::exchange(weighedAt_, listings_) != listings_) {
+        for (KeptProcess& process : table_.processes()) {
+            const auto statm = &process != &read ? readStatm(process) : std::nullopt;
+            if (statm) {
+                readStatus(process, *statm);
+            }
+        }
+    }
+    weighHolders();
+}
+
+void LinuxProcesses::weighHolders() {
+    std::vector<SharedHolding*> holders;
+    for (const KeptProcess& process : table_.processes()) {
+        if (process.facts.holding) {
+            holders.push_back(process.facts.holding.get());
+        }
+    }
+    anyHolders_ = !holders.empty();
+    const std::uint64_t all = residentOfAll(holders);
+    SharedHolding* next = nullptr; // the largest; one at a listing, because it takes long
+    for (SharedHolding* holding : holders) {
+        if ((next == nullptr || holding->resident > next->resident) &&
+            isMeasurementDue(*holding, all, listings_)) {
+            next = holding;
+        }
+    }
+    if (next != nullptr && measuredAt_ != listings_) {
+        measuredAt_ = listings_;
+        const auto text = table_.readOnce(next->pid, "smaps_rollup");
+        next->proportional = text ? parsePssShmem(*text) : std::nullopt;
+        next->measuredAt = listings_;
+        next->residentThen = next->resident;
+        next->allThen = all;
+    }
+    splitSharedMemory(holders, shmem_);
 }
 
 std::string LinuxProcesses::name(std::int32_t pid) {

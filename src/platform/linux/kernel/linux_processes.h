@@ -23,11 +23,19 @@ void raiseDescriptorLimit();
 /// Each process's statm is opened when the process is first seen and kept; further files are kept
 /// for the few processes that are asked for more.
 ///
-/// The footprint is anonymous memory plus what of it is swapped out. Shared memory is in nobody's
-/// footprint, and what a fork shares with its parent is in both. What is swapped out is in another
-/// file, which costs several times as much to read; while swap is in use, it is read when the
-/// process's other figures have changed, as they do when pages go out or come back, and at every
-/// twelfth listing in any case, for the few changes that they do not show.
+/// The footprint is anonymous memory, what of it is swapped out, and a part of the shared memory
+/// that the process maps. What a fork shares with its parent is in both. What is swapped out or
+/// shared is in another file, which costs several times as much to read. While swap is in use, it
+/// is read when the process's other figures have changed, as they do when pages go out or come
+/// back, and at every twelfth listing in any case, for the few changes that they do not show. Where
+/// there is no swap in use, it is read only of a process whose file and shared pages, which are one
+/// figure, are more than `kLeastShared`, when that figure leaves room for as much shared memory,
+/// and at every twelfth listing.
+///
+/// Shared memory counts for who maps it, as `splitSharedMemory` divides it. In nobody's footprint
+/// is what no process maps (a file in /dev/shm, a memfd that was only written to, buffers of a
+/// graphics driver), what of it is swapped out, and huge pages, which are set aside for the whole
+/// machine and do not come back to it when a process ends.
 class LinuxProcesses final : public Processes {
   public:
     /// `root` is the folder that holds proc. At most `mostKept` descriptors are kept; 0 leaves it
@@ -49,15 +57,28 @@ class LinuxProcesses final : public Processes {
     std::size_t keptDescriptors(); ///< how many are open for processes now
 
   private:
-    std::uint64_t swappedOut(KeptProcess& process, const Statm& statm);
+    std::optional<Statm> readStatm(KeptProcess& process);
+    /// What a process maps of the shared memory, beside what it did.
+    enum class Held { asBefore, anew, muchMore };
+    /// Reads its status file if that may say something new.
+    Held readStatus(KeptProcess& process, const Statm& statm);
+    /// Finds all holders of shared memory, once a listing, and weighs them. `read`: whose figures
+    /// are of now.
+    void weighAll(const KeptProcess& read);
+    /// Divides the shared memory among those who are known to map it.
+    void weighHolders();
     std::optional<std::uint64_t> startTimeNow(std::int32_t pid);
 
     std::mutex mutex_;
     ProcessTable table_;
     KeptFile meminfo_;
     bool swapInUse_ = false;
+    std::uint64_t shmem_ = 0; ///< the machine's shared memory, in bytes
+    bool anyHolders_ = false; ///< at the last weighing
     std::uint32_t listings_ = 0;
-    std::string buffer_; ///< of meminfo
+    std::uint32_t weighedAt_ = 0;  ///< the listing at which all were last looked at
+    std::uint32_t measuredAt_ = 0; ///< the listing at which a holder was last measured
+    std::string buffer_;           ///< of meminfo
 };
 
 } // namespace korvel::platform

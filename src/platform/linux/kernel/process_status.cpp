@@ -13,16 +13,22 @@
 
 namespace korvel::platform {
 
-std::optional<std::uint64_t> parseVmSwap(std::string_view text) {
-    // The kernel escapes a newline in the process's name, so no name can look like this line.
-    constexpr std::string_view kField = "\nVmSwap:";
-    constexpr std::uint64_t kKibibyte = 1024;
-    const std::size_t found = text.find(kField);
+namespace {
+
+/// What stands behind a name that begins a line, which is not the first. The kernel escapes a
+/// newline in the process's name, so no name can look like such a line.
+std::optional<std::string_view> lineOf(std::string_view text, std::string_view newlineAndName) {
+    const std::size_t found = text.find(newlineAndName);
     if (found == std::string_view::npos) {
         return std::nullopt;
     }
-    text.remove_prefix(found + kField.size());
-    std::optional<std::string_view> line = takeLine(text);
+    text.remove_prefix(found + newlineAndName.size());
+    return takeLine(text);
+}
+
+std::optional<std::uint64_t> bytesOf(std::string_view text, std::string_view newlineAndName) {
+    constexpr std::uint64_t kKibibyte = 1024;
+    std::optional<std::string_view> line = lineOf(text, newlineAndName);
     if (!line) {
         return std::nullopt;
     }
@@ -32,6 +38,25 @@ std::optional<std::uint64_t> parseVmSwap(std::string_view text) {
         return std::nullopt;
     }
     return *number * kKibibyte;
+}
+
+} // namespace
+
+std::optional<std::uint64_t> parseVmSwap(std::string_view text) {
+    return bytesOf(text, "\nVmSwap:");
+}
+
+std::optional<std::uint64_t> parseRssShmem(std::string_view text) {
+    return bytesOf(text, "\nRssShmem:");
+}
+
+std::optional<std::int32_t> parseParent(std::string_view text) {
+    std::optional<std::string_view> line = lineOf(text, "\nPPid:");
+    return line ? wholeNumber<std::int32_t>(takeWord(*line)) : std::nullopt;
+}
+
+std::optional<std::uint64_t> parsePssShmem(std::string_view text) {
+    return bytesOf(text, "\nPss_Shmem:");
 }
 
 LinuxSwappedMemory::LinuxSwappedMemory(const std::string& root, FileCalls& calls)

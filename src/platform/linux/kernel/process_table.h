@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,15 +10,18 @@
 
 #include "platform/linux/kernel/kept_directory.h"
 #include "platform/linux/kernel/process_texts.h"
+#include "platform/linux/kernel/shared_memory.h"
 
 namespace korvel::platform {
 
 /// What has been found out about a process and holds for as long as it lives, or until it is asked
 /// again.
 struct ProcessFacts {
-    Statm seen;                ///< when the status file was read; all 0: not yet
-    std::uint64_t swapped = 0; ///< bytes, by the status file
-    std::string shortName;     ///< the comm that `longName` was made for
+    Statm seen;                             ///< when the status file was read; all 0: not yet
+    std::uint64_t swapped = 0;              ///< bytes, by the status file
+    std::uint64_t shared = 0;               ///< RssShmem in bytes, by the status file
+    std::unique_ptr<SharedHolding> holding; ///< of who maps much shared memory
+    std::string shortName;                  ///< the comm that `longName` was made for
     std::string longName;
     std::optional<std::uint64_t> startTime; ///< as in the stat file
 };

@@ -37,14 +37,7 @@ TEST(StartTime, IsTheTwentySecondFieldWhateverTheNameHolds) {
     }
 }
 
-class StartTimes : public ProcessTree {
-  protected:
-    int timesRead(const std::string& path) const {
-        const auto times = calls_.timesRead();
-        const auto found = times.find(path);
-        return found == times.end() ? 0 : found->second;
-    }
-};
+using StartTimes = ProcessTree;
 
 TEST_F(StartTimes, AreReadOnceForAProcess) {
     process(5, "p", 100);

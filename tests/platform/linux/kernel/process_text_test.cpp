@@ -33,6 +33,18 @@ TEST(VmSwap, IsTheFieldOfThatNameInBytes) {
     }
 }
 
+TEST(StatusFields, AreFoundByTheirNames) {
+    const std::string text =
+        "Name:\tRssShmem:\t7 kB\nPPid:\t812\nRssShmem:\t  400384 kB\nVmSwap:\t1 kB\n";
+    EXPECT_EQ(parseRssShmem(text), 400384 * kKiB);
+    EXPECT_EQ(parseParent(text), 812);
+    EXPECT_FALSE(parseRssShmem("Name:\tx\nVmSwap:\t1 kB\n")) << "an old kernel";
+    EXPECT_FALSE(parseParent("Name:\tx\nPPid:\tx\n"));
+    EXPECT_EQ(parsePssShmem("1-2 ---p 0 00:00 0 [rollup]\nPss: 9 kB\nPss_Shmem:  51200 kB\n"),
+              51200 * kKiB);
+    EXPECT_FALSE(parsePssShmem("1-2 ---p 0 00:00 0 [rollup]\nPss: 9 kB\n")) << "an old kernel";
+}
+
 TEST(LinuxSwappedMemory, IsVmSwapOrNone) {
     LinuxSwappedMemory memory(fixture("laptop"));
     EXPECT_EQ(memory.swappedOut(2210), 402112.0 * kKiB);
