@@ -9,7 +9,7 @@
 namespace korvel::platform {
 
 ThermalReader::ThermalReader(FileCalls& calls, const std::string& root, SteadyClock now)
-    : now_(std::move(now)), zones_(calls, root), throttling_(calls, root) {}
+    : now_(std::move(now)), sensors_(calls, root), zones_(calls, root), throttling_(calls, root) {}
 
 int ThermalReader::state() {
     constexpr int kSkipped = 11; // a minute, at one reading every five seconds
@@ -20,13 +20,20 @@ int ThermalReader::state() {
         find();
     }
     const std::optional<int> throttled = throttling_.state(now_());
-    const std::optional<int> heat = zones_.state();
+    std::optional<int> heat = sensors_.state();
+    if (!heat) {
+        if (std::exchange(zonesAreToBeFound_, false)) {
+            zonesFolder_.lookFor([this] { return zones_.find(); });
+        }
+        heat = zones_.state();
+    }
     reports_ = throttled || heat;
     return std::max(throttled, heat).value_or(kNominalHeat);
 }
 
 void ThermalReader::find() {
-    zonesFolder_.lookFor([this] { return zones_.find(); });
+    sensorsFolder_.lookFor([this] { return sensors_.find(); });
+    zonesAreToBeFound_ = true;
     throttling_.find();
 }
 

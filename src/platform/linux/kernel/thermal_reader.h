@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "platform/linux/kernel/hwmon_sensors.h"
 #include "platform/linux/kernel/thermal_zones.h"
 #include "platform/linux/kernel/throttle_counters.h"
 
@@ -12,9 +13,10 @@ namespace korvel::platform {
 /// A clock that never steps and stands still while the machine sleeps.
 using SteadyClock = std::function<std::chrono::steady_clock::time_point()>;
 
-/// The machine's thermal state: the worse of how near its zones are to their trip points, and of
-/// how long the processor was throttled. Zones and processors that come and go are noticed once a
-/// minute, at one reading every five seconds. docs/heat.md has the rules and their reasons.
+/// The machine's thermal state: the worse of how near the processor is to its limits, and of how
+/// long it was throttled. The processor's own sensors are asked first (hwmon), then the thermal
+/// zones, and only as long as the ones before do not tell. Sensors that come and go are noticed
+/// once a minute, at one reading every five seconds. docs/heat.md has the rules and their reasons.
 class ThermalReader {
   public:
     /// `root` ends in a slash.
@@ -43,9 +45,12 @@ class ThermalReader {
     void find();
 
     SteadyClock now_;
+    HwmonSensors sensors_;
+    Folder sensorsFolder_;
     ThermalZones zones_;
     Folder zonesFolder_;
     ThrottleCounters throttling_;
+    bool zonesAreToBeFound_ = false;
     bool reports_ = false;
     int readingsToSkip_ = 0;
 };

@@ -120,6 +120,13 @@ class ThermalReaderTest : public testing::Test {
         tree_.write(path + "temp", temperature);
     }
 
+    void coretemp(const std::string& temperature, const std::string& limit) {
+        const std::string path = "sys/class/hwmon/hwmon1/";
+        tree_.write(path + "name", "coretemp\n");
+        tree_.write(path + "temp1_label", "Package id 0\n");
+        tree_.write(path + "temp1_crit", limit);
+        tree_.write(path + "temp1_input", temperature);
+    }
     /// Five seconds later.
     int next() {
         now_ += std::chrono::seconds(5);
@@ -201,6 +208,22 @@ TEST_F(ThermalReaderTest, AThrottledProcessorIsSeriousByTheShareOfTime) {
     tree_.write(total, "2805\n");
     EXPECT_EQ(next(), 2) << "a second of ten is";
     EXPECT_TRUE(reader_.reports());
+}
+
+TEST_F(ThermalReaderTest, TheProcessorsOwnSensorIsAskedAndTheZonesAreNot) {
+    coretemp("96000\n", "100000\n");
+    zone("thermal_zone0", "90000\n", "96000\n", "acpitz\n");
+    zone("thermal_zone1", "90000\n", "96000\n", "cpu-thermal\n");
+    EXPECT_EQ(next(), 1) << "of the sensor";
+    EXPECT_TRUE(reader_.reports());
+    for (const std::string& path : calls_.paths) {
+        EXPECT_EQ(path.find("thermal_zone"), std::string::npos) << path;
+    }
+    tree_.write("sys/class/hwmon/hwmon1/temp1_input", "-274000\n");
+    for (int reading = 0; reading < 3; ++reading) {
+        EXPECT_EQ(next(), 1) << "stands";
+    }
+    EXPECT_EQ(next(), 2) << "of the zones, when the sensor fails";
 }
 
 TEST_F(ThermalReaderTest, AZoneOfTheProcessorIsAskedBeforeThatOfFirmware) {
@@ -294,9 +317,9 @@ TEST_F(ThermalReaderTest, AFolderThatIsNotThereIsLookedForEveryTenMinutes) {
     for (int reading = 0; reading < 10 * kReadingsAMinute; ++reading) {
         next();
     }
-    EXPECT_EQ(calls_.opens - before, 1 + 10) << "and that of the processors every minute";
+    EXPECT_EQ(calls_.opens - before, 2 + 10) << "and that of the processors every minute";
     EXPECT_FALSE(reader_.reports());
-    zone("thermal_zone0", "90000\n", "86000\n");
+    coretemp("96000\n", "100000\n");
     for (int reading = 0; reading < 10 * kReadingsAMinute; ++reading) {
         next();
     }
