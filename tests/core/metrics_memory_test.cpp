@@ -178,6 +178,18 @@ TEST(SwappingNow, ClockSetBackSetsTheBaseline) {
     EXPECT_TRUE(sampler.after(1, 1000151));
 }
 
+TEST(SwappingNow, ClockSetForwardHidesOneCheckAtMost) {
+    Swapping sampler;
+    EXPECT_FALSE(sampler.after(30 * 86400, 1000000));
+    EXPECT_TRUE(sampler.after(1, 1000151));
+}
+
+TEST(SwappingNow, WhatWasWrittenBeforeANightAsleepIsOverByTheMorning) {
+    Swapping sampler;
+    EXPECT_FALSE(sampler.after(12 * 3600, 1000 + 500000)) << "8 GB, as the machine fell asleep";
+    EXPECT_FALSE(sampler.after(5, 501000));
+}
+
 TEST(SwappingNow, FailedStatisticsKeepTheBaseline) {
     Swapping sampler;
     sampler.clock.turn(5);

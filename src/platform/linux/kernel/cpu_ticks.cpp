@@ -41,6 +41,20 @@ std::optional<ProcessorTicks> parseProcessor(std::string_view line) {
     return processor;
 }
 
+/// Whether a counter is back by more than the shifts between idle and waiting time that the kernel
+/// allows itself.
+bool startedAnew(const ProcessorTicks& processor,
+                 const std::array<std::uint64_t, ProcessorTicks::kCounters>& highest) {
+    constexpr std::uint64_t kMostBack = 6000; // a minute
+    for (std::size_t counter = 0; counter < ProcessorTicks::kCounters; ++counter) {
+        const std::uint64_t now = processor.ticks[counter];
+        if (now < highest[counter] && highest[counter] - now > kMostBack) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 KernelStat parseKernelStat(std::string_view text) {
@@ -90,7 +104,7 @@ CpuTickRecord::Sums CpuTickAccumulator::advance(const std::vector<ProcessorTicks
         }
         online[processor.number] = true;
         Processor& known = processors_[processor.number];
-        if (!known.online) {
+        if (!known.online || startedAnew(processor, known.highest)) {
             known.highest = processor.ticks;
             continue;
         }

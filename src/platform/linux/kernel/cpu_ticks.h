@@ -35,7 +35,10 @@ KernelStat parseKernelStat(std::string_view text);
 /// The kernel counts since boot, in 64 bits, and some of its counters may step back; the sampler's
 /// record has 32 bits and no counter of it may ever fall. So each counter of each processor is held
 /// at its highest value so far, and what is added to it since the previous reading is what counts.
-/// A processor that comes back after it was offline starts from the value that it comes back with.
+/// A processor that comes back after it was offline starts from the value that it comes back with;
+/// so does one whose counters fell by more than a minute. Up to Linux 6.7, idle time starts from 0
+/// when a processor comes online, as all but one do on waking from sleep: held at its highest it
+/// would stand still for as long as the machine had been idle before, and the processor look busy.
 /// The record is the mean of the processors from the start: summed up, the ticks of 128 of them
 /// would fill 32 bits in four days.
 class CpuTickAccumulator {

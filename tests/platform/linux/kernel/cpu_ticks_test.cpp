@@ -147,6 +147,34 @@ TEST(CpuTickAccumulator, AProcessorThatGoesAndComesBackNeitherFallsNorJumps) {
               (Counts{0, 0, 250, 0}));
 }
 
+TEST(CpuTickAccumulator, AProcessorThatStartedAnewBetweenTwoReadingsIsNotTakenForBusy) {
+    // What Linux 6.1 gave before and after a processor was offline: only its idle time starts at 0.
+    CpuTickAccumulator ticks;
+    ticks.add({processor(0, {79, 0, 114, 111000, 33, 3, 4, 18}),
+               processor(1, {52, 0, 60, 112673, 13, 3, 1, 2})});
+    EXPECT_EQ(counts(ticks.add({processor(0, {80, 0, 116, 112500, 33, 3, 4, 18}),
+                                processor(1, {52, 0, 61, 183, 0, 3, 1, 2})})),
+              (Counts{0, 1, 750, 0}))
+        << "of the second nothing counts";
+    EXPECT_EQ(counts(ticks.add({processor(0, {80, 0, 116, 113000, 33, 3, 4, 18}),
+                                processor(1, {52, 0, 61, 683, 0, 3, 1, 2})})),
+              (Counts{0, 1, 1250, 0}))
+        << "all of it again";
+}
+
+TEST(CpuTickAccumulator, StartedAnewIsWhatFellByMoreThanAMinute) {
+    for (const auto& [fallen, added] :
+         {std::pair<std::uint64_t, std::uint32_t>{6000, 0}, {6001, 100}}) {
+        CpuTickAccumulator ticks;
+        ticks.add({processor(0, {0, 0, 0, 90000, 20000, 0, 0, 0})});
+        ticks.add({processor(0, {0, 0, 0, 90000, 20000 - fallen, 0, 0, 0})});
+        EXPECT_EQ(
+            counts(ticks.add({processor(0, {0, 0, 0, 90000, 20000 - fallen + 100, 0, 0, 0})})),
+            (Counts{0, 0, added, 0}))
+            << fallen;
+    }
+}
+
 TEST(CpuTickAccumulator, NewProcessorsWithLargeNumbersAreTakenIn) {
     CpuTickAccumulator ticks;
     ticks.add({processor(0, {})});
