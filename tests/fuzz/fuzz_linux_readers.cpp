@@ -15,6 +15,7 @@
 #include "platform/linux/kernel/linux_processes.h"
 #include "platform/linux/kernel/machine_texts.h"
 #include "platform/linux/kernel/meminfo.h"
+#include "platform/linux/kernel/mount_table.h"
 #include "platform/linux/kernel/pressure.h"
 #include "platform/linux/kernel/process_name.h"
 #include "platform/linux/kernel/process_status.h"
@@ -186,6 +187,17 @@ void fuzzMachine(std::string_view text) {
     fuzzSwapRoom(text);
 }
 
+void fuzzMounts(std::string_view text) {
+    const MountTable table(text);
+    for (const Mount& mount : table.mounts()) {
+        require(mount.point.starts_with('/'), "a mount has an absolute path");
+    }
+    const Mount* const found = table.holding("/a/../b");
+    require(!found || std::find(table.mounts().begin(), table.mounts().end(), *found) !=
+                          table.mounts().end(),
+            "a path lies on one of the mounts");
+}
+
 } // namespace
 
 // Whatever the files of /proc and /sys hold, the figures stay within what can be.
@@ -197,4 +209,5 @@ void fuzz(std::string_view bytes) {
     fuzzThrottling(bytes);
     fuzzProcess(bytes);
     fuzzMachine(bytes);
+    fuzzMounts(bytes);
 }

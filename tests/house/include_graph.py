@@ -167,7 +167,7 @@ OUTSIDE = {
     "platform": set(),
     "platform/posix": FILE | {"pwd.h", "spawn.h", "sys/file.h", "sys/wait.h"},
     "platform/linux/kernel": FILE | FMT | {
-        "malloc.h", "sys/mman.h", "sys/resource.h", "sys/statvfs.h", "sys/syscall.h",
+        "malloc.h", "poll.h", "sys/mman.h", "sys/resource.h", "sys/statvfs.h", "sys/syscall.h",
     },
     "platform/linux/session": FILE | {"sys/eventfd.h", "sys/file.h", "xcb/shape.h", "xcb/xcb.h"}
     | QT_CORE | QT_GUI | QT_WIDGETS | QT_DBUS,
@@ -206,7 +206,9 @@ TEST_OUTSIDE_OF = {
     "tests/report": JSON,
     "tests/desktop": QT_CORE | QT_GUI,
     "tests/faults": QT_CORE | {"sys/uio.h"},
-    "tests/platform/linux/kernel": {"linux/filter.h", "linux/sched.h", "linux/seccomp.h", "sys/ipc.h", "sys/prctl.h", "sys/shm.h"},
+    "tests/platform/linux/kernel": {
+        "linux/filter.h", "linux/fuse.h", "linux/sched.h", "linux/seccomp.h", "sys/ipc.h", "sys/prctl.h", "sys/shm.h",
+    },
     "tests/platform/linux/session": QT_NETWORK,
     "tests/platform/macos/native": {
         "objc/NSObject.h", "objc/message.h", "objc/objc.h", "sanitizer/common_interface_defs.h", "stddef.h",

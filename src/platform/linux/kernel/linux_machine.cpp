@@ -10,7 +10,6 @@
 #include "platform/linux/kernel/machine_texts.h"
 #include "platform/linux/kernel/meminfo.h"
 #include "platform/linux/kernel/root_folder.h"
-#include "platform/linux/kernel/volume_statistics.h"
 #include "platform/linux/kernel/zfs_cache.h"
 
 namespace korvel::platform {
@@ -85,12 +84,7 @@ class LinuxMachine::Reading final : public MachineReading {
     }
 
     std::optional<VolumeStatistics> dataVolume() override {
-        // Not under the lock: a volume that does not answer would hold up the other readings.
-        struct statvfs volume {};
-        if (::statvfs(machine_.dataPath_.c_str(), &volume) != 0) {
-            return std::nullopt;
-        }
-        return volumeStatistics(volume);
+        return dataVolume_.get([this] { return machine_.dataVolume_.read(); });
     }
 
     std::optional<std::array<double, 3>> loadAverages() override {
@@ -104,8 +98,10 @@ class LinuxMachine::Reading final : public MachineReading {
     }
 
     Unreported unreported() override {
-        const std::lock_guard lock(machine_.mutex_);
         Unreported figures;
+        // Whatever keeps a volume from telling its room: that it is full is not known.
+        figures.dataVolume = !dataVolume();
+        const std::lock_guard lock(machine_.mutex_);
         figures.thermalState = !machine_.thermal_.reports();
         const std::optional<PressureReading>& reading = pressure();
         figures.memoryStall = reading && !reading->stallReported;
@@ -180,6 +176,7 @@ class LinuxMachine::Reading final : public MachineReading {
     Once<int> thermalState_;
     Once<std::optional<VmStatistics>> vmStatistics_;
     Once<std::optional<CpuTicks>> cpuTicks_;
+    Once<std::optional<VolumeStatistics>> dataVolume_;
     Once<ZramUse> zramUse_;
     Once<std::optional<PressureReading>> pressure_;
     Once<std::optional<std::array<double, 3>>> loadAverages_;
@@ -187,7 +184,7 @@ class LinuxMachine::Reading final : public MachineReading {
 
 LinuxMachine::LinuxMachine(const std::string& root, std::string dataPath, FileCalls& calls,
                            SteadyClock now)
-    : dataPath_(std::move(dataPath)), meminfoFile_(calls, rootFolder(root) + "proc/meminfo"),
+    : dataVolume_(std::move(dataPath)), meminfoFile_(calls, rootFolder(root) + "proc/meminfo"),
       zfsFile_(calls, rootFolder(root) + "proc/spl/kstat/zfs/arcstats"),
       statFile_(calls, rootFolder(root) + "proc/stat"),
       vmstatFile_(calls, rootFolder(root) + "proc/vmstat"),

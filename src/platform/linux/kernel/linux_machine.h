@@ -11,6 +11,7 @@
 #include "platform/linux/kernel/pressure_reader.h"
 #include "platform/linux/kernel/swapouts.h"
 #include "platform/linux/kernel/thermal_reader.h"
+#include "platform/linux/kernel/volume_reader.h"
 #include "platform/linux/kernel/zram_reader.h"
 #include "platform/machine.h"
 
@@ -24,7 +25,8 @@ namespace korvel::platform {
 /// processors since the first reading that asked for them (see `CpuTickAccumulator`).
 class LinuxMachine final : public Machine {
   public:
-    /// `root` is the folder that holds proc and sys; `dataPath` any path on the data volume.
+    /// `root` is the folder that holds proc and sys; `dataPath` any absolute path on the data
+    /// volume, which is this system's, whatever the root and the calls.
     explicit LinuxMachine(const std::string& root = "/", std::string dataPath = "/",
                           FileCalls& calls = FileCalls::system(),
                           SteadyClock now = std::chrono::steady_clock::now);
@@ -34,7 +36,7 @@ class LinuxMachine final : public Machine {
   private:
     class Reading;
 
-    const std::string dataPath_;
+    VolumeReader dataVolume_; ///< not under the lock: a volume may take its time to answer
 
     /// Guards what follows. A reading holds it while it answers a question, not for its whole life:
     /// so readings overlap safely, and one thread may have two of them.

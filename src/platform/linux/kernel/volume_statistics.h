@@ -8,9 +8,10 @@
 
 namespace korvel::platform {
 
-/// The record of a mounted file system; nullopt for one without blocks, and for one whose blocks
-/// are all free with none of them available (an overlay of a container may say so): such a one
-/// tells nothing about room, and its share in use would be 0 of 0.
+/// The record of a mounted file system; nullopt for one that tells nothing about room: without
+/// blocks or their size; with all blocks free and none available (an overlay of a container may say
+/// so), its share in use being 0 of 0; and an image that can only be read and is full by its nature
+/// (squashfs, ISO 9660). A volume that was made read-only keeps its free blocks and its record.
 std::optional<VolumeStatistics> volumeStatistics(const struct statvfs& volume);
 
 } // namespace korvel::platform

@@ -1,0 +1,219 @@
+#pragma once
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <linux/fuse.h>
+#include <poll.h>
+#include <sys/mount.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+#include "platform/posix/file_descriptor.h"
+#include "platform/posix/private_mounts.h"
+
+namespace korvel::test {
+
+/// A file system that this process serves to the kernel, in the place of a server on the network:
+/// an empty folder "home" and nothing else. It can be made to stop answering. Takes private mounts.
+class FuseVolume {
+  public:
+    enum class Manner {
+        answers,
+        keepsQuestions, ///< takes them and does not answer: who asked cannot even be killed
+        isDeaf,         ///< does not take them
+    };
+
+    static constexpr std::uint64_t kBlock = 4096;
+    static constexpr std::uint64_t kBlocks = 1000;
+
+    /// The folder is made. `failure()` when it cannot be mounted.
+    explicit FuseVolume(const std::filesystem::path& folder) : folder_(folder) {
+        failure_ = takePrivateMounts();
+        std::filesystem::create_directories(folder_);
+        if (failure_.empty()) {
+            failure_ = mount();
+        }
+        if (failure_.empty()) {
+            server_ = std::thread([this, fuse = device_.get()] { serve(fuse); });
+            struct statvfs volume {}; // comes back when kernel and server know each other
+            failure_ = ::statvfs(folder_.c_str(), &volume) == 0 ? "" : std::strerror(errno);
+            device_.reset();
+        }
+    }
+    FuseVolume(const FuseVolume&) = delete;
+    FuseVolume& operator=(const FuseVolume&) = delete;
+    ~FuseVolume() {
+        if (server_.joinable()) {
+            set(Manner::answers);
+            ::umount2(folder_.c_str(), MNT_DETACH);
+            wake('e');
+            server_.join();
+        }
+    }
+
+    const std::string& failure() const { return failure_; }
+    std::filesystem::path home() const { return folder_ / "home"; }
+
+    void set(Manner manner) {
+        {
+            const std::lock_guard lock(mutex_);
+            manner_ = manner;
+        }
+        wake('m');
+    }
+
+    /// Blocks that are available from now on.
+    void setFree(std::uint64_t blocks) {
+        const std::lock_guard lock(mutex_);
+        free_ = blocks;
+    }
+
+  private:
+    static constexpr std::uint64_t kHome = 2; // the root is 1
+    static constexpr std::size_t kLongestQuestion = 1 << 17;
+    using Question = std::vector<char>;
+
+    std::string mount() {
+        int ends[2] = {-1, -1}; // NOLINT(modernize-avoid-c-arrays): what pipe2 takes
+        device_ = platform::FileDescriptor(::open("/dev/fuse", O_RDWR | O_CLOEXEC | O_NONBLOCK));
+        if (!device_ || ::pipe2(ends, O_CLOEXEC) != 0) {
+            return std::string("no /dev/fuse: ") + std::strerror(errno);
+        }
+        woken_ = platform::FileDescriptor(ends[0]);
+        waker_ = platform::FileDescriptor(ends[1]);
+        const std::string options =
+            fmt::format("fd={},rootmode=40000,user_id={},group_id={},allow_other", device_.get(),
+                        ::getuid(), ::getgid());
+        return ::mount("test", folder_.c_str(), "fuse", MS_NOSUID | MS_NODEV, options.c_str()) == 0
+                   ? std::string()
+                   : std::string("no FUSE: ") + std::strerror(errno);
+    }
+
+    void wake(char why) { (void)!::write(waker_.get(), &why, 1); }
+
+    void serve(int fuse) {
+        // The device is this thread's alone: so it is closed when the process is killed, and who
+        // hangs in a question comes free.
+        ::unshare(CLONE_FILES);
+        const platform::FileDescriptor device(fuse);
+        fuse_ = fuse;
+        std::vector<Question> kept;
+        for (;;) {
+            const Manner manner = [this] {
+                const std::lock_guard lock(mutex_);
+                return manner_;
+            }();
+            if (manner == Manner::answers) {
+                for (const Question& question : kept) {
+                    answer(question);
+                }
+                kept.clear();
+            }
+            pollfd waits[2] = {{.fd = woken_.get(), .events = POLLIN, .revents = 0}, // NOLINT
+                               {.fd = fuse_, .events = POLLIN, .revents = 0}};
+            ::poll(waits, manner == Manner::isDeaf ? 1 : 2, -1);
+            char why = 0;
+            if (waits[0].revents != 0 && ::read(woken_.get(), &why, 1) == 1) {
+                if (why == 'e') {
+                    return;
+                }
+                continue;
+            }
+            Question question(kLongestQuestion);
+            const ssize_t length = ::read(fuse_, question.data(), question.size());
+            if (length > 0 && manner == Manner::keepsQuestions) {
+                kept.push_back(std::move(question));
+            } else if (length > 0) {
+                answer(question);
+            }
+        }
+    }
+
+    template <typename Record>
+    void send(const fuse_in_header& asked, const Record& record) {
+        std::vector<char> bytes(sizeof(fuse_out_header) + sizeof(Record));
+        const fuse_out_header header{
+            .len = static_cast<std::uint32_t>(bytes.size()), .error = 0, .unique = asked.unique};
+        std::memcpy(bytes.data(), &header, sizeof header);
+        std::memcpy(bytes.data() + sizeof header, &record, sizeof record);
+        (void)!::write(fuse_, bytes.data(), bytes.size());
+    }
+
+    void refuse(const fuse_in_header& asked, int error) {
+        const fuse_out_header header{.len = sizeof header, .error = -error, .unique = asked.unique};
+        (void)!::write(fuse_, &header, sizeof header);
+    }
+
+    static fuse_attr folder(std::uint64_t node) {
+        fuse_attr attributes{};
+        attributes.ino = node;
+        attributes.mode = S_IFDIR | 0755;
+        attributes.nlink = 2;
+        attributes.blksize = kBlock;
+        return attributes;
+    }
+
+    void answer(const Question& question) {
+        fuse_in_header asked{};
+        std::memcpy(&asked, question.data(), sizeof asked);
+        const char* const words = question.data() + sizeof asked;
+        switch (asked.opcode) {
+        case FUSE_INIT: {
+            constexpr std::uint32_t kMinor = 31;
+            fuse_init_out out{};
+            out.major = FUSE_KERNEL_VERSION;
+            out.minor = kMinor;
+            out.max_write = kBlock;
+            return send(asked, out);
+        }
+        case FUSE_STATFS: {
+            fuse_statfs_out out{};
+            const std::lock_guard lock(mutex_);
+            out.st.blocks = kBlocks;
+            out.st.bfree = out.st.bavail = free_;
+            out.st.bsize = out.st.frsize = kBlock;
+            return send(asked, out);
+        }
+        case FUSE_GETATTR: {
+            fuse_attr_out out{};
+            out.attr = folder(asked.nodeid);
+            return send(asked, out);
+        }
+        case FUSE_LOOKUP: {
+            fuse_entry_out out{};
+            out.nodeid = kHome;
+            out.attr = folder(kHome);
+            return words == std::string("home") ? send(asked, out) : refuse(asked, ENOENT);
+        }
+        case FUSE_FORGET:
+        case FUSE_BATCH_FORGET:
+        case FUSE_INTERRUPT:
+            return; // to these nobody waits for an answer
+        default:
+            return refuse(asked, ENOSYS);
+        }
+    }
+
+    std::filesystem::path folder_;
+    std::string failure_;
+    platform::FileDescriptor device_; ///< until the server has taken it over
+    int fuse_ = -1;                   ///< the server thread's
+    platform::FileDescriptor woken_;
+    platform::FileDescriptor waker_;
+    std::mutex mutex_; ///< guards what follows
+    Manner manner_ = Manner::answers;
+    std::uint64_t free_ = kBlocks / 2;
+    std::thread server_;
+};
+
+} // namespace korvel::test
