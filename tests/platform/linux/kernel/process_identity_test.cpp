@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstring>
 #include <ctime>
 #include <functional>
 
