@@ -1,6 +1,7 @@
 #include "platform/linux/kernel/linux_processes.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <utility>
 
@@ -234,6 +235,24 @@ void LinuxProcesses::terminateIfSame(std::int32_t pid, std::optional<std::uint64
 
 std::int32_t LinuxProcesses::currentProcessIdentifier() {
     return ::getpid();
+}
+
+bool LinuxProcesses::hidesOthers() {
+    constexpr std::uint32_t kListingsBetween = 12; // a minute
+    const std::lock_guard lock(mutex_);
+    const std::vector<KeptProcess>& processes = table_.processes();
+    if (processes.empty()) {
+        return false; // a table that cannot be read hides nobody
+    }
+    if (processes.front().pid == 1 && processes.front().statm) {
+        return false; // it was read and is kept
+    }
+    if (lookedAt_ == 0 || listings_ - lookedAt_ >= kListingsBetween) {
+        lookedAt_ = listings_;
+        hidesOthers_ =
+            !table_.readOnce(1, "statm") && (errno == ENOENT || errno == EPERM || errno == EACCES);
+    }
+    return hidesOthers_;
 }
 
 std::size_t LinuxProcesses::keptDescriptors() {

@@ -53,6 +53,8 @@ class LinuxProcesses final : public Processes {
     void terminate(std::int32_t pid) override;
     void terminateIfSame(std::int32_t pid, std::optional<std::uint64_t> startTime) override;
     std::int32_t currentProcessIdentifier() override;
+    /// Whether process 1 cannot be read, which is another user's everywhere but in some containers.
+    bool hidesOthers() override;
 
     std::size_t keptDescriptors(); ///< how many are open for processes now
 
@@ -76,7 +78,9 @@ class LinuxProcesses final : public Processes {
     std::uint64_t shmem_ = 0; ///< the machine's shared memory, in bytes
     bool anyHolders_ = false; ///< at the last weighing
     std::uint32_t listings_ = 0;
-    std::uint32_t weighedAt_ = 0;  ///< the listing at which all were last looked at
+    std::uint32_t weighedAt_ = 0; ///< the listing at which all were last looked at
+    std::uint32_t lookedAt_ = 0;  ///< the listing at which process 1 was last looked for
+    bool hidesOthers_ = false;
     std::uint32_t measuredAt_ = 0; ///< the listing at which a holder was last measured
     std::string buffer_;           ///< of meminfo
 };

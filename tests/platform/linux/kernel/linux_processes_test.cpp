@@ -1,5 +1,7 @@
 #include "platform/linux/kernel/linux_processes.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <string>
 #include <thread>
@@ -140,6 +142,47 @@ TEST_F(ProcessTree, SpoiltFilesHaveNoFootprint) {
     tree_.write("proc/5/status", "Name:\tp\nVmSwap:\tmany kB\n");
     processes_.listAllPids();
     EXPECT_EQ(processes_.physFootprint(5), 100 * kPage) << "what is known stands";
+}
+
+TEST_F(ProcessTree, OthersAreHiddenWhereTheFirstProcessIsAndThatIsLookedAtOnceAMinute) {
+    process(5, "mine", 100);
+    EXPECT_FALSE(processes_.hidesOthers()) << "not listed yet";
+    for (int listing = 0; listing < 25; ++listing) {
+        processes_.listAllPids();
+        processes_.physFootprint(5);
+        EXPECT_TRUE(processes_.hidesOthers());
+    }
+    const auto looks = [&] {
+        return std::count(calls_.paths.begin(), calls_.paths.end(), "1/statm");
+    };
+    EXPECT_EQ(looks(), 3);
+    process(1, "init", 100);
+    processes_.listAllPids();
+    processes_.physFootprint(1);
+    EXPECT_FALSE(processes_.hidesOthers());
+    const auto before = looks();
+    for (int listing = 0; listing < 25; ++listing) {
+        processes_.listAllPids();
+        processes_.physFootprint(1);
+        EXPECT_FALSE(processes_.hidesOthers());
+    }
+    EXPECT_EQ(looks(), before) << "known by its kept file";
+}
+
+TEST_F(ProcessTree, OthersAreHiddenWhereTheirFilesAreRefusedAndNotWhereDescriptorsAreShort) {
+    struct Case {
+        int error;
+        bool expected;
+    };
+    process(1, "init", 100);
+    process(5, "mine", 100);
+    for (const Case& c : std::vector<Case>{{EPERM, true}, {EACCES, true}, {EMFILE, false}}) {
+        calls_.failOpen = [&](const std::string& path) { return path == "1/statm" ? c.error : 0; };
+        LinuxProcesses processes(tree_.root(), calls_, 1000);
+        processes.listAllPids();
+        EXPECT_FALSE(processes.physFootprint(1));
+        EXPECT_EQ(processes.hidesOthers(), c.expected) << c.error;
+    }
 }
 
 TEST_F(ProcessTree, NamesAreHandedOnAsTheyAre) {
