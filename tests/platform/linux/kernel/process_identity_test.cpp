@@ -203,7 +203,7 @@ TEST(LiveStartTimes, AnotherProcessThatHasGotThePidLives) {
 
 /// Refuses the making of handles for processes in this process, and in all it starts, for good.
 bool refuseHandles(int error) {
-    const auto refusal = static_cast<std::uint32_t>(SECCOMP_RET_ERRNO | error);
+    const std::uint32_t refusal = SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(error);
     std::array<sock_filter, 4> filter = {{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_pidfd_open, 0, 1),
