@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 #include <ctime>
+#include <limits>
 #include <utility>
 
 #include <QCoreApplication>
@@ -15,6 +16,8 @@
 
 #include "platform/posix/file_descriptor.h"
 #else
+#include <pthread/qos.h>
+
 #include "platform/qt/rechecked_timer.h"
 #endif
 
@@ -76,6 +79,9 @@ std::unique_ptr<Timer> makeOneShot(double seconds, RunLoop::Work work) {
     return std::make_unique<OneShotTimer>(seconds, std::move(work));
 }
 
+/// A new thread has the priority of the one that started it.
+void raisePriority() {}
+
 #else
 
 /// Seconds; this system's clock goes on while the machine sleeps.
@@ -92,12 +98,23 @@ std::unique_ptr<Timer> makeOneShot(double seconds, RunLoop::Work work) {
     return std::make_unique<RecheckedTimer>(seconds, std::move(work), continuousTime, kLongestWait);
 }
 
+/// A new thread has this system's default class, below that of what a user waits for, and Qt
+/// chooses none.
+void raisePriority() {
+    ::pthread_set_qos_class_self_np(QOS_CLASS_USER_INITIATED, 0);
+}
+
 #endif
 
 } // namespace
 
 QtRunLoop::QtRunLoop(Work end)
-    : end_(end ? std::move(end) : Work([] { QCoreApplication::exit(0); })) {}
+    : end_(end ? std::move(end) : Work([] { QCoreApplication::exit(0); })) {
+    // The library's limit is the number of processors, and work beyond it would wait for work that
+    // may never end.
+    pool_.setMaxThreadCount(std::numeric_limits<int>::max());
+    pool_.setExpiryTimeout(0); // a thread that is done goes away; there is one a click at most
+}
 
 QtRunLoop::~QtRunLoop() {
     pool_.waitForDone();
@@ -120,7 +137,10 @@ std::unique_ptr<Timer> QtRunLoop::every(double seconds, Work work) {
 }
 
 void QtRunLoop::background(Work work) {
-    pool_.start(std::move(work));
+    pool_.start([run = std::move(work)] {
+        raisePriority();
+        run();
+    });
 }
 
 void QtRunLoop::terminate() {

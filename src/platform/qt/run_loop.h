@@ -12,7 +12,8 @@ class QtRunLoop final : public RunLoop {
   public:
     /// `end` ends the program, on a turn of the main thread; empty: Qt's loop is left.
     explicit QtRunLoop(Work end = {});
-    /// Waits for the work in the background.
+    /// Waits for the work in the background, which may use what is taken down later. So a program
+    /// that is to end whatever that work does ends without it.
     ~QtRunLoop() override;
 
     void async(Work work) override;

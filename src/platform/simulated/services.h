@@ -54,13 +54,17 @@ struct SimulatedServices {
     Services services() { return services(childProcesses, files); }
     /// The same with other children and files.
     Services services(ChildProcesses& children, Files& otherFiles) {
+        return services(children, otherFiles, runLoop);
+    }
+    /// The same with another run loop too, which the simulated services themselves do not use.
+    Services services(ChildProcesses& children, Files& otherFiles, RunLoop& otherLoop) {
         return {.machine = machine,
                 .processes = processes,
                 .swappedMemory = swappedMemory,
                 .agents = agents,
                 .childProcesses = children,
                 .clock = clock,
-                .runLoop = runLoop,
+                .runLoop = otherLoop,
                 .files = otherFiles,
                 .statusBar = statusBar,
                 .defaults = defaults,
