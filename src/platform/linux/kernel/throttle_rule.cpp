@@ -19,9 +19,8 @@ int ThrottleRule::state(std::optional<std::uint64_t> total, Moment now) {
     unread_ = 0;
     add({*total, now});
     const Interval measured = sum();
-    // What is counted at its end may have begun before the fifteen seconds.
-    const double share =
-        intervals_.empty() ? 0 : std::min(measured.throttled / measured.length, 1.0);
+    // Over 1 where a throttling has ended that began before the fifteen seconds.
+    const double share = intervals_.empty() ? 0 : measured.throttled / measured.length;
     if (share >= (state_ >= kCriticalHeat ? kHeavilyNoMore : kHeavily)) {
         state_ = kCriticalHeat;
     } else if (share >= (state_ >= kSeriousHeat ? kThrottledNoMore : kThrottled)) {

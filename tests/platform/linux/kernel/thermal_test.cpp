@@ -264,18 +264,18 @@ TEST_F(ThermalReaderTest, AHotFirmwareZoneThatStandsStillWhileOthersMoveIsNoLong
     zone("thermal_zone1", "", "40000\n", "x86_pkg_temp\n");
     EXPECT_EQ(next(), 2);
     EXPECT_EQ(next(), 2);
-    for (int reading = 0; reading < 2 * kReadingsAMinute; ++reading) {
-        EXPECT_EQ(next(), 2) << "nothing moves";
-    }
-    const auto move = [this](int reading) {
-        tree_.write("sys/class/thermal/thermal_zone1/temp",
-                    reading % 2 == 0 ? "41000\n" : "44000\n");
+    const auto moveOther = [this](int reading, const char* to) {
+        tree_.write("sys/class/thermal/thermal_zone1/temp", reading % 2 == 0 ? to : "40000\n");
     };
-    for (int reading = 0; reading < kReadingsAMinute + 3; ++reading) {
-        EXPECT_EQ(reader_.state(), 2) << reading;
-        move(reading);
+    for (int reading = 0; reading < 2 * kReadingsAMinute; ++reading) {
+        EXPECT_EQ(next(), 2) << "nothing moves by more than its noise";
+        moveOther(reading, "42000\n");
     }
-    next();
+    for (int reading = 0; reading < kReadingsAMinute + 3; ++reading) {
+        moveOther(reading, "43000\n");
+        EXPECT_EQ(next(), 2) << "a minute, and three readings for which a state stands: "
+                             << reading;
+    }
     EXPECT_EQ(next(), 0);
     EXPECT_FALSE(reader_.reports());
     tree_.write("sys/class/thermal/thermal_zone0/temp", "101000\n");
