@@ -110,16 +110,17 @@ std::int64_t TemperatureDoubt::moved(std::optional<std::int64_t> temperature) co
 }
 
 std::optional<std::int64_t> TemperatureDoubt::believed(std::optional<std::int64_t> temperature,
-                                                       bool othersMoved) {
+                                                       std::int64_t othersMoved) {
     constexpr std::int64_t kJump = 40'000; // millidegrees
-    constexpr int kLongestStillness = 12;  // readings
+    constexpr std::int64_t kNoise = 3'000; // millidegrees; under it
     if (!temperature) {
         return std::nullopt;
     }
-    if (moved(temperature) != 0) {
-        stoodStill_ = 0;
-    } else if (othersMoved) {
-        stoodStill_ = std::min(stoodStill_ + 1, kLongestStillness);
+    if (moved(temperature) > 0) {
+        hasMoved_ = true;
+        stillness_ = 0;
+    } else if (othersMoved >= (hasMoved_ ? kNoise : 1) && !standsStill()) {
+        ++stillness_;
     }
     const bool isConfirmed = unconfirmed_ && *temperature > *unconfirmed_ - kJump;
     if (last_ && *temperature - *last_ > kJump && !isConfirmed) {
@@ -128,7 +129,7 @@ std::optional<std::int64_t> TemperatureDoubt::believed(std::optional<std::int64_
     }
     unconfirmed_.reset();
     last_ = temperature;
-    return stoodStill_ < kLongestStillness ? temperature : std::nullopt;
+    return temperature;
 }
 
 } // namespace korvel::platform

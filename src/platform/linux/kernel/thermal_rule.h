@@ -68,16 +68,22 @@ class TemperatureDoubt {
     /// How far `temperature` is from the one before, in millidegrees; 0 where one is missing.
     std::int64_t moved(std::optional<std::int64_t> temperature) const;
 
-    /// `temperature` as it was read, in millidegrees; `othersMoved`: whether another sensor is
-    /// three degrees or more from where it was at the reading before. Gives the temperature, or
-    /// none: after a rise of more than 40 degrees that the next reading does not bear out, and when
-    /// it has stood still, to the millidegree, through twelve readings in which others moved.
-    std::optional<std::int64_t> believed(std::optional<std::int64_t> temperature, bool othersMoved);
+    /// `temperature` as it was read; `othersMoved`: how far another sensor is from where it was at
+    /// the reading before; both in millidegrees. Gives the temperature, or none when it rose by
+    /// more than 40 degrees and no second reading has borne that out.
+    std::optional<std::int64_t> believed(std::optional<std::int64_t> temperature,
+                                         std::int64_t othersMoved);
+
+    /// Whether nothing is to be believed of it before it moves: it has never moved, and others did
+    /// in three readings; or it has stood still, to the millidegree, through twelve readings (a
+    /// minute) in which others moved by three degrees or more.
+    bool standsStill() const { return stillness_ >= (hasMoved_ ? 12 : 3); }
 
   private:
     std::optional<std::int64_t> last_;
     std::optional<std::int64_t> unconfirmed_; ///< a rise that one reading has shown
-    int stoodStill_ = 0;                      ///< readings in which others moved
+    bool hasMoved_ = false;
+    int stillness_ = 0; ///< readings in which only others moved
 };
 
 } // namespace korvel::platform

@@ -13,12 +13,6 @@
 
 namespace korvel::platform {
 
-namespace {
-
-constexpr std::int64_t kMove = 3'000; // millidegrees; more than a sensor's noise
-
-} // namespace
-
 ThermalZones::ThermalZones(FileCalls& calls, const std::string& root)
     : calls_(calls), path_(root + "sys/class/thermal/"), directory_(calls, path_) {}
 
@@ -96,35 +90,37 @@ std::optional<int> ThermalZones::stateOfProcessor() {
 std::optional<int> ThermalZones::stateOfFirmware() {
     std::vector<std::pair<Zone*, std::optional<std::int64_t>>> readings;
     bool isWarm = false;
-    bool moved = false;
+    std::int64_t moved = 0;
     for (auto& [name, zone] : zones_) {
         if (zone.decides(ZoneKind::firmware)) {
-            isWarm = isWarm || zone.rule.told() > kNominalHeat;
+            isWarm = isWarm || (zone.rule.told() > kNominalHeat && !zone.doubt.standsStill());
             readings.emplace_back(&zone, temperature(zone));
-            moved = moved || zone.doubt.moved(readings.back().second) >= kMove;
+            moved = std::max(moved, zone.doubt.moved(readings.back().second));
         }
     }
     // Only what says that it is hot is held against others, so that a cool machine reads no more.
-    moved = moved || (isWarm && witnessMoved());
+    moved = std::max(moved, isWarm ? witnessMoved() : 0);
     std::optional<int> hottest;
     for (const auto& [zone, temperature] : readings) {
         zone->rule.state(zone->doubt.believed(temperature, moved));
-        hottest = std::max(hottest, zone->rule.told());
+        if (!zone->doubt.standsStill()) {
+            hottest = std::max(hottest, zone->rule.told());
+        }
     }
     return hottest;
 }
 
-bool ThermalZones::witnessMoved() {
+std::int64_t ThermalZones::witnessMoved() {
     for (auto& [name, zone] : zones_) {
         if (!zone.rule.hasTrips()) {
             if (const std::optional<std::int64_t> now = temperature(zone)) {
-                const bool moved = zone.doubt.moved(now) >= kMove;
-                zone.doubt.believed(now, false);
+                const std::int64_t moved = zone.doubt.moved(now);
+                zone.doubt.believed(now, 0);
                 return moved;
             }
         }
     }
-    return false;
+    return 0;
 }
 
 } // namespace korvel::platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -43,7 +44,8 @@ class ThermalZones {
     std::optional<std::int64_t> temperature(Zone& zone);
     std::optional<int> stateOfProcessor();
     std::optional<int> stateOfFirmware();
-    bool witnessMoved();
+    /// How far a zone that does not decide is from where it was, in millidegrees.
+    std::int64_t witnessMoved();
 
     FileCalls& calls_;
     std::string path_;

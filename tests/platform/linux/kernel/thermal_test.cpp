@@ -259,27 +259,47 @@ TEST_F(ThermalReaderTest, ACriticalTripThatNoProcessorHasDoesNotDecide) {
     }
 }
 
-TEST_F(ThermalReaderTest, AHotFirmwareZoneThatStandsStillWhileOthersMoveIsNoLongerBelieved) {
+TEST_F(ThermalReaderTest, AFirmwareZoneThatNeverMovesWhileOthersDoIsNotBelieved) {
     zone("thermal_zone0", "100000\n", "102000\n", "acpitz\n");
     zone("thermal_zone1", "", "40000\n", "x86_pkg_temp\n");
-    EXPECT_EQ(next(), 2);
-    EXPECT_EQ(next(), 2);
-    const auto moveOther = [this](int reading, const char* to) {
-        tree_.write("sys/class/thermal/thermal_zone1/temp", reading % 2 == 0 ? to : "40000\n");
+    const auto nextAndOther = [this](int reading) {
+        tree_.write("sys/class/thermal/thermal_zone1/temp",
+                    reading % 2 == 0 ? "40000\n" : "40001\n");
+        return next();
     };
     for (int reading = 0; reading < 2 * kReadingsAMinute; ++reading) {
-        EXPECT_EQ(next(), 2) << "nothing moves by more than its noise";
-        moveOther(reading, "42000\n");
+        EXPECT_EQ(next(), 2) << "nothing moves";
     }
-    for (int reading = 0; reading < kReadingsAMinute + 3; ++reading) {
-        moveOther(reading, "43000\n");
-        EXPECT_EQ(next(), 2) << "a minute, and three readings for which a state stands: "
-                             << reading;
-    }
-    EXPECT_EQ(next(), 0);
+    EXPECT_EQ(nextAndOther(1), 2);
+    EXPECT_EQ(nextAndOther(2), 2);
+    EXPECT_EQ(nextAndOther(3), 0);
     EXPECT_FALSE(reader_.reports());
-    tree_.write("sys/class/thermal/thermal_zone0/temp", "101000\n");
+    EXPECT_EQ(next(), 0) << "and not when the others stand still, too";
+    tree_.write("sys/class/thermal/thermal_zone0/temp", "101900\n");
     EXPECT_EQ(next(), 2) << "it moves after all";
+    EXPECT_TRUE(reader_.reports());
+}
+
+TEST_F(ThermalReaderTest, AFirmwareZoneThatHasMovedIsBelievedForAMinuteOfStandingStill) {
+    zone("thermal_zone0", "100000\n", "102000\n", "acpitz\n");
+    zone("thermal_zone1", "200000\n", "40000\n", "acpitz\n");
+    zone("thermal_zone2", "90000\n", "40000\n", "acpitz\n");
+    EXPECT_EQ(next(), 2);
+    tree_.write("sys/class/thermal/thermal_zone0/temp", "103000\n");
+    const auto nextAndOther = [this](int reading, const char* to) {
+        tree_.write("sys/class/thermal/thermal_zone2/temp", reading % 2 == 0 ? to : "40000\n");
+        return next();
+    };
+    for (int reading = 0; reading < 2 * kReadingsAMinute; ++reading) {
+        EXPECT_EQ(nextAndOther(reading, "42999\n"), 2) << "others move no more than their noise";
+    }
+    for (int reading = 0; reading < kReadingsAMinute - 1; ++reading) {
+        EXPECT_EQ(nextAndOther(reading, "43000\n"), 2) << reading;
+    }
+    EXPECT_EQ(nextAndOther(1, "43000\n"), 0);
+    EXPECT_TRUE(reader_.reports()) << "of the zone that moves";
+    tree_.write("sys/class/thermal/thermal_zone0/temp", "102000\n");
+    EXPECT_EQ(next(), 2);
 }
 
 TEST_F(ThermalReaderTest, ARiseThatTheNextReadingDoesNotBearOutIsPassedOver) {
