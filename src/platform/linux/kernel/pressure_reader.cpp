@@ -37,8 +37,11 @@ std::uint64_t PressureReader::roomInSwap(const Meminfo& memory, const ZramUse& z
     if (memory.activeAnon && memory.inactiveAnon) {
         room.swappable = *memory.activeAnon + *memory.inactiveAnon;
     }
-    if (const auto text = zram.devices > 0 ? swapsFile_.read(buffer_) : std::nullopt) {
-        room.freeOnZram = parseSwapAreas(*text).value_or(SwapAreas()).zramFree;
+    if (zram.devices > 0) {
+        // Where the list is hidden, as from some containers, the devices are taken for the swap.
+        const auto text = swapsFile_.read(buffer_);
+        const auto areas = text ? parseSwapAreas(*text) : std::nullopt;
+        room.freeOnZram = areas ? areas->zramFree : room.free;
     }
     return room.bytes();
 }

@@ -69,6 +69,8 @@ TEST_F(NearlyFull, WithRoomInSwapIsAWarningAndWithoutCritical) {
     EXPECT_EQ(level(), 4) << "compression gains nothing";
     tree.write("proc/swaps", kHeading + "/dev/sda2 partition 2000000 1000000 -2\n");
     EXPECT_EQ(level(), 2) << "the compressed device is no swap, a disk is";
+    tree.remove("proc/swaps");
+    EXPECT_EQ(level(), 4) << "the list is hidden: the device is taken for the swap";
 }
 
 TEST_F(NearlyFull, WhatCannotBeSwappedOutMakesNoRoom) {
