@@ -254,6 +254,24 @@ TEST_F(SystemdAgentsTest, WhatTriggersTheServiceIsFollowedUnderAnyName) {
     }
 }
 
+TEST_F(SystemdAgentsTest, AChangeBeforeTheSignalsOfATimerAreAskedForIsFound) {
+    startManager();
+    manager_.set(kUnit, {});
+    manager_.setInMemory(kUnit, true);
+    manager_.setTriggeredBy(kUnit, {kTimer});
+    manager_.set(kTimer, {kActive, QStringLiteral("waiting")});
+    // Between what the answer says and the answer itself the timer is stopped.
+    manager_.takenIn = [this](const QString& unit) {
+        manager_.setInMemory(unit, true);
+        manager_.set(unit, {});
+        manager_.tellState(QDBusConnection(QStringLiteral("manager") + suffix_), unit);
+    };
+    SystemdAgents agents(connection_, kSettle);
+    manager_.subscriptions = 1; // another program's
+    EXPECT_TRUE(inLoop(agents));
+    EXPECT_TRUE(runUntil([&] { return !agents.isLoaded(kLabel); }));
+}
+
 TEST_F(SystemdAgentsTest, ASocketOrMountThatTriggersTheServiceDoesNotWaitForIt) {
     startManager();
     const QStringList others{QStringLiteral("a.socket"), QStringLiteral("b.automount")};
