@@ -144,6 +144,9 @@ void fuzzProcess(std::string_view text) {
         require(statm->anonymous() <= statm->resident, "no more anonymous than resident pages");
     }
     parseStartTime(text);
+    parseParent(text);
+    require(parseRssShmem(text).value_or(0) % 1024 == 0, "whole kibibytes");
+    require(parsePssShmem(text).value_or(0) % 1024 == 0, "whole kibibytes");
     require(parseVmSwap(text).value_or(0) % 1024 == 0, "whole kibibytes");
     const std::string_view comm = takePart(text);
     const std::string name = lengthenedName(comm, text);

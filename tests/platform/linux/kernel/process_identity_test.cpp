@@ -8,6 +8,7 @@
 #include <ctime>
 #include <functional>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/sched.h>
@@ -27,7 +28,8 @@ namespace {
 TEST(StartTime, IsTheTwentySecondFieldWhateverTheNameHolds) {
     const std::string behind = " S 1 2 3 0 -1 4194560 8 0 0 0 9 9 0 0 20 0 1 0 ";
     for (const std::string name : {"bash", "(sd-pam)", "a) R 1 2 3 4 5 6 (", "a)\nS 1", "", ")"}) {
-        EXPECT_EQ(parseStartTime("41 (" + name + ")" + behind + "8125 1000 2000\n"), 8125U) << name;
+        EXPECT_EQ(parseStartTime(fmt::format("41 ({}){}8125 1000 2000\n", name, behind)), 8125U)
+            << name;
     }
     EXPECT_EQ(parseStartTime("41 (x)" + behind + "18446744073709551615 1 2\n"), ~std::uint64_t{0});
     for (const std::string& bad :
