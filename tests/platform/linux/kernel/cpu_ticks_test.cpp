@@ -69,6 +69,8 @@ TEST(KernelStat, ALineThatCannotBeReadIsLeftOut) {
     EXPECT_FALSE(parseKernelStat("btime\n").btime);
     EXPECT_FALSE(parseKernelStat("btime x\n").btime);
     EXPECT_FALSE(parseKernelStat("btime 1763600000").btime) << "cut short";
+    EXPECT_FALSE(parseKernelStat("btime 18446744073709548016\n").btime)
+        << "an hour before 1970, as a clock that was set back leaves it";
 }
 
 TEST(KernelStat, OfADoubledLineTheFirstCounts) {
