@@ -1,5 +1,8 @@
 #include "ui/content/metric_rows.h"
 
+#include <string>
+#include <utility>
+
 #include <fmt/format.h>
 
 #include "base/fatal.h"
@@ -49,6 +52,33 @@ Ink thermalColour(ThermalState thermal) {
     return Ink::bad; // an unknown state too: its bar is short, but it is not known to be good
 }
 
+/// For what the machine has no figure for.
+Row unreportedRow(std::string label) {
+    return {std::move(label), 0, kNotReported, Ink::secondary, {}, false};
+}
+
+Row thermalRow(const Snapshot& snap) {
+    if (snap.unreported.thermalState) {
+        return unreportedRow("THERMAL");
+    }
+    return {"THERMAL",
+            thermalPct(snap.thermal),
+            "macOS thermal state: " + snap.thermalLabel(),
+            thermalColour(snap.thermal),
+            {}};
+}
+
+Row diskRow(const Snapshot& snap) {
+    if (snap.unreported.dataVolume) {
+        return unreportedRow("DISK");
+    }
+    return {"DISK",
+            snap.diskPct,
+            fmt::format("{} GB free", checkedInt(snap.diskFreeGB)),
+            gaugeTint(snap.diskPct, 85, 93),
+            {}};
+}
+
 /// Judged by activity, not by size: a large but idle swap file is good.
 Row swapRow(const Snapshot& snap) {
     if (snap.swappingNow) {
@@ -73,16 +103,8 @@ std::vector<Row> metricRows(const Snapshot& snap, const std::vector<HistoryPoint
          pressureColour(snap.memPressure),
          Spark(history, Ink::pink, [](const HistoryPoint& point) { return point.mem; })},
         swapRow(snap),
-        {"THERMAL",
-         thermalPct(snap.thermal),
-         "macOS thermal state: " + snap.thermalLabel(),
-         thermalColour(snap.thermal),
-         {}},
-        {"DISK",
-         snap.diskPct,
-         fmt::format("{} GB free", checkedInt(snap.diskFreeGB)),
-         gaugeTint(snap.diskPct, 85, 93),
-         {}},
+        thermalRow(snap),
+        diskRow(snap),
     };
 }
 

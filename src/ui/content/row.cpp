@@ -7,7 +7,7 @@
 namespace korvel {
 
 std::string Row::percentText() const {
-    return fmt::format("{}%", checkedInt(pct));
+    return isReported ? fmt::format("{}%", checkedInt(pct)) : "—";
 }
 
 double Row::barFraction() const {

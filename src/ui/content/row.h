@@ -15,8 +15,10 @@ struct Row {
     std::string detail;
     Ink colour = Ink::good;
     std::optional<Spark> spark;
+    bool isReported = true; ///< whether the machine has a figure for it
 
-    /// The percentage truncated toward zero ("49%"). Fatal for a non-finite one.
+    /// The percentage truncated toward zero ("49%"); "—" for one that is not reported. Fatal for a
+    /// non-finite one.
     std::string percentText() const;
 
     /// The filled share of the bar, at most 1.

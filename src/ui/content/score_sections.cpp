@@ -55,6 +55,11 @@ std::string pointsLost(double lost) {
     return lost < kNothing ? "—" : fmt::format("−{:.0f}", lost);
 }
 
+std::string shownDetail(const ScoreFactor& factor, const Snapshot& snap) {
+    const bool isReported = factor.name != "Thermal" || !snap.unreported.thermalState;
+    return isReported ? factor.detail : kNotReported;
+}
+
 std::vector<PopoverContent::FactorLine> breakdownOf(const Snapshot& snap) {
     constexpr double kFullBar = 26; // points; the largest weight
     constexpr double kBad = 8;
@@ -69,7 +74,7 @@ std::vector<PopoverContent::FactorLine> breakdownOf(const Snapshot& snap) {
         line.barFraction = lost / kFullBar < 1 ? lost / kFullBar : 1;
         line.barColour = lost > kBad ? Ink::bad : lost > kWarn ? Ink::warn : Ink::good;
         line.lostColour = lost > kBad ? Ink::bad : Ink::secondary;
-        line.detail = factor.detail;
+        line.detail = shownDetail(factor, snap);
         lines.push_back(std::move(line));
     }
     return lines;

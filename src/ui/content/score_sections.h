@@ -4,6 +4,7 @@
 
 namespace korvel {
 
+struct ScoreFactor;
 struct Snapshot;
 
 /// The popover's upper sections: what the score is and what holds it down.
@@ -12,6 +13,10 @@ PopoverContent::Header headerOf(const Snapshot& snap, bool showBreakdown);
 
 /// The points that a factor costs, as text: a dash for less than half a point.
 std::string pointsLost(double lost);
+
+/// The detail of one of the snapshot's factors, as it is shown: where the machine has no figure for
+/// it, that there is none.
+std::string shownDetail(const ScoreFactor& factor, const Snapshot& snap);
 
 std::vector<PopoverContent::FactorLine> breakdownOf(const Snapshot& snap);
 

@@ -1,18 +1,15 @@
 #pragma once
 
-#include <functional>
 #include <string>
 
 #include <QString>
 
 #include "ui/content/popover_content.h"
+#include "ui/content/words.h"
 #include "ui/quick/row_values.h"
 #include "ui/quick/section_values.h"
 
 namespace korvel {
-
-/// The last step before a text is shown or spoken: says it in the words of the desktop.
-using Words = std::function<std::string(std::string)>;
 
 /// Makes the values that the views show of a popover's content: the program's texts in the words of
 /// the desktop, names of processes as they are, and nothing in either that cannot be painted.

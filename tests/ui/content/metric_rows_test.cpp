@@ -124,6 +124,25 @@ TEST(MetricRows, DiskSpaceIsTruncated) {
     EXPECT_EQ(rowOf(snap, disk).detail, "0 GB free");
 }
 
+TEST(MetricRows, WhatTheMachineDoesNotReportHasNoPercentageAndNoJudgement) {
+    const struct {
+        platform::Unreported unreported;
+        Place place;
+    } rows[] = {{{.dataVolume = true}, disk}, {{.thermalState = true}, thermal}};
+    for (const auto& given : rows) {
+        Snapshot snap;
+        snap.unreported = given.unreported;
+        const Row row = rowOf(snap, given.place);
+        EXPECT_EQ(row.detail, "not reported here") << row.label;
+        EXPECT_EQ(row.percentText(), "—") << row.label;
+        EXPECT_EQ(row.barFraction(), 0) << row.label;
+        EXPECT_EQ(row.colour, Ink::secondary) << row.label;
+        for (const Place other : {cpu, memory, swap, thermal, disk}) {
+            EXPECT_EQ(rowOf(snap, other).isReported, other != given.place) << row.label;
+        }
+    }
+}
+
 TEST(MetricRowsDeathTest, DieOfDiskSpaceThatIsNoNumber) {
     Snapshot snap;
     snap.diskFreeGB = std::numeric_limits<double>::quiet_NaN();

@@ -105,6 +105,14 @@ TEST(Breakdown, ListsTheFactorsWorstFirstByTheirOwnIdentity) {
     EXPECT_EQ(lines[2].name, "Load");
 }
 
+TEST(Breakdown, SaysOfHeatWithoutASensorThatItIsNotReported) {
+    Snapshot snap;
+    snap.factors.emplace_back("Thermal", 0.08, 100, "normal");
+    EXPECT_EQ(breakdownOf(snap)[0].detail, "normal");
+    snap.unreported.thermalState = true;
+    EXPECT_EQ(breakdownOf(snap)[0].detail, "not reported here");
+}
+
 TEST(Status, WithoutAlertsTheSentenceDependsOnTheScore) {
     const std::string worst = "Memory is what's ";
     const std::string why = " (2.8 GB free to use · macOS is under pressure)";
