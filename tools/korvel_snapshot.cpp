@@ -27,11 +27,11 @@ std::string formatted(const Snapshot& snapshot, SnapshotArguments::Format format
     case SnapshotArguments::Format::json:
         return snapshotJson(snapshot) + "\n";
     case SnapshotArguments::Format::bar:
-        return snapshotBarLine(snapshot) + "\n";
+        return snapshotBarLine(snapshot, LocalMachine::inWords) + "\n";
     case SnapshotArguments::Format::report:
         break;
     }
-    return snapshotReport(snapshot, colours);
+    return snapshotReport(snapshot, colours, LocalMachine::inWords);
 }
 
 /// Writes at once, so that a bar sees each line as it comes. False: nobody reads any more.

@@ -23,6 +23,9 @@ class LocalMachine {
     /// Takes in what the system's services said since the last reading.
     void catchUp();
 
+    /// A text of the program, as this system's desktop says it.
+    static std::string inWords(std::string text);
+
     /// Every reading, beside what the system's own tools say of it.
     std::vector<Comparison> comparisons();
 

@@ -1,6 +1,9 @@
 #include "tools/local_machine.h"
 
+#include <utility>
+
 #include <QCoreApplication>
+#include <fmt/format.h>
 
 #include "core/metrics.h"
 #include "platform/linux/kernel/linux_machine.h"
@@ -9,6 +12,7 @@
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
 #include "report/reading_texts.h"
+#include "ui/content/linux_words.h"
 
 namespace korvel {
 
@@ -49,10 +53,19 @@ void LocalMachine::catchUp() {
     QCoreApplication::processEvents();
 }
 
+std::string LocalMachine::inWords(std::string text) {
+    return linuxWords(std::move(text));
+}
+
 std::vector<Comparison> LocalMachine::comparisons() {
+    // The kernel's own figures, where the tool for them is not installed.
+    constexpr const char* kSensorFiles =
+        "grep -s . /sys/class/thermal/thermal_zone*/temp /sys/class/hwmon/hwmon*/temp*_input";
     const auto reading = parts_->machine.read();
     ReadingTexts texts(*reading, parts_->processes);
     const std::string home = parts_->files.homeDirectory();
+    const std::string label(Metrics::wardenLabel);
+    const std::string agent = fmt::format("{}: {}", label, parts_->agents.isLoaded(label));
     return {
         {"physicalMemory", texts.physicalMemory(), "/usr/bin/free", {"--bytes"}, {"Mem:"}, true},
         {"processorCount",
@@ -62,6 +75,10 @@ std::vector<Comparison> LocalMachine::comparisons() {
          {},
          true},
         {"pageSize", texts.pageSize(), "/usr/bin/getconf", {"PAGESIZE"}, {}, true},
+        {"thermalState", texts.thermalState(), "/usr/bin/sensors", {}},
+        {"thermalState", texts.thermalState(), "/bin/sh", {"-c", kSensorFiles}},
+        {"memory", texts.memory(), "/usr/bin/free", {"--bytes"}, {"total", "Mem:"}},
+        {"compressedMemory", texts.compressedMemory(), "/usr/sbin/zramctl", {"--bytes"}},
         {"vmStatistics", texts.vmStatistics(), "/usr/bin/vmstat", {"--stats"}, {"memory", "swap"}},
         {"memoryPressureLevel",
          texts.memoryPressureLevel(),
@@ -73,6 +90,7 @@ std::vector<Comparison> LocalMachine::comparisons() {
         {"loadAverages", texts.loadAverages(), "/usr/bin/uptime", {}},
         {"bootTime", texts.bootTime(), "/usr/bin/uptime", {"--since"}},
         {"processes", texts.processes(), "/usr/bin/ps", {"-eo", "pid,rss,comm", "--sort=-rss"}},
+        {"isLoaded", agent, "/usr/bin/systemctl", {"--user", "is-active", label + ".service"}},
     };
 }
 

@@ -45,6 +45,10 @@ Metrics& LocalMachine::metrics() {
 
 void LocalMachine::catchUp() {}
 
+std::string LocalMachine::inWords(std::string text) {
+    return text;
+}
+
 std::vector<Comparison> LocalMachine::comparisons() {
     constexpr const char* kSysctl = "/usr/sbin/sysctl";
     constexpr const char* kAwakeKey = "awakeOn"; // as the program stores it

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "base/utf8.h"
+#include "core/snapshot.h"
 #include "platform/machine.h"
 #include "platform/processes.h"
 
@@ -32,7 +33,8 @@ std::string ReadingTexts::pageSize() {
 }
 
 std::string ReadingTexts::thermalState() {
-    return fmt::format("{}", reading_.thermalState());
+    const int state = reading_.thermalState();
+    return reading_.unreported().thermalState ? kNotReported : fmt::format("{}", state);
 }
 
 std::string ReadingTexts::vmStatistics() {
@@ -45,9 +47,26 @@ std::string ReadingTexts::vmStatistics() {
               : kNone;
 }
 
+std::string ReadingTexts::memory() {
+    const auto vm = reading_.vmStatistics();
+    const std::uint64_t page = reading_.pageSize();
+    return vm ? fmt::format("available {}, used {} bytes",
+                            page * (std::uint64_t{vm->free_count} + vm->inactive_count +
+                                    vm->speculative_count + vm->purgeable_count),
+                            page * (std::uint64_t{vm->active_count} + vm->wire_count +
+                                    vm->compressor_page_count))
+              : kNone;
+}
+
+std::string ReadingTexts::compressedMemory() {
+    const auto vm = reading_.vmStatistics();
+    return vm ? fmt::format("{} bytes", reading_.pageSize() * vm->compressor_page_count) : kNone;
+}
+
 std::string ReadingTexts::memoryPressureLevel() {
     const auto level = reading_.memoryPressureLevel();
-    return level ? fmt::format("{}", *level) : kNone;
+    const bool stalls = !reading_.unreported().memoryStall;
+    return level ? fmt::format("{}{}", *level, stalls ? "" : ", by available memory alone") : kNone;
 }
 
 std::string ReadingTexts::swapUsage() {
@@ -59,6 +78,9 @@ std::string ReadingTexts::swapUsage() {
 
 std::string ReadingTexts::dataVolume() {
     const auto volume = reading_.dataVolume();
+    if (reading_.unreported().dataVolume) {
+        return kNotReported;
+    }
     return volume ? fmt::format("total {}, available {} bytes", volume->f_blocks * volume->f_bsize,
                                 volume->f_bavail * volume->f_bsize)
                   : kNone;
@@ -96,6 +118,9 @@ std::string ReadingTexts::processes() {
         }
     }
     std::string text = fmt::format("{} listed, {} readable", pids.size(), readable);
+    if (processes_.hidesOthers()) {
+        text += fmt::format(", those of other users {}", kNotReported);
+    }
     if (heaviest) {
         text += fmt::format("; heaviest: {} {} with {} bytes", *heaviest,
                             decodeUtf8Lossy(processes_.name(*heaviest)), most);

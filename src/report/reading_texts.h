@@ -11,7 +11,7 @@ namespace korvel {
 
 /// The figures of one reading of the machine, and what the process table holds, as one line each,
 /// for a person to compare. A figure is taken when its function is called; one that cannot be taken
-/// is "none".
+/// is "none", one that the machine does not have is said not to be reported.
 class ReadingTexts {
   public:
     ReadingTexts(platform::MachineReading& reading, platform::Processes& processes)
@@ -22,6 +22,9 @@ class ReadingTexts {
     std::string pageSize();
     std::string thermalState();
     std::string vmStatistics();
+    /// What the page counts come to, in bytes.
+    std::string memory();
+    std::string compressedMemory();
     std::string memoryPressureLevel();
     std::string swapUsage();
     std::string dataVolume();

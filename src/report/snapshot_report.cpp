@@ -47,9 +47,20 @@ std::string machineLine(const Snapshot& snapshot) {
                        snapshot.uptime);
 }
 
+std::string inWords(const Words& words, const std::string& text) {
+    return words ? words(text) : text;
+}
+
+/// A line may be longer here than in the popover, so that it also says what the level rests on.
+std::string detailOf(const ScoreFactor& factor, const Snapshot& snapshot, const Words& words) {
+    const std::string detail = inWords(words, shownDetail(factor, snapshot));
+    const bool hasNoStalls = factor.name == "Memory" && snapshot.unreported.memoryStall;
+    return hasNoStalls ? fmt::format("{} · stalls {}", detail, kNotReported) : detail;
+}
+
 } // namespace
 
-std::string snapshotReport(const Snapshot& snapshot, Colours colours) {
+std::string snapshotReport(const Snapshot& snapshot, Colours colours, const Words& words) {
     const Painter painter(colours);
     const std::string score = fmt::format("{} {}", snapshot.score, snapshot.verdict);
     std::string report =
@@ -58,28 +69,32 @@ std::string snapshotReport(const Snapshot& snapshot, Colours colours) {
     auto out = std::back_inserter(report);
     for (const ScoreFactor& factor : snapshot.factorsBySeverity()) {
         fmt::format_to(out, "{:<8} {:>4}  {}\n", factor.name, pointsLost(factor.lost()),
-                       factor.detail);
+                       detailOf(factor, snapshot, words));
     }
     for (const std::string& alert : snapshot.alerts) {
-        fmt::format_to(out, "\n{} {}", painter.paint(ansiCode(Ink::warn), "!"), printable(alert));
+        fmt::format_to(out, "\n{} {}", painter.paint(ansiCode(Ink::warn), "!"),
+                       printable(inWords(words, alert)));
     }
     if (!snapshot.alerts.empty()) {
         report += '\n';
     }
-    if (!snapshot.topProcs.empty()) {
+    if (!snapshot.topProcs.empty() || snapshot.unreported.otherProcesses) {
         report += '\n';
     }
     for (const ProcInfo& process : snapshot.topProcs) {
         fmt::format_to(out, "{:>7.2f} GB  {} {}\n", process.gb, printable(process.name),
                        painter.dim(fmt::format("({})", process.id)));
     }
+    if (snapshot.unreported.otherProcesses) {
+        fmt::format_to(out, "{:>7}     processes of other users: {}\n", "", kNotReported);
+    }
     return report;
 }
 
-std::string snapshotBarLine(const Snapshot& snapshot) {
+std::string snapshotBarLine(const Snapshot& snapshot, const Words& words) {
     std::string tooltip = snapshot.verdict + "\n" + machineLine(snapshot);
     for (const std::string& alert : snapshot.alerts) {
-        tooltip += '\n' + alert;
+        tooltip += '\n' + inWords(words, alert);
     }
     std::string styleClass = snapshot.verdict;
     std::transform(styleClass.begin(), styleClass.end(), styleClass.begin(), [](char c) {

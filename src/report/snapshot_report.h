@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "ui/content/words.h"
+
 namespace korvel {
 
 struct Snapshot;
@@ -9,15 +11,17 @@ struct Snapshot;
 /// Whether a report may use terminal colours.
 enum class Colours { plain, ansi };
 
-/// A reading as a few aligned lines for a person, ending in a newline. Control characters in
-/// process names are replaced, so that no name can drive the terminal.
-std::string snapshotReport(const Snapshot& snapshot, Colours colours);
+/// A reading as a few aligned lines for a person, ending in a newline, in the words of the desktop
+/// where it has its own. What the machine has no figure for is said to be not reported. Control
+/// characters in process names are replaced, so that no name can drive the terminal.
+std::string snapshotReport(const Snapshot& snapshot, Colours colours, const Words& words = {});
 
 /// A reading as one line of JSON for the custom modules of tiling-desktop bars: "text", "tooltip",
-/// "class" (the verdict in lower case) and "percentage".
-std::string snapshotBarLine(const Snapshot& snapshot);
+/// "class" (the verdict in lower case) and "percentage". The tooltip has the alerts, in the words
+/// of the desktop; it is too small for what is not reported, which is no alert.
+std::string snapshotBarLine(const Snapshot& snapshot, const Words& words = {});
 
-/// A reading as one JSON object.
+/// A reading as one JSON object, for programs: in the same words on every system.
 std::string snapshotJson(const Snapshot& snapshot);
 
 } // namespace korvel

@@ -75,7 +75,7 @@ FILES = {
     r"tools/korvel_snapshot\.cpp": ["tools", "report", "platform/posix", "ui/content", *CORE],
     r"tools/local_machine\.h": ["report", *CORE],
     r"tools/local_machine_linux\.cpp": [
-        "tools", "report", "platform/linux/kernel", "platform/linux/session", "platform/posix", *CORE,
+        "tools", "report", "platform/linux/kernel", "platform/linux/session", "platform/posix", "ui/content", *CORE,
     ],
     r"tools/local_machine_macos\.cpp": ["tools", "report", "platform/macos", "platform/posix", *CORE],
     # What it makes is read by that room, from the same tables.

@@ -31,6 +31,8 @@ TEST_F(ReadingTextsTest, SayEachReadingInTheUnitsOfTheSystem) {
     EXPECT_EQ(texts.vmStatistics(),
               "free 196608, active 327680, inactive 393216, wired 131072, speculative 0, "
               "purgeable 0, compressor 0 pages; 0 swapped out");
+    EXPECT_EQ(texts.memory(), "available 9663676416, used 7516192768 bytes");
+    EXPECT_EQ(texts.compressedMemory(), "0 bytes");
     EXPECT_EQ(texts.memoryPressureLevel(), "2");
     EXPECT_EQ(texts.swapUsage(), "total 30, used 10, free 20 bytes");
     EXPECT_EQ(texts.dataVolume(), "total 536870912000, available 268435456000 bytes");
@@ -51,10 +53,20 @@ TEST_F(ReadingTextsTest, OneThatCannotBeTakenIsNone) {
     machine.readings.bootTime.fails = true;
     for (const std::string& text :
          {texts.physicalMemory(), texts.processorCount(), texts.vmStatistics(), texts.cpuTicks(),
-          texts.memoryPressureLevel(), texts.swapUsage(), texts.dataVolume(), texts.loadAverages(),
-          texts.bootTime()}) {
+          texts.memory(), texts.compressedMemory(), texts.memoryPressureLevel(), texts.swapUsage(),
+          texts.dataVolume(), texts.loadAverages(), texts.bootTime()}) {
         EXPECT_EQ(text, "none");
     }
+}
+
+TEST_F(ReadingTextsTest, WhatTheMachineDoesNotHaveIsNotReported) {
+    machine.readings.pressureLevel.set(2);
+    machine.readings.unreported = {.dataVolume = true, .thermalState = true, .memoryStall = true};
+    processes.othersHidden = true;
+    EXPECT_EQ(texts.thermalState(), "not reported here");
+    EXPECT_EQ(texts.dataVolume(), "not reported here");
+    EXPECT_EQ(texts.memoryPressureLevel(), "2, by available memory alone");
+    EXPECT_EQ(texts.processes(), "0 listed, 0 readable, those of other users not reported here");
 }
 
 TEST_F(ReadingTextsTest, TheHeaviestProcessIsNamed) {

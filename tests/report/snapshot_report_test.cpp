@@ -6,6 +6,7 @@
 
 #include "core/metrics.h"
 #include "core/snapshot.h"
+#include "ui/content/linux_words.h"
 
 namespace korvel {
 namespace {
@@ -44,6 +45,61 @@ TEST(SnapshotReport, SaysTheScoreTheMachineTheFactorsTheAlertsAndTheHeaviest) {
               "   0.50 GB  shell (7)\n");
 }
 
+/// A desktop that shouts, so that it shows what it was given to say.
+std::string shouted(std::string text) {
+    return text + "!";
+}
+
+TEST(SnapshotReport, SaysTheProgramsTextsInTheWordsOfTheDesktop) {
+    EXPECT_EQ(snapshotReport(strained(), Colours::plain, shouted),
+              "● 45 Strained\n"
+              "10 cores · 16 GB · up 3d 4h\n"
+              "\n"
+              "Disk      −18  18 GB free!\n"
+              "Load       −5  3.41 across 10 cores!\n"
+              "Memory      —  5.2 GB free to use · macOS is comfortable!\n"
+              "CPU         —  0% busy!\n"
+              "Swap        —  not paging!\n"
+              "Thermal     —  normal!\n"
+              "\n! builder is holding 9.3GB!"
+              "\n! Disk getting tight: 18GB free!\n"
+              "\n"
+              "   9.34 GB  builder (42)\n"
+              "   0.50 GB  shell (7)\n");
+}
+
+TEST(SnapshotReport, SaysWhatTheMachineDoesNotReport) {
+    Snapshot s = strained();
+    s.diskFreeGB = 0;
+    s.unreported = {
+        .dataVolume = true, .thermalState = true, .memoryStall = true, .otherProcesses = true};
+    Metrics::score(s);
+    EXPECT_EQ(
+        snapshotReport(s, Colours::plain, linuxWords),
+        "● 45 Strained\n"
+        "10 cores · 16 GB · up 3d 4h\n"
+        "\n"
+        "Load       −5  3.41 across 10 cores\n"
+        "Memory      —  5.2 GB free to use · Linux is comfortable · stalls not reported here\n"
+        "Disk        —  not reported here\n"
+        "CPU         —  0% busy\n"
+        "Swap        —  not paging\n"
+        "Thermal     —  not reported here\n"
+        "\n! builder is holding 9.3GB\n"
+        "\n"
+        "   9.34 GB  builder (42)\n"
+        "   0.50 GB  shell (7)\n"
+        "            processes of other users: not reported here\n");
+}
+
+TEST(SnapshotReport, SaysThatOthersAreHiddenWhereNoneIsListed) {
+    Snapshot s;
+    s.unreported.otherProcesses = true;
+    EXPECT_EQ(snapshotReport(s, Colours::plain),
+              "● 0 \n1 cores · 0 GB · up \n\n\n"
+              "            processes of other users: not reported here\n");
+}
+
 TEST(SnapshotReport, OfAnEmptyReadingIsTwoLines) {
     EXPECT_EQ(snapshotReport(Snapshot(), Colours::plain), "● 0 \n1 cores · 0 GB · up \n\n");
 }
@@ -70,6 +126,20 @@ TEST(SnapshotBarLine, IsOneObjectThatABarReads) {
     EXPECT_EQ(line, R"({"text":"● 45","tooltip":"Strained\n10 cores · 16 GB · up 3d 4h\n)"
                     R"(builder is holding 9.3GB\nDisk getting tight: 18GB free",)"
                     R"("class":"strained","percentage":45})");
+}
+
+TEST(SnapshotBarLine, HasTheAlertsInTheWordsOfTheDesktopAndNothingOfWhatIsNotReported) {
+    Snapshot s;
+    s.diskFreeGB = 100;
+    s.thermal = ThermalState::serious;
+    s.unreported = {.memoryStall = true, .otherProcesses = true};
+    Metrics::score(s);
+    EXPECT_THAT(
+        snapshotBarLine(s),
+        HasSubstr(R"(\n1 cores · 0 GB · up \nRunning hot. macOS is throttling to cool down",)"));
+    EXPECT_THAT(
+        snapshotBarLine(s, linuxWords),
+        HasSubstr(R"(\n1 cores · 0 GB · up \nRunning hot. Linux is throttling to cool down",)"));
 }
 
 TEST(SnapshotJson, IsOneObjectWithTheFieldsOfTheReading) {

@@ -1,0 +1,64 @@
+#include <chrono>
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/linux/kernel/fuse_volume.h"
+#include "platform/posix/child_processes.h"
+#include "support/temp_tree.h"
+
+// The korvel-snapshot program itself, as Linux has it.
+namespace korvel {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+std::string printed(const std::vector<std::string>& arguments) {
+    using platform::ChildStream;
+    const auto result = platform::PosixChildProcesses().run(
+        KORVEL_SNAPSHOT, arguments, {ChildStream::capture, ChildStream::capture});
+    return result && result->status == 0 ? result->output : "it failed";
+}
+
+TEST(SnapshotOnLinux, ReportAndBarSpeakOfLinuxAndJsonKeepsTheLetter) {
+    const std::string report = printed({"--once"});
+    EXPECT_THAT(report, HasSubstr(" · Linux is "));
+    EXPECT_THAT(report, Not(HasSubstr("macOS")));
+    EXPECT_THAT(printed({"--once", "--json"}), HasSubstr(" · macOS is "));
+}
+
+TEST(SnapshotOnLinux, ASelfCheckHasHeatMemoryAndTheAgentBesideTools) {
+    const std::string output = printed({"--selfcheck"});
+    for (const char* part :
+         {"thermalState [compare]", "/usr/bin/sensors:", "/sys/class/hwmon/", "memory [compare]",
+          "compressedMemory [compare]", "/usr/sbin/zramctl --bytes:", "isLoaded [compare]",
+          "/usr/bin/systemctl --user is-active com.oxbrook.warden.agent.service:"}) {
+        EXPECT_THAT(output, HasSubstr(part));
+    }
+}
+
+TEST(SnapshotOnLinux, WithAHomeThatDoesNotAnswerItReportsTheRestAndEnds) {
+    const TempTree tree;
+    test::FuseVolume volume(tree.root() + "/mount");
+    if (!volume.failure().empty()) {
+        GTEST_SKIP() << volume.failure();
+    }
+    const char* const home = std::getenv("HOME");
+    const std::string before = home ? home : "/";
+    ASSERT_EQ(::setenv("HOME", volume.home().c_str(), 1), 0);
+    volume.set(test::FuseVolume::Manner::isDeaf);
+    const auto start = std::chrono::steady_clock::now();
+    const std::string output = printed({"--once"});
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    EXPECT_THAT(output, testing::ContainsRegex("Disk +—  not reported here"));
+    EXPECT_THAT(output, Not(HasSubstr("! Disk")));
+    ::setenv("HOME", before.c_str(), 1);
+}
+
+} // namespace
+} // namespace korvel
