@@ -46,8 +46,12 @@ void ThrottleCounters::find() {
     for (const std::string& name : processors) {
         const std::string counters = path_ + name + "/thermal_throttle";
         if (!FileDescriptor(calls_.openAt(AT_FDCWD, counters.c_str(), O_DIRECTORY))) {
-            break; // not a processor that tells
+            if (tells_) {
+                continue;
+            }
+            break; // not a machine that counts
         }
+        tells_ = true;
         // The package's count is the same, whichever of its processors is asked.
         const bool isOfPackage = parseTotal(readOf(name, kOfPackage)).has_value();
         std::string whose = readOf(name, "/topology/physical_package_id");

@@ -35,6 +35,7 @@ class ThrottleCounters {
     std::string path_;
     KeptDirectory directory_;
     std::map<std::string, Counter> counters_; ///< by one processor of each package or core
+    bool tells_ = false;                      ///< whether a processor ever had a counter
     std::string buffer_;
 };
 

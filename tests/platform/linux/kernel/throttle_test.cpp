@@ -1,5 +1,6 @@
 #include "platform/linux/kernel/throttle_rule.h"
 
+#include <cerrno>
 #include <chrono>
 #include <optional>
 #include <string>
@@ -180,11 +181,21 @@ TEST_F(ThrottleCountersTest, AProcessorThatIsTakenOfflineIsReplacedByAnother) {
     package(1, 0, "0\n");
     counters_.find();
     EXPECT_EQ(next(), 0);
-    tree_.remove(folder(0).substr(0, folder(0).size() - 1));
+    // Its folder stays, its counters go.
+    tree_.remove(folder(0) + "thermal_throttle");
+    calls_.failRead = [](int) { return ENODEV; };
+    next();
+    calls_.failRead = nullptr;
     counters_.find();
     EXPECT_EQ(next(), 0);
     package(1, 0, "4000\n");
     EXPECT_EQ(next(), 3);
+    tree_.remove(folder(1).substr(0, folder(1).size() - 1));
+    package(2, 0, "9000\n");
+    counters_.find();
+    EXPECT_EQ(next(), 0);
+    package(2, 0, "12000\n");
+    EXPECT_EQ(next(), 3) << "another whose folder is gone";
 }
 
 } // namespace
