@@ -40,7 +40,7 @@ std::string ReadingTexts::thermalState() {
 std::string ReadingTexts::vmStatistics() {
     const auto vm = reading_.vmStatistics();
     return vm ? fmt::format("free {}, active {}, inactive {}, wired {}, speculative {}, "
-                            "purgeable {}, compressor {} pages; {} swapped out",
+                            "purgeable {}, compressor {} pages; {} of 16 KiB swapped out",
                             vm->free_count, vm->active_count, vm->inactive_count, vm->wire_count,
                             vm->speculative_count, vm->purgeable_count, vm->compressor_page_count,
                             vm->swapouts)

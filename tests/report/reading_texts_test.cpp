@@ -30,7 +30,7 @@ TEST_F(ReadingTextsTest, SayEachReadingInTheUnitsOfTheSystem) {
     EXPECT_EQ(texts.thermalState(), "1");
     EXPECT_EQ(texts.vmStatistics(),
               "free 196608, active 327680, inactive 393216, wired 131072, speculative 0, "
-              "purgeable 0, compressor 0 pages; 0 swapped out");
+              "purgeable 0, compressor 0 pages; 0 of 16 KiB swapped out");
     EXPECT_EQ(texts.memory(), "available 9663676416, used 7516192768 bytes");
     EXPECT_EQ(texts.compressedMemory(), "0 bytes");
     EXPECT_EQ(texts.memoryPressureLevel(), "2");
