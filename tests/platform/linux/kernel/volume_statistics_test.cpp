@@ -56,6 +56,8 @@ std::optional<VolumeRoom> roomOf(const SaidOfVolume& said) {
 constexpr std::uint64_t kGiB = std::uint64_t{1} << 30;
 constexpr std::uint64_t kVolumeBlock = 4096;
 constexpr std::uint64_t kBlocksOfGiB = kGiB / kVolumeBlock; // in a gibibyte
+constexpr std::uint64_t kSectors = kGiB / 512;
+constexpr std::uint64_t kMebibytes = 1024;
 constexpr std::uint64_t kBelowZero = std::numeric_limits<std::uint64_t>::max() - 99;
 
 TEST(DataVolume, SaysOfRealFileSystemsWhatTheySay) {
@@ -70,7 +72,7 @@ TEST(DataVolume, SaysOfRealFileSystemsWhatTheySay) {
          {kVolumeBlock, kVolumeBlock, 500 * kBlocksOfGiB, 20 * kBlocksOfGiB, 0},
          VolumeRoom{500 * kGiB, 20 * kGiB, 0}},
         {"bcachefs, in sectors of 512 bytes",
-         {512, 512, 8 * 100 * kBlocksOfGiB, 8 * 40 * kBlocksOfGiB, 8 * 39 * kBlocksOfGiB},
+         {512, 512, 100 * kSectors, 40 * kSectors, 39 * kSectors},
          VolumeRoom{100 * kGiB, 40 * kGiB, 39 * kGiB}},
         {"ZFS: reads by 128 KiB, counts by as much",
          {131072, 131072, 819200, 409600, 409600},
@@ -105,7 +107,7 @@ TEST(DataVolume, SaysOfRealFileSystemsWhatTheySay) {
          {kVolumeBlock, kVolumeBlock, 8 * kBlocksOfGiB, 3 * kBlocksOfGiB, 3 * kBlocksOfGiB},
          VolumeRoom{8 * kGiB, 3 * kGiB, 3 * kGiB}},
         {"NFS: reads by 1 MiB, and root is nobody there, for whom less is available",
-         {1 << 20, 1 << 20, 900 * 1024, 500 * 1024, 454 * 1024},
+         {1 << 20, 1 << 20, 900 * kMebibytes, 500 * kMebibytes, 454 * kMebibytes},
          VolumeRoom{900 * kGiB, 500 * kGiB, 454 * kGiB}},
         {"NFS: root has filled what is kept for it",
          {kVolumeBlock, kVolumeBlock, 900 * kBlocksOfGiB, 10 * kBlocksOfGiB, kBelowZero},
