@@ -74,8 +74,7 @@ TEST_P(FrozenVolume, HoldsUpNoSampleAndKeepsItsLastReadingUntilItAnswers) {
     LinuxMachine machine("/", volume.home().string());
     ASSERT_TRUE(volumeComesTo(machine, {500, false}));
     for (const std::uint64_t now : {400U, 300U}) {
-        volume.set(GetParam());
-        volume.setFree(now);
+        volume.set(GetParam(), now);
         const std::ptrdiff_t before = threadCount();
         const ToldOfVolume last = {now + 100, false};
         const auto frozen = MountClock::now();
@@ -84,7 +83,7 @@ TEST_P(FrozenVolume, HoldsUpNoSampleAndKeepsItsLastReadingUntilItAnswers) {
             EXPECT_EQ(sampleOfVolume(machine), last);
         }
         EXPECT_LT(MountClock::now() - frozen, std::chrono::seconds(2)) << "each was waited for";
-        EXPECT_EQ(threadCount(), before);
+        EXPECT_LE(threadCount(), before) << "those of other tests may end";
         volume.set(FuseVolume::Manner::answers);
         EXPECT_TRUE(volumeComesTo(machine, {now, false}));
     }
@@ -133,8 +132,7 @@ TEST_P(FrozenVolume, ThatCoversAnotherDoesNotSpeakForIt) {
     ASSERT_TRUE(volumeComesTo(machine, {500, false}));
     FuseVolume over(volume.home().parent_path());
     ASSERT_EQ(over.failure(), "");
-    over.set(GetParam());
-    over.setFree(123);
+    over.set(GetParam(), 123);
     EXPECT_EQ(sampleOfVolume(machine), (ToldOfVolume{std::nullopt, true}));
     over.set(FuseVolume::Manner::answers);
     EXPECT_TRUE(volumeComesTo(machine, {123, false}));

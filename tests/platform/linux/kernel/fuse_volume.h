@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -65,21 +66,21 @@ class FuseVolume {
     const std::string& failure() const { return failure_; }
     std::filesystem::path home() const { return folder_ / "home"; }
 
-    void set(Manner manner) {
+    /// `free`: blocks that are available from now on.
+    void set(Manner manner, std::optional<std::uint64_t> free = {}) {
         {
             const std::lock_guard lock(mutex_);
-            manner_ = manner;
+            state_ = {manner, free.value_or(state_.free)};
         }
         wake('m');
     }
 
-    /// Blocks that are available from now on.
-    void setFree(std::uint64_t blocks) {
-        const std::lock_guard lock(mutex_);
-        free_ = blocks;
-    }
-
   private:
+    struct State {
+        Manner manner = Manner::answers;
+        std::uint64_t free = kBlocks / 2;
+    };
+
     static constexpr std::uint64_t kHome = 2; // the root is 1
     static constexpr std::size_t kLongestQuestion = 1 << 17;
     using Question = std::vector<char>;
@@ -113,13 +114,15 @@ class FuseVolume {
         fuse_ = device;
         std::vector<Question> kept;
         for (;;) {
-            const Manner manner = [this] {
+            // Of one moment: a question that is taken in one manner is not answered with the figure
+            // of the next.
+            const auto [manner, free] = [this] {
                 const std::lock_guard lock(mutex_);
-                return manner_;
+                return state_;
             }();
             if (manner == Manner::answers) {
                 for (const Question& question : kept) {
-                    answer(question);
+                    answer(question, free);
                 }
                 kept.clear();
             }
@@ -138,7 +141,7 @@ class FuseVolume {
             if (length > 0 && manner == Manner::keepsQuestions) {
                 kept.push_back(std::move(question));
             } else if (length > 0) {
-                answer(question);
+                answer(question, free);
             }
         }
     }
@@ -167,7 +170,7 @@ class FuseVolume {
         return attributes;
     }
 
-    void answer(const Question& question) {
+    void answer(const Question& question, std::uint64_t free) {
         fuse_in_header asked{};
         std::memcpy(&asked, question.data(), sizeof asked);
         const char* const words = question.data() + sizeof asked;
@@ -182,9 +185,8 @@ class FuseVolume {
         }
         case FUSE_STATFS: {
             fuse_statfs_out out{};
-            const std::lock_guard lock(mutex_);
             out.st.blocks = kBlocks;
-            out.st.bfree = out.st.bavail = free_;
+            out.st.bfree = out.st.bavail = free;
             out.st.bsize = out.st.frsize = kBlock;
             return send(asked, out);
         }
@@ -215,8 +217,7 @@ class FuseVolume {
     platform::FileDescriptor woken_;
     platform::FileDescriptor waker_;
     std::mutex mutex_; ///< guards what follows
-    Manner manner_ = Manner::answers;
-    std::uint64_t free_ = kBlocks / 2;
+    State state_;
     std::thread server_;
 };
 
