@@ -33,7 +33,7 @@ METRICS = {
     "DISK": r"DISK (\d+%, -?\d+ GB free|—, not reported here)",
 }
 VERDICTS = [(88, "Excellent"), (72, "Healthy"), (55, "Fair"), (35, "Strained"), (0, "Critical")]
-FACTOR = r"(Memory|Disk|CPU|Thermal|Swap|Load|Uptime|[A-Z]\w*) (—|−\d+), .+"
+FACTOR = r"(Memory|Disk|CPU|Load|Swap|Thermal) (—|−\d+), .+"
 
 
 @contextlib.contextmanager
