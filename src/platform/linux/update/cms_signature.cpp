@@ -183,6 +183,20 @@ bool hasStrongAlgorithms(CMS_SignerInfo* signer, X509* certificate) {
            EVP_PKEY_get_base_id(real) == key;
 }
 
+/// Whether the library knows every digest that the container lists. To be asked ahead of
+/// CMS_verify(), which refuses others as well but then leaks its view of the content.
+bool knowsDigests(CMS_ContentInfo* cms) {
+    const BioHandle sink(BIO_new(BIO_s_null()));
+    BIO* filter = sink ? CMS_dataInit(cms, sink.get()) : nullptr;
+    const bool known = filter != nullptr;
+    while (filter != nullptr && filter != sink.get()) {
+        BIO* const below = BIO_pop(filter);
+        BIO_free(filter);
+        filter = below;
+    }
+    return known;
+}
+
 /// Whether the certificate is one to sign programs with.
 Status<BundleFault> checkSigner(X509* certificate) {
     const std::uint32_t flags = X509_get_extension_flags(certificate);
@@ -288,6 +302,9 @@ Result<CmsSigner, BundleFault> verifyCms(std::string_view signature, std::string
     }
     if (const auto checked = checkChain(root.get(), certificate, others.get(), *time); !checked) {
         return checked.error();
+    }
+    if (!knowsDigests(cms.get())) {
+        return Error{BundleFault::notOverManifest};
     }
     const BioHandle bytes = bioOf(content);
     constexpr unsigned kFlags = CMS_BINARY | CMS_DETACHED | CMS_NO_SIGNER_CERT_VERIFY;
