@@ -56,14 +56,12 @@ std::optional<std::string_view> KeptFile::read(std::string& buffer) {
 }
 
 bool KeptFile::open() {
-    constexpr int kSkipped = 11; // a minute, at one reading every five seconds
-    if (readingsToSkip_ > 0) {
-        --readingsToSkip_;
+    if (!opening_.isDue()) {
         return false;
     }
     file_ = FileDescriptor(calls_->openAt(AT_FDCWD, path_.c_str(), 0));
-    if (!file_ && errno != EMFILE && errno != ENFILE && errno != EINTR) {
-        readingsToSkip_ = kSkipped;
+    if (file_ || errno == EMFILE || errno == ENFILE || errno == EINTR) {
+        opening_.hasten();
     }
     return static_cast<bool>(file_);
 }

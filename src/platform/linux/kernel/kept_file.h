@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/linux/kernel/every_minute.h"
 #include "platform/linux/kernel/file_calls.h"
 #include "platform/posix/file_descriptor.h"
 
@@ -36,7 +37,7 @@ class KeptFile {
     FileCalls* calls_;
     std::string path_;
     FileDescriptor file_;
-    int readingsToSkip_ = 0;
+    EveryMinute opening_; ///< while it is not open
 };
 
 } // namespace korvel::platform

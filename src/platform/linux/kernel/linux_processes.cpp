@@ -8,6 +8,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "platform/linux/kernel/every_minute.h"
 #include "platform/linux/kernel/meminfo.h"
 #include "platform/linux/kernel/process_name.h"
 #include "platform/linux/kernel/process_signal.h"
@@ -238,7 +239,7 @@ std::int32_t LinuxProcesses::currentProcessIdentifier() {
 }
 
 bool LinuxProcesses::hidesOthers() {
-    constexpr std::uint32_t kListingsBetween = 12; // a minute
+    constexpr std::uint32_t kListingsBetween = kReadingsAMinute;
     const std::lock_guard lock(mutex_);
     const std::vector<KeptProcess>& processes = table_.processes();
     if (processes.empty()) {

@@ -5,6 +5,8 @@
 #include <numeric>
 #include <set>
 
+#include "platform/linux/kernel/every_minute.h"
+
 namespace korvel::platform {
 
 namespace {
@@ -73,7 +75,7 @@ std::uint64_t residentOfAll(const std::vector<SharedHolding*>& holders) {
 }
 
 bool isMeasurementDue(const SharedHolding& holding, std::uint64_t all, std::uint32_t listing) {
-    constexpr std::uint32_t kListingsBetween = 12; // a minute
+    constexpr std::uint32_t kListingsBetween = kReadingsAMinute;
     constexpr std::uint64_t kMostWalked = std::uint64_t{2} << 30;
     if (holding.process > kMostWalked || holding.resident == all) {
         return false;

@@ -12,11 +12,7 @@ ThermalReader::ThermalReader(FileCalls& calls, const std::string& root, SteadyCl
     : now_(std::move(now)), sensors_(calls, root), zones_(calls, root), throttling_(calls, root) {}
 
 int ThermalReader::state() {
-    constexpr int kSkipped = 11; // a minute, at one reading every five seconds
-    if (readingsToSkip_ > 0) {
-        --readingsToSkip_;
-    } else {
-        readingsToSkip_ = kSkipped;
+    if (finding_.isDue()) {
         find();
     }
     const std::optional<int> throttled = throttling_.state(now_());

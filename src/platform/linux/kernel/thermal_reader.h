@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "platform/linux/kernel/every_minute.h"
 #include "platform/linux/kernel/hwmon_sensors.h"
 #include "platform/linux/kernel/thermal_zones.h"
 #include "platform/linux/kernel/throttle_counters.h"
@@ -52,7 +53,7 @@ class ThermalReader {
     ThrottleCounters throttling_;
     bool zonesAreToBeFound_ = false;
     bool reports_ = false;
-    int readingsToSkip_ = 0;
+    EveryMinute finding_;
 };
 
 } // namespace korvel::platform

@@ -46,16 +46,13 @@ bool VolumeReader::answersAlone() {
 }
 
 bool VolumeReader::mountsChanged() {
-    constexpr int kSkipped = 11; // a minute, at one reading every five seconds
     if (mounts_) {
         pollfd mounts{.fd = mounts_.get(), .events = POLLPRI, .revents = 0};
         return ::poll(&mounts, 1, 0) > 0;
     }
-    if (readingsToSkip_ > 0) {
-        --readingsToSkip_;
+    if (!openingMounts_.isDue()) {
         return false;
     }
-    readingsToSkip_ = kSkipped;
     mounts_ = FileDescriptor(calls_.openAt(AT_FDCWD, mountinfo_.c_str(), 0));
     return static_cast<bool>(mounts_);
 }

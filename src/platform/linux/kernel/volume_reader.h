@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/linux/kernel/every_minute.h"
 #include "platform/linux/kernel/file_calls.h"
 #include "platform/linux/kernel/mount_table.h"
 #include "platform/linux/kernel/remote_volume.h"
@@ -40,7 +41,7 @@ class VolumeReader {
 
     std::mutex mutex_; ///< guards what follows; never held while a volume is asked
     FileDescriptor mounts_;
-    int readingsToSkip_ = 0;     ///< while there is no list
+    EveryMinute openingMounts_;  ///< while there is no list
     std::optional<Mount> mount_; ///< where the way to the path ended when it was last followed
 };
 

@@ -18,11 +18,7 @@ ZramReader::ZramReader(FileCalls& calls, const std::string& root)
     : calls_(calls), path_(root + "sys/block/"), directory_(calls, path_) {}
 
 ZramUse ZramReader::use() {
-    constexpr int kSkipped = 11; // a minute, at one reading every five seconds
-    if (readingsToSkip_ > 0) {
-        --readingsToSkip_;
-    } else {
-        readingsToSkip_ = kSkipped;
+    if (findingDevices_.isDue()) {
         findDevices();
     }
     ZramUse all;

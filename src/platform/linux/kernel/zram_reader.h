@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/linux/kernel/every_minute.h"
 #include "platform/linux/kernel/kept_directory.h"
 #include "platform/linux/kernel/kept_file.h"
 
@@ -44,7 +45,7 @@ class ZramReader {
     KeptDirectory directory_;
     std::map<std::string, KeptFile> devices_;
     std::string buffer_;
-    int readingsToSkip_ = 0;
+    EveryMinute findingDevices_;
 };
 
 } // namespace korvel::platform
