@@ -13,6 +13,8 @@
 
 namespace korvel {
 
+using platform::ActivationRequest;
+
 namespace {
 
 constexpr double kRefreshInterval = 5.0; // seconds
@@ -42,6 +44,13 @@ void AppDelegate::applicationDidFinishLaunching() {
             }
         };
     };
+    const auto weaklyAsked = [this](void (AppDelegate::*action)(const ActivationRequest&)) {
+        return [weak = weak_from_this(), action](const ActivationRequest& request) {
+            if (const auto self = weak.lock()) {
+                (self.get()->*action)(request);
+            }
+        };
+    };
     const auto weaklyRefresh = [weak = weak_from_this()] {
         if (const auto self = weak.lock()) {
             self->model_->refresh();
@@ -54,7 +63,8 @@ void AppDelegate::applicationDidFinishLaunching() {
     };
 
     statusItem_ = statusBar_.makeStatusItem();
-    statusItem_->setAction(weakly(&AppDelegate::togglePopover));
+    statusItem_->setAction(weaklyAsked(&AppDelegate::togglePopover));
+    statusItem_->setOpenAction(weaklyAsked(&AppDelegate::openPopover));
     popover_ = makePopover_(*contentView_);
     updater_->onInstalling = weakly(&AppDelegate::drawPopover);
     model_->onUpdate = weakly(&AppDelegate::updateTitle);
@@ -80,7 +90,7 @@ void AppDelegate::applicationWillTerminate() {
     updater_->abandon();
 }
 
-void AppDelegate::togglePopover() {
+void AppDelegate::togglePopover(const ActivationRequest& request) {
     if (!statusItem_ || !popover_) {
         return;
     }
@@ -88,25 +98,25 @@ void AppDelegate::togglePopover() {
         popover_->close();
         return;
     }
-    openPopover();
+    openPopover(request);
 }
 
-void AppDelegate::openPopover() {
+void AppDelegate::openPopover(const ActivationRequest& request) {
     if (!statusItem_ || !popover_) {
         return;
     }
     if (!popover_->shown()) {
         model_->refresh();
-        popover_->show(*statusItem_);
+        popover_->show(*statusItem_, request);
     }
-    popover_->activate();
+    popover_->activate(request);
     popover_->makeKey();
 }
 
 void AppDelegate::presentWhatsNew() {
     if (!popover_->shown()) {
-        popover_->show(*statusItem_);
-        popover_->activate();
+        popover_->show(*statusItem_, {});
+        popover_->activate({});
     }
 }
 
@@ -121,6 +131,7 @@ void AppDelegate::checkForUpdates() {
 void AppDelegate::updateTitle() {
     statusItem_->setTitle(statusTitle(model_->snap->score, *awake_->on));
     statusItem_->setToolTip(statusToolTip(*model_->snap, *awake_->on));
+    statusItem_->setSummary(statusSummary(*model_->snap));
 }
 
 platform::MainMenu AppDelegate::mainMenu() {

@@ -36,11 +36,11 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
     void applicationWillTerminate();
 
     /// Closes the popover, or takes a sample and opens it.
-    void togglePopover();
+    void togglePopover(const platform::ActivationRequest& request);
 
     /// Takes a sample and opens the popover, or brings the open one to the front. A second start of
     /// the program asks the running one for this.
-    void openPopover();
+    void openPopover(const platform::ActivationRequest& request);
 
     /// Looks for an update because the user asked.
     void checkForUpdates();

@@ -108,7 +108,7 @@ int main(int, char** argv) {
 
     platform::SingleInstance instance([] {
         if (running) {
-            running->openPopover();
+            running->openPopover({});
         }
     });
     // While another copy is waited for there is nothing to be saved.

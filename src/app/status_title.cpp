@@ -39,4 +39,9 @@ std::string statusToolTip(const Snapshot& snap, bool awake) {
     return snap.verdict.empty() ? title : title + " · " + snap.verdict;
 }
 
+std::string statusSummary(const Snapshot& snap) {
+    const std::string score = fmt::format("{}", snap.score);
+    return snap.verdict.empty() ? score : score + " · " + snap.verdict;
+}
+
 } // namespace korvel

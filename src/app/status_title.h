@@ -16,4 +16,7 @@ platform::StatusTitle statusTitle(std::int64_t score, bool awake);
 /// What a tray shows beside the title it has no room for: the whole title and the verdict.
 std::string statusToolTip(const Snapshot& snap, bool awake);
 
+/// The score and its verdict, in which the item's menu names the popover that it opens.
+std::string statusSummary(const Snapshot& snap);
+
 } // namespace korvel

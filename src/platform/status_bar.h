@@ -70,6 +70,24 @@ struct Rectangle {
     double height = 0;
 };
 
+/// A place on the screen, counted as a `Rectangle` is.
+struct Point {
+    double x = 0;
+    double y = 0;
+
+    bool operator==(const Point&) const = default;
+};
+
+/// What comes along when the user asks for the popover: by a click on the item, by another start of
+/// the program, by a click on its notification.
+struct ActivationRequest {
+    std::optional<Point> place; ///< of the click; nullopt where nobody tells
+    /// By which a desktop that guards the keyboard knows that the user asked; empty: none came.
+    std::string token{};
+
+    bool operator==(const ActivationRequest&) const = default;
+};
+
 /// The program's item in the menu bar or tray. It is there for as long as the object lives, and
 /// comes back by itself when the bar does.
 class StatusItem {
@@ -81,8 +99,17 @@ class StatusItem {
     /// Plain text shown while the pointer rests on the item, where the bar has no room for a title.
     virtual void setToolTip(const std::string& text) = 0;
 
+    /// The reading in a few words, for a desktop on which the item's menu is what a click opens:
+    /// the menu's first entry is called so and opens the popover. Nothing elsewhere.
+    virtual void setSummary(const std::string& /*text*/) {}
+
+    using Action = std::function<void(const ActivationRequest& request)>;
+
     /// What a click on the item does.
-    virtual void setAction(std::function<void()> action) = 0;
+    virtual void setAction(Action action) = 0;
+
+    /// What opens the popover and never closes it: the entry of that name in the item's menu.
+    virtual void setOpenAction(Action /*action*/) {}
 
     /// Where the item is; nullopt where the bar does not tell.
     virtual std::optional<Rectangle> frame() const { return std::nullopt; }
@@ -99,12 +126,12 @@ class Popover {
     virtual ~Popover() = default;
 
     /// Opens at the item, or does nothing when it is open.
-    virtual void show(StatusItem& item) = 0;
+    virtual void show(StatusItem& item, const ActivationRequest& request) = 0;
     virtual void close() = 0;
     virtual bool shown() const = 0;
 
     /// Brings the program to the front, over the active one.
-    virtual void activate() = 0;
+    virtual void activate(const ActivationRequest& request) = 0;
     /// Gives the open popover the keyboard.
     virtual void makeKey() = 0;
 

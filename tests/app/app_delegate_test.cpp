@@ -9,7 +9,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "app/status_title.h"
 #include "core/metrics.h"
+#include "core/snapshot.h"
 #include "model/awake.h"
 #include "model/model.h"
 #include "platform/simulated/services.h"
@@ -133,6 +135,31 @@ TEST_F(AppDelegateTest, KeepAwakeThatIsWornOutIsForgottenWithoutANewTitle) {
     launch();
     EXPECT_EQ(simulated.statusBar.titles.size(), 1U);
     EXPECT_FALSE(simulated.defaults.boolean("awakeOn"));
+}
+
+TEST_F(AppDelegateTest, ThePopoverGetsThePlaceAndTheTokenOfTheClick) {
+    launch();
+    const platform::ActivationRequest click{platform::Point{1225, 14}, "token"};
+    simulated.statusBar.click(click);
+    EXPECT_THAT(popover->requests, ElementsAre(click));
+    EXPECT_THAT(popover->activations, ElementsAre(click));
+}
+
+TEST_F(AppDelegateTest, TheItemsOwnMenuOpensThePopoverAndNeverClosesIt) {
+    launch();
+    calls();
+    simulated.statusBar.open();
+    EXPECT_TRUE(popover->shown());
+    simulated.statusBar.open();
+    EXPECT_TRUE(popover->shown());
+    EXPECT_THAT(calls(),
+                ElementsAre(kSample, "show", "activate", "makeKey", "activate", "makeKey"));
+}
+
+TEST_F(AppDelegateTest, TheItemsOwnMenuIsToldTheReading) {
+    launch();
+    simulated.runLoop.advance(0);
+    EXPECT_EQ(simulated.statusBar.summary, statusSummary(*model->snap));
 }
 
 TEST_F(AppDelegateTest, TheMenuLooksForUpdatesAndQuits) {
@@ -362,7 +389,7 @@ TEST_F(AppDelegateTest, AfterAClickOutsideTheNextClickOpensAgain) {
 TEST_F(AppDelegateTest, BeforeTheLaunchThereIsNothingToToggle) {
     make();
     calls();
-    delegate->togglePopover();
+    delegate->togglePopover({});
     EXPECT_THAT(calls(), IsEmpty());
 }
 

@@ -74,5 +74,13 @@ TEST(StatusToolTip, IsTheTitleAndTheVerdict) {
     EXPECT_EQ(statusToolTip(snap, true), "\u25cf \u2615 87 · Healthy");
 }
 
+TEST(StatusSummary, IsTheScoreAndTheVerdict) {
+    Snapshot snap;
+    EXPECT_EQ(statusSummary(snap), "0");
+    snap.score = 69;
+    snap.verdict = "Fair";
+    EXPECT_EQ(statusSummary(snap), "69 · Fair");
+}
+
 } // namespace
 } // namespace korvel

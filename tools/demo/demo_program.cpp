@@ -61,7 +61,7 @@ void DemoProgram::playDue() {
 }
 
 void DemoProgram::togglePopover() {
-    delegate().togglePopover();
+    delegate().togglePopover({});
 }
 
 void DemoProgram::clickOutside() {

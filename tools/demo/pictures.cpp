@@ -71,7 +71,7 @@ bool draw(ContentView& root, bool dark, const QString& file) {
                                                .released = {},
                                                .blendsWindows = [] { return true; },
                                                .declareShadow = [](QWindow&, const QMargins&) {}});
-    popover.show(*item);
+    popover.show(*item, {});
     QQuickWindow* window = shownWindow();
     if (!window) {
         return false;

@@ -22,11 +22,11 @@ class MacosPopover final : public Popover {
     void setPreferredContentSize(double width, double height);
 
     /// `item` is a `MacosStatusItem`. Without its button nothing happens.
-    void show(StatusItem& item) override;
+    void show(StatusItem& item, const ActivationRequest& request) override;
     void close() override;
     /// False as soon as it begins to close.
     bool shown() const override;
-    void activate() override;
+    void activate(const ActivationRequest& request) override;
     void makeKey() override;
     /// Of a view that has been painted.
     void drawNow() override;

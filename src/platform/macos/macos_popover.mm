@@ -101,7 +101,7 @@ void MacosPopover::setPreferredContentSize(double width, double height) {
     parts_->popover.animates = YES;
 }
 
-void MacosPopover::show(StatusItem& item) {
+void MacosPopover::show(StatusItem& item, const ActivationRequest& /*request*/) {
     NSView* button = (__bridge NSView*)static_cast<MacosStatusItem&>(item).button();
     if (button == nil || shown()) {
         return;
@@ -121,7 +121,7 @@ bool MacosPopover::shown() const {
     return parts_->popover.shown && !parts_->delegate->closing_;
 }
 
-void MacosPopover::activate() {
+void MacosPopover::activate(const ActivationRequest& /*request*/) {
     activateApplication();
 }
 

@@ -19,7 +19,7 @@ class MacosStatusItem final : public StatusItem {
     void setTitle(const StatusTitle& title) override;
     /// Nothing: the bar has room for the title.
     void setToolTip(const std::string& text) override;
-    void setAction(std::function<void()> action) override;
+    void setAction(Action action) override;
 
     /// The item's button, an `NSView` that the item holds; null when the bar gave none.
     void* button() const;

@@ -109,8 +109,12 @@ void MacosStatusItem::setTitle(const StatusTitle& title) {
 
 void MacosStatusItem::setToolTip(const std::string& /*text*/) {}
 
-void MacosStatusItem::setAction(std::function<void()> action) {
-    parts_->application.setTogglePopover(std::move(action));
+void MacosStatusItem::setAction(Action action) {
+    parts_->application.setTogglePopover([action = std::move(action)] {
+        if (action) {
+            action({});
+        }
+    });
 }
 
 void* MacosStatusItem::button() const {

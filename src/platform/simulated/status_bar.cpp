@@ -29,17 +29,26 @@ class SimulatedStatusBar::Item final : public StatusItem {
 
     void setToolTip(const std::string& text) override { bar_.toolTip = text; }
 
-    void setAction(std::function<void()> action) override { action_ = std::move(action); }
+    void setSummary(const std::string& text) override { bar_.summary = text; }
 
-    void click() const {
-        if (const auto action = action_) { // a copy: it may set another
-            action();
+    void setAction(Action action) override { action_ = std::move(action); }
+
+    void setOpenAction(Action action) override { openAction_ = std::move(action); }
+
+    void click(const ActivationRequest& request) const { run(action_, request); }
+
+    void open(const ActivationRequest& request) const { run(openAction_, request); }
+
+  private:
+    static void run(const Action& kept, const ActivationRequest& request) {
+        if (const auto action = kept) { // a copy: it may set another
+            action(request);
         }
     }
 
-  private:
     SimulatedStatusBar& bar_;
-    std::function<void()> action_;
+    Action action_;
+    Action openAction_;
 };
 
 std::unique_ptr<StatusItem> SimulatedStatusBar::makeStatusItem() {
@@ -52,9 +61,15 @@ void SimulatedStatusBar::setMainMenu(MainMenu menu) {
     mainMenu = std::move(menu);
 }
 
-void SimulatedStatusBar::click() {
+void SimulatedStatusBar::click(const ActivationRequest& request) {
     if (item_ != nullptr) {
-        item_->click();
+        item_->click(request);
+    }
+}
+
+void SimulatedStatusBar::open(const ActivationRequest& request) {
+    if (item_ != nullptr) {
+        item_->open(request);
     }
 }
 
@@ -78,7 +93,8 @@ SimulatedPopover::SimulatedPopover(std::function<void(bool)> onShown, CallLog* c
     note("makePopover");
 }
 
-void SimulatedPopover::show(StatusItem& /*item*/) {
+void SimulatedPopover::show(StatusItem& /*item*/, const ActivationRequest& request) {
+    requests.push_back(request);
     note("show");
     become(true);
 }
@@ -88,7 +104,8 @@ void SimulatedPopover::close() {
     become(false);
 }
 
-void SimulatedPopover::activate() {
+void SimulatedPopover::activate(const ActivationRequest& request) {
+    activations.push_back(request);
     note("activate");
 }
 

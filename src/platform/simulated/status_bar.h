@@ -20,11 +20,15 @@ class SimulatedStatusBar final : public StatusBar, public Logging {
     int items = 0;                                   ///< that stand in the bar now
     std::vector<StatusTitle> titles;                 ///< every title that was set, in order
     std::string toolTip;                             ///< the last
+    std::string summary;                             ///< the last
     MainMenu mainMenu;                               ///< the last
     std::function<void(const StatusTitle&)> onTitle; ///< called at each title; may be empty
 
     /// Clicks the item that was made last; nothing happens when it is gone.
-    void click();
+    void click(const ActivationRequest& request = {});
+
+    /// Chooses the entry of the item's own menu that opens the popover.
+    void open(const ActivationRequest& request = {});
 
     /// Chooses the menu item of that title in any menu. False: there is none.
     bool choose(const std::string& title);
@@ -41,15 +45,18 @@ class SimulatedPopover final : public Popover, public Logging {
     /// `onShown` is told of each opening and each closing; it may be empty.
     explicit SimulatedPopover(std::function<void(bool)> onShown = {}, CallLog* callLog = nullptr);
 
-    void show(StatusItem& item) override;
+    void show(StatusItem& item, const ActivationRequest& request) override;
     void close() override;
     bool shown() const override { return shown_; }
-    void activate() override;
+    void activate(const ActivationRequest& request) override;
     void makeKey() override;
     void drawNow() override;
 
     /// The user clicks elsewhere: an open popover closes by itself.
     void clickOutside();
+
+    std::vector<ActivationRequest> requests;    ///< that came with each `show`, in order
+    std::vector<ActivationRequest> activations; ///< and with each `activate`
 
   private:
     void become(bool shown);

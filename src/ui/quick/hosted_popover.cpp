@@ -25,14 +25,14 @@ HostedPopover::HostedPopover(ContentView& root, Words words, const MakeHost& mak
     connect(&views_, &PopoverViews::escaped, this, &HostedPopover::close);
 }
 
-void HostedPopover::show(platform::StatusItem& item) {
+void HostedPopover::show(platform::StatusItem& item, const platform::ActivationRequest& request) {
     if (shown()) {
         return;
     }
     views_.frame().setMaximumHeight(popoverMaximumHeight(host_.visibleScreenHeight()));
     views_.prepare();
     resize();
-    host_.popover->show(item);
+    host_.popover->show(item, request);
     if (shown()) {
         views_.show(); // in the host's window, where it now is, and not in one of its own
     } else {
@@ -48,8 +48,8 @@ bool HostedPopover::shown() const {
     return host_.popover->shown();
 }
 
-void HostedPopover::activate() {
-    host_.popover->activate();
+void HostedPopover::activate(const platform::ActivationRequest& request) {
+    host_.popover->activate(request);
 }
 
 void HostedPopover::makeKey() {

@@ -30,10 +30,10 @@ class HostedPopover final : public QObject, public platform::Popover {
     /// `root` outlives the popover.
     HostedPopover(ContentView& root, Words words, const MakeHost& makeHost);
 
-    void show(platform::StatusItem& item) override;
+    void show(platform::StatusItem& item, const platform::ActivationRequest& request) override;
     void close() override;
     bool shown() const override;
-    void activate() override;
+    void activate(const platform::ActivationRequest& request) override;
     void makeKey() override;
     void drawNow() override;
 

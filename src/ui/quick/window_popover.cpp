@@ -58,7 +58,8 @@ WindowPopover::WindowPopover(ContentView& root, PopoverDesktop desktop)
     connect(&views_, &PopoverViews::escaped, this, &WindowPopover::close);
 }
 
-void WindowPopover::show(platform::StatusItem& item) {
+void WindowPopover::show(platform::StatusItem& item,
+                         const platform::ActivationRequest& /*request*/) {
     if (shown()) {
         return;
     }
@@ -86,7 +87,7 @@ bool WindowPopover::shown() const {
     return item_ != nullptr;
 }
 
-void WindowPopover::activate() {
+void WindowPopover::activate(const platform::ActivationRequest& /*request*/) {
     if (shown()) {
         views_.window()->raise();
     }

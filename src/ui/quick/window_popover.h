@@ -36,10 +36,10 @@ class WindowPopover final : public QObject, public platform::Popover {
     /// `root` outlives the popover.
     WindowPopover(ContentView& root, PopoverDesktop desktop);
 
-    void show(platform::StatusItem& item) override;
+    void show(platform::StatusItem& item, const platform::ActivationRequest& request) override;
     void close() override;
     bool shown() const override;
-    void activate() override;
+    void activate(const platform::ActivationRequest& request) override;
     void makeKey() override;
     void drawNow() override;
 

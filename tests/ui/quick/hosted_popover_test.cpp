@@ -40,7 +40,8 @@ struct Desktop {
 class DesktopPopover final : public platform::Popover {
   public:
     explicit DesktopPopover(Desktop& desktop) : desktop_(desktop) {}
-    void show(platform::StatusItem& /*item*/) override {
+    void show(platform::StatusItem& /*item*/,
+              const platform::ActivationRequest& /*request*/) override {
         desktop_.asked.emplace_back("show");
         desktop_.shown = !desktop_.refuses;
     }
@@ -49,7 +50,9 @@ class DesktopPopover final : public platform::Popover {
         desktop_.goAway();
     }
     bool shown() const override { return desktop_.shown; }
-    void activate() override { desktop_.asked.emplace_back("activate"); }
+    void activate(const platform::ActivationRequest& /*request*/) override {
+        desktop_.asked.emplace_back("activate");
+    }
     void makeKey() override { desktop_.asked.emplace_back("makeKey"); }
     void drawNow() override { desktop_.asked.emplace_back("drawNow"); }
 
@@ -99,7 +102,7 @@ TEST_F(Hosted, LoadsNothingBeforeItIsOpened) {
 }
 
 TEST_F(Hosted, GivesTheDesktopAViewBeforeItIsShown) {
-    popover.show(*item);
+    popover.show(*item, {});
     EXPECT_THAT(desktop.asked, ElementsAre("content", "show"));
     ASSERT_NE(view(), nullptr);
     EXPECT_EQ(desktop.content, reinterpret_cast<void*>(view()->winId()));
@@ -108,19 +111,19 @@ TEST_F(Hosted, GivesTheDesktopAViewBeforeItIsShown) {
 }
 
 TEST_F(Hosted, IsAsWideAsTheContentAndAsTallUpToTheScreensLimit) {
-    popover.show(*item);
+    popover.show(*item, {});
     EXPECT_EQ(desktop.width, 340);
     EXPECT_GT(desktop.height, 420);
     EXPECT_LE(desktop.height, 940);
     desktop.goAway();
     desktop.visibleHeight = 400;
-    popover.show(*item);
+    popover.show(*item, {});
     EXPECT_EQ(desktop.height, 420);
     EXPECT_EQ(view()->size(), QSize(340, 420));
 }
 
 TEST_F(Hosted, FollowsTheContentWhileItIsOpen) {
-    popover.show(*item);
+    popover.show(*item, {});
     const double before = desktop.height;
     stage.root.toggleBreakdown();
     QCoreApplication::processEvents();
@@ -129,7 +132,7 @@ TEST_F(Hosted, FollowsTheContentWhileItIsOpen) {
 }
 
 TEST_F(Hosted, StaysAsItIsWhileItIsClosed) {
-    popover.show(*item);
+    popover.show(*item, {});
     desktop.goAway();
     const double before = desktop.height;
     stage.root.toggleBreakdown();
@@ -138,7 +141,7 @@ TEST_F(Hosted, StaysAsItIsWhileItIsClosed) {
 }
 
 TEST_F(Hosted, HidesTheViewsWhenTheDesktopClosesIt) {
-    popover.show(*item);
+    popover.show(*item, {});
     desktop.goAway();
     ASSERT_NE(view(), nullptr);
     EXPECT_FALSE(view()->isVisible());
@@ -146,23 +149,23 @@ TEST_F(Hosted, HidesTheViewsWhenTheDesktopClosesIt) {
 }
 
 TEST_F(Hosted, OpensOnceOnly) {
-    popover.show(*item);
-    popover.show(*item);
+    popover.show(*item, {});
+    popover.show(*item, {});
     EXPECT_THAT(desktop.asked, ElementsAre("content", "show"));
 }
 
 TEST_F(Hosted, OpensAgainWithTheViewsThatAreThere) {
-    popover.show(*item);
+    popover.show(*item, {});
     desktop.goAway();
-    popover.show(*item);
+    popover.show(*item, {});
     EXPECT_THAT(desktop.asked, ElementsAre("content", "show", "show"));
     EXPECT_TRUE(view()->isVisible());
 }
 
 TEST_F(Hosted, KeepsItsViewsWhenALateWordOfTheClosingComesAfterItWasOpenedAgain) {
-    popover.show(*item);
+    popover.show(*item, {});
     desktop.shown = false; // and fades, before it says so
-    popover.show(*item);
+    popover.show(*item, {});
     desktop.closed();
     EXPECT_TRUE(popover.shown());
     EXPECT_TRUE(view()->isVisible());
@@ -172,13 +175,13 @@ TEST_F(Hosted, KeepsItsViewsWhenALateWordOfTheClosingComesAfterItWasOpenedAgain)
 
 TEST_F(Hosted, ShowsNoWindowOfItsOwnWhereTheDesktopHasNoItem) {
     desktop.refuses = true;
-    popover.show(*item);
+    popover.show(*item, {});
     EXPECT_FALSE(popover.shown());
     EXPECT_FALSE(view()->isVisible());
 }
 
 TEST_F(Hosted, ClosesWithTheEscapeKey) {
-    popover.show(*item);
+    popover.show(*item, {});
     QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
     QCoreApplication::sendEvent(view(), &escape);
     EXPECT_THAT(desktop.asked, ElementsAre("content", "show", "close"));
@@ -186,7 +189,7 @@ TEST_F(Hosted, ClosesWithTheEscapeKey) {
 }
 
 TEST_F(Hosted, DrawsWhatTheDesktopThenShows) {
-    popover.show(*item);
+    popover.show(*item, {});
     QCoreApplication::processEvents();
     int swapped = 0;
     QObject::connect(view(), &QQuickWindow::frameSwapped, [&] {
@@ -202,8 +205,8 @@ TEST_F(Hosted, DrawsWhatTheDesktopThenShows) {
 TEST_F(Hosted, TakesTheKeyboardOnlyWhileItIsOpen) {
     popover.makeKey();
     EXPECT_TRUE(desktop.asked.empty());
-    popover.show(*item);
-    popover.activate();
+    popover.show(*item, {});
+    popover.activate({});
     popover.makeKey();
     EXPECT_THAT(desktop.asked, ElementsAre("content", "show", "activate", "makeKey"));
 }

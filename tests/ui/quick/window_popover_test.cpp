@@ -18,7 +18,7 @@ class OpenWindow : public testing::Test {
   protected:
     OpenWindow() {
         stage.show(healthyReading());
-        popover.show(*item);
+        popover.show(*item, {});
         settle();
         for (QWindow* window : QGuiApplication::allWindows()) {
             if (auto* found = qobject_cast<QQuickView*>(window)) {
@@ -95,7 +95,7 @@ TEST_F(OpenWindow, AsksAgainAtTheNextOpening) {
     insistOn({800, 600});
     QObject::disconnect(insistence);
     popover.close();
-    popover.show(*item);
+    popover.show(*item, {});
     view->resize(340, 200);
     settle();
     EXPECT_EQ(view->size(), size);

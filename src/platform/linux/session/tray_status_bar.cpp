@@ -35,7 +35,7 @@ void TrayStatusItem::setToolTip(const std::string& text) {
     }
 }
 
-void TrayStatusItem::setAction(std::function<void()> action) {
+void TrayStatusItem::setAction(Action action) {
     action_ = std::move(action);
 }
 
@@ -68,7 +68,7 @@ void TrayStatusItem::activated(QSystemTrayIcon::ActivationReason reason) {
     // The second of two quick clicks comes as a double click, and counts as a click too.
     const bool click = reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick;
     if (click && clicksIgnoredUntil_.hasExpired() && action_) {
-        action_();
+        action_({});
     }
 }
 

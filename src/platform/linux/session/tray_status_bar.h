@@ -24,7 +24,7 @@ class TrayStatusItem final : public QObject, public StatusItem {
 
     void setTitle(const StatusTitle& title) override;
     void setToolTip(const std::string& text) override;
-    void setAction(std::function<void()> action) override;
+    void setAction(Action action) override;
     std::optional<Rectangle> frame() const override;
     void ignoreClicks(double seconds) override;
 
@@ -33,7 +33,7 @@ class TrayStatusItem final : public QObject, public StatusItem {
     void activated(QSystemTrayIcon::ActivationReason reason);
 
     QMenu& menu_;
-    std::function<void()> action_;
+    Action action_;
     std::optional<StatusTitle> title_; ///< none until one is set
     QString toolTip_;
     QDeadlineTimer clicksIgnoredUntil_;

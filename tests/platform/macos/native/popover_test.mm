@@ -43,7 +43,7 @@ class PopoverOnAppKit : public testing::Test {
 
     void open() {
         fill();
-        popover->show(*item);
+        popover->show(*item, {});
     }
 
     MacosApplication application;
@@ -126,7 +126,7 @@ TEST_F(PopoverOnAppKit, ABarWithoutAButtonShowsNothing) {
 
 TEST_F(PopoverOnAppKit, OpensOnceOnly) {
     open();
-    popover->show(*item);
+    popover->show(*item, {});
     EXPECT_THAT(kit::desktop().log, ElementsAre("show"));
 }
 
@@ -135,7 +135,7 @@ TEST_F(PopoverOnAppKit, TellsItsOwnerOnceOfEachClosing) {
     popover->close();
     finishFading();
     EXPECT_EQ(closed, 1);
-    popover->show(*item);
+    popover->show(*item, {});
     pressElsewhere();
     finishFading();
     EXPECT_EQ(closed, 2);
@@ -163,7 +163,7 @@ TEST_F(PopoverOnAppKit, StaysWhenTheUserPressesInIt) {
 TEST_F(PopoverOnAppKit, LeavesAPressOfItsOwnItemToTheItemsAction) {
     open();
     std::vector<bool> shownAtTheAction;
-    item->setAction([&] {
+    item->setAction([&](const ActivationRequest&) {
         shownAtTheAction.push_back(popover->shown());
         popover->close();
     });
@@ -204,7 +204,7 @@ TEST_F(PopoverOnAppKit, ClosesAtAPressInNoWindowOfTheProgram) {
 
 TEST_F(PopoverOnAppKit, TakesTheKeyboardInItsOwnWindow) {
     open();
-    popover->activate();
+    popover->activate({});
     popover->makeKey();
     EXPECT_THAT(kit::desktop().log, ElementsAre("show", "activate", "makeKeyAndOrderFront"));
     EXPECT_EQ(NSApplication.sharedApplication.keyWindow, content.window);
@@ -295,14 +295,14 @@ TEST_P(FadingPopover, IsNotShownFromTheMomentItBeginsToClose) {
 
 TEST_P(FadingPopover, OpensAgainWithinTheFading) {
     popover->close();
-    popover->show(*item);
+    popover->show(*item, {});
     EXPECT_TRUE(popover->shown());
     EXPECT_NE(openPopover(), nil);
 }
 
 TEST_P(FadingPopover, TheLateEndOfAFadingIsNoClosingOfTheReopened) {
     popover->close();
-    popover->show(*item);
+    popover->show(*item, {});
     const int before = closed;
     finishFading();
     EXPECT_EQ(closed, before);
@@ -312,7 +312,7 @@ TEST_P(FadingPopover, TheLateEndOfAFadingIsNoClosingOfTheReopened) {
 
 TEST_P(FadingPopover, TheReopenedClosesAsTheFirstDid) {
     popover->close();
-    popover->show(*item);
+    popover->show(*item, {});
     finishFading();
     const int before = closed;
     pressElsewhere();
@@ -323,7 +323,7 @@ TEST_P(FadingPopover, TheReopenedClosesAsTheFirstDid) {
 
 TEST_P(FadingPopover, ClosedTwiceWithinOneFadingItEndsClosed) {
     popover->close();
-    popover->show(*item);
+    popover->show(*item, {});
     popover->close();
     EXPECT_FALSE(popover->shown());
     finishFading();

@@ -83,7 +83,7 @@ class PopoverViewsOnAppKit : public testing::Test {
 };
 
 TEST_F(PopoverViewsOnAppKit, OpensInTheSizeOfItsContent) {
-    popover->show(*item);
+    popover->show(*item, {});
     expectOneSize();
     settle();
     expectOneSize();
@@ -92,14 +92,14 @@ TEST_F(PopoverViewsOnAppKit, OpensInTheSizeOfItsContent) {
 }
 
 TEST_F(PopoverViewsOnAppKit, ItsContentIsInThePopoversWindow) {
-    popover->show(*item);
+    popover->show(*item, {});
     EXPECT_TRUE(quickView()->isVisible());
     EXPECT_NE(qtView().window, nil);
     EXPECT_TRUE(qtView().window.visible);
 }
 
 TEST_F(PopoverViewsOnAppKit, GrowsAndShrinksWithTheBreakdownAndStaysInPlace) {
-    popover->show(*item);
+    popover->show(*item, {});
     settle();
     const double small = popoverHeight();
     for (int round = 0; round < 2; ++round) {
@@ -117,28 +117,28 @@ TEST_F(PopoverViewsOnAppKit, GrowsAndShrinksWithTheBreakdownAndStaysInPlace) {
 
 TEST_F(PopoverViewsOnAppKit, IsNoTallerThanTheScreenAllows) {
     kit::desktop().visibleFrame = NSRect{{0, 0}, {1024, 520}};
-    popover->show(*item);
+    popover->show(*item, {});
     settle();
     EXPECT_EQ(popoverHeight(), 460);
     expectOneSize();
 }
 
 TEST_F(PopoverViewsOnAppKit, ReopensInTheSizeOfWhatHasChangedMeanwhile) {
-    popover->show(*item);
+    popover->show(*item, {});
     settle();
     const double small = popoverHeight();
     popover->close();
     finishFading();
     stage.root.toggleBreakdown();
     settle();
-    popover->show(*item);
+    popover->show(*item, {});
     EXPECT_GT(popoverHeight(), small);
     expectOneSize();
     EXPECT_THAT(misplaced, IsEmpty());
 }
 
 TEST_F(PopoverViewsOnAppKit, ClosesWithTheEscapeKey) {
-    popover->show(*item);
+    popover->show(*item, {});
     QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
     QCoreApplication::sendEvent(quickView(), &escape);
     EXPECT_FALSE(popover->shown());
@@ -146,15 +146,15 @@ TEST_F(PopoverViewsOnAppKit, ClosesWithTheEscapeKey) {
 }
 
 TEST_F(PopoverViewsOnAppKit, GivesThePopoversWindowTheKeyboard) {
-    popover->show(*item);
-    popover->activate();
+    popover->show(*item, {});
+    popover->activate({});
     popover->makeKey();
     EXPECT_TRUE(qtView().window.keyWindow);
     EXPECT_THAT(kit::desktop().log, ElementsAre("show", "activate", "makeKeyAndOrderFront"));
 }
 
 TEST_F(PopoverViewsOnAppKit, AClosedPopoverTakesNoKeyboard) {
-    popover->show(*item);
+    popover->show(*item, {});
     popover->close();
     popover->makeKey();
     EXPECT_EQ(NSApplication.sharedApplication.keyWindow, nil);
@@ -164,13 +164,13 @@ TEST_F(PopoverViewsOnAppKit, WithoutAButtonToStandAtNothingIsShown) {
     item.reset();
     kit::desktop().givesButtons = false;
     item = bar.makeStatusItem();
-    popover->show(*item);
+    popover->show(*item, {});
     EXPECT_FALSE(popover->shown());
     EXPECT_FALSE(quickView()->isVisible());
 }
 
 TEST_F(PopoverViewsOnAppKit, CommitsToTheScreenWhatItHasPainted) {
-    popover->show(*item);
+    popover->show(*item, {});
     settle();
     std::vector<int> flushesBeforeThePaint;
     QObject::connect(quickView(), &QQuickWindow::frameSwapped,
@@ -181,7 +181,7 @@ TEST_F(PopoverViewsOnAppKit, CommitsToTheScreenWhatItHasPainted) {
 }
 
 TEST_F(PopoverViewsOnAppKit, NothingOfItIsLeftWhenItIsDestroyed) {
-    popover->show(*item);
+    popover->show(*item, {});
     settle();
     __weak NSPopover* watched = openPopover();
     const NSView* view = qtView();
@@ -195,7 +195,7 @@ TEST_F(PopoverViewsOnAppKit, NothingOfItIsLeftWhenItIsDestroyed) {
 }
 
 TEST_F(PopoverViewsOnAppKit, DestroyedWhileItFadesNothingIsLeftToBeTold) {
-    popover->show(*item);
+    popover->show(*item, {});
     popover->close();
     const NSView* view = qtView();
     EXPECT_NE(view.superview, nil);
@@ -212,7 +212,7 @@ class FadingViews : public PopoverViewsOnAppKit, public testing::WithParamInterf
     FadingViews() {
         kit::desktop().whileFading = GetParam().whileFading;
         kit::desktop().reopening = GetParam().reopening;
-        popover->show(*item);
+        popover->show(*item, {});
         settle();
     }
 };
@@ -227,7 +227,7 @@ TEST_P(FadingViews, AreHiddenWhenTheUserHasClosedThem) {
 
 TEST_P(FadingViews, AreThereWhenTheyAreOpenedAgainWithinTheFading) {
     pressElsewhere();
-    popover->show(*item);
+    popover->show(*item, {});
     finishFading();
     settle();
     EXPECT_TRUE(popover->shown());
@@ -239,7 +239,7 @@ TEST_P(FadingViews, AreThereWhenTheyAreOpenedAgainWithinTheFading) {
 
 TEST_P(FadingViews, FollowTheContentAfterTheyWereOpenedAgain) {
     popover->close();
-    popover->show(*item);
+    popover->show(*item, {});
     finishFading();
     const double small = popoverHeight();
     stage.root.toggleBreakdown();
@@ -251,7 +251,7 @@ TEST_P(FadingViews, FollowTheContentAfterTheyWereOpenedAgain) {
 TEST_P(FadingViews, AreHiddenWhenTheSecondOpeningIsClosedToo) {
     for (int i = 0; i < 3; ++i) { // rapid clicks
         popover->close();
-        popover->show(*item);
+        popover->show(*item, {});
     }
     popover->close();
     finishFading();
