@@ -64,7 +64,6 @@ class Shell(Desktop):
     impossible = {}  # cell: why this shell makes it impossible, and the nearest thing that there is
     desktop = ""  # XDG_CURRENT_DESKTOP
     session_type = "x11"
-    dark_in_portal = True  # set_scheme() does it through the settings that the portal reads
     unit = 1
     pixels = 1
 
@@ -87,6 +86,7 @@ class Shell(Desktop):
             self.start_bus()
             self.set_scheme(self.dark)
             self.start_shell()
+            self.start_portal()
             self.start_program()
             return self
         except BaseException:
@@ -125,6 +125,14 @@ class Shell(Desktop):
         """Tells the bus what the services that it starts find in their environment."""
         self.run(["dbus-update-activation-environment", *names, "XDG_CURRENT_DESKTOP", "XDG_SESSION_TYPE",
                   "HOME", "GSETTINGS_BACKEND"])
+
+    def start_portal(self):
+        """Starts the desktop's settings, as some program of a session has always done."""
+        ask = ["gdbus", "call", "--session", "--timeout", "8", "-d", "org.freedesktop.portal.Desktop",
+               "-o", "/org/freedesktop/portal/desktop", "-m", "org.freedesktop.portal.Settings.ReadOne",
+               "org.freedesktop.appearance", "color-scheme"]
+        expected = "(<uint32 1>,)" if self.dark else "(<uint32 2>,)"
+        wait_for(f"the portal's settings {expected}", lambda: self.run(ask, 30).strip() == expected, 40)
 
     def set_scheme(self, dark):
         """Makes the desktop dark or light, before it starts."""

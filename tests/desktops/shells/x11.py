@@ -2,6 +2,8 @@
 
 import time
 
+import Xlib.X
+import Xlib.Xatom
 import Xlib.display
 import Xlib.ext.screensaver
 
@@ -25,9 +27,22 @@ class XShell(Shell):
     def start_shell(self):
         self.start_x()
         self.publish_environment("DISPLAY")
-        self.run(["xsetroot", "-solid", "#35607a"])
+        self.paint_background(0x35607a)
         self.start_desktop()
         self.xdotool("mousemove", *map(round, self.screen().middle))
+
+    def paint_background(self, colour):
+        """Colours the bare root window, in the way that compositors too take their background from."""
+        display = Xlib.display.Display(self.environment["DISPLAY"])
+        root = display.screen().root
+        tile = root.create_pixmap(8, 8, display.screen().root_depth)
+        tile.fill_rectangle(root.create_gc(foreground=colour), 0, 0, 8, 8)
+        root.change_attributes(background_pixmap=tile)
+        root.clear_area()
+        for name in ("_XROOTPMAP_ID", "ESETROOT_PMAP_ID"):
+            root.change_property(display.intern_atom(name), Xlib.Xatom.PIXMAP, 32, [tile.id])
+        display.set_close_down_mode(Xlib.X.RetainPermanent)
+        display.close()
 
     def start_desktop(self):
         """Starts the window manager, the panel and the rest on the display."""
