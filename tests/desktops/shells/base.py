@@ -64,6 +64,7 @@ class Shell(Desktop):
     impossible = {}  # cell: why this shell makes it impossible, and the nearest thing that there is
     desktop = ""  # XDG_CURRENT_DESKTOP
     session_type = "x11"
+    has_items = True
     unit = 1
     pixels = 1
 
