@@ -73,6 +73,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     timer_ = runLoop_.every(kRefreshInterval, weaklyRefresh);
     saveTimer_ = runLoop_.every(kSaveInterval, weaklySave);
     updateTitle();
+    notifications_.setAction(weaklyAsked(&AppDelegate::openPopover));
     notifications_.requestAuthorisation();
     statusBar_.setMainMenu(mainMenu());
     runLoop_.async([updater = updater_] { updater->checkInBackground(); });
@@ -88,6 +89,7 @@ void AppDelegate::applicationWillTerminate() {
     model_->saveHistory();
     awake_->releaseOnQuit();
     updater_->abandon();
+    notifications_.withdraw();
 }
 
 void AppDelegate::togglePopover(const ActivationRequest& request) {

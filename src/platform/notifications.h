@@ -1,8 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace korvel::platform {
+
+struct ActivationRequest;
 
 /// Both texts are plain.
 struct Notification {
@@ -21,6 +24,15 @@ class Notifications {
 
     /// Hands a notification over, to be shown at once if the user allows it.
     virtual void post(const Notification& notification) = 0;
+
+    using Action = std::function<void(const ActivationRequest& request)>;
+
+    /// What a click on a notification of the program does, where the desktop leaves that to it.
+    virtual void setAction(Action /*action*/) {}
+
+    /// Takes back what is still shown and would be of no use without the program, which is about to
+    /// end.
+    virtual void withdraw() {}
 };
 
 } // namespace korvel::platform

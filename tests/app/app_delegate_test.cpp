@@ -145,6 +145,17 @@ TEST_F(AppDelegateTest, ThePopoverGetsThePlaceAndTheTokenOfTheClick) {
     EXPECT_THAT(popover->activations, ElementsAre(click));
 }
 
+TEST_F(AppDelegateTest, AClickOnANotificationOpensThePopoverAndNeverClosesIt) {
+    launch();
+    const platform::ActivationRequest click{std::nullopt, "token"};
+    for (int i = 0; i < 2; ++i) {
+        simulated.notifications.click(click);
+        EXPECT_TRUE(popover->shown());
+    }
+    EXPECT_THAT(popover->requests, ElementsAre(click));
+    EXPECT_THAT(popover->activations, ElementsAre(click, click));
+}
+
 TEST_F(AppDelegateTest, TheItemsOwnMenuOpensThePopoverAndNeverClosesIt) {
     launch();
     calls();
@@ -264,7 +275,7 @@ TEST_F(AppDelegateTest, SavesTheHistoryThenLetsTheMachineSleepAndRemembersTheWis
     calls();
     delegate->applicationWillTerminate();
     EXPECT_THAT(calls(), ElementsAre("write " + historyFile(), "release NoDisplaySleepAssertion",
-                                     "release NoIdleSleepAssertion"));
+                                     "release NoIdleSleepAssertion", "withdraw"));
     EXPECT_TRUE(simulated.defaults.boolean("awakeOn"));
 }
 
@@ -284,7 +295,7 @@ TEST_F(AppDelegateTest, TerminationBeforeTheLaunchSavesWhatWasLoaded) {
     make();
     calls();
     delegate->applicationWillTerminate();
-    EXPECT_THAT(calls(), ElementsAre("write " + historyFile()));
+    EXPECT_THAT(calls(), ElementsAre("write " + historyFile(), "withdraw"));
     EXPECT_EQ(simulated.files.contents[historyFile()], kRows);
     EXPECT_EQ(simulated.statusBar.items, 0);
 }

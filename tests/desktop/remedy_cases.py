@@ -10,11 +10,10 @@ import subprocess
 import time
 
 from cases import Program, Skip, case, check, desktop, equal, wait_for_item
-from desktop import BUS_CONFIG, Desktop, Failure, wait_for
+from desktop import BUS_CONFIG, Failure, wait_for
 from popover_cases import LAUNCHER, screen_reader
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-POSTER = os.path.join("bin", "korvel_post_notification")
 REASON = "Korvel keep awake"
 NAME = "com.oxbrook.korvel"
 
@@ -79,62 +78,6 @@ def kept_awake(*session_services):
 def tooltip(place):
     return place.property(wait_for_item(place), "/StatusNotifierItem",
                           "org.kde.StatusNotifierItem", "ToolTip")
-
-
-def poster():
-    path = os.path.join(os.path.dirname(Program.path), os.path.basename(POSTER))
-    if not os.path.exists(path):
-        raise Skip("korvel_post_notification is not built")
-    return path
-
-
-def post(place, title, body):
-    equal(place.spawn([poster(), title, body]).wait(20), 0, "exit status of the poster")
-
-
-@case()
-def notification_has_the_programs_name_icon_and_escaped_body():
-    with Desktop() as place:
-        services = Services(place, "notifications")
-        post(place, "Mac slowing down: score 31", "Heaviest: <b>x</b> & co\x07 at 9.3 GB")
-        equal(services.calls(),
-              [["notifications", "Notify", "Korvel", 0, NAME, "Computer slowing down: score 31",
-                "Heaviest: &lt;b&gt;x&lt;/b&gt; &amp; co  at 9.3 GB", [],
-                {"desktop-entry": NAME}, -1]], "what was posted")
-
-
-@case()
-def notification_is_plain_where_no_markup_is_rendered():
-    with Desktop() as place:
-        services = Services(place, "plain-notifications")
-        post(place, "Mac slowing down: score 31", "Heaviest: <b>x</b> & co at 9.3 GB")
-        equal(services.calls()[0][6], "Heaviest: <b>x</b> & co at 9.3 GB", "the body")
-
-
-@case()
-def notification_without_a_service_is_silent():
-    with Desktop() as place:
-        printed = os.path.join(place.folder, "printed-by-poster")
-        with open(printed, "wb") as file:
-            process = place.spawn([poster(), "title", "body"], stdout=file, stderr=file)
-            equal(process.wait(20), 0, "exit status of the poster")
-        equal(os.path.getsize(printed), 0, "bytes printed")
-
-
-@case("dunst")
-def notification_is_seen_on_the_screen_of_a_real_service():
-    with Desktop() as place:
-        before = place.screenshot()
-        config = os.path.join(place.folder, "dunstrc")
-        with open(config, "w", encoding="ascii") as file:
-            file.write("[global]\n  markup = full\n  width = 360\n")
-        place.spawn(["dunst", "-config", config], stderr=subprocess.DEVNULL)
-        wait_for("the service", lambda: place.owner("org.freedesktop.Notifications"))
-        post(place, "Mac slowing down: score 31", "Heaviest: <b>browser</b> at 9.3 GB")
-        wait_for("the notification", lambda: place.screenshot().rgb != before.rgb)
-        if os.environ.get("KORVEL_PICTURES"):
-            place.screenshot().save(os.path.join(os.environ["KORVEL_PICTURES"],
-                                                 "notification.png"))
 
 
 @case("xfce4-panel")

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <functional>
+#include <utility>
 #include <vector>
 
 #include "platform/notifications.h"
 #include "platform/simulated/call_log.h"
+#include "platform/status_bar.h"
 
 namespace korvel::platform {
 
@@ -22,6 +24,18 @@ class SimulatedNotifications final : public Notifications, public Logging {
             onPost(notification);
         }
     }
+    void setAction(Action action) override { action_ = std::move(action); }
+    void withdraw() override { note("withdraw"); }
+
+    /// Clicks a notification; nothing happens where no action was set.
+    void click(const ActivationRequest& request = {}) const {
+        if (action_) {
+            action_(request);
+        }
+    }
+
+  private:
+    Action action_;
 };
 
 } // namespace korvel::platform

@@ -1,25 +1,31 @@
 #include "platform/linux/session/desktop_notifications.h"
 
+#include <chrono>
+#include <optional>
 #include <utility>
 
-#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusReply>
 #include <QStringList>
+#include <QVariant>
 #include <QVariantMap>
 
 #include "platform/identity.h"
 #include "platform/linux/session/bus_object.h"
+#include "platform/status_bar.h"
 
 namespace korvel::platform {
 
 namespace {
 
-/// Of the session bus. A service that is not running is started: most desktops wait with that for
-/// the first notification.
-BusObject notificationService() {
-    return {QDBusConnection::sessionBus(), QStringLiteral("org.freedesktop.Notifications"),
-            QStringLiteral("/org/freedesktop/Notifications"),
-            QStringLiteral("org.freedesktop.Notifications"), Activation::allowed};
+const QString kNotifications = QStringLiteral("org.freedesktop.Notifications");
+const QString kNotificationsPath = QStringLiteral("/org/freedesktop/Notifications");
+const QString kDefaultAction = QStringLiteral("default"); ///< the action of a click on the whole
+
+/// A service that is not running is started: most desktops wait with that for the first
+/// notification.
+BusObject notificationService(const QDBusConnection& bus) {
+    return {bus, kNotifications, kNotificationsPath, kNotifications, Activation::allowed};
 }
 
 /// One line, with spaces in the place of control characters.
@@ -37,7 +43,8 @@ std::string printable(std::string text) {
 
 } // namespace
 
-DesktopNotifications::DesktopNotifications(Words words) : words_(std::move(words)) {}
+DesktopNotifications::DesktopNotifications(Words words, const QDBusConnection& bus)
+    : bus_(bus), words_(std::move(words)) {}
 
 std::string DesktopNotifications::body(const std::string& text, bool markup) {
     std::string plain = printable(text);
@@ -64,26 +71,105 @@ std::string DesktopNotifications::body(const std::string& text, bool markup) {
 }
 
 void DesktopNotifications::post(const Notification& notification) {
-    const BusObject service = notificationService();
-    const std::string title = printable(words_(notification.title));
-    const std::string text = words_(notification.body);
+    listen();
     // Asked each time: another service may have taken over.
-    service.ask(
-        "GetCapabilities", {}, replies_, [service, title, text](const QDBusMessage& answer) {
-            const QDBusReply<QStringList> capabilities(answer);
-            if (!capabilities.isValid()) {
-                return;
-            }
-            const bool markup = capabilities.value().contains(QStringLiteral("body-markup"));
-            const QString icon = QString::fromLatin1(kBundleIdentifier);
-            const QVariantMap hints{{QStringLiteral("desktop-entry"), icon}};
-            constexpr unsigned kReplacesNone = 0;
-            constexpr int kServicesOwnTimeout = -1;
-            service.tell("Notify",
-                         {QStringLiteral("Korvel"), kReplacesNone, icon,
-                          QString::fromStdString(title), QString::fromStdString(body(text, markup)),
-                          QStringList(), hints, kServicesOwnTimeout});
-        });
+    notificationService(bus_).ask(
+        "GetCapabilities", {}, *this,
+        [this, notification](const QDBusMessage& answer) { notify(notification, answer); });
+}
+
+void DesktopNotifications::notify(const Notification& notification,
+                                  const QDBusMessage& capabilities) {
+    const QDBusReply<QStringList> known(capabilities);
+    if (!known.isValid()) {
+        return;
+    }
+    if (capabilities.service() != service_) {
+        forget();
+    }
+    const bool markup = known.value().contains(QStringLiteral("body-markup"));
+    const QStringList actions = known.value().contains(QStringLiteral("actions"))
+                                    ? QStringList{kDefaultAction, QStringLiteral("Show")}
+                                    : QStringList();
+    const QString icon = QString::fromLatin1(kBundleIdentifier);
+    const QVariantMap hints{{QStringLiteral("desktop-entry"), icon}};
+    constexpr int kServicesOwnTimeout = -1;
+    notificationService(bus_).ask("Notify",
+                                  {QStringLiteral("Korvel"), number_, icon,
+                                   QString::fromStdString(printable(words_(notification.title))),
+                                   QString::fromStdString(body(words_(notification.body), markup)),
+                                   actions, hints, kServicesOwnTimeout},
+                                  *this, [this](const QDBusMessage& answer) {
+                                      const QDBusReply<std::uint32_t> number(answer);
+                                      if (number.isValid()) {
+                                          service_ = answer.service();
+                                          number_ = number.value();
+                                          token_.clear();
+                                      }
+                                  });
+}
+
+void DesktopNotifications::setAction(Action action) {
+    action_ = std::move(action);
+}
+
+void DesktopNotifications::withdraw() {
+    if (number_ == 0 || !bus_.isConnected()) {
+        return;
+    }
+    const BusObject shower(bus_, service_, kNotificationsPath, kNotifications);
+    shower.tell("CloseNotification", {number_});
+    forget();
+    // The library sends from a thread of its own, in order; the bus, not the service, is waited
+    // for.
+    constexpr std::chrono::milliseconds kPatience(100);
+    const BusObject bus(bus_, QStringLiteral("org.freedesktop.DBus"),
+                        QStringLiteral("/org/freedesktop/DBus"),
+                        QStringLiteral("org.freedesktop.DBus.Peer"));
+    bus.call("Ping", {}, kPatience);
+}
+
+/// Not before something was posted: the service tells everybody of each notification there is.
+void DesktopNotifications::listen() {
+    if (std::exchange(listening_, bus_.isConnected()) || !listening_) {
+        return;
+    }
+    for (const char* signal : {"ActionInvoked", "ActivationToken", "NotificationClosed"}) {
+        // Of nobody in particular: with the service's name the library would wait for its owner.
+        bus_.connect(QString(), kNotificationsPath, kNotifications, QLatin1String(signal), this,
+                     SLOT(told(QDBusMessage)));
+    }
+}
+
+void DesktopNotifications::told(const QDBusMessage& signal) {
+    if (!isOfTheShown(signal)) {
+        return;
+    }
+    if (signal.member() == QLatin1String("NotificationClosed")) {
+        forget();
+        return;
+    }
+    const QVariant argument = signal.arguments().value(1);
+    if (argument.userType() != QMetaType::QString) {
+        return;
+    }
+    const QString text = argument.toString();
+    if (signal.member() == QLatin1String("ActivationToken")) {
+        token_ = text.toStdString();
+    } else if (text == kDefaultAction && action_) {
+        action_({.place = std::nullopt, .token = std::exchange(token_, {})});
+    }
+}
+
+bool DesktopNotifications::isOfTheShown(const QDBusMessage& signal) const {
+    const QVariant number = signal.arguments().value(0);
+    return number_ != 0 && signal.service() == service_ && number.userType() == QMetaType::UInt &&
+           number.toUInt() == number_;
+}
+
+void DesktopNotifications::forget() {
+    number_ = 0;
+    token_.clear();
 }
 
 } // namespace korvel::platform
