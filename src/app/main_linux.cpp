@@ -22,6 +22,7 @@
 #include "platform/linux/session/desktop_notifications.h"
 #include "platform/linux/session/desktop_power.h"
 #include "platform/linux/session/environment.h"
+#include "platform/linux/session/launch_token.h"
 #include "platform/linux/session/linux_workspace.h"
 #include "platform/linux/session/settings_file.h"
 #include "platform/linux/session/single_instance.h"
@@ -94,6 +95,7 @@ int main(int, char** argv) {
     const std::string executable = platform::LinuxBundle::runningExecutable();
     const auto start =
         platform::takeRelaunchMark() ? platform::Start::relaunch : platform::Start::ordinary;
+    const platform::LaunchToken token = platform::takeLaunchToken();
     platform::takeQtMessages(heedLostCompositor);
     platform::TerminationSignals terminationSignals;
 
@@ -106,14 +108,14 @@ int main(int, char** argv) {
     QApplication::setApplicationDisplayName(QStringLiteral("Korvel"));
     QApplication::setDesktopFileName(QString::fromLatin1(platform::kBundleIdentifier));
 
-    platform::SingleInstance instance([] {
+    platform::SingleInstance instance([](const platform::ActivationRequest& request) {
         if (running) {
-            running->openPopover({});
+            running->openPopover(request);
         }
     });
     // While another copy is waited for there is nothing to be saved.
     terminationSignals.notify([] { std::_Exit(EXIT_SUCCESS); });
-    if (!instance.acquire(start)) {
+    if (!instance.acquire(start, token)) {
         // The library's connection has put off a piece of work, which would be left behind.
         QApplication::processEvents();
         QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

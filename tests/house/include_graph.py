@@ -46,7 +46,7 @@ ROOMS = {
 FACES = {
     "platform/linux/kernel": {"linux_machine.h", "linux_processes.h", "own_memory.h", "process_status.h"},
     "platform/linux/session": {
-        "desktop_notifications.h", "desktop_power.h", "environment.h", "linux_workspace.h",
+        "desktop_notifications.h", "desktop_power.h", "environment.h", "launch_token.h", "linux_workspace.h",
         "portal_appearance.h", "settings_file.h", "single_instance.h", "systemd_agents.h", "tray_status_bar.h",
         "window_effects.h",
     },

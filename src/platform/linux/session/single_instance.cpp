@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -22,6 +23,7 @@
 
 #include "platform/identity.h"
 #include "platform/linux/session/bus_object.h"
+#include "platform/status_bar.h"
 
 namespace korvel::platform {
 
@@ -35,6 +37,28 @@ QString objectPath() {
     return QLatin1Char('/') + busName().replace(QLatin1Char('.'), QLatin1Char('/'));
 }
 
+// The interface's names of what a launcher gave.
+constexpr QLatin1String kActivationToken("activation-token");
+constexpr QLatin1String kStartupToken("desktop-startup-id");
+
+QVariantMap platformData(const LaunchToken& token) {
+    QVariantMap data;
+    const auto add = [&data](QLatin1String name, const std::string& value) {
+        if (!value.empty()) {
+            data.insert(name, QString::fromStdString(value));
+        }
+    };
+    add(kActivationToken, token.activation);
+    add(kStartupToken, token.startup);
+    return data;
+}
+
+/// Empty where there is none, or something else.
+std::string text(const QVariantMap& data, QLatin1String name) {
+    const QVariant value = data.value(name);
+    return value.userType() == QMetaType::QString ? value.toString().toStdString() : std::string();
+}
+
 /// Runs the loop until something ends it, for so long at most.
 void runFor(QEventLoop& loop, std::chrono::milliseconds longest) {
     QTimer::singleShot(longest, &loop, &QEventLoop::quit);
@@ -43,19 +67,20 @@ void runFor(QEventLoop& loop, std::chrono::milliseconds longest) {
 
 } // namespace
 
-SingleInstance::SingleInstance(std::function<void()> activated)
+SingleInstance::SingleInstance(Activated activated)
     : SingleInstance(std::move(activated), Patience()) {}
 
-SingleInstance::SingleInstance(std::function<void()> activated, Patience patience)
+SingleInstance::SingleInstance(Activated activated, Patience patience)
     : activated_(std::move(activated)), patience_(patience) {}
 
 SingleInstance::~SingleInstance() = default;
 
-bool SingleInstance::acquire(Start start) {
-    return QDBusConnection::sessionBus().isConnected() ? acquireName(start) : acquireLock(start);
+bool SingleInstance::acquire(Start start, const LaunchToken& token) {
+    return QDBusConnection::sessionBus().isConnected() ? acquireName(start, token)
+                                                       : acquireLock(start);
 }
 
-bool SingleInstance::acquireName(Start start) {
+bool SingleInstance::acquireName(Start start, const LaunchToken& token) {
     QDBusConnection bus = QDBusConnection::sessionBus();
     // The object is registered before the name, so that no call comes before it.
     bus.registerObject(objectPath(), this, QDBusConnection::ExportScriptableSlots);
@@ -80,7 +105,7 @@ bool SingleInstance::acquireName(Start start) {
     if (!owner) {
         const BusObject running(bus, busName(), objectPath(),
                                 QStringLiteral("org.freedesktop.Application"));
-        running.ask("Activate", {QVariantMap()}, loop, [&loop](const QDBusMessage& answer) {
+        running.ask("Activate", {platformData(token)}, loop, [&loop](const QDBusMessage& answer) {
             // An error is no answer: it is about to end, or has ended, and then the name comes.
             if (answer.type() != QDBusMessage::ErrorMessage) {
                 loop.quit();
@@ -94,8 +119,10 @@ bool SingleInstance::acquireName(Start start) {
     return owner;
 }
 
-void SingleInstance::Activate(const QVariantMap&) {
-    activated_();
+void SingleInstance::Activate(const QVariantMap& platformData) {
+    const LaunchToken token{.activation = text(platformData, kActivationToken),
+                            .startup = text(platformData, kStartupToken)};
+    activated_({.place = std::nullopt, .token = token.any()});
 }
 
 bool SingleInstance::acquireLock(Start start) {

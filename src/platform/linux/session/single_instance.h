@@ -6,11 +6,14 @@
 #include <QObject>
 #include <QVariantMap>
 
+#include "platform/linux/session/launch_token.h"
 #include "platform/posix/file_descriptor.h"
 
 class QEventLoop;
 
 namespace korvel::platform {
+
+struct ActivationRequest;
 
 /// Who started this process.
 enum class Start {
@@ -32,25 +35,29 @@ class SingleInstance final : public QObject {
         std::chrono::milliseconds end{30000};   ///< of the one that relaunches
     };
 
-    /// `activated` runs on the main thread each time the program is started once more.
-    explicit SingleInstance(std::function<void()> activated);
-    SingleInstance(std::function<void()> activated, Patience patience);
+    using Activated = std::function<void(const ActivationRequest& request)>;
+
+    /// `activated` runs on the main thread each time the program is started once more, or asked for
+    /// by the desktop, with the token that came along.
+    explicit SingleInstance(Activated activated);
+    SingleInstance(Activated activated, Patience patience);
     ~SingleInstance() override;
 
     /// Whether this process is now the only one. False: another runs; where there is a bus it has
-    /// been asked to come to the front. Runs the event loop while it waits.
-    bool acquire(Start start);
+    /// been asked to come to the front, and has got this process's token. Runs the event loop while
+    /// it waits.
+    bool acquire(Start start, const LaunchToken& token = {});
 
     /// The D-Bus method: the program has been started once more.
     Q_SLOT Q_SCRIPTABLE void
     Activate(const QVariantMap& platformData); // NOLINT: the interface's name
 
   private:
-    bool acquireName(Start start);
+    bool acquireName(Start start, const LaunchToken& token);
     bool acquireLock(Start start);
     bool waitForLock();
 
-    std::function<void()> activated_;
+    Activated activated_;
     Patience patience_;
     FileDescriptor lock_;
 };

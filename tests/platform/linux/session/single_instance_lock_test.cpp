@@ -10,6 +10,7 @@
 
 #include "platform/linux/session/single_instance.h"
 #include "platform/posix/file_descriptor.h"
+#include "platform/status_bar.h"
 #include "support/temp_tree.h"
 
 // Without a session bus.
@@ -37,16 +38,16 @@ class InstanceLock : public testing::Test {
 };
 
 TEST_F(InstanceLock, TheFirstHasItAndTheNextDoesNotRun) {
-    SingleInstance first([] {});
+    SingleInstance first([](const ActivationRequest&) {});
     EXPECT_TRUE(first.acquire(Start::ordinary));
-    SingleInstance next([] {});
+    SingleInstance next([](const ActivationRequest&) {});
     EXPECT_FALSE(next.acquire(Start::ordinary));
     EXPECT_TRUE(locked());
 }
 
 TEST_F(InstanceLock, OneThatRelaunchesIsWaitedFor) {
     FileDescriptor other = lockedByAnother();
-    SingleInstance next([] {});
+    SingleInstance next([](const ActivationRequest&) {});
     QTimer::singleShot(100, &next, [&other] { other.reset(); });
     EXPECT_TRUE(next.acquire(Start::relaunch));
     EXPECT_TRUE(locked()) << "as long as the program runs";
@@ -54,12 +55,13 @@ TEST_F(InstanceLock, OneThatRelaunchesIsWaitedFor) {
 
 TEST_F(InstanceLock, OneThatRelaunchesAndDoesNotEndIsWaitedForNoLongerThanThat) {
     const FileDescriptor other = lockedByAnother();
-    SingleInstance next([] {}, {.answer = {}, .end = std::chrono::milliseconds(50)});
+    SingleInstance next([](const ActivationRequest&) {},
+                        {.answer = {}, .end = std::chrono::milliseconds(50)});
     EXPECT_FALSE(next.acquire(Start::relaunch));
 }
 
 TEST_F(InstanceLock, ARelaunchAfterItsEndWaitsForNobody) {
-    SingleInstance next([] {}, {.answer = {}, .end = {}});
+    SingleInstance next([](const ActivationRequest&) {}, {.answer = {}, .end = {}});
     EXPECT_TRUE(next.acquire(Start::relaunch));
     EXPECT_TRUE(locked());
 }

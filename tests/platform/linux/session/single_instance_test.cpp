@@ -2,6 +2,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -12,11 +16,13 @@
 #include <QObject>
 #include <QThread>
 #include <QTimer>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "platform/linux/session/bus_object.h"
 #include "platform/linux/session/event_loop.h"
 #include "platform/linux/session/private_bus.h"
+#include "platform/status_bar.h"
 
 namespace korvel::platform {
 namespace {
@@ -68,8 +74,10 @@ class OtherProgram : public QObject, protected QDBusContext {
     std::atomic<Way> way = Way::answers;
 
     // Its name is the protocol's. NOLINTNEXTLINE(readability-identifier-naming)
-    Q_SLOT void Activate(const QVariantMap& /*platformData*/) {
+    Q_SLOT void Activate(const QVariantMap& platformData) {
         ++activations;
+        const std::scoped_lock lock(mutex_);
+        platformData_ = platformData;
         if (way == Way::losesItsName) {
             connection().unregisterService(kName);
             sendErrorReply(QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner"),
@@ -82,6 +90,12 @@ class OtherProgram : public QObject, protected QDBusContext {
         if (way == Way::dies) {
             QDBusConnection::disconnectFromBus(connection().name());
         }
+    }
+
+    /// What came with the last activation.
+    QVariantMap platformData() {
+        const std::scoped_lock lock(mutex_);
+        return platformData_;
     }
 
     /// Leaves the bus, as at its end, and returns when the bus has seen it.
@@ -99,6 +113,8 @@ class OtherProgram : public QObject, protected QDBusContext {
 
   private:
     QString address_; ///< its connection's own name
+    std::mutex mutex_;
+    QVariantMap platformData_;
     QThread thread_;
 };
 
@@ -115,12 +131,13 @@ class SingleInstanceTest : public testing::Test {
     }
     static QString self() { return QDBusConnection::sessionBus().baseService(); }
 
-    int activations_ = 0;
+    std::vector<std::string> tokens_; ///< that came, one for each activation
     SingleInstance instance_{
-        [this] { ++activations_; },
+        [this](const ActivationRequest& request) { tokens_.push_back(request.token); },
         {.answer = std::chrono::milliseconds(2000), .end = std::chrono::milliseconds(5000)}};
     SingleInstance hasty_{
-        [] {}, {.answer = std::chrono::milliseconds(50), .end = std::chrono::milliseconds(50)}};
+        [](const ActivationRequest&) {},
+        {.answer = std::chrono::milliseconds(50), .end = std::chrono::milliseconds(50)}};
 };
 
 TEST_F(SingleInstanceTest, TheFirstHasTheNameAndIsActivatedByTheNext) {
@@ -129,8 +146,57 @@ TEST_F(SingleInstanceTest, TheFirstHasTheNameAndIsActivatedByTheNext) {
     EXPECT_FALSE(next.registerService(kName));
     const BusObject program(next, kName, kPath, QStringLiteral("org.freedesktop.Application"));
     program.tell("Activate", {QVariantMap()});
-    EXPECT_TRUE(runUntil([this] { return activations_ == 1; }));
+    EXPECT_TRUE(runUntil([this] { return tokens_.size() == 1; }));
     QDBusConnection::disconnectFromBus(QStringLiteral("next"));
+}
+
+TEST_F(SingleInstanceTest, TheTokenOfWhoActivatesIsHandedOn) {
+    ASSERT_TRUE(instance_.acquire(Start::ordinary));
+    QDBusConnection next = connectToSession(QStringLiteral("next"));
+    const BusObject program(next, kName, kPath, QStringLiteral("org.freedesktop.Application"));
+    const QString activation = QStringLiteral("activation-token");
+    const QString startup = QStringLiteral("desktop-startup-id");
+    const std::vector<std::pair<QVariantMap, std::string>> rows{
+        {{}, ""},
+        {{{activation, "a"}, {startup, "s"}}, "a"},
+        {{{startup, "s"}}, "s"},
+        {{{activation, ""}, {startup, "s"}}, "s"},
+        {{{activation, 5}, {startup, "s"}}, "s"},
+        {{{activation, QStringList{"a"}}, {"another", "b"}}, ""},
+    };
+    for (const auto& [data, token] : rows) {
+        tokens_.clear();
+        program.tell("Activate", {data});
+        EXPECT_TRUE(runUntil([this] { return !tokens_.empty(); }));
+        EXPECT_THAT(tokens_, testing::ElementsAre(token));
+    }
+    QDBusConnection::disconnectFromBus(QStringLiteral("next"));
+}
+
+TEST_F(SingleInstanceTest, OneThatRunsGetsTheTokenOfThisProcess) {
+    OtherProgram other;
+    const auto handed = [&](const LaunchToken& token) {
+        EXPECT_FALSE(instance_.acquire(Start::ordinary, token));
+        return other.platformData();
+    };
+    EXPECT_EQ(handed({}), QVariantMap());
+    EXPECT_EQ(handed({.activation = "a", .startup = {}}), QVariantMap({{"activation-token", "a"}}));
+    EXPECT_EQ(handed({.activation = "a", .startup = "s"}),
+              QVariantMap({{"activation-token", "a"}, {"desktop-startup-id", "s"}}));
+}
+
+TEST(LaunchToken, IsTakenOutOfTheEnvironment) {
+    qputenv("XDG_ACTIVATION_TOKEN", "a");
+    qputenv("DESKTOP_STARTUP_ID", "s");
+    const LaunchToken both = takeLaunchToken();
+    EXPECT_EQ(both.activation, "a");
+    EXPECT_EQ(both.startup, "s");
+    EXPECT_EQ(both.any(), "a");
+    EXPECT_FALSE(qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
+    EXPECT_FALSE(qEnvironmentVariableIsSet("DESKTOP_STARTUP_ID"));
+    EXPECT_EQ(takeLaunchToken().any(), "");
+    qputenv("DESKTOP_STARTUP_ID", "s");
+    EXPECT_EQ(takeLaunchToken().any(), "s");
 }
 
 TEST_F(SingleInstanceTest, OneThatRunsIsActivatedOnceAndStaysTheOnlyOne) {
@@ -162,7 +228,8 @@ TEST_F(SingleInstanceTest, OneThatDoesNotComeToTheFrontAndThenEndsIsReplaced) {
     for (const auto way : {OtherProgram::Way::hangs, OtherProgram::Way::refuses}) {
         OtherProgram other;
         other.way = way;
-        SingleInstance next([] {}, {.answer = std::chrono::milliseconds(5000), .end = {}});
+        SingleInstance next([](const ActivationRequest&) {},
+                            {.answer = std::chrono::milliseconds(5000), .end = {}});
         QTimer::singleShot(100, &next, [&other] { other.leave(); });
         EXPECT_TRUE(next.acquire(Start::ordinary));
         EXPECT_EQ(owner(), self());
@@ -174,7 +241,8 @@ TEST_F(SingleInstanceTest, OneThatDoesNotComeToTheFrontAndThenEndsIsReplaced) {
 TEST_F(SingleInstanceTest, AnotherNameThatComesMeanwhileIsNotTheProgramsName) {
     OtherProgram other;
     other.way = OtherProgram::Way::hangs;
-    SingleInstance next([] {}, {.answer = std::chrono::milliseconds(300), .end = {}});
+    SingleInstance next([](const ActivationRequest&) {},
+                        {.answer = std::chrono::milliseconds(300), .end = {}});
     const QString another = kName + QStringLiteral(".another");
     QTimer::singleShot(
         10, &next, [&] { EXPECT_TRUE(QDBusConnection::sessionBus().registerService(another)); });
@@ -192,7 +260,8 @@ TEST_F(SingleInstanceTest, OneThatHangsIsLeftAlone) {
 
 TEST_F(SingleInstanceTest, OneThatRelaunchesIsWaitedForAndNotActivated) {
     OtherProgram other;
-    SingleInstance next([] {}, {.answer = {}, .end = std::chrono::milliseconds(5000)});
+    SingleInstance next([](const ActivationRequest&) {},
+                        {.answer = {}, .end = std::chrono::milliseconds(5000)});
     QTimer::singleShot(100, &next, [&other] { other.leave(); });
     EXPECT_TRUE(next.acquire(Start::relaunch));
     EXPECT_EQ(other.activations, 0);
