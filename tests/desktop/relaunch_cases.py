@@ -1,13 +1,14 @@
 """What runs after a relaunch, a second start and an update that cannot run here: one program, always."""
 
+import contextlib
 import os
 import shutil
 import signal
 import time
 
-from cases import Program, case, check, desktop, equal, wait_for_icon
+from cases import Program, case, check, desktop, equal, history, middle, opened, wait_for_icon
 from desktop import wait_for
-from remedy_cases import NAME
+from remedy_cases import NAME, system_bus
 from update_cases import quit_program, refused, update_case
 from update_site import NEW, OLD, PROGRAM, packed, trial
 
@@ -86,6 +87,50 @@ def without_a_session_bus_a_relaunched_copy_waits_too():
         equal(Program(place).exit_status(), 0, "exit status of a third")
         check(second.running(), "the second ended")
         equal(second.send(signal.SIGTERM), 0, "exit status of the second")
+
+
+@contextlib.contextmanager
+def stopped(process):
+    """A process that does nothing meanwhile, and looks as if it were about to."""
+    process.send_signal(signal.SIGSTOP)
+    try:
+        yield
+    finally:
+        process.send_signal(signal.SIGCONT)
+
+
+@case("trayer")
+def bus_that_hangs_holds_up_no_launch():
+    with desktop("trayer", program=False) as place:
+        with stopped(place.bus):
+            program = Program(place)
+            place.click(*middle(wait_for_icon(place, 8)))
+            opened(place)
+            equal(Program(place).exit_status(), 0, "exit status of a further start")
+            equal(program.send(signal.SIGTERM), 0, "exit status")
+            history(place)
+
+
+@case("trayer")
+def system_bus_that_hangs_holds_up_no_launch():
+    with desktop("trayer", program=False) as place:
+        address = system_bus(place)["DBUS_SESSION_BUS_ADDRESS"]
+        check(address.startswith("unix:"), "no bus of its own")
+        with stopped(place.started[-1]):
+            program = Program(place)
+            wait_for_icon(place, 8)
+            equal(program.send(signal.SIGTERM), 0, "exit status")
+
+
+@case()
+def start_while_the_bus_hangs_leaves_the_copy_that_runs_alone():
+    with desktop() as (place, first):
+        wait_for("the program's name", lambda: place.owner(NAME))
+        with stopped(place.bus):
+            equal(Program(place).exit_status(5), 0, "exit status of the second")
+            check(first.running(), "the first ended")
+        equal(Program(place).exit_status(), 0, "exit status of a third")
+        opened(place)
 
 
 def other_processor(program):

@@ -170,7 +170,9 @@ OUTSIDE = {
     "platform/linux/kernel": FILE | FMT | {
         "malloc.h", "poll.h", "sys/mman.h", "sys/resource.h", "sys/statvfs.h", "sys/syscall.h",
     },
-    "platform/linux/session": FILE | {"sys/eventfd.h", "sys/file.h", "xcb/shape.h", "xcb/xcb.h"}
+    "platform/linux/session": FILE | {
+        "poll.h", "sys/eventfd.h", "sys/file.h", "sys/socket.h", "sys/un.h", "xcb/shape.h", "xcb/xcb.h",
+    }
     | QT_CORE | QT_GUI | QT_WIDGETS | QT_DBUS,
     "platform/linux/update": FILE | FMT | {"link.h", "locale.h"} | ARCHIVE | PLIST | OPENSSL,
     "platform/macos": FMT | APPLE | {"unistd.h"},

@@ -1,10 +1,14 @@
 #include "platform/linux/session/environment.h"
 
+#include <chrono>
 #include <filesystem>
 #include <system_error>
+#include <vector>
 
 #include <QGuiApplication>
+#include <QString>
 
+#include "platform/linux/session/bus_probe.h"
 #include "platform/linux/session/session_bus.h"
 
 namespace korvel::platform {
@@ -18,9 +22,24 @@ void keepThemePluginsOut() {
     }
 }
 
-void startNoBus() {
+/// A bus that is not there, or hangs, is none for as long as this process lives.
+void leaveBusesOut() {
+    constexpr const char* kSessionBus = "DBUS_SESSION_BUS_ADDRESS";
+    constexpr const char* kSystemBus = "DBUS_SYSTEM_BUS_ADDRESS";
+    constexpr const char* kNoBus = "disabled:";
+    constexpr std::chrono::seconds kPatience(1);
     if (!sessionBusIsThere()) {
-        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+        qputenv(kSessionBus, kNoBus);
+    }
+    const QString systemBus =
+        qEnvironmentVariable(kSystemBus, QStringLiteral("unix:path=/run/dbus/system_bus_socket"));
+    const std::vector<bool> silent =
+        silentBuses({sessionBusAddress().toStdString(), systemBus.toStdString()}, kPatience);
+    if (silent.front()) {
+        qputenv(kSessionBus, kNoBus);
+    }
+    if (silent.back()) {
+        qputenv(kSystemBus, kNoBus);
     }
 }
 
@@ -45,7 +64,7 @@ void keepOtherQtOut() {
 } // namespace
 
 void prepareEnvironment(const std::string& executable) {
-    startNoBus();
+    leaveBusesOut();
     if (carriesQt(executable)) {
         keepOtherQtOut();
     }

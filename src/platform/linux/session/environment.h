@@ -9,7 +9,9 @@ namespace korvel::platform {
 ///
 /// A desktop's own theme plugin would load its whole toolkit (tens of megabytes) for fonts and
 /// dialogs that this program has no use for: it stays out unless the environment asks for it. A
-/// session without a bus stays one: left to itself, the D-Bus library would start a bus here.
+/// session without a bus stays one: left to itself, the D-Bus library would start a bus here. A bus
+/// that takes no notice of this process within a second is left out for good, for the library would
+/// wait for it, and everything with it, for 25 seconds and again.
 ///
 /// A program that carries its own Qt, with a qt.conf beside it, must not load what was built for
 /// another: folders that the environment names for plugins and modules are forgotten, and where it

@@ -1,15 +1,24 @@
 #include "platform/linux/session/session_bus.h"
 
+#include <QByteArray>
+#include <QFile>
 #include <QFileInfo>
 
 namespace korvel::platform {
 
-bool sessionBusIsThere() {
-    if (!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) {
-        return true;
-    }
+QString sessionBusAddress() {
+    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    return !runtime.isEmpty() && QFileInfo::exists(runtime + QStringLiteral("/bus"));
+    const QString socket = runtime + QStringLiteral("/bus");
+    if (!address.isEmpty() || runtime.isEmpty() || !QFileInfo::exists(socket)) {
+        return address;
+    }
+    return QStringLiteral("unix:path=") +
+           QString::fromLatin1(QFile::encodeName(socket).toPercentEncoding("/"));
+}
+
+bool sessionBusIsThere() {
+    return !sessionBusAddress().isEmpty();
 }
 
 QDBusConnection sessionBusIfThere() {

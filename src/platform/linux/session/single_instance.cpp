@@ -76,8 +76,14 @@ SingleInstance::SingleInstance(Activated activated, Patience patience)
 SingleInstance::~SingleInstance() = default;
 
 bool SingleInstance::acquire(Start start, const LaunchToken& token) {
-    return QDBusConnection::sessionBus().isConnected() ? acquireName(start, token)
-                                                       : acquireLock(start);
+    if (!QDBusConnection::sessionBus().isConnected()) {
+        return acquireLock(start);
+    }
+    if (!acquireName(start, token)) {
+        return false;
+    }
+    tryLock(); // whether or not it is free: the name decides
+    return true;
 }
 
 bool SingleInstance::acquireName(Start start, const LaunchToken& token) {
@@ -126,15 +132,18 @@ void SingleInstance::Activate(const QVariantMap& platformData) {
 }
 
 bool SingleInstance::acquireLock(Start start) {
+    // Where no file can be locked the program may run twice, which is better than not at all.
+    return tryLock() || !lock_ || (start == Start::relaunch && waitForLock());
+}
+
+bool SingleInstance::tryLock() {
     const char* runtime = std::getenv("XDG_RUNTIME_DIR");
     const std::string path = runtime && *runtime == '/'
                                  ? std::string(runtime) + "/korvel.lock"
                                  : "/tmp/korvel-" + std::to_string(::getuid()) + ".lock";
     lock_ = FileDescriptor(
         ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
-    // Where no file can be locked the program may run twice, which is better than not at all.
-    return !lock_ || ::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0 ||
-           (start == Start::relaunch && waitForLock());
+    return lock_ && ::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
 bool SingleInstance::waitForLock() {

@@ -22,8 +22,8 @@ enum class Start {
 };
 
 /// Sees to it that the program runs once in a session. The running one owns a name on the session
-/// bus and answers there as a desktop application does (org.freedesktop.Application); where there
-/// is no session bus it holds a lock in the user's runtime directory.
+/// bus and answers there as a desktop application does (org.freedesktop.Application), and holds a
+/// lock in the user's runtime directory, which decides where there is no session bus.
 class SingleInstance final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
@@ -55,6 +55,7 @@ class SingleInstance final : public QObject {
   private:
     bool acquireName(Start start, const LaunchToken& token);
     bool acquireLock(Start start);
+    bool tryLock();
     bool waitForLock();
 
     Activated activated_;

@@ -1,12 +1,17 @@
 #include "platform/linux/session/environment.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include <QByteArray>
 
+#include "platform/posix/file_descriptor.h"
 #include "support/temp_tree.h"
 
 namespace korvel::platform {
@@ -48,6 +53,22 @@ TEST(Environment, ProgramThatCarriesItsQtLoadsNoOther) {
             << row.name;
         EXPECT_EQ(prepared(row.name, row.value, bare.root() + "/korvel"), row.value) << row.name;
         EXPECT_EQ(prepared(row.name, row.value, ""), row.value) << row.name;
+    }
+}
+
+TEST(Environment, ABusThatSaysNothingIsLeftOut) {
+    const TempTree tree;
+    const std::string path = tree.root() + "/bus";
+    sockaddr_un name{};
+    name.sun_family = AF_UNIX;
+    std::copy(path.begin(), path.end(), std::begin(name.sun_path));
+    const FileDescriptor mute(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    ASSERT_EQ(::bind(mute.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name), 0);
+    ASSERT_EQ(::listen(mute.get(), 8), 0);
+    const std::string silent = "unix:path=" + path;
+    for (const char* bus : {"DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"}) {
+        EXPECT_EQ(prepared(bus, silent.c_str(), ""), "disabled:");
+        EXPECT_EQ(prepared(bus, "unix:path=/not/there", ""), "unix:path=/not/there");
     }
 }
 

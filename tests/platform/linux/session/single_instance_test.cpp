@@ -7,6 +7,9 @@
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
+#include <sys/file.h>
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -22,7 +25,9 @@
 #include "platform/linux/session/bus_object.h"
 #include "platform/linux/session/event_loop.h"
 #include "platform/linux/session/private_bus.h"
+#include "platform/posix/file_descriptor.h"
 #include "platform/status_bar.h"
+#include "support/temp_tree.h"
 
 namespace korvel::platform {
 namespace {
@@ -120,7 +125,10 @@ class OtherProgram : public QObject, protected QDBusContext {
 
 class SingleInstanceTest : public testing::Test {
   protected:
-    void SetUp() override { ASSERT_TRUE(QDBusConnection::sessionBus().isConnected()); }
+    void SetUp() override {
+        ASSERT_TRUE(QDBusConnection::sessionBus().isConnected());
+        qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(runtime_.root()));
+    }
     ~SingleInstanceTest() override {
         QDBusConnection::sessionBus().interface()->unregisterService(kName);
         QDBusConnection::sessionBus().unregisterObject(kPath);
@@ -131,6 +139,7 @@ class SingleInstanceTest : public testing::Test {
     }
     static QString self() { return QDBusConnection::sessionBus().baseService(); }
 
+    const TempTree runtime_;
     std::vector<std::string> tokens_; ///< that came, one for each activation
     SingleInstance instance_{
         [this](const ActivationRequest& request) { tokens_.push_back(request.token); },
@@ -148,6 +157,21 @@ TEST_F(SingleInstanceTest, TheFirstHasTheNameAndIsActivatedByTheNext) {
     program.tell("Activate", {QVariantMap()});
     EXPECT_TRUE(runUntil([this] { return tokens_.size() == 1; }));
     QDBusConnection::disconnectFromBus(QStringLiteral("next"));
+}
+
+TEST_F(SingleInstanceTest, OneThatHasTheNameHoldsTheLockForThoseWhomTheBusDoesNotAnswer) {
+    const std::string path = runtime_.root() + "/korvel.lock";
+    ASSERT_TRUE(instance_.acquire(Start::ordinary));
+    const FileDescriptor next(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_TRUE(next);
+    EXPECT_NE(::flock(next.get(), LOCK_EX | LOCK_NB), 0);
+}
+
+TEST_F(SingleInstanceTest, ALockThatAnotherHoldsDoesNotMatterWhereThereIsABus) {
+    const std::string path = runtime_.root() + "/korvel.lock";
+    const FileDescriptor other(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    ASSERT_EQ(::flock(other.get(), LOCK_EX | LOCK_NB), 0);
+    EXPECT_TRUE(instance_.acquire(Start::ordinary));
 }
 
 TEST_F(SingleInstanceTest, TheTokenOfWhoActivatesIsHandedOn) {
