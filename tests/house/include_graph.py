@@ -128,13 +128,13 @@ FILE = {"dirent.h", "fcntl.h", "sys/stat.h", "sys/types.h", "unistd.h"}
 QT_CORE = set("""
     QAbstractEventDispatcher QAbstractListModel QBuffer QByteArray QCoreApplication QDeadlineTimer QDir
     QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray QJsonDocument QJsonObject QList QMargins
-    QMetaMethod QObject QPointer QProcess QRect QRectF QSaveFile QSize QSocketNotifier QStandardPaths
+    QMetaMethod QMetaType QObject QPointF QPointer QProcess QRect QRectF QSaveFile QSize QSocketNotifier QStandardPaths
     QString QStringList QStringView QTemporaryDir QTemporaryFile QThread QThreadPool QTimer QUrl QVariant
-    QVariantList QVariantMap Qt
+    QVariantList QVariantMap Qt QtEndian
 """.split())
 QT_GUI = set("""
-    QColor QColorSpace QCursor QFont QFontDatabase QFontMetricsF QGuiApplication QIcon QIconEngine QImage QKeyEvent
-    QPainter QPainterPath QPainterPathStroker QPalette QPen QPixmap QScreen QWindow
+    QAction QColor QColorSpace QCursor QFont QFontDatabase QFontMetricsF QGuiApplication QIcon QIconEngine QImage
+    QKeyEvent QPainter QPainterPath QPainterPathStroker QPalette QPen QPixmap QScreen QWindow
 """.split())
 QT_WIDGETS = {"QApplication", "QMenu", "QSystemTrayIcon"}
 QT_NETWORK = set("""

@@ -1,0 +1,56 @@
+#include "platform/linux/session/tray_pixmaps.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include <QImage>
+#include <QtEndian>
+
+#include "platform/linux/session/tray_icon.h"
+
+namespace korvel::platform {
+
+namespace {
+
+/// What panels draw at their usual sizes, plain and at twice the scale. Each is a picture of its
+/// own, because the digits of one that is scaled are blurred.
+constexpr int kSizes[] = {16, 22, 24, 32, 44, 48, 64};
+
+constexpr std::size_t kMostKept = 4; // of 45 KB each
+
+TrayPixmap paint(const StatusTitle& title, int pixels) {
+    const QImage image = drawTrayIcon(title, pixels).convertToFormat(QImage::Format_ARGB32);
+    TrayPixmap pixmap{.width = pixels,
+                      .height = pixels,
+                      .bytes = QByteArray(image.sizeInBytes(), Qt::Uninitialized)};
+    qToBigEndian<quint32>(image.constBits(), qsizetype{pixels} * pixels, pixmap.bytes.data());
+    return pixmap;
+}
+
+} // namespace
+
+const TrayPixmaps& TrayPixmapCache::of(const StatusTitle& title) {
+    const auto found = std::find_if(kept_.begin(), kept_.end(), [&title](const Kept& kept) {
+        return lookAlike(kept.title, title);
+    });
+    if (found != kept_.end()) {
+        std::rotate(kept_.begin(), found, found + 1);
+        return kept_.front().pixmaps;
+    }
+    TrayPixmaps pixmaps;
+    for (const int pixels : kSizes) {
+        pixmaps.append(paint(title, pixels));
+    }
+    if (kept_.size() == kMostKept) {
+        kept_.pop_back();
+    }
+    kept_.insert(kept_.begin(), {title, std::move(pixmaps)});
+    return kept_.front().pixmaps;
+}
+
+bool TrayPixmapCache::lookAlike(const StatusTitle& one, const StatusTitle& other) {
+    return one.score == other.score && one.colour == other.colour && one.awake == other.awake;
+}
+
+} // namespace korvel::platform
