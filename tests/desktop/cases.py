@@ -135,6 +135,13 @@ def stays_closed(place, seconds=0.7):
         time.sleep(0.05)
 
 
+def stays_open(place, seconds=0.5):
+    deadline = time.monotonic() + seconds
+    while time.monotonic() < deadline:
+        check(place.popover(), "the popover closed")
+        time.sleep(0.05)
+
+
 def history(place):
     """The rows of the history file."""
     path = os.path.join(place.home, ".korvel-history.json")
@@ -381,12 +388,22 @@ def closing_click_does_not_open_it_again():
 
 
 @case("xfce4-panel")
-def menu_looks_for_updates_and_quits():
+def menu_opens_the_popover_and_quits():
     with desktop("xfce4-panel") as (place, program):
         item = wait_for_item(place)
-        layout = menu_of(place, item)
-        equal(re.findall(r"'label': <'([^']*)'>", layout), ["Check for Updates…", "Quit Korvel"],
-              "the menu's labels")
+        labels = []
+
+        def starts_with_the_reading():
+            labels[:] = re.findall(r"'label': <'([^']*)'>", menu_of(place, item))
+            return f"'● {labels[0]}" in place.property(item, "/StatusNotifierItem",
+                                                       "org.kde.StatusNotifierItem", "ToolTip")
+
+        wait_for("the reading of the tooltip in the menu", starts_with_the_reading)
+        equal(labels[1:], ["Check for Updates…", "Quit Korvel"], "the rest of the menu")
+        for _ in range(2):  # it opens, and never closes
+            choose(place, "[0-9]+ · [A-Za-z]+")
+            opened(place)
+            stays_open(place)
         choose(place, "Quit Korvel")
         equal(program.exit_status(), 0, "exit status")
         check(len(history(place)) >= 1, "the history is empty")
@@ -397,9 +414,19 @@ def right_click_shows_the_menu_in_an_xembed_tray():
     with desktop("trayer") as (place, program):
         place.click(*middle(wait_for_icon(place)), button=3)
         time.sleep(0.5)
-        place.xdotool("key", "Down", "Down", "Return")
+        place.xdotool("key", "Down", "Down", "Down", "Return")
         equal(program.exit_status(), 0, "exit status")
         history(place)
+
+
+@case("trayer")
+def menu_in_an_xembed_tray_starts_with_the_popover():
+    with desktop("trayer") as (place, _):
+        place.click(*middle(wait_for_icon(place)), button=3)
+        time.sleep(0.5)
+        place.xdotool("key", "Down", "Return")
+        opened(place)
+        stays_open(place)
 
 
 @case("xfce4-panel")

@@ -1,82 +1,136 @@
 #include "platform/linux/session/tray_host.h"
 
-#include <chrono>
 #include <utility>
 
-#include <QDBusConnection>
+#include <QDBusError>
+#include <QDBusMessage>
 #include <QDBusReply>
 
 #include "platform/linux/session/bus_object.h"
-#include "platform/linux/session/x11.h"
 
 namespace korvel::platform {
 
-namespace {
-
-// A panel that offers both kinds of tray takes the XEmbed selection first. This is how long it has
-// to register as a StatusNotifier host.
-constexpr auto kGrace = std::chrono::seconds(2);
-
-QString watcherService() {
-    return QStringLiteral("org.kde.StatusNotifierWatcher");
-}
-
-QString watcherPath() {
-    return QStringLiteral("/StatusNotifierWatcher");
-}
-
-} // namespace
-
-TrayHost::TrayHost(std::function<void()> found)
-    : found_(std::move(found)), watcher_(watcherService(), QDBusConnection::sessionBus(),
-                                         QDBusServiceWatcher::WatchForRegistration) {
-    connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &TrayHost::askForHost);
-    // The watcher may be on the bus before any panel has registered as a host.
-    QDBusConnection::sessionBus().connect(watcherService(), watcherPath(), watcherService(),
-                                          QStringLiteral("StatusNotifierHostRegistered"), this,
-                                          SLOT(hostRegistered()));
+TrayHost::TrayHost(const QDBusConnection& bus, Calls calls, std::chrono::milliseconds grace)
+    : calls_(std::move(calls)), bus_(bus),
+      watcher_(watcherService(), bus, QDBusServiceWatcher::WatchForOwnerChange) {
+    connect(&watcher_, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString&, const QString&, const QString& owner) {
+                ownerKnown_ = true;
+                ownerChanged(owner);
+            });
+    // Not by the watcher's name: the library would ask the bus for its owner and wait.
+    bus_.connect(QString(), watcherPath(), watcherService(),
+                 QStringLiteral("StatusNotifierHostRegistered"), this, SLOT(hostRegistered()));
     grace_.setSingleShot(true);
-    connect(&grace_, &QTimer::timeout, this, [this] {
-        if (xembedTray()) {
-            foundOnce();
-        }
-    });
-    askForHost();
-    lookAgain();
+    grace_.setInterval(grace);
+    connect(&grace_, &QTimer::timeout, this, &TrayHost::graceOver);
+    const QString daemon = QStringLiteral("org.freedesktop.DBus");
+    BusObject(bus_, daemon, QStringLiteral("/org/freedesktop/DBus"), daemon)
+        .ask("GetNameOwner", {watcherService()}, *this, [this](const QDBusMessage& answer) {
+            if (!ownerKnown_) {
+                ownerKnown_ = true;
+                ownerChanged(QDBusReply<QString>(answer).value()); // empty: nobody
+            }
+        });
+    QMetaObject::invokeMethod(this, &TrayHost::lookAgain, Qt::QueuedConnection);
 }
 
 void TrayHost::lookAgain() {
-    if (found_ && !grace_.isActive() && xembedTray()) {
-        grace_.start(kGrace);
+    if (!host_ && kind_ != TrayKind::xembed && !grace_.isActive() && calls_.xembedTray()) {
+        grace_.start();
     }
 }
 
+void TrayHost::pictureFetched() {
+    if (!owner_.isEmpty() && kind_ != TrayKind::xembed) {
+        hostFound();
+    }
+}
+
+void TrayHost::registrationFailed() {
+    registered_ = false;
+}
+
+QString TrayHost::watcherService() {
+    return QStringLiteral("org.kde.StatusNotifierWatcher");
+}
+
+QString TrayHost::watcherPath() {
+    return QStringLiteral("/StatusNotifierWatcher");
+}
+
 void TrayHost::hostRegistered() {
-    foundOnce();
+    if (message().service() != owner_) {
+        return;
+    }
+    hostFound();
+    if (!registered_) {
+        registerItem();
+    }
+}
+
+void TrayHost::ownerChanged(const QString& owner) {
+    owner_ = owner;
+    host_ = noHost_ = registered_ = false;
+    if (owner.isEmpty()) {
+        lookAgain();
+        return;
+    }
+    if (kind_ != TrayKind::xembed) {
+        registerItem();
+    }
+    askForHost();
+}
+
+void TrayHost::registerItem() {
+    registered_ = true; // unless it is said to have failed
+    calls_.registerItem();
 }
 
 void TrayHost::askForHost() {
-    const BusObject watcher(QDBusConnection::sessionBus(), watcherService(), watcherPath(),
-                            watcherService());
+    const BusObject watcher(bus_, watcherService(), watcherPath(), watcherService());
     watcher.askProperty("IsStatusNotifierHostRegistered", *this,
-                        [this](const QDBusMessage& answer) {
+                        [this, asked = owner_](const QDBusMessage& answer) {
                             const QDBusReply<QVariant> registered(answer);
+                            if (asked != owner_ ||
+                                registered.error().type() == QDBusError::NoReply) {
+                                return;
+                            }
                             if (registered.isValid() && registered.value().toBool()) {
-                                foundOnce();
+                                hostFound();
+                            } else {
+                                noHost_ = !host_;
+                                lookAgain();
                             }
                         });
 }
 
-void TrayHost::foundOnce() {
+void TrayHost::hostFound() {
+    host_ = true;
+    noHost_ = false;
     grace_.stop();
-    if (const auto found = std::exchange(found_, nullptr)) {
-        found();
+    const bool takenBack = kind_ == TrayKind::xembed;
+    setKind(TrayKind::notifier);
+    if (takenBack) {
+        registerItem();
     }
 }
 
-bool TrayHost::xembedTray() const {
-    // Of the first screen alone: Qt shows no icon on the other screens of a server.
-    return x11SelectionIsHeld("_NET_SYSTEM_TRAY_S0");
+void TrayHost::graceOver() {
+    // To make its icon, Qt asks the watcher for a host once more and waits. One that has not
+    // answered the question by now might hold up the program.
+    const bool watcherAnswers = ownerKnown_ && (owner_.isEmpty() || noHost_);
+    if (!host_ && watcherAnswers && calls_.xembedTray()) {
+        setKind(TrayKind::xembed);
+    }
+}
+
+void TrayHost::setKind(TrayKind kind) {
+    if (kind != kind_) {
+        kind_ = kind;
+        registered_ = registered_ && kind == TrayKind::notifier;
+        calls_.changed(kind);
+    }
 }
 
 } // namespace korvel::platform

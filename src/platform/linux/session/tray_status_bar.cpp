@@ -2,24 +2,71 @@
 
 #include <chrono>
 #include <utility>
+#include <vector>
 
+#include <QCursor>
+#include <QDBusMessage>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QMenu>
+#include <QPointF>
+#include <QRect>
 
+#include "platform/linux/session/bus_object.h"
+#include "platform/linux/session/dbus_menu.h"
+#include "platform/linux/session/session_bus.h"
 #include "platform/linux/session/tray_icon.h"
+#include "platform/linux/session/x11.h"
 
 namespace korvel::platform {
 
-TrayStatusItem::TrayStatusItem(QMenu& menu)
-    : menu_(menu), clicksIgnoredUntil_(0), host_([this] { appear(); }) {}
+namespace {
+
+/// A connection of the item's own: its name on the bus is the item's, and to close it is the only
+/// way to take an item away that every watcher understands.
+QString connectionName() {
+    return QStringLiteral("korvel-item");
+}
+
+bool inWaylandSession() {
+    return qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+} // namespace
+
+TraySession TraySession::ofProgram() {
+    return {.bus = sessionBusIfThere(),
+            .connect =
+                [](const QString& name) {
+                    return sessionBusIsThere()
+                               ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)
+                               : QDBusConnection(name);
+                },
+            // Of the first screen alone: Qt shows no icon on the other screens of a server.
+            .xembedTray = [] { return x11SelectionIsHeld("_NET_SYSTEM_TRAY_S0"); },
+            .hostsTellPlaces = inWaylandSession()};
+}
+
+TrayStatusItem::TrayStatusItem(TrayMenu& menu, TraySession session)
+    : menu_(menu), session_(std::move(session)), clicksIgnoredUntil_(0),
+      item_({.activated = [this](const auto& click) { clicked(click); },
+             .menuWanted = [this](const auto& click) { showMenu(click); },
+             .pictureFetched = [this] { host_.pictureFetched(); }}),
+      host_(session_.bus, {.xembedTray = session_.xembedTray,
+                           .registerItem = [this] { registerItem(); },
+                           .changed = [this](TrayKind kind) { kindChanged(kind); }}) {}
+
+TrayStatusItem::~TrayStatusItem() {
+    leaveBus();
+}
 
 void TrayStatusItem::setTitle(const StatusTitle& title) {
-    if (!icon_) {
-        host_.lookAgain();
-    }
+    host_.lookAgain();
     // To set an icon sends it to the panel and wakes it, whether the icon changed or not.
     if (title_ != title) {
         title_ = title;
+        item_.setTitle(title);
         if (icon_) {
             icon_->setIcon(trayIcon(title));
         }
@@ -29,14 +76,28 @@ void TrayStatusItem::setTitle(const StatusTitle& title) {
 void TrayStatusItem::setToolTip(const std::string& text) {
     if (QString toolTip = QString::fromStdString(text); toolTip != toolTip_) {
         toolTip_ = std::move(toolTip);
+        item_.setToolTip(toolTip_);
         if (icon_) {
             icon_->setToolTip(toolTip_);
         }
     }
 }
 
+void TrayStatusItem::setSummary(const std::string& text) {
+    menu_.setSummary(QString::fromStdString(text));
+}
+
 void TrayStatusItem::setAction(Action action) {
     action_ = std::move(action);
+}
+
+void TrayStatusItem::setOpenAction(Action action) {
+    open_ = std::move(action);
+    menu_.setOpenAction([this] {
+        if (open_) {
+            open_({.place = {}, .token = item_.takeToken()});
+        }
+    });
 }
 
 std::optional<Rectangle> TrayStatusItem::frame() const {
@@ -53,23 +114,82 @@ void TrayStatusItem::ignoreClicks(double seconds) {
         std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds)));
 }
 
-void TrayStatusItem::appear() {
+void TrayStatusItem::registerItem() {
+    QDBusConnection own =
+        onBus_ ? QDBusConnection(connectionName()) : session_.connect(connectionName());
+    if (!own.isConnected()) {
+        leaveBus();
+        host_.registrationFailed();
+        return;
+    }
+    if (!onBus_) {
+        onBus_ = true;
+        item_.exportOn(own);
+        menu_.exported().exportOn(own, StatusNotifierItem::menuPath());
+    }
+    const BusObject watcher(own, TrayHost::watcherService(), TrayHost::watcherPath(),
+                            TrayHost::watcherService());
+    watcher.ask("RegisterStatusNotifierItem", {own.baseService()}, *this,
+                [this](const QDBusMessage& answer) {
+                    if (answer.type() == QDBusMessage::ErrorMessage) {
+                        host_.registrationFailed();
+                    }
+                });
+}
+
+void TrayStatusItem::leaveBus() {
+    onBus_ = false;
+    QDBusConnection::disconnectFromBus(connectionName());
+}
+
+void TrayStatusItem::kindChanged(TrayKind kind) {
+    if (kind == TrayKind::xembed) {
+        leaveBus();
+        showIcon();
+    } else {
+        icon_.reset();
+    }
+}
+
+void TrayStatusItem::showIcon() {
     icon_ = std::make_unique<QSystemTrayIcon>();
-    connect(icon_.get(), &QSystemTrayIcon::activated, this, &TrayStatusItem::activated);
+    connect(icon_.get(), &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                // The second of two quick clicks comes as a double click, and is a click too.
+                if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) {
+                    clicked({});
+                }
+            });
     if (title_) {
         icon_->setIcon(trayIcon(*title_));
     }
     icon_->setToolTip(toolTip_);
-    icon_->setContextMenu(&menu_);
+    icon_->setContextMenu(&menu_.window());
     icon_->show();
 }
 
-void TrayStatusItem::activated(QSystemTrayIcon::ActivationReason reason) {
-    // The second of two quick clicks comes as a double click, and counts as a click too.
-    const bool click = reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick;
-    if (click && clicksIgnoredUntil_.hasExpired() && action_) {
-        action_({});
+void TrayStatusItem::clicked(const ActivationRequest& click) {
+    if (clicksIgnoredUntil_.hasExpired() && action_) {
+        action_(trusted(click));
     }
+}
+
+void TrayStatusItem::showMenu(const ActivationRequest& click) {
+    if (!QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) {
+        const ActivationRequest known = trusted(click);
+        menu_.window().popup(known.place ? QPointF(known.place->x, known.place->y).toPoint()
+                                         : QCursor::pos());
+    } else if (open_) {
+        // A Wayland compositor shows no menu that belongs to no window of the program.
+        open_(trusted(click));
+    }
+}
+
+ActivationRequest TrayStatusItem::trusted(ActivationRequest click) const {
+    if (!session_.hostsTellPlaces) {
+        click.place.reset();
+    }
+    return click;
 }
 
 TrayStatusBar::TrayStatusBar() {
@@ -79,22 +199,13 @@ TrayStatusBar::TrayStatusBar() {
 TrayStatusBar::~TrayStatusBar() = default;
 
 std::unique_ptr<StatusItem> TrayStatusBar::makeStatusItem() {
-    return std::make_unique<TrayStatusItem>(menu_);
+    return std::make_unique<TrayStatusItem>(menu_, TraySession::ofProgram());
 }
 
 void TrayStatusBar::setMainMenu(MainMenu menu) {
     mainMenu_ = std::move(menu);
-    menu_.clear();
-    if (mainMenu_.menus.empty()) {
-        return;
-    }
-    for (const MenuItem& item : mainMenu_.menus.front().items) {
-        if (item.title.empty()) {
-            menu_.addSeparator();
-        } else if (item.action) {
-            menu_.addAction(QString::fromStdString(item.title), this, item.action);
-        }
-    }
+    menu_.setItems(mainMenu_.menus.empty() ? std::vector<MenuItem>()
+                                           : mainMenu_.menus.front().items);
 }
 
 bool TrayStatusBar::eventFilter(QObject* watched, QEvent* event) {

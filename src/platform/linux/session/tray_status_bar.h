@@ -5,40 +5,70 @@
 #include <optional>
 #include <string>
 
+#include <QDBusConnection>
 #include <QDeadlineTimer>
-#include <QMenu>
 #include <QObject>
+#include <QString>
 #include <QSystemTrayIcon>
 
+#include "platform/linux/session/status_notifier_item.h"
 #include "platform/linux/session/tray_host.h"
+#include "platform/linux/session/tray_menu.h"
 #include "platform/status_bar.h"
 
 namespace korvel::platform {
 
-/// The icon in the tray. It appears as soon as there is a tray, and again when a tray that went
-/// away comes back.
+/// What a tray item takes from its session.
+struct TraySession {
+    QDBusConnection bus; ///< on which panels are looked for
+    /// Opens another connection of that name to the same bus.
+    std::function<QDBusConnection(const QString& name)> connect;
+    std::function<bool()> xembedTray; ///< whether an XEmbed tray stands
+    /// Whether a host's word on where it was clicked is to be taken. On X11 some hosts give a place
+    /// of their own window, and the pointer is known anyway.
+    bool hostsTellPlaces = false;
+
+    /// The session that the program runs in.
+    static TraySession ofProgram();
+};
+
+/// The icon in the tray: an item on the bus where a StatusNotifier host stands, Qt's icon in an
+/// XEmbed tray. It appears as soon as there is a tray, and again when a tray that went away comes
+/// back; it is never in both.
 class TrayStatusItem final : public QObject, public StatusItem {
   public:
     /// `menu` outlives the item.
-    explicit TrayStatusItem(QMenu& menu);
+    TrayStatusItem(TrayMenu& menu, TraySession session);
+    ~TrayStatusItem() override;
 
     void setTitle(const StatusTitle& title) override;
     void setToolTip(const std::string& text) override;
+    void setSummary(const std::string& text) override;
     void setAction(Action action) override;
+    void setOpenAction(Action action) override;
     std::optional<Rectangle> frame() const override;
     void ignoreClicks(double seconds) override;
 
   private:
-    void appear();
-    void activated(QSystemTrayIcon::ActivationReason reason);
+    void registerItem();
+    void leaveBus();
+    void kindChanged(TrayKind kind);
+    void showIcon();
+    void clicked(const ActivationRequest& click);
+    void showMenu(const ActivationRequest& click);
+    ActivationRequest trusted(ActivationRequest click) const;
 
-    QMenu& menu_;
+    TrayMenu& menu_;
+    const TraySession session_;
     Action action_;
+    Action open_;
     std::optional<StatusTitle> title_; ///< none until one is set
     QString toolTip_;
     QDeadlineTimer clicksIgnoredUntil_;
-    std::unique_ptr<QSystemTrayIcon> icon_;
-    TrayHost host_; ///< last: it calls back into all of the above
+    StatusNotifierItem item_;
+    bool onBus_ = false;
+    std::unique_ptr<QSystemTrayIcon> icon_; ///< null outside an XEmbed tray
+    TrayHost host_;                         ///< last: it calls back into all of the above
 };
 
 /// The tray. The application's own menu is the context menu of the item, and its key equivalents
@@ -56,7 +86,7 @@ class TrayStatusBar final : public QObject, public StatusBar {
 
   private:
     MainMenu mainMenu_;
-    QMenu menu_;
+    TrayMenu menu_;
 };
 
 } // namespace korvel::platform
