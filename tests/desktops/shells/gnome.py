@@ -4,7 +4,6 @@ import ast
 import glob
 import json
 import os
-import subprocess
 import time
 
 import PIL.Image
@@ -60,7 +59,8 @@ class Gnome(Shell):
         self.environment["XAUTHORITY"] = glob.glob(self.runtime + "/.mutter-Xwaylandauth.*")[0]
         self.publish_environment("WAYLAND_DISPLAY", "DISPLAY", "XAUTHORITY", "XDG_RUNTIME_DIR")
         if self.scale != 1:
-            self.run(["gdctl", "set", "--logical-monitor", "--primary", "--scale", str(self.scale), "--monitor", "Meta-0"])
+            self.run(["gdctl", "set", "--logical-monitor", "--primary", "--scale", str(self.scale),
+                      "--monitor", "Meta-0"])
             wait_for("its scale", lambda: self.free_area().width == screen.width, 10)
         self.evaluate("Main.messageTray.getSources().forEach(source => source.destroy())")  # of the shell's own start
         self.start_input()

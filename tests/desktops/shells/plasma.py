@@ -5,11 +5,10 @@ import os
 import re
 import time
 
-from shells.base import Failure, Rectangle, Shell, wait_for
+from shells.base import Rectangle, Shell, wait_for
 
 LIBEXEC = "/usr/lib/x86_64-linux-gnu/libexec"
 OTHER = Rectangle(150, 250, 500, 300)
-BACKGROUND = (53, 96, 122)
 
 WINDOWS = """
 function box(r) { return [r.x, r.y, r.width, r.height]; }
@@ -22,7 +21,10 @@ print(%(mark)r + JSON.stringify({
 """
 PLACE = """
 workspace.windowList().forEach(function (w) {
-    if (String(w.resourceClass) == 'foot') { w.noBorder = true; w.frameGeometry = {x: %d, y: %d, width: %d, height: %d}; }
+    if (String(w.resourceClass) == 'foot') {
+        w.noBorder = true;
+        w.frameGeometry = {x: %d, y: %d, width: %d, height: %d};
+    }
 });
 """
 
@@ -49,11 +51,15 @@ class Plasma(Shell):
     def start_shell(self):
         self.start_x()
         self.outside = {"DISPLAY": self.environment["DISPLAY"]}
-        self.daemon(["kwin_wayland", "--x11-display", self.environment.pop("DISPLAY"), "--width", str(self.width()),
-                     "--height", str(self.height()), "--scale", str(self.scale), "--xwayland"])
+        width, height = self.size.split("x")
+        self.daemon(["kwin_wayland", "--x11-display", self.environment.pop("DISPLAY"), "--width", width,
+                     "--height", height, "--xwayland"])
         wait_for("the compositor's display", lambda: os.path.exists(self.runtime + "/wayland-0"), 30)
         self.environment["WAYLAND_DISPLAY"] = "wayland-0"
         wait_for("the compositor on the bus", lambda: self.owner("org.kde.KWin"), 30)
+        if self.scale != 1:
+            self.run(["kscreen-doctor", f"output.1.scale.{self.scale}"])
+            wait_for("its scale", lambda: self.free_area().width == self.screen().width)
         self.environment["DISPLAY"] = wait_for("the X server in it", self.inner_display, 30)
         self.publish_environment("WAYLAND_DISPLAY", "DISPLAY", "XDG_RUNTIME_DIR", "KDE_FULL_SESSION",
                                  "KDE_SESSION_VERSION")
@@ -61,12 +67,6 @@ class Plasma(Shell):
         self.daemon(["kded6"])
         self.daemon([LIBEXEC + "/org_kde_powerdevil"])
         self.start_panel()
-
-    def width(self):
-        return int(self.size.split("x")[0])
-
-    def height(self):
-        return int(self.size.split("x")[1])
 
     def inner_display(self):
         taken = {self.outside["DISPLAY"]}
@@ -76,12 +76,14 @@ class Plasma(Shell):
     def set_scheme(self, dark):
         folder = self.environment["XDG_CONFIG_HOME"]
         os.makedirs(folder, exist_ok=True)
-        for name, text in {
-                "kwinrc": "[Xwayland]\nScale=1\n[Plugins]\nblurEnabled=false\n",
-                "kscreenlockerrc": "[Daemon]\nAutolock=false\n",
-                "kdeglobals": "[General]\nColorScheme={}\n[KDE]\nLookAndFeelPackage={}\nAnimationDurationFactor=0\n".format(
-                    "BreezeDark" if dark else "BreezeLight",
-                    "org.kde.breezedark.desktop" if dark else "org.kde.breeze.desktop")}.items():
+        # The scheme's colours too: who applies one copies them.
+        scheme, look = ("BreezeDark", "breezedark") if dark else ("BreezeLight", "breeze")
+        with open(f"/usr/share/color-schemes/{scheme}.colors", encoding="utf-8") as file:
+            colours = file.read()
+        general = f"[General]\nColorScheme={scheme}\n[KDE]\nLookAndFeelPackage=org.kde.{look}.desktop\n"
+        for name, text in {"kwinrc": "[Plugins]\nblurEnabled=false\n",
+                           "kscreenlockerrc": "[Daemon]\nAutolock=false\n",
+                           "kdeglobals": f"{colours}\n{general}AnimationDurationFactor=0\n"}.items():
             with open(os.path.join(folder, name), "w", encoding="utf-8") as file:
                 file.write(text)
 
@@ -191,6 +193,3 @@ class Plasma(Shell):
         if "orvel" in listed:
             held.add("display")
         return held
-
-
-__all__ = ["Failure", "Plasma"]

@@ -11,7 +11,7 @@ import time
 import PIL.Image
 
 from desktop import Image
-from shells.base import Failure, Rectangle, Shell, wait_for
+from shells.base import Rectangle, Shell, wait_for
 from shells.virtual_input import VirtualInput
 
 BAR = 34  # height
@@ -164,7 +164,8 @@ class Sway(Wlroots):
         with open(config, "w", encoding="utf-8") as file:
             file.write(SWAY_CONFIG.format(
                 width=int(screen.width * self.scale), height=int(screen.height * self.scale), scale=self.scale,
-                ground="#" + bytes(BACKGROUND).hex(), x=OTHER.x, y=OTHER.y, w=OTHER.width, h=OTHER.height) + self.bar_config())
+                ground="#" + bytes(BACKGROUND).hex(), x=OTHER.x, y=OTHER.y, w=OTHER.width, h=OTHER.height))
+            file.write(self.bar_config())
         self.daemon(["sway", "-c", config])
 
     def bar_config(self):
@@ -241,7 +242,3 @@ class LabwcWaybar(Wlroots):
     def popover_has_keyboard(self):
         focused = self.run(["wlrctl", "toplevel", "list", "state:focused"])
         return not re.search(r"^(?!com\.oxbrook\.korvel)\S", focused, re.MULTILINE)
-
-
-SHELLS = [SwayWaybar, SwaySwaybar, LabwcWaybar]
-__all__ = ["SHELLS", "Failure"]
