@@ -18,6 +18,8 @@ std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root) {
                            .declareShadow = nullptr};
     if (platform::desktopKnowsShadows()) {
         desktop.declareShadow = platform::declareShadow;
+    } else {
+        desktop.sizeIsFixed = true;
     }
     return std::make_unique<WindowPopover>(root, std::move(desktop));
 }

@@ -18,7 +18,6 @@ from desktop import Desktop, Failure, Image, wait_for
 SWAY_CONFIG = """output HEADLESS-1 resolution 800x600
 xwayland disable
 floating_modifier none
-for_window [app_id="com.oxbrook.korvel"] floating enable, border none
 output * background #808080 solid_color
 """
 
@@ -110,6 +109,7 @@ def on_wayland_a_second_start_opens_the_popover_and_a_signal_saves():
         equal(place.windows(), [], "windows before it is opened")
         window = open_popover(place)
         equal(window["name"], "Korvel", "its title")
+        equal(window["type"], "floating_con", "its kind in a compositor that tiles")
         equal(window["geometry"]["width"], 340, "its width")
         check(300 < window["geometry"]["height"] <= 540,
               f"its height is {window['geometry']['height']}")

@@ -153,6 +153,7 @@ void WindowPopover::place() {
     if (!views_.window()) {
         return;
     }
+    fixSize();
     if (screen) {
         const QMargins margins = shadowMargins();
         views_.window()->setScreen(screen);
@@ -161,6 +162,18 @@ void WindowPopover::place() {
                                      QPoint(margins.left(), margins.top()));
     }
     declareShadow();
+}
+
+/// At no moment is the least size greater than the greatest.
+void WindowPopover::fixSize() {
+    if (!desktop_.sizeIsFixed) {
+        return;
+    }
+    QQuickView* window = views_.window();
+    const QSize size = views_.size();
+    window->setMinimumSize(size.boundedTo(window->maximumSize()));
+    window->setMaximumSize(size);
+    window->setMinimumSize(size);
 }
 
 QMargins WindowPopover::shadowMargins() {

@@ -28,6 +28,8 @@ struct PopoverDesktop {
     std::function<bool()> blendsWindows;
     /// Tells it which margins of the window are shadow; empty where it cannot be told.
     std::function<void(QWindow&, const QMargins&)> declareShadow;
+    /// Whether the window allows no size but its own: a compositor that tiles leaves it as it is.
+    bool sizeIsFixed = false;
 };
 
 /// The popover where the desktop has none: the views in a frameless window at the status item.
@@ -52,6 +54,7 @@ class WindowPopover final : public QObject, public platform::Popover {
     QMargins shadowMargins();
     void declareShadow();
     void place();
+    void fixSize();
     void resized();
     void checkSize();
     void activeChanged();

@@ -1,5 +1,7 @@
 #include "ui/quick/window_popover.h"
 
+#include <utility>
+
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
@@ -16,7 +18,8 @@ namespace {
 /// A popover that is open, and the size that it took.
 class OpenWindow : public testing::Test {
   protected:
-    OpenWindow() {
+    explicit OpenWindow(PopoverDesktop desktop = silentDesktop())
+        : popover(stage.root, std::move(desktop)) {
         stage.show(healthyReading());
         popover.show(*item, {});
         settle();
@@ -42,7 +45,7 @@ class OpenWindow : public testing::Test {
         settle();
     }
 
-    static PopoverDesktop desktop() {
+    static PopoverDesktop silentDesktop() {
         PopoverDesktop silent;
         silent.words = [](std::string text) { return text; };
         return silent;
@@ -57,7 +60,7 @@ class OpenWindow : public testing::Test {
     Stage stage;
     platform::SimulatedStatusBar bar;
     std::unique_ptr<platform::StatusItem> item = bar.makeStatusItem();
-    WindowPopover popover{stage.root, desktop()};
+    WindowPopover popover;
     QQuickView* view = nullptr;
     QSize size;
     QMetaObject::Connection insistence;
@@ -99,6 +102,34 @@ TEST_F(OpenWindow, AsksAgainAtTheNextOpening) {
     view->resize(340, 200);
     settle();
     EXPECT_EQ(view->size(), size);
+}
+
+/// One whose size a compositor cannot change.
+class FixedWindow : public OpenWindow {
+  protected:
+    FixedWindow() : OpenWindow(desktop()) {}
+
+    static PopoverDesktop desktop() {
+        PopoverDesktop fixed = silentDesktop();
+        fixed.sizeIsFixed = true;
+        return fixed;
+    }
+};
+
+TEST_F(FixedWindow, AllowsNoSizeButItsOwn) {
+    EXPECT_EQ(view->minimumSize(), size);
+    EXPECT_EQ(view->maximumSize(), size);
+}
+
+TEST_F(FixedWindow, FollowsItsContent) {
+    for (const int grown : {50, -80}) {
+        size.rheight() += grown;
+        view->rootObject()->setHeight(size.height());
+        settle();
+        EXPECT_EQ(view->size(), size);
+        EXPECT_EQ(view->minimumSize(), size);
+        EXPECT_EQ(view->maximumSize(), size);
+    }
 }
 
 } // namespace
