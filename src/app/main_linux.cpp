@@ -100,6 +100,7 @@ int main(int, char** argv) {
     platform::TerminationSignals terminationSignals;
 
     platform::PosixChildProcesses childProcesses; // ahead of what is changed for this process alone
+    const platform::DisplayChoice display = platform::prepareDisplay(executable);
     platform::prepareEnvironment(executable);
     int argumentCount = 1; // Qt must not read arguments: the program takes none
     const QApplication application(argumentCount, argv);
@@ -170,9 +171,9 @@ int main(int, char** argv) {
                                       .workspace = workspace};
     platform::installedServices = &services;
 
-    const auto delegate =
-        std::make_shared<AppDelegate>(services, Metrics::shared(), Awake::shared(),
-                                      Updater::shared(), WhatsNew::shared(), makeLinuxPopover);
+    const auto delegate = std::make_shared<AppDelegate>(
+        services, Metrics::shared(), Awake::shared(), Updater::shared(), WhatsNew::shared(),
+        [display](ContentView& root) { return makeLinuxPopover(root, display); });
     running = delegate.get();
     std::atexit(finish);
     terminationSignals.notify([&runLoop] { runLoop.terminate(); });

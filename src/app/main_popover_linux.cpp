@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/linux/kernel/own_memory.h"
+#include "platform/linux/session/layer_surface.h"
 #include "platform/linux/session/portal_appearance.h"
 #include "platform/linux/session/window_effects.h"
 #include "ui/content/linux_words.h"
@@ -10,7 +11,24 @@
 
 namespace korvel {
 
-std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root) {
+namespace {
+
+PopoverStand makeStand() {
+    const std::shared_ptr<platform::LayerSurface> surface = platform::makeLayerSurface();
+    return {
+        .adopt = [surface](QWindow& window) { surface->adopt(window); },
+        .open =
+            [surface](std::optional<platform::Point> place, std::function<void()> clickedOutside) {
+                return surface->open(place, std::move(clickedOutside));
+            },
+        .fit = [surface](QWindow& window, const QMargins& shadow) { surface->fit(window, shadow); },
+        .closed = [surface] { surface->closed(); }};
+}
+
+} // namespace
+
+std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root,
+                                                    platform::DisplayChoice display) {
     PopoverDesktop desktop{.words = linuxWords,
                            .appearance = std::make_unique<platform::PortalAppearance>(),
                            .released = platform::giveMemoryBack,
@@ -18,6 +36,8 @@ std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root) {
                            .declareShadow = nullptr};
     if (platform::desktopKnowsShadows()) {
         desktop.declareShadow = platform::declareShadow;
+    } else if (display == platform::DisplayChoice::layer) {
+        desktop.stand = makeStand();
     } else {
         desktop.sizeIsFixed = true;
     }

@@ -46,7 +46,8 @@ ROOMS = {
 FACES = {
     "platform/linux/kernel": {"linux_machine.h", "linux_processes.h", "own_memory.h", "process_status.h"},
     "platform/linux/session": {
-        "desktop_notifications.h", "desktop_power.h", "environment.h", "launch_token.h", "linux_workspace.h",
+        "desktop_notifications.h", "desktop_power.h", "display_choice.h", "environment.h", "launch_token.h",
+        "layer_surface.h", "linux_workspace.h",
         "portal_appearance.h", "settings_file.h", "single_instance.h", "systemd_agents.h", "tray_status_bar.h",
         "window_effects.h",
     },
@@ -127,14 +128,24 @@ JSON = {"simdjson.h"}
 FILE = {"dirent.h", "fcntl.h", "sys/stat.h", "sys/types.h", "unistd.h"}
 QT_CORE = set("""
     QAbstractEventDispatcher QAbstractListModel QBuffer QByteArray QCoreApplication QDeadlineTimer QDir
+<<<<<<< HEAD
     QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray QJsonDocument QJsonObject QList QMargins
     QMetaMethod QMetaType QObject QPointF QPointer QProcess QRect QRectF QSaveFile QSize QSocketNotifier QStandardPaths
+=======
+    QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray QJsonDocument QJsonObject QLibraryInfo QList QMargins
+    QMetaMethod QObject QPoint QPointer QProcess QRect QRectF QSaveFile QSize QSocketNotifier QStandardPaths
+>>>>>>> af4265d (Stand the popover at its item where the layer shell is offered)
     QString QStringList QStringView QTemporaryDir QTemporaryFile QThread QThreadPool QTimer QUrl QVariant
     QVariantList QVariantMap Qt QtEndian
 """.split())
 QT_GUI = set("""
+<<<<<<< HEAD
     QAction QColor QColorSpace QCursor QFont QFontDatabase QFontMetricsF QGuiApplication QIcon QIconEngine QImage
     QKeyEvent QPainter QPainterPath QPainterPathStroker QPalette QPen QPixmap QScreen QWindow
+=======
+    QColor QColorSpace QCursor QFont QFontDatabase QFontMetricsF QGuiApplication QIcon QIconEngine QImage QKeyEvent
+    QPainter QPainterPath QPainterPathStroker QPalette QPen QPixmap QRasterWindow QScreen QSurfaceFormat QWindow
+>>>>>>> af4265d (Stand the popover at its item where the layer shell is offered)
 """.split())
 QT_WIDGETS = {"QApplication", "QMenu", "QSystemTrayIcon"}
 QT_NETWORK = set("""
@@ -171,7 +182,8 @@ OUTSIDE = {
         "malloc.h", "poll.h", "sys/mman.h", "sys/resource.h", "sys/statvfs.h", "sys/syscall.h",
     },
     "platform/linux/session": FILE | {
-        "poll.h", "sys/eventfd.h", "sys/file.h", "sys/socket.h", "sys/un.h", "xcb/shape.h", "xcb/xcb.h",
+        "LayerShellQt/Window", "poll.h", "sys/eventfd.h", "sys/file.h", "sys/socket.h", "sys/un.h", "wayland-client.h",
+        "xcb/shape.h", "xcb/xcb.h", "xdg-output-unstable-v1.h",
     }
     | QT_CORE | QT_GUI | QT_WIDGETS | QT_DBUS,
     "platform/linux/update": FILE | FMT | {"link.h", "locale.h"} | ARCHIVE | PLIST | OPENSSL,

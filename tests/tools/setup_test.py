@@ -13,6 +13,7 @@ from pathlib import Path
 
 SETUP = Path(sys.argv.pop(1)) / "script/setup"
 RUNNER = "llvm-19"
+LAYERS = "liblayershellqtinterface-dev"
 REAL = ["bash", "cat", "dirname", "env", "id", "mktemp", "rm", "touch"]
 # Every package is there but those in the file "missing". The lists know the runner from the start, after
 # an update, or never.
@@ -26,8 +27,9 @@ case "$*" in
 update) [ ! -e "$TOP/offline" ] && touch "$TOP/updated" ;;
 "install --simulate RUNNER")
     [ "$KNOWN" = always ] || { [ "$KNOWN" = later ] && [ -e "$TOP/updated" ]; } ;;
+"install --simulate LAYERS") [ ! -e "$TOP/no-layers" ] ;;
 esac
-""".replace("RUNNER", RUNNER)
+""".replace("RUNNER", RUNNER).replace("LAYERS", LAYERS)
 
 
 class Setup(unittest.TestCase):
@@ -90,6 +92,24 @@ class Setup(unittest.TestCase):
     def test_other_purposes_need_no_runner(self):
         for purpose in ("run", "release", "pictures"):
             self.assertEqual(self.setup_for(purpose, "always", ()), ([], ""))
+
+    def test_the_library_of_the_layer_shell_is_installed_where_the_system_has_it(self):
+        for purpose in ("run", "release"):
+            calls, told = self.setup_for(purpose, "always", (LAYERS,))
+            self.assertEqual(calls, [f"install --simulate {LAYERS}", "update",
+                                     f"install -y --no-install-recommends {LAYERS}"])  # fmt: skip
+            self.assertEqual(told, "")
+        calls, _ = self.setup_for("run", "always", (LAYERS, "cmake"))
+        self.assertEqual(calls[-1], f"install -y --no-install-recommends cmake {LAYERS}")
+
+    def test_a_system_without_the_library_of_the_layer_shell_is_not_asked_twice(self):
+        (self.top / "no-layers").touch()
+        self.assertEqual(self.setup_for("run", "always", (LAYERS,)), ([f"install --simulate {LAYERS}"], ""))
+        calls, told = self.setup_for("run", "always", (LAYERS, "cmake"))
+        self.assertEqual(calls[-1], "install -y --no-install-recommends cmake")
+        self.assertEqual(told, "")
+        self.assertEqual(self.setup_for("cross", "always", (RUNNER, LAYERS))[0][-1],
+                         f"install -y --no-install-recommends {RUNNER}")  # fmt: skip
 
 
 if __name__ == "__main__":

@@ -58,8 +58,7 @@ WindowPopover::WindowPopover(ContentView& root, PopoverDesktop desktop)
     connect(&views_, &PopoverViews::escaped, this, &WindowPopover::close);
 }
 
-void WindowPopover::show(platform::StatusItem& item,
-                         const platform::ActivationRequest& /*request*/) {
+void WindowPopover::show(platform::StatusItem& item, const platform::ActivationRequest& request) {
     if (shown()) {
         return;
     }
@@ -70,6 +69,9 @@ void WindowPopover::show(platform::StatusItem& item,
     const std::optional<platform::Rectangle> frame = item.frame();
     anchor_ = frame ? toRect(*frame) : QRect(QCursor::pos(), QSize(1, 1));
     dress();
+    if (desktop_.stand) {
+        standsOn_ = desktop_.stand->open(request.place, [this] { close(); });
+    }
     place(); // on its screen, before it takes its size there
     views_.prepare();
     place();
@@ -80,6 +82,9 @@ void WindowPopover::close() {
     if (shown()) {
         item_ = nullptr;
         views_.hide();
+        if (desktop_.stand) {
+            desktop_.stand->closed();
+        }
     }
 }
 
@@ -119,6 +124,9 @@ void WindowPopover::loaded() {
     connect(window, &QWindow::widthChanged, this, &WindowPopover::resized);
     connect(window, &QWindow::heightChanged, this, &WindowPopover::resized);
     window->create();
+    if (desktop_.stand) {
+        desktop_.stand->adopt(*window);
+    }
     place();
 }
 
@@ -140,20 +148,24 @@ void WindowPopover::unloading() {
 void WindowPopover::dress() {
     const bool blends = desktop_.blendsWindows && desktop_.blendsWindows();
     views_.frame().setRounded(blends);
-    views_.frame().setShadowed(blends && desktop_.declareShadow);
+    views_.frame().setShadowed(blends && (desktop_.declareShadow || desktop_.stand));
 }
 
 void WindowPopover::place() {
     if (!shown()) {
         return;
     }
-    QScreen* screen = screenOf(anchor_);
+    QScreen* screen = desktop_.stand ? standsOn_.data() : screenOf(anchor_);
     views_.frame().setMaximumHeight(popoverMaximumHeight(
         screen ? std::optional<double>(screen->availableGeometry().height()) : std::nullopt));
     if (!views_.window()) {
         return;
     }
     fixSize();
+    if (desktop_.stand) {
+        desktop_.stand->fit(*views_.window(), shadowMargins());
+        return;
+    }
     if (screen) {
         const QMargins margins = shadowMargins();
         views_.window()->setScreen(screen);

@@ -2,10 +2,13 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include <QMargins>
 #include <QObject>
+#include <QPointer>
 #include <QRect>
+#include <QScreen>
 #include <QSize>
 
 #include "platform/appearance.h"
@@ -18,6 +21,20 @@ namespace korvel {
 
 class ContentView;
 
+/// For a desktop on which a program cannot simply place its window, but can have it placed at the
+/// item; all of these are set.
+struct PopoverStand {
+    std::function<void(QWindow&)> adopt; ///< the window has been created, and was never shown
+    /// It is about to be shown: for a click at `place`, if that is known, and until `closed` a
+    /// click anywhere else calls `clickedOutside`. Gives the screen that it will be on, or null.
+    std::function<QScreen*(std::optional<platform::Point> place,
+                           std::function<void()> clickedOutside)>
+        open;
+    /// Stands it in its present size, of which these margins are its shadow.
+    std::function<void(QWindow&, const QMargins&)> fit;
+    std::function<void()> closed;
+};
+
 /// What the popover asks of the desktop that it opens on.
 struct PopoverDesktop {
     Words words; ///< what the texts are said in
@@ -28,6 +45,7 @@ struct PopoverDesktop {
     std::function<bool()> blendsWindows;
     /// Tells it which margins of the window are shadow; empty where it cannot be told.
     std::function<void(QWindow&, const QMargins&)> declareShadow;
+    std::optional<PopoverStand> stand{}; ///< nullopt: the window is moved to its place
     /// Whether the window allows no size but its own: a compositor that tiles leaves it as it is.
     bool sizeIsFixed = false;
 };
@@ -62,6 +80,7 @@ class WindowPopover final : public QObject, public platform::Popover {
     PopoverDesktop desktop_;
     platform::StatusItem* item_ = nullptr; ///< that it stands at; null while closed
     QRect anchor_;                         ///< on the screen; what it stands under
+    QPointer<QScreen> standsOn_;           ///< where the desktop places it; null elsewhere
     bool wasActive_ = false;
     bool checking_ = false; ///< on the next turn, whether the window has the views' size
     QSize asked_;           ///< the size that was asked for again

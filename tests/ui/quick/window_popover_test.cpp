@@ -1,5 +1,8 @@
 #include "ui/quick/window_popover.h"
 
+#include <functional>
+#include <optional>
+#include <string>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -8,9 +11,11 @@
 #include <QGuiApplication>
 #include <QQuickItem>
 #include <QQuickView>
+#include <QScreen>
 
 #include "platform/simulated/status_bar.h"
 #include "ui/quick/scenes.h"
+#include "ui/quick/shadow_item.h"
 
 namespace korvel {
 namespace {
@@ -130,6 +135,55 @@ TEST_F(FixedWindow, FollowsItsContent) {
         EXPECT_EQ(view->minimumSize(), size);
         EXPECT_EQ(view->maximumSize(), size);
     }
+}
+
+/// What the desktop was told, in its order.
+class StoodWindow : public OpenWindow {
+  protected:
+    StoodWindow() : OpenWindow(desktop()) {}
+
+    PopoverDesktop desktop() {
+        PopoverDesktop standing = silentDesktop();
+        standing.blendsWindows = [] { return true; };
+        standing.stand = PopoverStand{
+            .adopt = [this](QWindow& window) { told += window.isVisible() ? "late " : "adopt "; },
+            .open =
+                [this](std::optional<platform::Point> place, std::function<void()> outside) {
+                    told += place ? "open at a place " : "open ";
+                    clickOutside = std::move(outside);
+                    return QGuiApplication::primaryScreen();
+                },
+            .fit = [this](QWindow& window,
+                          const QMargins& shadow) { fitted = window.size().shrunkBy(shadow); },
+            .closed = [this] { told += "closed "; },
+        };
+        return standing;
+    }
+
+    // Told as early as by the base's constructor, so no members of this class.
+    inline static std::string told;
+    inline static QSize fitted;
+    inline static std::function<void()> clickOutside;
+};
+
+TEST_F(StoodWindow, IsStoodByTheDesktopUntilItIsClosed) {
+    EXPECT_EQ(std::exchange(told, ""), "open adopt ");
+    EXPECT_EQ(fitted.width(), 340);
+    size.rheight() += 50;
+    view->rootObject()->setHeight(size.height());
+    settle();
+    EXPECT_EQ(fitted, size.shrunkBy(ShadowItem::kMargins));
+    EXPECT_EQ(told, "");
+    clickOutside();
+    EXPECT_FALSE(popover.shown());
+    EXPECT_FALSE(view->isVisible());
+    EXPECT_EQ(std::exchange(told, ""), "closed ");
+    popover.show(*item, {.place = platform::Point{.x = 7, .y = 8}});
+    EXPECT_EQ(std::exchange(told, ""), "open at a place ");
+    popover.close();
+    EXPECT_EQ(std::exchange(told, ""), "closed ");
+    popover.close();
+    EXPECT_EQ(told, "");
 }
 
 } // namespace

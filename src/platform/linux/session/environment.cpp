@@ -5,15 +5,22 @@
 #include <system_error>
 #include <vector>
 
+#include <QDir>
 #include <QGuiApplication>
+#include <QLibraryInfo>
 #include <QString>
+#include <QStringList>
 
 #include "platform/linux/session/bus_probe.h"
+#include "platform/linux/session/layer_surface.h"
 #include "platform/linux/session/session_bus.h"
 
 namespace korvel::platform {
 
 namespace {
+
+// Qt, which asks the compositor next, waits without end.
+constexpr std::chrono::milliseconds kCompositorPatience(500);
 
 void keepThemePluginsOut() {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORMTHEME")) {
@@ -61,7 +68,53 @@ void keepOtherQtOut() {
     }
 }
 
+/// Where Qt looks for the plugins that show windows.
+QStringList platformPluginFolders(const std::string& executable) {
+    if (carriesQt(executable)) {
+        const auto contents = std::filesystem::path(executable).parent_path().parent_path();
+        return {QString::fromStdString(contents / "plugins/platforms")};
+    }
+    QStringList folders = qEnvironmentVariable("QT_QPA_PLATFORM_PLUGIN_PATH")
+                              .split(QDir::listSeparator(), Qt::SkipEmptyParts);
+    QStringList above =
+        qEnvironmentVariable("QT_PLUGIN_PATH").split(QDir::listSeparator(), Qt::SkipEmptyParts);
+    above += QLibraryInfo::path(QLibraryInfo::PluginsPath);
+    for (const QString& folder : above) {
+        folders += folder + QStringLiteral("/platforms");
+    }
+    return folders;
+}
+
+bool haveFile(const QStringList& folders, const QString& pattern) {
+    for (const QString& folder : folders) {
+        if (!QDir(folder).entryList({pattern}, QDir::Files).isEmpty()) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
+
+DisplayChoice prepareDisplay(const std::string& executable) {
+    const QStringList folders = platformPluginFolders(executable);
+    DisplayFacts facts{
+        .wayland = askWayland(kCompositorPatience),
+        .x11Named = !qEnvironmentVariableIsEmpty("DISPLAY"),
+        .waylandPlugin = haveFile(folders, QStringLiteral("libqwayland*.so")),
+        .x11Plugin = haveFile(folders, QStringLiteral("libqxcb.so")),
+        .layerBuilt = layerSurfacesAreBuilt(),
+        .qtPlatform = qEnvironmentVariable("QT_QPA_PLATFORM").toStdString(),
+        .popoverWish = qEnvironmentVariable("KORVEL_POPOVER").toStdString(),
+    };
+    facts.xwaylandFits = facts.wayland && xwaylandFits(*facts.wayland);
+    const DisplayChoice choice = chooseDisplay(facts);
+    if (facts.qtPlatform.empty() && choice != DisplayChoice::byQt) {
+        // The other one, should this one not come up after all.
+        qputenv("QT_QPA_PLATFORM", choice == DisplayChoice::x11 ? "xcb;wayland" : "wayland;xcb");
+    }
+    return choice;
+}
 
 void prepareEnvironment(const std::string& executable) {
     leaveBusesOut();

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "platform/linux/session/display_choice.h"
+
 namespace korvel::platform {
 
 /// Sets the environment variables that Qt and the D-Bus library read. To be called before the
@@ -18,5 +20,9 @@ namespace korvel::platform {
 /// asks for a platform that was not carried along, one that was is taken. `executable` is the path
 /// of the program; empty: it carries nothing.
 void prepareEnvironment(const std::string& executable = {});
+
+/// Asks the compositor what it offers, chooses the way to the screen, and tells Qt of it. To be
+/// called before the application object is made, and before `prepareEnvironment`.
+DisplayChoice prepareDisplay(const std::string& executable);
 
 } // namespace korvel::platform
