@@ -12,9 +12,17 @@ constexpr int kRetryInterval = 10000; // milliseconds
 
 BusWatch::BusWatch(QDBusConnection::BusType bus, QString connection, const QStringList& services)
     : bus_(bus), connection_(std::move(connection)) {
-    watcher_.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
+    watcher_.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
     watcher_.setWatchedServices(services);
-    connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &BusWatch::appeared);
+    connect(&watcher_, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString& service, const QString& before, const QString& now) {
+                if (!before.isEmpty()) {
+                    Q_EMIT gone(service, before);
+                }
+                if (!now.isEmpty()) {
+                    Q_EMIT appeared(service, now);
+                }
+            });
     retry_.setTimerType(Qt::VeryCoarseTimer);
     retry_.setInterval(kRetryInterval);
     connect(&retry_, &QTimer::timeout, this, &BusWatch::look);

@@ -8,8 +8,8 @@
 
 namespace korvel::platform {
 
-/// Tells when services appear on a bus, and when the bus itself goes away and is back. It has a
-/// connection of its own, because the library does not connect its shared one again.
+/// Tells when services appear on a bus and go, and when the bus itself goes away and is back. It
+/// has a connection of its own, because the library does not connect its shared one again.
 class BusWatch final : public QObject {
     Q_OBJECT
 
@@ -23,7 +23,10 @@ class BusWatch final : public QObject {
     void setWanted(bool wanted);
 
   Q_SIGNALS:
-    void appeared(const QString& service);
+    /// Someone has the name of the service now, or no longer: `owner` is whose connection it is.
+    /// Where it goes from one to another, it is gone first.
+    void appeared(const QString& service, const QString& owner);
+    void gone(const QString& service, const QString& owner);
     void lost();
     void returned();
 

@@ -1,77 +1,76 @@
 #include "platform/linux/session/desktop_power.h"
 
-#include <chrono>
+#include <utility>
 
-#include <fcntl.h>
+#include <QStringList>
 
-#include <QDBusReply>
-#include <QDBusUnixFileDescriptor>
-
-#include "platform/identity.h"
-#include "platform/linux/session/bus_object.h"
+#include "platform/linux/session/logind_power.h"
+#include "platform/linux/session/session_power.h"
 
 namespace korvel::platform {
 
 namespace {
 
-constexpr std::chrono::milliseconds kServicePatience(500);
-
-const QString kSession = QStringLiteral("org.gnome.SessionManager");
-const QString kScreenSaver = QStringLiteral("org.freedesktop.ScreenSaver");
-const QString kLogind = QStringLiteral("org.freedesktop.login1");
-const QString kProgram = QString::fromLatin1(kBundleIdentifier);
-
-/// Connections that nothing else uses. A call that was given up may still be granted later; the
-/// services watch the connection, so to close it takes that back.
-const QString kSessionConnection = QStringLiteral("korvel power session");
-const QString kSystemConnection = QStringLiteral("korvel power system");
-
-QDBusConnection sessionBus() {
-    return QDBusConnection::connectToBus(QDBusConnection::SessionBus, kSessionConnection);
-}
-
-QDBusConnection systemBus() {
-    return QDBusConnection::connectToBus(QDBusConnection::SystemBus, kSystemConnection);
-}
-
-BusObject sessionService(const QString& name) {
-    const QString path = name == kSession ? QStringLiteral("/org/gnome/SessionManager")
-                                          : QStringLiteral("/org/freedesktop/ScreenSaver");
-    return {sessionBus(), name, path, name};
+QStringList servicesOf(const PowerGrantorList& grantors) {
+    QStringList services;
+    for (const auto& grantor : grantors) {
+        if (!grantor->service().isEmpty()) {
+            services << grantor->service();
+        }
+    }
+    return services;
 }
 
 } // namespace
 
-DesktopPower::DesktopPower()
-    : sessionServices_(QDBusConnection::SessionBus, QStringLiteral("korvel power session watch"),
-                       {kSession, kScreenSaver}),
-      logind_(QDBusConnection::SystemBus, QStringLiteral("korvel power system watch"), {kLogind}) {
-    for (BusWatch* watch : {&sessionServices_, &logind_}) {
-        QObject::connect(watch, &BusWatch::appeared, watch,
-                         [this](const QString& service) { takeAgain(service); });
-    }
-    QObject::connect(&sessionServices_, &BusWatch::lost, &sessionServices_,
-                     [this] { sessionBusWentAway(); });
-    QObject::connect(&sessionServices_, &BusWatch::returned, &sessionServices_, [this] {
-        takeAgain(kSession);
-        takeAgain(kScreenSaver);
-    });
-    // An inhibitor of logind lasts as long as its descriptor: a lost bus takes none away.
-    QObject::connect(&logind_, &BusWatch::lost, &logind_,
-                     [] { QDBusConnection::disconnectFromBus(kSystemConnection); });
-    QObject::connect(&logind_, &BusWatch::returned, &logind_, [this] { takeAgain(kLogind); });
+PowerGrantors desktopPowerGrantors() {
+    PowerGrantors grantors;
+    grantors.display = sessionPowerGrantors();
+    grantors.display.push_back(portalPowerGrantor());
+    grantors.system.push_back(logindPowerGrantor());
+    return grantors;
 }
 
-DesktopPower::~DesktopPower() {
-    held_.clear();
-    QDBusConnection::disconnectFromBus(kSessionConnection);
-    QDBusConnection::disconnectFromBus(kSystemConnection);
+DesktopPower::Kind::Kind(PowerGrantorList list, QDBusConnection::BusType type,
+                         const QString& connection, std::chrono::milliseconds together,
+                         std::chrono::milliseconds one)
+    : grantors(std::move(list)), bus(type, connection, servicesOf(grantors)), patience(together),
+      oneAnswer(one) {}
+
+DesktopPower::DesktopPower(PowerGrantors grantors)
+    : display_(std::move(grantors.display), QDBusConnection::SessionBus,
+               QStringLiteral("korvel power session watch"), grantors.displayPatience,
+               grantors.oneAnswer),
+      system_(std::move(grantors.system), QDBusConnection::SystemBus,
+              QStringLiteral("korvel power system watch"), grantors.systemPatience,
+              grantors.oneAnswer) {
+    watch(display_);
+    watch(system_);
+}
+
+DesktopPower::~DesktopPower() = default;
+
+void DesktopPower::watch(Kind& kind) {
+    BusWatch& bus = kind.bus;
+    QObject::connect(&bus, &BusWatch::appeared, &context_,
+                     [this, &kind](const QString& service, const QString& owner) {
+                         appeared(kind, service, owner);
+                     });
+    QObject::connect(
+        &bus, &BusWatch::gone, &context_, [this, &kind](const QString&, const QString& owner) {
+            replace(kind, [&owner](const PowerHold& hold) { return hold.owner() == owner; });
+        });
+    QObject::connect(&bus, &BusWatch::lost, &context_, [this, &kind] {
+        replace(kind, [](const PowerHold& hold) { return !hold.owner().isEmpty(); });
+    });
+    QObject::connect(&bus, &BusWatch::returned, &context_, [this, &kind] { returned(kind); });
 }
 
 std::optional<PowerAssertionId> DesktopPower::create(PowerAssertionType type,
                                                      const std::string& name) {
-    Held held{type, name, {}, 0, {}};
-    if (!take(held)) {
+    Kind& kind = type == PowerAssertionType::noDisplaySleep ? display_ : system_;
+    Held held{&kind, QString::fromStdString(name), 0, nullptr};
+    if (!take(held, kind.grantors.size())) {
         return std::nullopt;
     }
     held_.emplace(++made_, std::move(held));
@@ -80,112 +79,76 @@ std::optional<PowerAssertionId> DesktopPower::create(PowerAssertionType type,
 }
 
 void DesktopPower::release(PowerAssertionId id) {
-    const auto found = held_.find(id);
-    if (found != held_.end()) {
-        giveBack(found->second);
-        held_.erase(found);
-    }
+    held_.erase(id);
     wantBuses();
 }
 
 void DesktopPower::wantBuses() {
-    for (BusWatch* watch : {&sessionServices_, &logind_}) {
-        watch->setWanted(!held_.empty());
+    for (Kind* kind : {&display_, &system_}) {
+        kind->bus.setWanted(!held_.empty());
     }
 }
 
-void DesktopPower::sessionBusWentAway() {
-    QDBusConnection::disconnectFromBus(kSessionConnection);
-    for (auto& [id, held] : held_) {
-        held.grantor.clear();
-        held.cookie = 0;
-    }
-}
-
-bool DesktopPower::take(Held& held) {
-    return held.type == PowerAssertionType::noDisplaySleep ? inhibitDisplay(held)
-                                                           : inhibitIdle(held);
-}
-
-bool DesktopPower::inhibitDisplay(Held& held) {
-    constexpr std::uint32_t kNoWindow = 0;
-    constexpr std::uint32_t kIdle = 8;
-    const QString reason = QString::fromStdString(held.name);
-    for (const QString& service : {kSession, kScreenSaver}) {
-        if (!sessionBus().isConnected()) {
-            QDBusConnection::disconnectFromBus(kSessionConnection);
-            return false;
-        }
-        const QVariantList arguments = service == kSession
-                                           ? QVariantList{kProgram, kNoWindow, reason, kIdle}
-                                           : QVariantList{kProgram, reason};
-        const QDBusReply<std::uint32_t> cookie =
-            sessionService(service).call("Inhibit", arguments, kServicePatience);
-        if (cookie.isValid()) {
-            held.grantor = service.toStdString();
-            held.cookie = cookie.value();
+/// Asks the first `count` grantors. Until one grants it the old hold stays, so that there is no
+/// gap.
+bool DesktopPower::take(Held& held, std::size_t count) {
+    const auto ended = [this] {
+        // On a later turn: the hold that calls this is then destroyed.
+        QMetaObject::invokeMethod(
+            &context_, [this] { replaceEnded(); }, Qt::QueuedConnection);
+    };
+    const Patience patience(held.kind->patience, held.kind->oneAnswer);
+    for (std::size_t place = 0; place < count; ++place) {
+        if (auto hold = held.kind->grantors[place]->take(held.reason, patience, ended)) {
+            held.hold = std::move(hold);
+            held.grantor = place;
             return true;
-        }
-        if (cookie.error().type() == QDBusError::NoReply) {
-            QDBusConnection::disconnectFromBus(kSessionConnection);
         }
     }
     return false;
 }
 
-bool DesktopPower::inhibitIdle(Held& held) {
-    const QDBusConnection bus = systemBus();
-    if (!bus.isConnected()) {
-        QDBusConnection::disconnectFromBus(kSystemConnection);
-        return false;
-    }
-    const BusObject manager(bus, kLogind, QStringLiteral("/org/freedesktop/login1"),
-                            QStringLiteral("org.freedesktop.login1.Manager"));
-    const QDBusReply<QDBusUnixFileDescriptor> reply =
-        manager.call("Inhibit",
-                     {QStringLiteral("idle"), QStringLiteral("Korvel"),
-                      QString::fromStdString(held.name), QStringLiteral("block")},
-                     kServicePatience);
-    if (!reply.isValid()) {
-        if (reply.error().type() == QDBusError::NoReply) {
-            QDBusConnection::disconnectFromBus(kSystemConnection);
-        }
-        return false;
-    }
-    // A duplicate, because the reply closes its own.
-    held.descriptor = FileDescriptor(::fcntl(reply.value().fileDescriptor(), F_DUPFD_CLOEXEC, 0));
-    return static_cast<bool>(held.descriptor);
-}
-
-void DesktopPower::giveBack(Held& held) {
-    held.descriptor.reset();
-    if (held.grantor.empty()) {
-        return;
-    }
-    const QString service = QString::fromStdString(held.grantor);
-    const char* method = service == kSession ? "Uninhibit" : "UnInhibit";
-    const QDBusMessage answer =
-        sessionService(service).call(method, {held.cookie}, kServicePatience);
-    if (answer.type() == QDBusMessage::ErrorMessage) {
-        QDBusConnection::disconnectFromBus(kSessionConnection); // which releases it too
-    }
-}
-
-void DesktopPower::takeAgain(const QString& service) {
+void DesktopPower::appeared(const Kind& kind, const QString& service, const QString& owner) {
     for (auto& [id, held] : held_) {
-        const bool display = held.type == PowerAssertionType::noDisplaySleep;
-        if (display != (service != kLogind)) {
+        if (held.kind != &kind) {
             continue;
         }
-        // The new one is taken before the old one goes, so that there is no gap. What another
-        // service granted stays with that service.
-        if (display && !held.grantor.empty() && held.grantor != service.toStdString()) {
+        const PowerGrantor& grantor = *kind.grantors[held.grantor];
+        if (held.hold && grantor.givesWay()) {
+            take(held, held.grantor);
+        } else if (!held.hold || (grantor.service() == service && held.hold->owner() != owner)) {
+            take(held, kind.grantors.size());
+        }
+    }
+}
+
+/// Whoever is on a bus that is back may be another than before.
+void DesktopPower::returned(const Kind& kind) {
+    for (auto& [id, held] : held_) {
+        if (held.kind != &kind) {
             continue;
         }
-        Held again{held.type, held.name, {}, 0, {}};
-        if (take(again)) {
-            held = std::move(again);
+        const PowerGrantor& grantor = *kind.grantors[held.grantor];
+        if (held.hold && grantor.givesWay()) {
+            take(held, held.grantor);
+        } else if (!held.hold || !grantor.service().isEmpty()) {
+            take(held, kind.grantors.size());
         }
+    }
+}
+
+void DesktopPower::replace(const Kind& kind, const std::function<bool(const PowerHold&)>& isOver) {
+    for (auto& [id, held] : held_) {
+        if (held.kind == &kind && held.hold && isOver(*held.hold)) {
+            held.hold.reset();
+            take(held, kind.grantors.size());
+        }
+    }
+}
+
+void DesktopPower::replaceEnded() {
+    for (const Kind* kind : {&display_, &system_}) {
+        replace(*kind, [](const PowerHold& hold) { return hold.ended(); });
     }
 }
 
