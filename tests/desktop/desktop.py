@@ -146,8 +146,9 @@ class Image:
 class Desktop:
     """Use as a context manager. What it starts is ended in the opposite order."""
 
-    def __init__(self, size="800x600", bus=True, dark=False):
+    def __init__(self, size="800x600", bus=True, dark=False, saver=True):
         self.size, self.with_bus, self.dark = size, bus, dark
+        self.saver = saver  # whether the X server has a screen saver
         self.folder = tempfile.mkdtemp(prefix="korvel-desktop-")
         self.home = os.path.join(self.folder, "home")
         self.runtime = os.path.join(self.folder, "runtime")
@@ -197,7 +198,8 @@ class Desktop:
     def start_x(self):
         reading, writing = os.pipe()
         self.x = self.spawn(["Xvfb", "-displayfd", str(writing), "-screen", "0", self.size + "x24",
-                             "-nolisten", "tcp", "-noreset", "-nocursor", "-fbdir", self.folder], pass_fds=(writing,))
+                             "-nolisten", "tcp", "-noreset", "-nocursor", "-fbdir", self.folder,
+                             *([] if self.saver else ["-extension", "MIT-SCREEN-SAVER"])], pass_fds=(writing,))
         os.close(writing)
         with os.fdopen(reading) as answer:
             number = answer.readline().strip()

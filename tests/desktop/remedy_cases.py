@@ -64,9 +64,9 @@ def defaults(place):
 
 
 @contextlib.contextmanager
-def kept_awake(*session_services):
+def kept_awake(*session_services, **options):
     """The program, kept awake without an end since its launch."""
-    with desktop("xfce4-panel", program=False) as place:
+    with desktop("xfce4-panel", program=False, **options) as place:
         session = Services(place, *session_services) if session_services else None
         logind = Services(place, "logind", environment=system_bus(place))
         place.set_defaults(awakeOn={"bool": True}, awakeUntil={"integer": 0})
@@ -102,7 +102,7 @@ def keep_awake_asks_the_session_first_and_only_about_idleness():
 
 @case("xfce4-panel")
 def keep_awake_holds_the_machine_where_nobody_holds_the_display():
-    with kept_awake() as (place, _, _, _):
+    with kept_awake(saver=False) as (place, _, _, _):
         wait_for("the cup", lambda: "☕" in tooltip(place))
 
 
@@ -140,7 +140,7 @@ def session_bus_that_comes_back_is_asked_again():
 
 @case("xfce4-panel")
 def refused_keep_awake_shows_no_cup_and_is_tried_at_the_next_launch():
-    with desktop("xfce4-panel", program=False) as place:
+    with desktop("xfce4-panel", program=False, saver=False) as place:
         system_bus(place)
         stored = place.set_defaults(awakeOn={"bool": True}, awakeUntil={"integer": 0})
         Program(place)

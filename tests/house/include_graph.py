@@ -128,24 +128,16 @@ JSON = {"simdjson.h"}
 FILE = {"dirent.h", "fcntl.h", "sys/stat.h", "sys/types.h", "unistd.h"}
 QT_CORE = set("""
     QAbstractEventDispatcher QAbstractListModel QBuffer QByteArray QCoreApplication QDeadlineTimer QDir
-<<<<<<< HEAD
-    QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray QJsonDocument QJsonObject QList QMargins
-    QMetaMethod QMetaType QObject QPointF QPointer QProcess QRect QRectF QSaveFile QSize QSocketNotifier QStandardPaths
-=======
-    QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray QJsonDocument QJsonObject QLibraryInfo QList QMargins
-    QMetaMethod QObject QPoint QPointer QProcess QRect QRectF QSaveFile QSize QSocketNotifier QStandardPaths
->>>>>>> af4265d (Stand the popover at its item where the layer shell is offered)
+    QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray QJsonDocument QJsonObject QLibraryInfo QList
+    QMargins QMetaMethod QMetaType QObject QPoint QPointF QPointer QProcess QRect QRectF QSaveFile QSize
+    QSocketNotifier QStandardPaths
     QString QStringList QStringView QTemporaryDir QTemporaryFile QThread QThreadPool QTimer QUrl QVariant
-    QVariantList QVariantMap Qt QtEndian
+    QVariantList QVariantMap Qt QtEndian QtGlobal
 """.split())
 QT_GUI = set("""
-<<<<<<< HEAD
     QAction QColor QColorSpace QCursor QFont QFontDatabase QFontMetricsF QGuiApplication QIcon QIconEngine QImage
-    QKeyEvent QPainter QPainterPath QPainterPathStroker QPalette QPen QPixmap QScreen QWindow
-=======
-    QColor QColorSpace QCursor QFont QFontDatabase QFontMetricsF QGuiApplication QIcon QIconEngine QImage QKeyEvent
-    QPainter QPainterPath QPainterPathStroker QPalette QPen QPixmap QRasterWindow QScreen QSurfaceFormat QWindow
->>>>>>> af4265d (Stand the popover at its item where the layer shell is offered)
+    QKeyEvent QPainter QPainterPath QPainterPathStroker QPalette QPen QPixmap QRasterWindow QScreen QSurfaceFormat
+    QWindow
 """.split())
 QT_WIDGETS = {"QApplication", "QMenu", "QSystemTrayIcon"}
 QT_NETWORK = set("""
@@ -183,7 +175,7 @@ OUTSIDE = {
     },
     "platform/linux/session": FILE | {
         "LayerShellQt/Window", "poll.h", "sys/eventfd.h", "sys/file.h", "sys/socket.h", "sys/un.h", "wayland-client.h",
-        "xcb/shape.h", "xcb/xcb.h", "xdg-output-unstable-v1.h",
+        "xcb/screensaver.h", "xcb/shape.h", "xcb/xcb.h", "xdg-output-unstable-v1.h",
     }
     | QT_CORE | QT_GUI | QT_WIDGETS | QT_DBUS,
     "platform/linux/update": FILE | FMT | {"link.h", "locale.h"} | ARCHIVE | PLIST | OPENSSL,

@@ -23,7 +23,7 @@ struct Protocol {
     const char* path;
     const char* interface;
     bool takesFlags;       ///< and a window
-    const char* release;   ///< takes the cookie
+    const char* release;   ///< takes the cookie; null: the end of the connection has to do
     const char* inhibited; ///< says whether the display is kept awake; null: no method does
 };
 
@@ -33,7 +33,10 @@ constexpr Protocol kProtocols[] = {
     {"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver", "org.freedesktop.ScreenSaver",
      false, "UnInhibit", nullptr},
     {"org.freedesktop.PowerManagement", "/org/freedesktop/PowerManagement/Inhibit",
-     "org.freedesktop.PowerManagement.Inhibit", false, "UnInhibit", "HasInhibit"},
+     "org.freedesktop.PowerManagement.Inhibit", false,
+     // UnInhibit makes the power manager of XFCE 4.18 free memory twice and abort, each time; the
+     // end of a connection only at times.
+     nullptr, "HasInhibit"},
 };
 
 const QString kProgram = QString::fromLatin1(kBundleIdentifier);
@@ -46,7 +49,11 @@ class SessionHold final : public PowerHold {
           cookie_(cookie) {}
     SessionHold(const SessionHold&) = delete;
     SessionHold& operator=(const SessionHold&) = delete;
-    ~SessionHold() override { object().call(protocol_.release, {cookie_}, Patience::kOneAnswer); }
+    ~SessionHold() override {
+        if (protocol_.release) {
+            object().call(protocol_.release, {cookie_}, Patience::kOneAnswer);
+        }
+    }
 
     QString owner() const override { return owner_; }
 

@@ -90,6 +90,11 @@ FakePowerService::~FakePowerService() {
     thread_.wait();
 }
 
+QString FakePowerService::asker() const {
+    const std::lock_guard lock(object_->mutex);
+    return object_->asker;
+}
+
 bool FakePowerService::inhibitorIsClosed() const {
     char byte = 0;
     return object_->kept >= 0 && ::read(object_->kept, &byte, 1) == 0;
@@ -106,6 +111,10 @@ FakePowerService::Object::~Object() {
 
 bool FakePowerService::Object::handleMessage(const QDBusMessage& message,
                                              const QDBusConnection& connection) {
+    {
+        const std::lock_guard lock(mutex);
+        asker = message.service();
+    }
     QStringList call{name_, message.member()};
     for (const QVariant& argument : message.arguments()) {
         call << (argument.canConvert<QString>() ? argument.toString() : QStringLiteral("{}"));

@@ -65,6 +65,8 @@ class FakePowerService {
     ~FakePowerService();
 
     bool isRegistered() const { return registered_; }
+    /// The connection of whoever asked last.
+    QString asker() const;
     /// Whether nobody holds the descriptor any more that logind has handed out last.
     bool inhibitorIsClosed() const;
 
@@ -80,6 +82,8 @@ class FakePowerService {
         bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
 
         std::atomic<int> kept = -1; ///< logind's end of the descriptor
+        std::mutex mutex;
+        QString asker;
 
       private:
         QVariant answerTo(const QDBusMessage& message);
