@@ -108,6 +108,7 @@ int main(int, char** argv) {
     QApplication::setApplicationName(QStringLiteral("korvel"));
     QApplication::setApplicationDisplayName(QStringLiteral("Korvel"));
     QApplication::setDesktopFileName(QString::fromLatin1(platform::kBundleIdentifier));
+    platform::keepOutOfSavedSessions();
 
     platform::SingleInstance instance([](const platform::ActivationRequest& request) {
         if (running) {

@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QLibraryInfo>
+#include <QSessionManager>
 #include <QString>
 #include <QStringList>
 
@@ -122,6 +123,14 @@ void prepareEnvironment(const std::string& executable) {
         keepOtherQtOut();
     }
     keepThemePluginsOut();
+}
+
+void keepOutOfSavedSessions() {
+    // Directly, for the manager is there as long as the signal.
+    QObject::connect(
+        qGuiApp, &QGuiApplication::saveStateRequest, qGuiApp,
+        [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); },
+        Qt::DirectConnection);
 }
 
 } // namespace korvel::platform

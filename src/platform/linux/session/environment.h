@@ -25,4 +25,9 @@ void prepareEnvironment(const std::string& executable = {});
 /// called before the application object is made, and before `prepareEnvironment`.
 DisplayChoice prepareDisplay(const std::string& executable);
 
+/// Has a session manager that saves the session not start the program with the next one: that is
+/// left to the desktop's list of programs to start, and started by both, the program would open its
+/// popover at each login. To be called once the application object is made.
+void keepOutOfSavedSessions();
+
 } // namespace korvel::platform
