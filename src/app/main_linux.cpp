@@ -172,9 +172,13 @@ int main(int, char** argv) {
                                       .workspace = workspace};
     platform::installedServices = &services;
 
+    const auto words = [&statusBar](std::string text) {
+        return statusBar.hasTray() ? linuxWords(std::move(text))
+                                   : linuxWordsWithoutTray(std::move(text));
+    };
     const auto delegate = std::make_shared<AppDelegate>(
         services, Metrics::shared(), Awake::shared(), Updater::shared(), WhatsNew::shared(),
-        [display](ContentView& root) { return makeLinuxPopover(root, display); });
+        [words, display](ContentView& root) { return makeLinuxPopover(root, words, display); });
     running = delegate.get();
     std::atexit(finish);
     terminationSignals.notify([&runLoop] { runLoop.terminate(); });

@@ -6,7 +6,6 @@
 #include "platform/linux/session/layer_surface.h"
 #include "platform/linux/session/portal_appearance.h"
 #include "platform/linux/session/window_effects.h"
-#include "ui/content/linux_words.h"
 #include "ui/quick/window_popover.h"
 
 namespace korvel {
@@ -27,9 +26,9 @@ PopoverStand makeStand() {
 
 } // namespace
 
-std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root,
+std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root, Words words,
                                                     platform::DisplayChoice display) {
-    PopoverDesktop desktop{.words = linuxWords,
+    PopoverDesktop desktop{.words = std::move(words),
                            .appearance = std::make_unique<platform::PortalAppearance>(),
                            .released = platform::giveMemoryBack,
                            .blendsWindows = platform::desktopBlendsWindows,

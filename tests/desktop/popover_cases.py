@@ -369,3 +369,32 @@ def nothing_is_painted_between_two_refreshes():
                 check(wakings < 20, f"{wakings} wakings between two refreshes")
                 return
         raise Failure("the machine is too slow for two pictures between two refreshes")
+
+
+NO_TRAY = "This desktop shows no tray for the score. On GNOME, the AppIndicator extension adds one. " \
+          "Until then, start Korvel again to open this."
+TRAY = "Your score lives in the tray. Click it for the detail."
+
+
+def to_be_greeted(place):
+    place.set_defaults(seenBuild=None)
+
+
+@case(LAUNCHER, "xfce4-panel")
+def welcome_says_how_to_get_a_tray_until_there_is_one():
+    with screen_reader(before=to_be_greeted) as (place, tree):
+        tree.find(NO_TRAY)
+        place.start_panel("xfce4-panel")
+        tree.find(TRAY, 15)
+        equal(tree.nodes(lambda node: node.name == NO_TRAY), [], "the line of before")
+
+
+@case(LAUNCHER, "trayer")
+def welcome_knows_an_xembed_tray():
+    def before(place):
+        to_be_greeted(place)
+        place.start_panel("trayer")
+        wait_for("the tray", lambda: place.xdotool("search", "--onlyvisible", "--class", "trayer"))
+
+    with screen_reader(before=before) as (_, tree):
+        tree.find(TRAY)

@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "app/main_popover_linux.h"
+#include "ui/content/linux_words.h"
 
 namespace korvel::simulation {
 
@@ -29,7 +30,7 @@ DemoProgram::DemoProgram(const Scenario& scenario, DemoDesktop& desktop)
 
 void DemoProgram::start() {
     launch([this](ContentView& root) {
-        auto popover = makeLinuxPopover(root);
+        auto popover = makeLinuxPopover(root, linuxWords);
         popover_ = popover.get();
         return popover;
     });

@@ -1,6 +1,7 @@
 #include "ui/content/linux_words.h"
 
 #include <string_view>
+#include <utility>
 
 namespace korvel {
 
@@ -19,6 +20,9 @@ struct Phrase {
     std::string_view linux;
 };
 
+constexpr std::string_view kWhereTheScoreIs =
+    "Your score lives in the menu bar. Click it for the detail.";
+
 constexpr Phrase kPhrases[] = {
     {Place::head, "Mac slowing down: score ", "Computer slowing down: score "},
     {Place::tail, " GB free to use · macOS is comfortable",
@@ -33,8 +37,7 @@ constexpr Phrase kPhrases[] = {
     {Place::whole, "macOS thermal state: very hot, heavily throttled",
      "Linux thermal state: very hot, heavily throttled"},
     {Place::whole, "macOS thermal state: unknown", "Linux thermal state: unknown"},
-    {Place::whole, "Your score lives in the menu bar. Click it for the detail.",
-     "Your score lives in the tray. Click it for the detail."},
+    {Place::whole, kWhereTheScoreIs, "Your score lives in the tray. Click it for the detail."},
     {Place::tail, ". The new version is in Finder; drag it over.",
      ". The new version is in the file manager; drag it over."},
     {Place::whole, "Running hot. macOS is throttling to cool down",
@@ -72,6 +75,15 @@ std::string linuxWords(std::string text) {
         }
     }
     return text;
+}
+
+std::string linuxWordsWithoutTray(std::string text) {
+    if (text == kWhereTheScoreIs) {
+        return "This desktop shows no tray for the score. On GNOME, the AppIndicator extension "
+               "adds "
+               "one. Until then, start Korvel again to open this.";
+    }
+    return linuxWords(std::move(text));
 }
 
 } // namespace korvel

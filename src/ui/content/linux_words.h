@@ -10,4 +10,8 @@ namespace korvel {
 /// or a file is never rewritten.
 std::string linuxWords(std::string text);
 
+/// The same on a desktop where nothing shows the item: the welcome says how to get there, and how
+/// the popover opens meanwhile.
+std::string linuxWordsWithoutTray(std::string text);
+
 } // namespace korvel

@@ -44,6 +44,17 @@ TEST(LinuxWords, SayTheSameOfLinux) {
     }
 }
 
+TEST(LinuxWords, WithoutATrayTheWelcomeAloneSaysSomethingElse) {
+    constexpr const char* kWelcome = "Your score lives in the menu bar. Click it for the detail.";
+    EXPECT_EQ(linuxWordsWithoutTray(kWelcome),
+              "This desktop shows no tray for the score. On GNOME, the AppIndicator extension adds "
+              "one. Until then, start Korvel again to open this.");
+    for (const char* text : {"", "Mac slowing down: score 42", "macOS thermal state: normal",
+                             "Amber or red names the one thing dragging it down.", "312 GB free"}) {
+        EXPECT_EQ(linuxWordsWithoutTray(text), linuxWords(text));
+    }
+}
+
 TEST(LinuxWords, LeaveEveryOtherTextAlone) {
     for (const char* text :
          {"", ")", "Mac slowing down: score ", "Mac slowing down: score 5 is holding 9.3GB",

@@ -45,6 +45,9 @@ class TrayHost final : public QObject, protected QDBusContext {
 
     TrayKind kind() const { return kind_; }
 
+    /// Whether a tray is known to stand, be it one that has the icon only in a moment.
+    bool trayStands() const { return kind_ != TrayKind::none || grace_.isActive(); }
+
     /// Looks for an XEmbed tray again. There is no signal for its coming that costs nothing, so the
     /// owner calls this at its own slow pace.
     void lookAgain();

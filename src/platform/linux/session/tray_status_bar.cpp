@@ -199,7 +199,13 @@ TrayStatusBar::TrayStatusBar() {
 TrayStatusBar::~TrayStatusBar() = default;
 
 std::unique_ptr<StatusItem> TrayStatusBar::makeStatusItem() {
-    return std::make_unique<TrayStatusItem>(menu_, TraySession::ofProgram());
+    auto item = std::make_unique<TrayStatusItem>(menu_, TraySession::ofProgram());
+    item_ = item.get();
+    return item;
+}
+
+bool TrayStatusBar::hasTray() const {
+    return item_ && item_->isInTray();
 }
 
 void TrayStatusBar::setMainMenu(MainMenu menu) {

@@ -8,6 +8,7 @@
 #include <QDBusConnection>
 #include <QDeadlineTimer>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QSystemTrayIcon>
 
@@ -49,6 +50,9 @@ class TrayStatusItem final : public QObject, public StatusItem {
     std::optional<Rectangle> frame() const override;
     void ignoreClicks(double seconds) override;
 
+    /// Whether a tray has the icon, or is about to.
+    bool isInTray() const { return host_.trayStands(); }
+
   private:
     void registerItem();
     void leaveBus();
@@ -82,11 +86,15 @@ class TrayStatusBar final : public QObject, public StatusBar {
     std::unique_ptr<StatusItem> makeStatusItem() override;
     void setMainMenu(MainMenu menu) override;
 
+    /// Whether anything shows the item, or is about to, as far as is known.
+    bool hasTray() const;
+
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
     MainMenu mainMenu_;
     TrayMenu menu_;
+    QPointer<TrayStatusItem> item_; ///< that was made last; null when it is gone
 };
 
 } // namespace korvel::platform

@@ -172,6 +172,26 @@ TEST_F(TrayHostTest, AnXembedTrayIsTakenWhereThereIsNoHost) {
     EXPECT_EQ(kinds_, Kinds{TrayKind::xembed});
 }
 
+TEST_F(TrayHostTest, ATrayStandsAsSoonAsItIsKnownNotOnlyWithTheIcon) {
+    start();
+    settle();
+    EXPECT_FALSE(host_->trayStands());
+    ASSERT_TRUE(watcher_.appear(panel_));
+    EXPECT_TRUE(runUntil([this] { return host_->trayStands(); }));
+    EXPECT_EQ(host_->kind(), TrayKind::notifier);
+    FakeWatcher::disappear(panel_);
+    settle();
+
+    xembed_ = true;
+    const TrayHost waiting(program_,
+                           {.xembedTray = [this] { return xembed_; },
+                            .registerItem = [] {},
+                            .changed = [](TrayKind) {}},
+                           std::chrono::hours(1));
+    EXPECT_TRUE(runUntil([&] { return waiting.trayStands(); }));
+    EXPECT_EQ(waiting.kind(), TrayKind::none);
+}
+
 TEST_F(TrayHostTest, AnXembedTrayThatIsGoneAfterTheGraceIsNotTaken) {
     start();
     settle();
