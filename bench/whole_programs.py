@@ -14,6 +14,7 @@ import time
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 sys.path[:0] = [os.path.join(ROOT, "tests", "desktop"), os.path.join(ROOT, "bench")]
 
+from changed_score import changed_score_ms  # noqa: E402
 from desktop import Desktop, Failure, wait_for  # noqa: E402
 from first_paint import first_paint_ms  # noqa: E402
 
@@ -110,7 +111,7 @@ def main():
     build = sys.argv[1]
     seconds = int(sys.argv[2]) if len(sys.argv) > 2 else 60
     program = os.path.join(build, "bin", "korvel")
-    result = {}
+    result = {"changed_score_ms": changed_score_ms(build)}
     with Desktop() as place:
         place.start_panel("xfce4-panel")
         result["launch_ms"], result["question_ms"] = launch_ms(place, program)

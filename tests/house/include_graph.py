@@ -86,6 +86,7 @@ FILES = {
         "tools", "simulation", "app", "app/main_popover_linux.h", "platform/simulated",
         "platform/linux/session", "platform/qt", "ui/quick", *CONTENT,
     ],
+    r"bench/tray_bench\.cpp": ["bench", "app", "platform/linux/session whole", *CONTENT],
     r"bench/[a-z_]+\.(cpp|c|h)": [
         "bench", "platform/linux/kernel whole", "platform/simulated", "platform/posix", *MODEL,
     ],
@@ -199,6 +200,7 @@ OUTSIDE = {
     r"tools/korvel_release\.cpp": FMT | {"unistd.h"},
     r"tools/(korvel_icons\.cpp|icons/[a-z_]+\.(cpp|h))": FMT | QT_CORE | QT_GUI,
     r"tools/(korvel_demo\.cpp|demo/[a-z_]+\.(cpp|h))": FMT | QT_CORE | QT_GUI | {"QApplication", "QQuickWindow"},
+    r"bench/tray_bench\.cpp": QT_CORE | QT_GUI | QT_WIDGETS,
     r"bench/[a-z_]+\.(cpp|c|h)": FILE | {
         "benchmark/benchmark.h", "stdio.h", "stdlib.h", "string.h", "sys/statvfs.h", "sys/syscall.h", "sys/wait.h",
     },

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 
+#include <QPainterPath>
 #include <QPainterPathStroker>
+#include <QRect>
+#include <QRectF>
 
 namespace korvel::platform {
 
@@ -149,15 +152,14 @@ int digitsWidth(const QString& digits, const DigitMetrics& metrics) {
     return width;
 }
 
-QPainterPath digitsPath(const QString& digits, const DigitMetrics& metrics) {
+void drawDigits(QPainter& painter, const QString& digits, const DigitMetrics& metrics,
+                const QColor& ink) {
     QPainterPathStroker stroker;
     stroker.setWidth(metrics.stroke);
     stroker.setCapStyle(Qt::FlatCap);
     stroker.setJoinStyle(Qt::MiterJoin);
     stroker.setCurveThreshold(0.05);
 
-    QPainterPath path;
-    path.setFillRule(Qt::WindingFill);
     int x = 0;
     for (qsizetype at = 0; at < digits.size(); ++at) {
         const int width = advance(digits, at, metrics);
@@ -168,12 +170,13 @@ QPainterPath digitsPath(const QString& digits, const DigitMetrics& metrics) {
         outline.setFillRule(Qt::WindingFill);
         // Cuts the ends of slanted strokes flush; the flag of a narrow 1 may stand out at the left.
         const int overhang = narrowOne(digits, at) ? metrics.stroke : 0;
-        QPainterPath box;
-        box.addRect(-overhang, 0, width + overhang, metrics.height);
-        path.addPath(outline.simplified().intersected(box).translated(x, 0));
+        painter.save();
+        painter.translate(x, 0);
+        painter.setClipRect(QRect(-overhang, 0, width + overhang, metrics.height));
+        painter.fillPath(outline, ink);
+        painter.restore();
         x += width + metrics.gap;
     }
-    return path;
 }
 
 } // namespace korvel::platform

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QPainterPath>
-#include <QRectF>
+#include <QColor>
+#include <QPainter>
 #include <QString>
 
 namespace korvel::platform {
@@ -21,7 +21,8 @@ struct DigitMetrics {
 /// narrow in a number of three digits, which is the only way that 100 fits into 16 pixels.
 int digitsWidth(const QString& digits, const DigitMetrics& metrics);
 
-/// The outline of the number, its top left corner at the origin; to be filled.
-QPainterPath digitsPath(const QString& digits, const DigitMetrics& metrics);
+/// Fills the number with `ink`, its top left corner at the painter's origin.
+void drawDigits(QPainter& painter, const QString& digits, const DigitMetrics& metrics,
+                const QColor& ink);
 
 } // namespace korvel::platform

@@ -5,6 +5,7 @@
 
 #include <QIconEngine>
 #include <QPainter>
+#include <QPainterPath>
 #include <QPixmap>
 
 #include "platform/linux/session/icon_digits.h"
@@ -125,7 +126,7 @@ QImage drawTrayIcon(const StatusTitle& title, int pixels) {
     const int width = digitsWidth(digits, layout.digits);
     const int left = (pixels - width) / 2;
     painter.translate(left, layout.digitsTop);
-    painter.fillPath(digitsPath(digits, layout.digits), ink);
+    drawDigits(painter, digits, layout.digits, ink);
     painter.resetTransform();
     if (title.awake) {
         drawCup(painter, pixels, layout.cupTop, layout.cupHeight, ink);
