@@ -73,6 +73,7 @@ class Shell(Desktop):
         super().__init__(self.size, dark=dark)
         self.load = None
         self.program = None
+        self.seen_item = None
         self.log = os.environ.get("KORVEL_DESKTOPS_LOG", self.folder)
         self.environment.update(
             XDG_CURRENT_DESKTOP=self.desktop, XDG_SESSION_TYPE=self.session_type,
@@ -198,7 +199,8 @@ class Shell(Desktop):
         if box is None:
             return None
         found = self.from_picture(box)
-        return Rectangle(panel.x + found.x, panel.y + found.y, found.width, found.height)
+        self.seen_item = Rectangle(panel.x + found.x, panel.y + found.y, found.width, found.height)
+        return self.seen_item
 
     def popover(self):
         """The visible panel of the open popover, without its shadow; None where it is closed."""
@@ -256,7 +258,9 @@ class Shell(Desktop):
         self.press(button)
 
     def click_item(self, button=1):
-        self.click(*wait_for("the item", self.item).middle, button)
+        # Where it was last, while the popover's shadow lies on it.
+        item = self.item() or self.seen_item or wait_for("the item", self.item)
+        self.click(*item.middle, button)
 
     def open_with_pointer(self):
         """What a user does who wants to see the popover."""

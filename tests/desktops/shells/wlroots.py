@@ -4,7 +4,6 @@ import glob
 import io
 import json
 import os
-import re
 import subprocess
 import time
 
@@ -55,7 +54,6 @@ class Wlroots(Shell):
     def __init__(self, program, scale=1, dark=False):
         super().__init__(program, scale, dark)
         self.pixels = scale
-        self.bar = None
         self.other = None
 
     def start_shell(self):
@@ -81,19 +79,7 @@ class Wlroots(Shell):
         raise NotImplementedError
 
     def start_panel(self):
-        config = os.path.join(self.folder, "waybar.json")
-        style = os.path.join(self.folder, "waybar.css")
-        with open(config, "w", encoding="utf-8") as file:
-            json.dump(WAYBAR, file)
-        with open(style, "w", encoding="utf-8") as file:
-            ground, ink = ("#2b303b", "white") if self.dark else ("#e4e7ec", "black")
-            file.write(WAYBAR_STYLE.format(ground=ground, ink=ink))
-        self.bar = self.daemon(["waybar", "-c", config, "-s", style])
-
-    def restart_panel(self):
-        self.end(self.bar)
-        wait_for("the panel gone", lambda: not self.item())
-        self.start_panel()
+        raise NotImplementedError
 
     def screenshot(self):
         data = subprocess.run(["grim", "-t", "ppm", "-"], env=self.environment, check=True,
@@ -155,6 +141,39 @@ class Wlroots(Shell):
         return set() if os.path.exists(told) else {"display"}
 
 
+class Waybar:
+    """The panel that is a program of its own."""
+
+    def __init__(self, *arguments, **options):
+        super().__init__(*arguments, **options)
+        self.bar = None
+
+    def start_panel(self):
+        config = os.path.join(self.folder, "waybar.json")
+        style = os.path.join(self.folder, "waybar.css")
+        with open(config, "w", encoding="utf-8") as file:
+            json.dump(WAYBAR, file)
+        with open(style, "w", encoding="utf-8") as file:
+            ground, ink = ("#2b303b", "white") if self.dark else ("#e4e7ec", "black")
+            file.write(WAYBAR_STYLE.format(ground=ground, ink=ink))
+        self.bar = self.daemon(["waybar", "-c", config, "-s", style])
+
+    def restart_panel(self):
+        self.end(self.bar)
+        wait_for("the panel gone", lambda: not self.item())
+        self.start_panel()
+
+    # Its menus get no keys from these compositors.
+
+    def close_menu(self):
+        self.click(*self.background_point())
+
+    def choose_first_entry(self):
+        """The menu hangs to the left of the pointer."""
+        x, y = self.seen_item.middle
+        self.click(x - 60, y + 17)
+
+
 class Sway(Wlroots):
     desktop = "sway"
 
@@ -192,7 +211,7 @@ class Sway(Wlroots):
         return seat["focus"] == 0 and self.popover() is not None
 
 
-class SwayWaybar(Sway):
+class SwayWaybar(Waybar, Sway):
     name, title = "sway-waybar", "sway, waybar"
 
 
@@ -214,7 +233,7 @@ class SwaySwaybar(Sway):
         self.run(["swaymsg", "reload"])
 
 
-class LabwcWaybar(Wlroots):
+class LabwcWaybar(Waybar, Wlroots):
     name, title = "labwc-waybar", "labwc, waybar"
     desktop = "labwc:wlroots"
 
@@ -240,5 +259,14 @@ class LabwcWaybar(Wlroots):
                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
 
     def popover_has_keyboard(self):
-        focused = self.run(["wlrctl", "toplevel", "list", "state:focused"])
-        return not re.search(r"^(?!com\.oxbrook\.korvel)\S", focused, re.MULTILINE)
+        """The compositor tells of ordinary windows only: whether Tab moves what has the focus."""
+        place = self.popover()
+        if place is None:
+            return False
+        pictures = []
+        for key in (None, None, "Tab"):
+            if key:
+                self.key(key)
+            time.sleep(0.3)
+            pictures.append(self.look_at(place).rgb)
+        return pictures[0] == pictures[1] != pictures[2]
