@@ -30,6 +30,8 @@ def qt_has_wayland():
 class WaylandDesktop(Desktop):
     """A session bus and sway, with neither X nor a panel."""
 
+    config = SWAY_CONFIG
+
     def __enter__(self):
         try:
             self.start_bus()
@@ -44,7 +46,7 @@ class WaylandDesktop(Desktop):
         os.mkdir(folder, 0o700)
         config = os.path.join(folder, "config")
         with open(config, "w", encoding="utf-8") as file:
-            file.write(SWAY_CONFIG)
+            file.write(self.config)
         command = ["sway", "-c", config]
         if os.getuid() == 0:  # sway refuses to run as root
             os.chmod(self.folder, 0o711)
