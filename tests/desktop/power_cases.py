@@ -1,12 +1,14 @@
 """Keep-awake with what really blanks a display."""
 
 import ctypes
+import os
 import signal
 import time
 
 from cases import Program, case, check, desktop, equal
 from desktop import wait_for
 from remedy_cases import REASON, Services, system_bus, tooltip
+from wayland_cases import wayland
 
 AWAKE = {"awakeOn": {"bool": True}, "awakeUntil": {"integer": 0}}
 
@@ -85,3 +87,20 @@ def power_manager_alone_holds_the_display():
         equal(program.send(signal.SIGTERM), 0, "exit status")
         # That of XFCE 4.18 does not survive the end of any inhibitor.
         wait_for("the release", lambda: place.call(*POWER_MANAGER) != "(true,)")
+
+
+@case("sway", "swaymsg", "setpriv", "swayidle")
+def wayland_compositor_is_not_idle_while_kept_awake():
+    for number in (signal.SIGTERM, signal.SIGKILL):
+        with wayland(program=False) as place:
+            system_bus(place)
+            place.set_defaults(**AWAKE)
+            program = Program(place)
+            wait_for("the program's name", lambda: place.owner("com.oxbrook.korvel"))
+            idle = os.path.join(place.folder, "idle")
+            time.sleep(1)  # past the launch
+            place.spawn(["swayidle", "timeout", "1", "touch " + idle])
+            time.sleep(4)
+            check(not os.path.exists(idle), "the compositor was idle")
+            place.end(program.process, number)
+            wait_for("idleness", lambda: os.path.exists(idle))

@@ -6,6 +6,7 @@
 
 #include "platform/linux/session/logind_power.h"
 #include "platform/linux/session/session_power.h"
+#include "platform/linux/session/wayland_power.h"
 #include "platform/linux/session/x11_power.h"
 
 namespace korvel::platform {
@@ -27,6 +28,7 @@ QStringList servicesOf(const PowerGrantorList& grantors) {
 PowerGrantors desktopPowerGrantors() {
     PowerGrantors grantors;
     grantors.display = sessionPowerGrantors();
+    grantors.display.push_back(waylandPowerGrantor());
     grantors.display.push_back(x11PowerGrantor());
     grantors.display.push_back(portalPowerGrantor());
     grantors.system.push_back(logindPowerGrantor());

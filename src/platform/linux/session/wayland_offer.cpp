@@ -1,40 +1,16 @@
 #include "platform/linux/session/wayland_offer.h"
 
-#include <cerrno>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <memory>
 
-#include <poll.h>
 #include <wayland-client.h>
 #include <xdg-output-unstable-v1.h>
+
+#include "platform/linux/session/wayland_connection.h"
 
 namespace korvel::platform {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-struct Disconnect {
-    void operator()(wl_display* display) const { wl_display_disconnect(display); }
-};
-
-void ignoreLog(const char* /*format*/, va_list /*arguments*/) {}
-
-bool isSet(const char* name) {
-    const char* value = std::getenv(name);
-    return value && *value;
-}
-
-bool compositorIsNamed() {
-    // The one connection that a parent has handed down is Qt's.
-    if (isSet("WAYLAND_SOCKET")) {
-        return false;
-    }
-    const char* session = std::getenv("XDG_SESSION_TYPE");
-    return isSet("WAYLAND_DISPLAY") || (session && std::strcmp(session, "wayland") == 0);
-}
 
 /// What has been heard so far. The objects of the connection go with it.
 struct Hearing {
@@ -113,56 +89,18 @@ constexpr wl_registry_listener kRegistryListener = {
     .global_remove = [](void*, wl_registry*, std::uint32_t) {},
 };
 
-constexpr wl_callback_listener kDoneListener = {
-    .done = [](void* data, wl_callback*, std::uint32_t) { *static_cast<bool*>(data) = true; },
-};
-
-/// Waits until everything that was asked has been answered; false: not by then.
-bool heardAll(wl_display* display, Clock::time_point deadline) {
-    bool done = false;
-    wl_callback_add_listener(wl_display_sync(display), &kDoneListener, &done);
-    while (!done) {
-        if (wl_display_dispatch_pending(display) < 0) {
-            return false;
-        }
-        if (done || wl_display_prepare_read(display) != 0) {
-            continue;
-        }
-        wl_display_flush(display);
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-        pollfd waited{.fd = wl_display_get_fd(display), .events = POLLIN, .revents = 0};
-        const int ready = left > 0 ? poll(&waited, 1, static_cast<int>(left)) : 0;
-        if (ready <= 0) {
-            const bool interrupted = ready < 0 && errno == EINTR;
-            wl_display_cancel_read(display);
-            if (interrupted) {
-                continue;
-            }
-            return false;
-        }
-        if (wl_display_read_events(display) < 0) {
-            return false;
-        }
-    }
-    return true;
-}
-
 } // namespace
 
 std::optional<WaylandOffer> askWayland(std::chrono::milliseconds patience) {
-    if (!compositorIsNamed()) {
-        return std::nullopt;
-    }
-    wl_log_set_handler_client(ignoreLog);
-    const Clock::time_point deadline = Clock::now() + patience;
+    const auto deadline = std::chrono::steady_clock::now() + patience;
     Hearing hearing;
-    const std::unique_ptr<wl_display, Disconnect> display(wl_display_connect(nullptr));
-    if (!display) {
+    const auto connection = WaylandConnection::open();
+    if (!connection) {
         return std::nullopt;
     }
-    wl_registry_add_listener(wl_display_get_registry(display.get()), &kRegistryListener, &hearing);
-    if (!heardAll(display.get(), deadline)) {
+    wl_registry_add_listener(wl_display_get_registry(connection->display()), &kRegistryListener,
+                             &hearing);
+    if (!connection->answered(deadline)) {
         return std::nullopt;
     }
     for (const auto& output : hearing.outputs) {
@@ -172,7 +110,7 @@ std::optional<WaylandOffer> askWayland(std::chrono::milliseconds patience) {
                 &kLogicalListener, output.get());
         }
     }
-    if (!heardAll(display.get(), deadline)) {
+    if (!connection->answered(deadline)) {
         return std::nullopt;
     }
     for (const auto& output : hearing.outputs) {
