@@ -28,6 +28,12 @@ BusObject notificationService(const QDBusConnection& bus) {
     return {bus, kNotifications, kNotificationsPath, kNotifications, Activation::allowed};
 }
 
+/// The bus itself.
+BusObject theBus(const QDBusConnection& bus, const char* interface) {
+    return {bus, QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QLatin1String(interface)};
+}
+
 /// One line, with spaces in the place of control characters.
 std::string printable(std::string text) {
     for (char& c : text) {
@@ -73,40 +79,54 @@ std::string DesktopNotifications::body(const std::string& text, bool markup) {
 void DesktopNotifications::post(const Notification& notification) {
     listen();
     // Asked each time: another service may have taken over.
-    notificationService(bus_).ask(
-        "GetCapabilities", {}, *this,
-        [this, notification](const QDBusMessage& answer) { notify(notification, answer); });
+    notificationService(bus_).ask("GetCapabilities", {}, *this,
+                                  [this, notification](const QDBusMessage& answer) {
+                                      const QDBusReply<QStringList> capabilities(answer);
+                                      if (capabilities.isValid()) {
+                                          findService(notification, capabilities.value());
+                                      }
+                                  });
 }
 
-void DesktopNotifications::notify(const Notification& notification,
-                                  const QDBusMessage& capabilities) {
-    const QDBusReply<QStringList> known(capabilities);
-    if (!known.isValid()) {
-        return;
-    }
-    if (capabilities.service() != service_) {
+void DesktopNotifications::findService(const Notification& notification,
+                                       const QStringList& capabilities) {
+    // By now one runs. An answer does not tell who gave it.
+    theBus(bus_, "org.freedesktop.DBus")
+        .ask("GetNameOwner", {kNotifications}, *this,
+             [this, notification, capabilities](const QDBusMessage& answer) {
+                 const QDBusReply<QString> owner(answer);
+                 if (owner.isValid()) {
+                     notify(notification, capabilities, owner.value());
+                 }
+             });
+}
+
+void DesktopNotifications::notify(const Notification& notification, const QStringList& capabilities,
+                                  const QString& service) {
+    if (service_ != service) {
         forget();
     }
-    const bool markup = known.value().contains(QStringLiteral("body-markup"));
-    const QStringList actions = known.value().contains(QStringLiteral("actions"))
+    service_ = service;
+    const bool markup = capabilities.contains(QStringLiteral("body-markup"));
+    const QStringList actions = capabilities.contains(QStringLiteral("actions"))
                                     ? QStringList{kDefaultAction, QStringLiteral("Show")}
                                     : QStringList();
     const QString icon = QString::fromLatin1(kBundleIdentifier);
     const QVariantMap hints{{QStringLiteral("desktop-entry"), icon}};
     constexpr int kServicesOwnTimeout = -1;
-    notificationService(bus_).ask("Notify",
-                                  {QStringLiteral("Korvel"), number_, icon,
-                                   QString::fromStdString(printable(words_(notification.title))),
-                                   QString::fromStdString(body(words_(notification.body), markup)),
-                                   actions, hints, kServicesOwnTimeout},
-                                  *this, [this](const QDBusMessage& answer) {
-                                      const QDBusReply<std::uint32_t> number(answer);
-                                      if (number.isValid()) {
-                                          service_ = answer.service();
-                                          number_ = number.value();
-                                          token_.clear();
-                                      }
-                                  });
+    BusObject(bus_, service, kNotificationsPath, kNotifications)
+        .ask("Notify",
+             {QStringLiteral("Korvel"), number_, icon,
+              QString::fromStdString(printable(words_(notification.title))),
+              QString::fromStdString(body(words_(notification.body), markup)), actions, hints,
+              kServicesOwnTimeout},
+             *this, [this, service](const QDBusMessage& answer) {
+                 const QDBusReply<std::uint32_t> number(answer);
+                 if (number.isValid() && service_ == service) {
+                     number_ = number.value();
+                     token_.clear();
+                 }
+             });
 }
 
 void DesktopNotifications::setAction(Action action) {
@@ -123,10 +143,7 @@ void DesktopNotifications::withdraw() {
     // The library sends from a thread of its own, in order; the bus, not the service, is waited
     // for.
     constexpr std::chrono::milliseconds kPatience(100);
-    const BusObject bus(bus_, QStringLiteral("org.freedesktop.DBus"),
-                        QStringLiteral("/org/freedesktop/DBus"),
-                        QStringLiteral("org.freedesktop.DBus.Peer"));
-    bus.call("Ping", {}, kPatience);
+    theBus(bus_, "org.freedesktop.DBus.Peer").call("Ping", {}, kPatience);
 }
 
 /// Not before something was posted: the service tells everybody of each notification there is.

@@ -7,6 +7,7 @@
 #include <QDBusConnection>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include "platform/notifications.h"
 
@@ -45,7 +46,9 @@ class DesktopNotifications final : public QObject, public Notifications {
   private:
     Q_SLOT void told(const QDBusMessage& signal);
     void listen();
-    void notify(const Notification& notification, const QDBusMessage& capabilities);
+    void findService(const Notification& notification, const QStringList& capabilities);
+    void notify(const Notification& notification, const QStringList& capabilities,
+                const QString& service);
     bool isOfTheShown(const QDBusMessage& signal) const;
     void forget();
 
@@ -53,8 +56,8 @@ class DesktopNotifications final : public QObject, public Notifications {
     Words words_;
     Action action_;
     bool listening_ = false;
-    QString service_;          ///< who shows it: the connection's own name, for numbers are its own
-    std::uint32_t number_ = 0; ///< of the notification that is shown; 0: none
+    QString service_;          ///< who was posted to: the connection's own name
+    std::uint32_t number_ = 0; ///< of the notification that it shows; 0: none
     std::string token_;        ///< that came for the click which is about to be told
 };
 
