@@ -223,8 +223,11 @@ def tooltip_says_the_score(shell):
     shell.move(*shell.background_point())
     time.sleep(1)
     before = shell.look_at(free)
-    shell.move(*map(round, item.middle))
-    wait_for("the tooltip", lambda: difference(before, shell.look_at(free), 60, 12), 5)
+    x, y = map(round, item.middle)
+    shell.move(x - 2, y)
+    time.sleep(0.2)
+    shell.move(x, y)
+    wait_for("the tooltip", lambda: difference(before, shell.look_at(free), 60, 4), 5)
     shell.move(*shell.background_point())
 
 
@@ -289,7 +292,7 @@ def notification_opens_when_clicked(shell):
 @cell("keep awake")
 def keeping_awake_is_read_back(shell):
     check(not shell.kept_awake(), "something was held before")
-    shell.start_program(awakeOn={"boolean": True}, awakeUntil={"integer": 0})
+    shell.start_program(awakeOn={"bool": True}, awakeUntil={"integer": 0})
     held = wait_for("what is held", lambda: "display" in shell.kept_awake() and shell.kept_awake(), 8)
     shell.end_program()
     wait_for("nothing held after its end", lambda: not shell.kept_awake(), 5)

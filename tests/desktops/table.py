@@ -12,18 +12,22 @@ import argparse
 import concurrent.futures
 import json
 import os
-import re
 import subprocess
 import sys
 import time
+
+import PIL.Image
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, HERE)
 
 import checks  # noqa: E402
-from session import IMPOSSIBLE, NO, YES  # noqa: E402
+from session import IMPOSSIBLE, NO  # noqa: E402
 from shells import SHELLS  # noqa: E402
 
+PICTURE = 640, 560  # pixels of each picture in the document
+COLOURS = 64
+LOW = ("lxqt", "cinnamon", "i3", "plasma")  # whose panel is at the bottom
 LIMIT = 420  # seconds for one shell in one scheme
 BEGIN, END = "<!-- table: begin -->\n", "<!-- table: end -->\n"
 COLUMNS = [name for name, _ in checks.CELLS + checks.AGAIN_CELLS]
@@ -55,41 +59,61 @@ def run_one(program, folder, name, scheme, wanted):
     return {cell: [NO, ended] for cell, _ in cells}
 
 
+def titles(names):
+    return [SHELLS[name].title for name in names]
+
+
 def rows(results):
-    """The table in Markdown, and below it what is to be said of single cells."""
-    lines = ["| shell | " + " | ".join(COLUMNS) + " |", "|---" * (len(COLUMNS) + 1) + "|"]
-    remarks = []
-    for name, cells in results.items():
-        title = SHELLS[name].title
-        seen = [cells.get(column, [NO, "not tried"]) for column in COLUMNS]
-        lines.append(f"| {title} | " + " | ".join(result for result, _ in seen) + " |")
-        remarks += [f"- {title}, {column}: {remark}." for column, (result, remark) in zip(COLUMNS, seen)
-                    if result == IMPOSSIBLE]
+    """The table in Markdown, a row for each cell, and below it what is to be said of single ones."""
+    lines = ["| | " + " | ".join(titles(results)) + " |", "|---" * (len(results) + 1) + "|"]
+    lines += [f"| {column} | " + " | ".join(cells[column][0] for cells in results.values()) + " |"
+              for column in COLUMNS if all(column in cells for cells in results.values())]
+    remarks = [f"- {SHELLS[name].title}, {cell}: {remark}." for name, cells in results.items()
+               for cell, (result, remark) in cells.items() if result == IMPOSSIBLE]
     return "\n".join([*lines, "", *remarks]) + "\n"
 
 
+def save_pictures(names, folder, target):
+    """The open popover of each shell, in few colours and without the screen's emptier part."""
+    os.makedirs(target, exist_ok=True)
+    for name in names:
+        path = os.path.join(folder, f"{name}-light.png")
+        if not os.path.exists(path):
+            print(f"{name}: no picture")
+            continue
+        with PIL.Image.open(path) as screen:
+            width, height = screen.size
+            left = max(0, width - PICTURE[0])
+            top = height - PICTURE[1] if name in LOW else 0
+            part = screen.convert("RGB").crop((left, top, min(width, left + PICTURE[0]), min(height, top + PICTURE[1])))
+        part.quantize(COLOURS).save(os.path.join(target, f"{name}.png"), optimize=True)
+
+
 def document_cells(text):
-    """What the document's table says: {(title, column): result}."""
+    """What the document's table says: {(title, cell): result}."""
     table = text.split(BEGIN)[1].split(END)[0]
-    cells = [[cell.strip() for cell in line.strip("|").split("|")] for line in table.splitlines()
-             if line.startswith("|") and not re.match(r"\|-", line)]
-    return {(row[0], column): result for row in cells[1:] for column, result in zip(cells[0][1:], row[1:])}
+    lines = [[part.strip() for part in line.strip("|").split("|")] for line in table.splitlines()
+             if line.startswith("|") and not line.startswith("|-")]
+    return {(title, line[0]): result for line in lines[1:] for title, result in zip(lines[0][1:], line[1:])}
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--document")
     parser.add_argument("--write", action="store_true")
-    parser.add_argument("--side-by-side", type=int, default=2)
+    parser.add_argument("--side-by-side", type=int, default=os.cpu_count() + 1,
+                        help="shells at a time; they wait more than they work")
     parser.add_argument("--cells", default="", help="these alone, with commas between them")
     parser.add_argument("--light", action="store_true", help="without the dark shells at 2x")
     parser.add_argument("program")
     parser.add_argument("folder")
     parser.add_argument("shells", nargs="*")
-    options = parser.parse_args()
+    options = parser.parse_intermixed_args()
     unknown = set(options.shells) - set(SHELLS)
     if unknown:
         parser.error("no such shell: " + ", ".join(sorted(unknown)))
+    if options.write and (options.shells or options.cells or options.light):
+        parser.error("--write takes the whole table")
     folder = os.path.abspath(options.folder)
     os.makedirs(folder, exist_ok=True)
     names = options.shells or list(SHELLS)
@@ -105,7 +129,7 @@ def main():
     print(table)
     for name, cells in results.items():
         for cell, (result, remark) in cells.items():
-            if result == NO or (result == YES and remark):
+            if remark and result != IMPOSSIBLE:
                 print(f"{name}, {cell}: {result}: {remark}")
     print(f"{sum(len(cells) for cells in results.values())} cells in {time.monotonic() - started:.0f} s")
     with open(os.path.join(folder, "results.json"), "w", encoding="utf-8") as file:
@@ -118,6 +142,7 @@ def main():
         before, after = text.split(BEGIN)[0], text.split(END)[1]
         with open(options.document, "w", encoding="utf-8") as file:
             file.write(before + BEGIN + table + END + after)
+        save_pictures(names, folder, os.path.join(os.path.dirname(options.document), "pictures", "desktops"))
         return 0
     expected = document_cells(text)
     others = [(SHELLS[name].title, cell, result, expected.get((SHELLS[name].title, cell)))

@@ -156,6 +156,19 @@ class Shell(Desktop):
         self.program_started = time.monotonic()
         wait_for("the program's name on the bus", lambda: self.owner("com.oxbrook.korvel"), 20)
 
+    @staticmethod
+    def processes(name):
+        """The processes of this name; there are none but the shell's in its namespace."""
+        found = []
+        for pid in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                with open(f"/proc/{pid}/comm", encoding="utf-8") as comm:
+                    if comm.read().strip() == name:
+                        found.append(int(pid))
+            except OSError:
+                pass  # it has gone in the meantime
+        return found
+
     def end_program(self):
         if self.program:
             status = self.end(self.program)
@@ -316,6 +329,17 @@ class Shell(Desktop):
         raise NotImplementedError
 
     # The bus.
+
+    def wait_for_notifications(self, name):
+        """Waits until the shell's own daemon of notifications has their name, and no other that is installed."""
+        wait_for("the daemon of notifications", lambda: self.owner("org.freedesktop.Notifications"), 20)
+        owner = self.call("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                          "org.freedesktop.DBus.GetConnectionUnixProcessID", "org.freedesktop.Notifications")
+        pid = int(re.search(r"uint32 (\d+)", owner).group(1))
+        with open(f"/proc/{pid}/cmdline", encoding="utf-8") as command:
+            program = os.path.basename(command.read().split("\0")[0])
+        if program != name:
+            raise Failure(f"notifications are shown by {program}, not by {name}")
 
     def wait_for_host(self, seconds=40):
         wait_for("the panel's host of items", self.has_host, seconds)

@@ -1,13 +1,14 @@
 """Cinnamon: its session manager and its shell, whose panel at the bottom is a part of the compositor."""
 
 import os
+import time
 
 from shells.x11 import Rectangle, XShell, wait_for
 
 
 class Cinnamon(XShell):
     name = "cinnamon"
-    title = "Cinnamon"
+    title = "Cinnamon (X11)"
     desktop = "X-Cinnamon"
 
     def start_desktop(self):
@@ -15,7 +16,9 @@ class Cinnamon(XShell):
         self.gsettings("org.x.apps.portal", "color-scheme", "prefer-dark" if self.dark else "prefer-light")
         self.gsettings("org.cinnamon", "startup-animation", "false")
         self.gsettings("org.cinnamon", "desktop-effects-workspace", "false")
-        if self.scale != 1:
+        if self.scale != 1:  # by this its programs too learn of it
+            for name in ("QT_SCALE_FACTOR", "GDK_SCALE"):
+                del self.environment[name]
             self.gsettings("org.cinnamon.desktop.interface", "scaling-factor", str(self.scale))
         folder = os.path.join(self.home, ".config/autostart")
         os.makedirs(folder)
@@ -26,6 +29,9 @@ class Cinnamon(XShell):
     def start_panel(self):
         self.panel = self.daemon(["cinnamon-session", "--session", "cinnamon"])
         self.wait_for_host(90)
+        self.wait_for_panel()
+
+    def wait_for_panel(self):
         wait_for("the panel's reserved room", lambda: self.free_area().height < self.screen().height, 30)
 
     def free_area(self):
@@ -37,7 +43,16 @@ class Cinnamon(XShell):
         return Rectangle(0, free.bottom, screen.width, max(1, screen.height - free.bottom))
 
     def restart_panel(self):
+        """Puts another shell in the place of the running one."""
+        before = self.shell_on_the_bus()
         self.daemon(["cinnamon", "--replace"])
+        wait_for("another shell", lambda: self.shell_on_the_bus() not in ("", before), 30)
+        self.wait_for_panel()
+        time.sleep(2)  # until it has drawn itself over what the other one left
+
+    def shell_on_the_bus(self):
+        return self.call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.GetNameOwner",
+                         "org.Cinnamon")
 
     def kept_awake(self):
         return self.inhibited_in_session()

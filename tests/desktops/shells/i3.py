@@ -1,6 +1,7 @@
 """i3 with i3bar at the bottom (XEmbed: no bus between the panel and the item) and dunst."""
 
 import os
+import signal
 
 from shells.x11 import XShell, wait_for
 
@@ -14,7 +15,7 @@ bar {
 
 class I3(XShell):
     name = "i3"
-    title = "i3 with i3bar"
+    title = "i3 with i3bar (X11)"
     desktop = "i3"
     panel_class = "^i3bar$"
 
@@ -24,6 +25,7 @@ class I3(XShell):
         with open(os.path.join(folder, "config"), "w", encoding="utf-8") as file:
             file.write(CONFIG)
         self.daemon(["dunst"])
+        self.wait_for_notifications("dunst")
         self.daemon(["i3"])
         self.wait_for_manager()
         wait_for("the bar", lambda: self.panel_area().height > 5, 20)
@@ -32,7 +34,8 @@ class I3(XShell):
         self.daemon(["i3bar", "--bar_id=bar-0"])
 
     def restart_panel(self):
-        self.run(["pkill", "-x", "i3bar"])
+        for pid in self.processes("i3bar"):
+            os.kill(pid, signal.SIGTERM)
         wait_for("the bar gone", lambda: not self.windows("--class", self.panel_class))
         self.start_panel()
 

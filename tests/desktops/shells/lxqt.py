@@ -3,7 +3,7 @@ X server does."""
 
 import os
 
-from shells.x11 import XShell, wait_for
+from shells.x11 import XShell
 
 PANEL = """[General]
 panels=panel1
@@ -34,7 +34,7 @@ type=worldclock
 
 class Lxqt(XShell):
     name = "lxqt"
-    title = "LXQt"
+    title = "LXQt (X11)"
     desktop = "LXQt"
     panel_class = "^lxqt-panel$"
 
@@ -46,7 +46,7 @@ class Lxqt(XShell):
         self.daemon(["openbox", "--sm-disable"])
         self.wait_for_manager()
         self.daemon(["lxqt-notificationd"])
-        wait_for("the daemon of notifications", lambda: self.owner("org.freedesktop.Notifications"))
+        self.wait_for_notifications("lxqt-notificationd")
         self.start_panel()
 
     def start_panel(self):

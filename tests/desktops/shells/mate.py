@@ -5,16 +5,18 @@ from shells.x11 import XShell
 
 class Mate(XShell):
     name = "mate"
-    title = "MATE"
+    title = "MATE (X11)"
     desktop = "MATE"
     panel_class = "^Mate-panel$"  # of both its panels; the item is in the upper one
 
     def start_desktop(self):
         self.gsettings("org.mate.session", "required-components-list", "['windowmanager']")
         self.gsettings("org.mate.interface", "gtk-theme", "Adwaita-dark" if self.dark else "Adwaita")
+        self.gsettings("org.mate.font-rendering", "dpi", "96")  # else it comes from the millimetres that Xvfb claims
         self.gsettings("org.mate.panel", "default-layout", "default")
         self.run(["mate-panel", "--layout", "default"])
         self.daemon(["/usr/libexec/mate-notification-daemon/mate-notification-daemon"])
+        self.wait_for_notifications("mate-notification-daemon")
         self.daemon(["mate-session", "--disable-acceleration-check"])
         self.wait_for_manager()
         self.start_panel()

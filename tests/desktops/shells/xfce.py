@@ -43,7 +43,7 @@ LIBRARIES = "/usr/lib/x86_64-linux-gnu/xfce4"
 
 class Xfce(XShell):
     name = "xfce"
-    title = "XFCE"
+    title = "XFCE (X11)"
     desktop = "XFCE"
     panel_class = "^Xfce4-panel$"
 
@@ -57,12 +57,17 @@ class Xfce(XShell):
         self.daemon(["xfwm4", "--compositor=on"])
         self.wait_for_manager()
         self.daemon([LIBRARIES + "/notifyd/xfce4-notifyd"])
+        self.wait_for_notifications("xfce4-notifyd")
         self.daemon(["xfce4-power-manager", "--no-daemon"])
         self.start_panel()
 
     def start_panel(self):
         self.panel = self.daemon(["xfce4-panel", "--disable-wm-check", "--sm-client-disable"])
         self.wait_for_host()
+
+    def click_notification(self, banner):
+        """A click on its text only puts it away; the action is a button below, at the right."""
+        self.click(banner.right - 50, banner.bottom - 30)
 
     def kept_awake(self):
         answer = self.call("org.freedesktop.PowerManagement", "/org/freedesktop/PowerManagement/Inhibit",
