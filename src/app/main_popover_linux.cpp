@@ -1,11 +1,15 @@
 #include "app/main_popover_linux.h"
 
+#include <functional>
 #include <utility>
 
 #include "platform/linux/kernel/own_memory.h"
 #include "platform/linux/session/layer_surface.h"
 #include "platform/linux/session/portal_appearance.h"
+#include "platform/linux/session/startup_notification.h"
 #include "platform/linux/session/window_effects.h"
+#include "platform/linux/session/x11_click_watch.h"
+#include "platform/linux/session/x11_places.h"
 #include "ui/quick/window_popover.h"
 
 namespace korvel {
@@ -24,6 +28,27 @@ PopoverStand makeStand() {
         .closed = [surface] { surface->closed(); }};
 }
 
+PopoverPlacing x11Placing() {
+    const auto clicks = std::make_shared<platform::X11ClickWatch>();
+    return {.whereAsked = platform::x11WhereAsked,
+            .panelAt = platform::x11PanelAt,
+            .aboutToShow =
+                [](QWindow& window, const platform::ActivationRequest& request) {
+                    platform::keepOutOfTaskBars(window);
+                    platform::beginStartupWith(window, request.token);
+                },
+            .shown =
+                [clicks](QWindow& window, std::function<QMargins()> shadow,
+                         std::function<void()> pressedOutside) {
+                    clicks->start(window, std::move(shadow), std::move(pressedOutside));
+                },
+            .answered =
+                [](const platform::ActivationRequest& request) {
+                    platform::completeStartup(request.token);
+                },
+            .closed = [clicks] { clicks->stop(); }};
+}
+
 } // namespace
 
 std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root, Words words,
@@ -35,6 +60,7 @@ std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root, Words wor
                            .declareShadow = nullptr};
     if (platform::desktopKnowsShadows()) {
         desktop.declareShadow = platform::declareShadow;
+        desktop.placing = x11Placing();
     } else if (display == platform::DisplayChoice::layer) {
         desktop.stand = makeStand();
     } else {

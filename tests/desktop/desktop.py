@@ -146,8 +146,9 @@ class Image:
 class Desktop:
     """Use as a context manager. What it starts is ended in the opposite order."""
 
-    def __init__(self, size="800x600", bus=True, dark=False, saver=True):
-        self.size, self.with_bus, self.dark = size, bus, dark
+    def __init__(self, size="800x600", bus=True, dark=False, saver=True,
+                 manager=("openbox", "--sm-disable")):
+        self.size, self.with_bus, self.dark, self.manager = size, bus, dark, manager
         self.saver = saver  # whether the X server has a screen saver
         self.folder = tempfile.mkdtemp(prefix="korvel-desktop-")
         self.home = os.path.join(self.folder, "home")
@@ -182,9 +183,10 @@ class Desktop:
             self.start_x()
             if self.with_bus:
                 self.start_bus()
-            self.spawn(["openbox", "--sm-disable"])
-            wait_for("the window manager", lambda: "_NET_SUPPORTING_WM_CHECK(WINDOW)" in self.run(
-                ["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"]))
+            if self.manager:
+                self.spawn(list(self.manager))
+                wait_for("the window manager", lambda: "_NET_SUPPORTING_WM_CHECK(WINDOW)" in self.run(
+                    ["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"]))
             return self
         except BaseException:
             self.__exit__(None, None, None)

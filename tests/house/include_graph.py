@@ -49,7 +49,7 @@ FACES = {
         "desktop_notifications.h", "desktop_power.h", "display_choice.h", "environment.h", "launch_token.h",
         "layer_surface.h", "linux_workspace.h",
         "portal_appearance.h", "settings_file.h", "single_instance.h", "systemd_agents.h", "tray_status_bar.h",
-        "window_effects.h",
+        "startup_notification.h", "window_effects.h", "x11_click_watch.h", "x11_places.h",
     },
     "platform/linux/update": {
         "linux_bundle.h", "linux_code_signature.h", "linux_program_loader.h", "update_root.h", "zip_archive.h",
@@ -176,7 +176,7 @@ OUTSIDE = {
     },
     "platform/linux/session": FILE | {
         "LayerShellQt/Window", "ext-idle-notify-v1.h", "idle-inhibit-unstable-v1.h", "poll.h", "sys/eventfd.h", "sys/file.h", "sys/socket.h", "sys/un.h", "wayland-client.h",
-        "xcb/screensaver.h", "xcb/shape.h", "xcb/xcb.h", "xdg-output-unstable-v1.h",
+        "xcb/screensaver.h", "xcb/shape.h", "xcb/xcb.h", "xcb/xinput.h", "xdg-output-unstable-v1.h",
     }
     | QT_CORE | QT_GUI | QT_WIDGETS | QT_DBUS,
     "platform/linux/update": FILE | FMT | {"link.h", "locale.h"} | ARCHIVE | PLIST | OPENSSL,

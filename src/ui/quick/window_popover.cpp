@@ -1,6 +1,6 @@
 #include "ui/quick/window_popover.h"
 
-#include <algorithm>
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -11,14 +11,16 @@
 #include <QScreen>
 
 #include "ui/content/popover_height.h"
+#include "ui/quick/popover_place.h"
 #include "ui/quick/shadow_item.h"
 
 namespace korvel {
 
 namespace {
 
-constexpr int kGap = 4;               ///< points between the item and the popover
-constexpr int kAsks = 3;              ///< for one size, of a desktop that sets another
+constexpr int kAsks = 3;  ///< for one size, of a desktop that sets another
+constexpr int kMoves = 3; ///< to one place, of a desktop that chooses another
+constexpr auto kMovedAgain = std::chrono::seconds(2); ///< after it was placed
 constexpr double kClosingClick = 0.4; ///< seconds within which the click that closed it arrives
 
 constexpr Qt::WindowFlags kTool = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
@@ -31,19 +33,6 @@ QRect toRect(const platform::Rectangle& r) {
 QScreen* screenOf(const QRect& anchor) {
     QScreen* screen = QGuiApplication::screenAt(anchor.center());
     return screen ? screen : QGuiApplication::primaryScreen();
-}
-
-/// Where a window of that size stands for an item at `anchor`: under it, or above where there is
-/// no room, and always inside the screen's free area.
-QPoint placeAt(const QRect& anchor, QSize size, const QRect& free) {
-    int x = anchor.center().x() - size.width() / 2;
-    int y = anchor.bottom() + 1 + kGap;
-    if (y + size.height() > free.bottom() + 1) {
-        y = anchor.top() - kGap - size.height();
-    }
-    x = std::max(free.left() + kGap, std::min(x, free.right() + 1 - kGap - size.width()));
-    y = std::max(free.top() + kGap, std::min(y, free.bottom() + 1 - kGap - size.height()));
-    return {x, y};
 }
 
 } // namespace
@@ -67,7 +56,10 @@ void WindowPopover::show(platform::StatusItem& item, const platform::ActivationR
     asks_ = 0;
     // A host that does not tell where the item is has just been clicked there.
     const std::optional<platform::Rectangle> frame = item.frame();
-    anchor_ = frame ? toRect(*frame) : QRect(QCursor::pos(), QSize(1, 1));
+    anchor_ = frame              ? toRect(*frame)
+              : desktop_.placing ? desktop_.placing->whereAsked(request)
+                                 : QRect(QCursor::pos(), QSize(1, 1));
+    panel_ = desktop_.placing ? desktop_.placing->panelAt(anchor_.center()) : QRect();
     dress();
     if (desktop_.stand) {
         standsOn_ = desktop_.stand->open(request.place, [this] { close(); });
@@ -75,7 +67,14 @@ void WindowPopover::show(platform::StatusItem& item, const platform::ActivationR
     place(); // on its screen, before it takes its size there
     views_.prepare();
     place();
+    if (desktop_.placing) {
+        desktop_.placing->aboutToShow(*views_.window(), request);
+    }
     views_.show();
+    if (desktop_.placing) {
+        desktop_.placing->shown(
+            *views_.window(), [this] { return shadowMargins(); }, [this] { closeByClick(); });
+    }
 }
 
 void WindowPopover::close() {
@@ -85,6 +84,9 @@ void WindowPopover::close() {
         if (desktop_.stand) {
             desktop_.stand->closed();
         }
+        if (desktop_.placing) {
+            desktop_.placing->closed();
+        }
     }
 }
 
@@ -92,9 +94,12 @@ bool WindowPopover::shown() const {
     return item_ != nullptr;
 }
 
-void WindowPopover::activate(const platform::ActivationRequest& /*request*/) {
+void WindowPopover::activate(const platform::ActivationRequest& request) {
     if (shown()) {
         views_.window()->raise();
+        if (desktop_.placing) {
+            desktop_.placing->answered(request);
+        }
     }
 }
 
@@ -123,6 +128,8 @@ void WindowPopover::loaded() {
     connect(window, &QWindow::activeChanged, this, &WindowPopover::activeChanged);
     connect(window, &QWindow::widthChanged, this, &WindowPopover::resized);
     connect(window, &QWindow::heightChanged, this, &WindowPopover::resized);
+    connect(window, &QWindow::xChanged, this, &WindowPopover::moved);
+    connect(window, &QWindow::yChanged, this, &WindowPopover::moved);
     window->create();
     if (desktop_.stand) {
         desktop_.stand->adopt(*window);
@@ -170,8 +177,11 @@ void WindowPopover::place() {
         const QMargins margins = shadowMargins();
         views_.window()->setScreen(screen);
         const QSize panel = views_.window()->size().shrunkBy(margins);
-        views_.window()->setPosition(placeAt(anchor_, panel, screen->availableGeometry()) -
-                                     QPoint(margins.left(), margins.top()));
+        const QRect free = freeBeside(panel_, screen->geometry(), screen->availableGeometry());
+        wanted_ = placeAt(anchor_, panel, free) - QPoint(margins.left(), margins.top());
+        moves_ = 0;
+        movedAgainUntil_.setRemainingTime(kMovedAgain);
+        views_.window()->setPosition(wanted_);
     }
     declareShadow();
 }
@@ -206,6 +216,16 @@ void WindowPopover::resized() {
     }
 }
 
+/// Some window managers move a window as they take it, by a frame that they then do not draw.
+void WindowPopover::moved() {
+    if (desktop_.placing && shown() && views_.window()->isVisible() &&
+        views_.window()->position() != wanted_ && moves_ < kMoves &&
+        !movedAgainUntil_.hasExpired()) {
+        ++moves_;
+        views_.window()->setPosition(wanted_);
+    }
+}
+
 /// A compositor's answer to the size that the window had a moment ago may come when the views have
 /// grown, and undoes it; so they ask for theirs again. One that tiles its windows has its way.
 void WindowPopover::checkSize() {
@@ -229,7 +249,14 @@ void WindowPopover::activeChanged() {
         wasActive_ = true;
         // Some window managers hear of it only once they look after the window.
         declareShadow();
-    } else if (wasActive_ && shown()) {
+    } else if (wasActive_) {
+        closeByClick();
+    }
+}
+
+/// The same click may be one on the item.
+void WindowPopover::closeByClick() {
+    if (shown()) {
         platform::StatusItem& item = *item_;
         close();
         item.ignoreClicks(kClosingClick);

@@ -4,8 +4,10 @@
 #include <memory>
 #include <optional>
 
+#include <QDeadlineTimer>
 #include <QMargins>
 #include <QObject>
+#include <QPoint>
 #include <QPointer>
 #include <QRect>
 #include <QScreen>
@@ -35,6 +37,25 @@ struct PopoverStand {
     std::function<void()> closed;
 };
 
+/// What a desktop tells of its places, and does for a window that the program places itself. All
+/// of these are set; places are as Qt counts them.
+struct PopoverPlacing {
+    /// Where the item is that was clicked, for a bar that does not tell.
+    std::function<QRect(const platform::ActivationRequest&)> whereAsked;
+    /// The panel at that place that the desktop may not have told of; empty: there is none.
+    std::function<QRect(QPoint)> panelAt;
+    /// The window has been created and is about to be shown.
+    std::function<void(QWindow&, const platform::ActivationRequest&)> aboutToShow;
+    /// It has been shown; `shadow` tells which of its margins are not it. Until `closed` a button
+    /// that is pressed elsewhere calls `pressedOutside`, where the desktop can tell of that.
+    std::function<void(QWindow&, std::function<QMargins()> shadow,
+                       std::function<void()> pressedOutside)>
+        shown;
+    /// It was asked for, and is shown.
+    std::function<void(const platform::ActivationRequest&)> answered;
+    std::function<void()> closed;
+};
+
 /// What the popover asks of the desktop that it opens on.
 struct PopoverDesktop {
     Words words; ///< what the texts are said in
@@ -48,6 +69,7 @@ struct PopoverDesktop {
     std::optional<PopoverStand> stand{}; ///< nullopt: the window is moved to its place
     /// Whether the window allows no size but its own: a compositor that tiles leaves it as it is.
     bool sizeIsFixed = false;
+    std::optional<PopoverPlacing> placing{}; ///< nullopt: it is placed by what Qt tells
 };
 
 /// The popover where the desktop has none: the views in a frameless window at the status item.
@@ -74,13 +96,19 @@ class WindowPopover final : public QObject, public platform::Popover {
     void place();
     void fixSize();
     void resized();
+    void moved();
     void checkSize();
     void activeChanged();
+    void closeByClick();
 
     PopoverDesktop desktop_;
     platform::StatusItem* item_ = nullptr; ///< that it stands at; null while closed
     QRect anchor_;                         ///< on the screen; what it stands under
     QPointer<QScreen> standsOn_;           ///< where the desktop places it; null elsewhere
+    QRect panel_;                          ///< that the item is in; empty where none is known
+    QPoint wanted_;                        ///< where the window was placed
+    int moves_ = 0;                        ///< how often it was moved there again
+    QDeadlineTimer movedAgainUntil_;       ///< later moves are the user's
     bool wasActive_ = false;
     bool checking_ = false; ///< on the next turn, whether the window has the views' size
     QSize asked_;           ///< the size that was asked for again

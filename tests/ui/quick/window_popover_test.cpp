@@ -186,5 +186,96 @@ TEST_F(StoodWindow, IsStoodByTheDesktopUntilItIsClosed) {
     EXPECT_EQ(told, "");
 }
 
+/// What was told to the desktop that a window is placed on.
+struct Told {
+    std::string told;
+    std::function<void()> pressElsewhere;
+};
+
+/// One that the program places itself.
+class PlacedWindow : public Told, public OpenWindow {
+  protected:
+    PlacedWindow() : OpenWindow(desktop()) {}
+
+    PopoverDesktop desktop() {
+        PopoverDesktop placed = silentDesktop();
+        placed.placing = {
+            .whereAsked = [](const platform::ActivationRequest&) { return QRect(400, 2, 1, 1); },
+            .panelAt = [](QPoint place) { return QRect(0, 0, 800, place.y() + 20); },
+            .aboutToShow =
+                [this](QWindow& window, const platform::ActivationRequest& request) {
+                    told += window.isVisible() ? "visible," : "about " + request.token + ',';
+                },
+            .shown =
+                [this](QWindow& window, const std::function<QMargins()>& shadow,
+                       std::function<void()> pressed) {
+                    told += window.isVisible() && shadow().isNull() ? "shown," : "hidden,";
+                    pressElsewhere = std::move(pressed);
+                },
+            .answered =
+                [this](const platform::ActivationRequest& request) {
+                    told += "answered " + request.token + ',';
+                },
+            .closed = [this] { told += "closed,"; }};
+        return placed;
+    }
+
+    /// Moves it to this place each time that it leaves it.
+    void insistOnPlace(QPoint set) {
+        QObject::connect(view, &QWindow::xChanged, view, [this, set] {
+            if (view->x() != set.x() && !backOnItsWay) {
+                ++asks;
+                backOnItsWay = true;
+                QMetaObject::invokeMethod(
+                    view,
+                    [this, set] {
+                        backOnItsWay = false;
+                        view->setPosition(set);
+                    },
+                    Qt::QueuedConnection);
+            }
+        });
+        view->setPosition(set);
+        settle();
+    }
+
+    bool backOnItsWay = false;
+};
+
+TEST_F(PlacedWindow, StandsBesideThePanelAtTheItem) {
+    EXPECT_EQ(view->position(), QPoint(400 - 170, 22 + 4));
+}
+
+TEST_F(PlacedWindow, GoesBackToItsPlaceWhenTheDesktopMovesItAsItTakesIt) {
+    for (const QPoint moved : {QPoint(2, 22), QPoint(0, 22), QPoint(2, 0)}) {
+        const QPoint place = view->position();
+        view->setPosition(place + moved);
+        settle();
+        EXPECT_EQ(view->position(), place);
+    }
+}
+
+TEST_F(PlacedWindow, LeavesADesktopItsWayThatInsistsOnAnotherPlace) {
+    insistOnPlace({10, 300});
+    EXPECT_EQ(view->position(), QPoint(10, 300));
+    EXPECT_EQ(asks, 3);
+}
+
+TEST_F(PlacedWindow, TellsItsDesktopHowItIsShownAndClosed) {
+    popover.close();
+    told.clear();
+    popover.show(*item, {.place = {}, .token = "A"});
+    popover.activate({.place = {}, .token = "B"});
+    popover.close();
+    EXPECT_EQ(told, "about A,shown,answered B,closed,");
+}
+
+TEST_F(PlacedWindow, IsClosedByAButtonPressedElsewhereAndOnlyOnce) {
+    pressElsewhere();
+    EXPECT_FALSE(popover.shown());
+    pressElsewhere();
+    EXPECT_EQ(told, "about ,shown,closed,");
+}
+
 } // namespace
 } // namespace korvel

@@ -63,4 +63,18 @@ void declareShadow(QWindow& window, const QMargins& margins) {
     xcb_flush(connection);
 }
 
+void keepOutOfTaskBars(QWindow& window) {
+    xcb_connection_t* connection = x11Connection();
+    if (!connection) {
+        return;
+    }
+    // Qt adds its own to what is there. A window manager takes the property away with the window.
+    const std::array<xcb_atom_t, 3> states = {x11Atom("_NET_WM_STATE_SKIP_TASKBAR", true),
+                                              x11Atom("_NET_WM_STATE_SKIP_PAGER", true),
+                                              x11Atom("_NET_WM_STATE_ABOVE", true)};
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE,
+                        static_cast<xcb_window_t>(window.winId()), x11Atom("_NET_WM_STATE", true),
+                        XCB_ATOM_ATOM, 32, states.size(), states.data());
+}
+
 } // namespace korvel::platform

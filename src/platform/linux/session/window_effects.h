@@ -19,4 +19,8 @@ bool desktopKnowsShadows();
 /// To be said again whenever the window's size has changed. The window has been created.
 void declareShadow(QWindow& window, const QMargins& margins);
 
+/// Says that a window is no task of the user's: it has no button in a task bar, is in no overview,
+/// and stays above others. The window has been created and is about to be mapped.
+void keepOutOfTaskBars(QWindow& window);
+
 } // namespace korvel::platform

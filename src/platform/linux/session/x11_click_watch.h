@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include <QMargins>
+#include <QObject>
+#include <QSocketNotifier>
+
+#include <xcb/xcb.h>
+
+class QWindow;
+
+namespace korvel::platform {
+
+/// Tells of the buttons that are pressed outside one window of the program: on another window, a
+/// panel or the bare background.
+///
+/// On an X server the presses are only watched, and do their work where they fall. A Wayland
+/// compositor's X server hears of those on its own windows alone; there a transparent window lies
+/// over everything but the popover and takes them.
+class X11ClickWatch final : public QObject {
+  public:
+    X11ClickWatch();
+    ~X11ClickWatch() override;
+
+    /// Until `stop`, calls `pressedOutside` on a later turn of the run loop, and perhaps again. The
+    /// window has been shown; `shadow` tells which of its margins, in logical pixels, are not it.
+    /// On a server without the input extension nothing is ever told.
+    void start(QWindow& window, std::function<QMargins()> shadow,
+               std::function<void()> pressedOutside);
+    void stop();
+
+  private:
+    struct Disconnect {
+        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+    };
+    struct Area {
+        int x = 0;
+        int y = 0;
+        int width = 0;
+        int height = 0;
+    };
+
+    void watchPresses(const xcb_screen_t& screen);
+    void coverScreen(const xcb_screen_t& screen);
+    void leaveWindowOut();
+    void read();
+    void heed(const xcb_generic_event_t& event);
+    bool pointerIsInside();
+    Area insideOfWindow();
+    void tell();
+
+    /// Of its own, so that its requests and events are none of Qt's. Only while watching.
+    std::unique_ptr<xcb_connection_t, Disconnect> connection_;
+    std::unique_ptr<QSocketNotifier> notifier_;
+    QWindow* window_ = nullptr;
+    xcb_window_t watched_ = XCB_WINDOW_NONE;
+    xcb_window_t root_ = XCB_WINDOW_NONE;
+    xcb_window_t cover_ = XCB_WINDOW_NONE;
+    std::uint8_t inputExtension_ = 0; ///< its number; 0 while it is not watched
+    std::function<QMargins()> shadow_;
+    std::function<void()> pressedOutside_;
+};
+
+} // namespace korvel::platform
