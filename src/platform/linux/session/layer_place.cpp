@@ -6,7 +6,9 @@ namespace korvel::platform {
 
 namespace {
 
-constexpr int kGap = 4;        ///< between the bar and the panel, and to the output's edges
+/// Between the bar and the panel, and to the output's edges. A bar that floats stands by as much
+/// further in than the room that it reserves.
+constexpr int kGap = 8;
 constexpr int kThickest = 100; ///< of a bar, from the output's edge
 
 /// From the nearer end of a length to a panel whose middle is to be at `middle`.

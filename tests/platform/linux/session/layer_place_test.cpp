@@ -27,21 +27,21 @@ struct Row {
 
 TEST(LayerPlace, StandsAtTheBarThatWasClicked) {
     const std::vector<Row> rows{
-        {"top bar, in its middle", {500, 14}, {false, false, {330, 4, 0, 0}}},
-        {"top bar, at its right end", {1225, 14}, {true, false, {0, 4, 4, 0}}},
-        {"top bar, where it just fits", {1106, 14}, {true, false, {0, 4, 4, 0}}},
-        {"top bar, a pixel before", {1105, 14}, {true, false, {0, 4, 5, 0}}},
-        {"top bar, at its left end", {3, 14}, {false, false, {4, 4, 0, 0}}},
-        {"bottom bar", {1105, 772}, {true, true, {0, 0, 5, 4}}},
-        {"bottom bar, at its left end", {0, 799}, {false, true, {4, 0, 0, 4}}},
-        {"right bar, in its middle", {1262, 350}, {true, false, {0, 100, 4, 0}}},
-        {"right bar, below its middle", {1262, 500}, {true, true, {0, 0, 4, 50}}},
-        {"left bar, near its lower end", {20, 690}, {false, true, {4, 0, 0, 4}}},
-        {"left bar, at its lower end", {20, 780}, {false, true, {4, 0, 0, 4}}},
-        {"the corner of a top bar", {1279, 0}, {true, false, {0, 4, 4, 0}}},
+        {"top bar, in its middle", {500, 14}, {false, false, {330, 8, 0, 0}}},
+        {"top bar, at its right end", {1225, 14}, {true, false, {0, 8, 8, 0}}},
+        {"top bar, where it just fits", {1102, 14}, {true, false, {0, 8, 8, 0}}},
+        {"top bar, a pixel before", {1101, 14}, {true, false, {0, 8, 9, 0}}},
+        {"top bar, at its left end", {3, 14}, {false, false, {8, 8, 0, 0}}},
+        {"bottom bar", {1101, 772}, {true, true, {0, 0, 9, 8}}},
+        {"bottom bar, at its left end", {0, 799}, {false, true, {8, 0, 0, 8}}},
+        {"right bar, in its middle", {1262, 350}, {true, false, {0, 100, 8, 0}}},
+        {"right bar, below its middle", {1262, 500}, {true, true, {0, 0, 8, 50}}},
+        {"left bar, near its lower end", {20, 690}, {false, true, {8, 0, 0, 8}}},
+        {"left bar, at its lower end", {20, 780}, {false, true, {8, 0, 0, 8}}},
+        {"the corner of a top bar", {1279, 0}, {true, false, {0, 8, 8, 0}}},
         {"the middle of the output, of a list of more items",
          {1000, 300},
-         {true, false, {0, 4, 110, 0}}},
+         {true, false, {0, 8, 110, 0}}},
     };
     for (const Row& row : rows) {
         EXPECT_EQ(layerPlace(row.click, kOutput, kPanel, {}), row.place) << row.what;
@@ -51,24 +51,24 @@ TEST(LayerPlace, StandsAtTheBarThatWasClicked) {
 TEST(LayerPlace, ShadowReachesOverTheEdge) {
     const QMargins shadow(20, 12, 20, 28);
     EXPECT_EQ(layerPlace({1225, 14}, kOutput, kPanel, shadow),
-              (LayerPlace{true, false, {0, -8, -16, 0}}));
+              (LayerPlace{true, false, {0, -4, -12, 0}}));
     EXPECT_EQ(layerPlace({60, 790}, kOutput, kPanel, shadow),
-              (LayerPlace{false, true, {-16, 0, 0, -24}}));
+              (LayerPlace{false, true, {-12, 0, 0, -20}}));
 }
 
 TEST(LayerPlace, PanelThatGrowsKeepsItsEdge) {
     for (const int height : {300, 500, 780, 900}) {
         EXPECT_EQ(layerPlace({1225, 14}, kOutput, {340, height}, {}),
-                  (LayerPlace{true, false, {0, 4, 4, 0}}))
+                  (LayerPlace{true, false, {0, 8, 8, 0}}))
             << height;
     }
 }
 
 TEST(LayerPlace, PanelLargerThanTheOutputBeginsAtItsCorner) {
     EXPECT_EQ(layerPlace({190, 10}, {200, 150}, kPanel, {}),
-              (LayerPlace{true, false, {0, 4, 4, 0}}));
+              (LayerPlace{true, false, {0, 8, 8, 0}}));
     EXPECT_EQ(layerPlace({10, 140}, {200, 150}, kPanel, {}),
-              (LayerPlace{false, true, {4, 0, 0, 4}}));
+              (LayerPlace{false, true, {8, 0, 0, 8}}));
 }
 
 } // namespace
