@@ -19,6 +19,19 @@ int fromEnd(bool farEnd, int middle, int length, int panel) {
 
 } // namespace
 
+std::optional<QPoint> clickPlace(QPointF told, const QList<ScaledOutput>& outputs,
+                                 bool devicePixels) {
+    for (const bool divided : {devicePixels, !devicePixels}) {
+        for (const ScaledOutput& output : outputs) {
+            const QPoint place = (divided ? told / output.scale : told).toPoint();
+            if (output.logical.contains(place)) {
+                return place;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
 LayerPlace layerPlace(QPoint click, QSize output, QSize panel, const QMargins& shadow) {
     const int toRight = output.width() - click.x();
     const int toBottom = output.height() - click.y();

@@ -1,10 +1,26 @@
 #pragma once
 
+#include <optional>
+
+#include <QList>
 #include <QMargins>
 #include <QPoint>
+#include <QRect>
 #include <QSize>
 
 namespace korvel::platform {
+
+/// An output: its rectangle among all of them, and how many of its own pixels are one of these.
+struct ScaledOutput {
+    QRect logical;
+    double scale = 1;
+};
+
+/// Where a click was, among all outputs, that a host puts at `told`. Most hosts count in logical
+/// pixels; `devicePixels`: the one here counts in those of the output. Either is taken where the
+/// other is on none of the outputs; nullopt: both are.
+std::optional<QPoint> clickPlace(QPointF told, const QList<ScaledOutput>& outputs,
+                                 bool devicePixels);
 
 /// How a surface of the layer shell is held on its output: by one corner of the free area, away
 /// from its edges by the margins. Lengths are logical pixels.

@@ -1,5 +1,7 @@
 #include "platform/linux/session/layer_surface.h"
 
+#include <algorithm>
+#include <chrono>
 #include <utility>
 #include <vector>
 
@@ -15,12 +17,15 @@
 #include <QWindow>
 
 #include "platform/linux/session/layer_place.h"
+#include "platform/linux/session/wayland_offer.h"
 
 namespace korvel::platform {
 
 namespace {
 
 using Layer = LayerShellQt::Window;
+
+constexpr std::chrono::milliseconds kPatience(100); ///< with a compositor that is asked anew
 
 /// All of an output, seen through, below the popover and above all else: it takes the click that
 /// closes the popover.
@@ -68,7 +73,10 @@ class LayerShellSurface final : public LayerSurface {
     QScreen* open(std::optional<Point> place, std::function<void()> clickedOutside) override {
         closed();
         if (place) {
-            place_ = QPointF(place->x, place->y).toPoint();
+            learnOutputs();
+            // Plasma's host counts in device pixels, all others in logical ones.
+            place_ = clickPlace(QPointF(place->x, place->y), outputs_,
+                                offer_.has("org_kde_plasma_shell"));
         }
         screen_ = place_ ? QGuiApplication::screenAt(*place_) : nullptr;
         if (!screen_) {
@@ -112,6 +120,34 @@ class LayerShellSurface final : public LayerSurface {
     }
 
   private:
+    /// Qt does not tell a scale that is no whole number before a window was shown.
+    void learnOutputs() {
+        const QList<QScreen*> screens = QGuiApplication::screens();
+        const bool known = std::ranges::all_of(
+            screens, [this](const QScreen* screen) { return scaleOf(*screen).has_value(); });
+        if (!known) {
+            offer_ = askWayland(kPatience).value_or(WaylandOffer());
+        }
+        outputs_.clear();
+        for (const QScreen* screen : screens) {
+            outputs_.push_back({.logical = screen->geometry(),
+                                .scale = scaleOf(*screen).value_or(screen->devicePixelRatio())});
+        }
+    }
+
+    std::optional<double> scaleOf(const QScreen& screen) const {
+        for (const WaylandOutput& output : offer_.outputs) {
+            if (QRect(output.logicalX, output.logicalY, output.logicalWidth,
+                      output.logicalHeight) == screen.geometry()) {
+                return double(std::max(output.width, output.height)) /
+                       std::max(output.logicalWidth, output.logicalHeight);
+            }
+        }
+        return std::nullopt;
+    }
+
+    WaylandOffer offer_; ///< as of when its outputs were last others than Qt's
+    QList<ScaledOutput> outputs_;
     std::optional<QPoint> place_; ///< of the last click that is known, among all outputs
     QPointer<QScreen> screen_;    ///< that it opens on; null while closed
     std::function<void()> clickedOutside_;

@@ -40,6 +40,12 @@ void outputScale(void* data, wl_output* /*output*/, std::int32_t factor) {
     static_cast<Hearing::Output*>(data)->seen.scale = factor;
 }
 
+void outputLogicalPosition(void* data, zxdg_output_v1* /*output*/, std::int32_t x, std::int32_t y) {
+    auto& seen = static_cast<Hearing::Output*>(data)->seen;
+    seen.logicalX = x;
+    seen.logicalY = y;
+}
+
 void outputLogicalSize(void* data, zxdg_output_v1* /*output*/, std::int32_t width,
                        std::int32_t height) {
     auto& seen = static_cast<Hearing::Output*>(data)->seen;
@@ -58,7 +64,7 @@ constexpr wl_output_listener kOutputListener = {
 };
 
 constexpr zxdg_output_v1_listener kLogicalListener = {
-    .logical_position = [](void*, zxdg_output_v1*, std::int32_t, std::int32_t) {},
+    .logical_position = outputLogicalPosition,
     .logical_size = outputLogicalSize,
     .done = [](void*, zxdg_output_v1*) {},
     .name = [](void*, zxdg_output_v1*, const char*) {},

@@ -15,6 +15,8 @@ struct WaylandOutput {
     int scale = 1;        ///< whole; of a fractional scale the next greater
     int logicalWidth = 0; ///< as the desktop counts, turned; 0: not told
     int logicalHeight = 0;
+    int logicalX = 0; ///< among all outputs
+    int logicalY = 0;
 };
 
 /// What a Wayland compositor lets its clients do.

@@ -1,5 +1,6 @@
 #include "platform/linux/session/layer_place.h"
 
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -45,6 +46,37 @@ TEST(LayerPlace, StandsAtTheBarThatWasClicked) {
     };
     for (const Row& row : rows) {
         EXPECT_EQ(layerPlace(row.click, kOutput, kPanel, {}), row.place) << row.what;
+    }
+}
+
+TEST(ClickPlace, IsCountedAsItsHostCounts) {
+    const QList<ScaledOutput> plain{{{0, 0, 1280, 800}, 1}};
+    const QList<ScaledOutput> twice{{{0, 0, 1280, 800}, 2}};
+    const QList<ScaledOutput> half{{{0, 0, 1280, 800}, 1.5}};
+    const QList<ScaledOutput> both{{{0, 0, 1280, 800}, 1}, {{1280, 0, 1280, 800}, 2}};
+    struct Click {
+        std::string what;
+        const QList<ScaledOutput>& outputs;
+        QPointF told;
+        bool devicePixels;
+        std::optional<QPoint> place;
+    };
+    const std::vector<Click> rows{
+        {"unscaled", plain, {1105, 772}, true, QPoint(1105, 772)},
+        {"logical", twice, {1076, 772}, false, QPoint(1076, 772)},
+        {"the output's own pixels", twice, {2152, 1544}, true, QPoint(1076, 772)},
+        {"its own, which could be logical ones", twice, {600, 28}, true, QPoint(300, 14)},
+        {"logical, which could be its own", twice, {600, 28}, false, QPoint(600, 28)},
+        {"its own, where they are not expected", twice, {2152, 1544}, false, QPoint(1076, 772)},
+        {"one and a half", half, {1614, 1158}, true, QPoint(1076, 772)},
+        {"the first of two", both, {1225, 14}, true, QPoint(1225, 14)},
+        {"the second of two", both, {5010, 28}, true, QPoint(2505, 14)},
+        {"the second of two, logical", both, {2505, 14}, false, QPoint(2505, 14)},
+        {"nowhere", both, {9000, 9000}, true, std::nullopt},
+        {"no outputs", {}, {5, 5}, false, std::nullopt},
+    };
+    for (const Click& row : rows) {
+        EXPECT_EQ(clickPlace(row.told, row.outputs, row.devicePixels), row.place) << row.what;
     }
 }
 
