@@ -98,10 +98,11 @@ class BarDesktop(WaylandDesktop):
 
 
 @contextlib.contextmanager
-def bar_desktop(kind):
+def bar_desktop(kind, **environment):
     if not qt_has_wayland():
         raise Skip("not installed: qt6-wayland")
     with BarDesktop() as place:
+        place.environment.update(environment)
         program = Program(place)
         wait_for("the program's name", lambda: place.owner("com.oxbrook.korvel"))
         yield place, program, place.start_bar(kind)

@@ -67,6 +67,7 @@ class WaylandDesktop(Desktop):
             "its display", lambda: [path for path in glob.glob(folder + "/wayland-*")
                                     if not path.endswith(".lock")])[0]
         self.environment["XDG_SESSION_TYPE"] = "wayland"
+        self.environment["KORVEL_POPOVER"] = "wayland"  # a window, also where the build could do more
         wait_for("its output", lambda: "HEADLESS-1" in self.run(["swaymsg", "-t", "get_outputs"]))
 
     def screenshot(self):

@@ -11,7 +11,7 @@ import socket
 import struct
 import time
 
-from shells.base import Failure
+from desktop import Failure
 
 POINTERS, KEYBOARDS = "zwlr_virtual_pointer_manager_v1", "zwp_virtual_keyboard_manager_v1"
 BUTTONS = {1: 0x110, 2: 0x112, 3: 0x111}  # the kernel's left, middle and right
