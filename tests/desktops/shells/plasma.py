@@ -185,11 +185,8 @@ class Plasma(Shell):
 
     def kept_awake(self):
         held = set()
-        if "true" in self.call("org.freedesktop.PowerManagement", "/org/freedesktop/PowerManagement/Inhibit",
-                               "org.freedesktop.PowerManagement.Inhibit.HasInhibit"):
-            held.add("system")
-        listed = self.call("org.kde.Solid.PowerManagement", "/org/kde/Solid/PowerManagement/PolicyAgent",
-                           "org.kde.Solid.PowerManagement.PolicyAgent.ListInhibitions")
-        if "orvel" in listed:
-            held.add("display")
+        for kind, word in ((4, "display"), (1, "system")):  # changing the screen's settings; ending the session
+            if self.call("org.kde.Solid.PowerManagement", "/org/kde/Solid/PowerManagement/PolicyAgent",
+                         "org.kde.Solid.PowerManagement.PolicyAgent.HasInhibition", str(kind)) == "(true,)":
+                held.add(word)
         return held
