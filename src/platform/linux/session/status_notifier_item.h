@@ -29,6 +29,8 @@ class StatusNotifierItem final : public QObject {
     Q_PROPERTY(bool ItemIsMenu MEMBER itemIsMenu_ CONSTANT)
     Q_PROPERTY(QString IconName MEMBER none_ CONSTANT)
     Q_PROPERTY(korvel::platform::TrayPixmaps IconPixmap READ iconPixmap)
+    // Not of the protocol, but GNOME asks for it.
+    Q_PROPERTY(QString IconAccessibleDesc READ iconDescription)
     Q_PROPERTY(QString OverlayIconName MEMBER none_ CONSTANT)
     Q_PROPERTY(korvel::platform::TrayPixmaps OverlayIconPixmap MEMBER noPixmaps_ CONSTANT)
     Q_PROPERTY(QString AttentionIconName MEMBER none_ CONSTANT)
@@ -66,6 +68,7 @@ class StatusNotifierItem final : public QObject {
     /// `(pictures in several sizes)`; without a title there is none.
     TrayPixmaps iconPixmap();
     TrayToolTip toolTip() const;
+    QString iconDescription() const { return toolTip_; }
 
   public Q_SLOTS: // NOLINT(readability-redundant-access-specifiers): to moc this is another
     // Their names are the protocol's. NOLINTBEGIN(readability-identifier-naming)

@@ -163,6 +163,7 @@ TEST_F(StatusNotifierItemTest, ItsPropertiesAreThoseOfTheProtocol) {
         {QStringLiteral("IconThemePath"), QString()},
         {QStringLiteral("ItemIsMenu"), false},
         {QStringLiteral("IconName"), QString()},
+        {QStringLiteral("IconAccessibleDesc"), QStringLiteral("● 87 · Healthy")},
         {QStringLiteral("OverlayIconName"), QString()},
         {QStringLiteral("AttentionIconName"), QString()},
         {QStringLiteral("AttentionMovieName"), QString()},
@@ -180,7 +181,7 @@ TEST_F(StatusNotifierItemTest, ItsPropertiesAreThoseOfTheProtocol) {
     const auto toolTip = item.value(QStringLiteral("ToolTip")).value<QDBusArgument>();
     EXPECT_EQ(toolTip.currentSignature(), QStringLiteral("(sa(iiay)ss)"));
     EXPECT_EQ(qdbus_cast<TrayToolTip>(toolTip).title, QStringLiteral("● 87 · Healthy"));
-    EXPECT_EQ(item.size(), 16);
+    EXPECT_EQ(item.size(), 17);
 
     const QVariantMap menu = properties(kMenu);
     EXPECT_EQ(menu.value(QStringLiteral("Version")), QVariant(3U));
