@@ -6,8 +6,8 @@ import os
 import signal
 import time
 
-from cases import (PALETTE, Program, Skip, case, check, desktop, equal, icon_box, middle, opened, stays_closed,
-                   wait_for_icon, wait_for_item)
+from cases import (PALETTE, Program, Skip, case, check, desktop, equal, geometry, icon_box, middle, opened,
+                   stays_closed, wait_for_icon, wait_for_item)
 from desktop import WATCHER, wait_for
 from wayland_cases import SWAY_CONFIG, WaylandDesktop, qt_has_wayland
 
@@ -16,7 +16,7 @@ WAYBAR = {"layer": "top", "position": "top", "height": BAR, "modules-right": ["t
 
 
 def embedded(place):
-    """The icon's window in an X11 system tray: its id, or an empty string. The popover is closed."""
+    """The program's only window: the icon in an X11 system tray, or the menu. Its id, or an empty string."""
     return place.xdotool("search", "--onlyvisible", "--class", "^korvel$")
 
 
@@ -55,7 +55,7 @@ def item_is_registered_again_whenever_the_panel_starts():
 
 
 @case("xfce4-panel")
-def signals_that_make_no_sense_do_no_harm():
+def calls_that_make_no_sense_do_no_harm():
     with desktop("xfce4-panel") as (place, program):
         item = wait_for_item(place)
         menu, notifier = "com.canonical.dbusmenu.", "org.kde.StatusNotifierItem."
@@ -73,6 +73,20 @@ def signals_that_make_no_sense_do_no_harm():
         check(program.running(), "the program ended")
         wait_for_icon(place)
         place.activate()
+        opened(place)
+
+
+@case("xfce4-panel")
+def host_that_draws_no_menus_has_it_shown():
+    with desktop("xfce4-panel") as (place, _):
+        item = wait_for_item(place)
+        place.xdotool("mousemove", 300, 200)
+        place.call(item, "/StatusNotifierItem", "org.kde.StatusNotifierItem.ContextMenu", "700", "10")
+        menu = wait_for("the menu", lambda: embedded(place))
+        x, y, *_ = geometry(place, menu)
+        check(abs(x - 300) < 10 and abs(y - 200) < 10, f"the menu is at {x},{y}: away from the pointer")
+        time.sleep(0.3)
+        place.xdotool("key", "Down", "Return")
         opened(place)
 
 
