@@ -61,10 +61,13 @@ std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root, Words wor
     if (platform::desktopKnowsShadows()) {
         desktop.declareShadow = platform::declareShadow;
         desktop.placing = x11Placing();
-    } else if (display == platform::DisplayChoice::layer) {
-        desktop.stand = makeStand();
     } else {
-        desktop.sizeIsFixed = true;
+        desktop.makeKey = platform::activateByToken;
+        if (display == platform::DisplayChoice::layer) {
+            desktop.stand = makeStand();
+        } else {
+            desktop.sizeIsFixed = true;
+        }
     }
     return std::make_unique<WindowPopover>(root, std::move(desktop));
 }

@@ -96,6 +96,7 @@ bool WindowPopover::shown() const {
 
 void WindowPopover::activate(const platform::ActivationRequest& request) {
     if (shown()) {
+        token_ = request.token;
         views_.window()->raise();
         if (desktop_.placing) {
             desktop_.placing->answered(request);
@@ -104,7 +105,13 @@ void WindowPopover::activate(const platform::ActivationRequest& request) {
 }
 
 void WindowPopover::makeKey() {
-    if (shown()) {
+    if (!shown()) {
+        return;
+    }
+    const std::string token = std::exchange(token_, {});
+    if (desktop_.makeKey) {
+        desktop_.makeKey(*views_.window(), token);
+    } else {
         views_.window()->requestActivate();
     }
 }

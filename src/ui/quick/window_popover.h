@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include <QDeadlineTimer>
 #include <QMargins>
@@ -69,6 +70,9 @@ struct PopoverDesktop {
     std::optional<PopoverStand> stand{}; ///< nullopt: the window is moved to its place
     /// Whether the window allows no size but its own: a compositor that tiles leaves it as it is.
     bool sizeIsFixed = false;
+    /// Gives the shown window the keyboard, which the desktop grants by the token of the click;
+    /// empty: Qt does it.
+    std::function<void(QWindow&, const std::string& token)> makeKey{};
     std::optional<PopoverPlacing> placing{}; ///< nullopt: it is placed by what Qt tells
 };
 
@@ -106,6 +110,7 @@ class WindowPopover final : public QObject, public platform::Popover {
     QRect anchor_;                         ///< on the screen; what it stands under
     QPointer<QScreen> standsOn_;           ///< where the desktop places it; null elsewhere
     QRect panel_;                          ///< that the item is in; empty where none is known
+    std::string token_;                    ///< by which it was asked for; used once
     QPoint wanted_;                        ///< where the window was placed
     int moves_ = 0;                        ///< how often it was moved there again
     QDeadlineTimer movedAgainUntil_;       ///< later moves are the user's

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -135,6 +136,34 @@ TEST_F(FixedWindow, FollowsItsContent) {
         EXPECT_EQ(view->minimumSize(), size);
         EXPECT_EQ(view->maximumSize(), size);
     }
+}
+
+/// One that a desktop gives the keyboard by a token.
+class GuardedWindow : public OpenWindow {
+  protected:
+    GuardedWindow() : OpenWindow(desktop()) {}
+
+    static PopoverDesktop desktop() {
+        PopoverDesktop guarded = silentDesktop();
+        guarded.makeKey = [](QWindow&, const std::string& token) { tokens.push_back(token); };
+        return guarded;
+    }
+
+    inline static std::vector<std::string> tokens;
+};
+
+TEST_F(GuardedWindow, TakesTheKeyboardByTheTokenOfItsRequestOnce) {
+    tokens.clear();
+    popover.activate({.place = {}, .token = "first"});
+    popover.makeKey();
+    popover.makeKey();
+    popover.activate({.place = {}, .token = "second"});
+    popover.makeKey();
+    EXPECT_EQ(tokens, (std::vector<std::string>{"first", "", "second"}));
+    popover.close();
+    popover.activate({.place = {}, .token = "third"});
+    popover.makeKey();
+    EXPECT_EQ(tokens.size(), 3U);
 }
 
 /// What the desktop was told, in its order.

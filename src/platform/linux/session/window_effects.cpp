@@ -28,6 +28,15 @@ bool desktopBlendsWindows() {
     return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
+void activateByToken(QWindow& window, const std::string& token) {
+    constexpr const char* kToken = "XDG_ACTIVATION_TOKEN"; // from where Qt takes it
+    if (!token.empty()) {
+        qputenv(kToken, QByteArray::fromStdString(token));
+    }
+    window.requestActivate();
+    qunsetenv(kToken); // no child must have it, and no other window
+}
+
 bool desktopKnowsShadows() {
     return x11Connection() != nullptr;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include <QMargins>
 
 class QWindow;
@@ -9,6 +11,10 @@ namespace korvel::platform {
 /// Whether what a window leaves transparent shows what is behind it. An X server alone paints it
 /// black; a compositor may come and go while the program runs.
 bool desktopBlendsWindows();
+
+/// Asks a Wayland compositor to give a shown window the keyboard, by the token that a host, a
+/// daemon or a launcher handed over; empty: by none.
+void activateByToken(QWindow& window, const std::string& token);
 
 /// Whether `declareShadow` is understood here. A Wayland compositor takes the whole surface for the
 /// window.
