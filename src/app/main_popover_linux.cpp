@@ -10,6 +10,7 @@
 #include "platform/linux/session/window_effects.h"
 #include "platform/linux/session/x11_click_watch.h"
 #include "platform/linux/session/x11_places.h"
+#include "ui/content/linux_words.h"
 #include "ui/quick/window_popover.h"
 
 namespace korvel {
@@ -54,6 +55,7 @@ PopoverPlacing x11Placing() {
 std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root, Words words,
                                                     platform::DisplayChoice display) {
     PopoverDesktop desktop{.words = std::move(words),
+                           .awakeWords = linuxAwakeWords,
                            .appearance = std::make_unique<platform::PortalAppearance>(),
                            .released = platform::giveMemoryBack,
                            .blendsWindows = platform::desktopBlendsWindows,

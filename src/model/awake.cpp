@@ -123,6 +123,14 @@ void Awake::restore() {
     }
 }
 
+bool Awake::displayHeld() const {
+    return displayID_ != 0 && power_.holds(displayID_);
+}
+
+bool Awake::systemHeld() const {
+    return systemID_ != 0 && power_.holds(systemID_);
+}
+
 std::string Awake::remainingLabel() const {
     if (*until) {
         // A stored date may be any number; this one still fits an integer.

@@ -47,6 +47,10 @@ class Awake : public ObservableObject, public std::enable_shared_from_this<Awake
     /// Takes up what was remembered, unless its end is past or hardly worth it.
     void restore();
 
+    /// Whether that is kept awake at this moment. Each may fail alone.
+    bool displayHeld() const;
+    bool systemHeld() const;
+
     /// "on for 1h 30m more", "on, indefinitely" or "off".
     std::string remainingLabel() const;
 

@@ -21,6 +21,9 @@ class PowerAssertions {
     virtual std::optional<PowerAssertionId> create(PowerAssertionType type,
                                                    const std::string& name) = 0;
 
+    /// Whether it is in force: whoever granted it may be gone.
+    virtual bool holds(PowerAssertionId id) const = 0;
+
     /// Releases it. A failure is silent.
     virtual void release(PowerAssertionId id) = 0;
 };

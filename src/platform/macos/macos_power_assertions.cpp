@@ -54,6 +54,10 @@ std::optional<PowerAssertionId> MacosPowerAssertions::create(PowerAssertionType 
     return id;
 }
 
+bool MacosPowerAssertions::holds(PowerAssertionId id) const {
+    return id != kIOPMNullAssertionID; // until it is released
+}
+
 void MacosPowerAssertions::release(PowerAssertionId id) {
     ::IOPMAssertionRelease(id);
 }

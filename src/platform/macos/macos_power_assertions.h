@@ -9,6 +9,7 @@ class MacosPowerAssertions final : public PowerAssertions {
   public:
     std::optional<PowerAssertionId> create(PowerAssertionType type,
                                            const std::string& name) override;
+    bool holds(PowerAssertionId id) const override;
     void release(PowerAssertionId id) override;
 };
 

@@ -27,6 +27,10 @@ std::optional<PowerAssertionId> SimulatedPower::create(PowerAssertionType type,
     return made_;
 }
 
+bool SimulatedPower::holds(PowerAssertionId id) const {
+    return held.contains(id);
+}
+
 void SimulatedPower::release(PowerAssertionId id) {
     const auto found = held.find(id);
     if (found == held.end()) {

@@ -21,6 +21,7 @@ class SimulatedPower final : public PowerAssertions, public Logging {
 
     std::optional<PowerAssertionId> create(PowerAssertionType type,
                                            const std::string& name) override;
+    bool holds(PowerAssertionId id) const override;
     void release(PowerAssertionId id) override;
 
     /// The system's name of the type.

@@ -27,7 +27,7 @@ Reclaim reclaimOf(const Model& model) {
 
 PopoverContent::KeepAwake keepAwakeOf(const Awake& awake) {
     if (*awake.on) {
-        return {true, awake.remainingLabel(), "Off", {}};
+        return {true, awake.remainingLabel(), "Off", {}, awake.displayHeld(), awake.systemHeld()};
     }
     return {false,
             std::nullopt,

@@ -86,4 +86,14 @@ std::string linuxWordsWithoutTray(std::string text) {
     return linuxWords(std::move(text));
 }
 
+std::string linuxAwakeWords(bool display, bool system) {
+    if (display && system) {
+        return "Kept awake now: the display and the system.";
+    }
+    if (display) {
+        return "Kept awake now: the display alone; the system may still sleep.";
+    }
+    return system ? "Kept awake now: the system alone; the display may still turn off." : "";
+}
+
 } // namespace korvel

@@ -14,4 +14,8 @@ std::string linuxWords(std::string text);
 /// the popover opens meanwhile.
 std::string linuxWordsWithoutTray(std::string text);
 
+/// What of the two is kept awake, as a Linux desktop says it, where each may be refused alone;
+/// empty where neither is.
+std::string linuxAwakeWords(bool display, bool system);
+
 } // namespace korvel

@@ -89,6 +89,8 @@ struct PopoverContent {
         std::optional<std::string> remaining; ///< how long still, while on
         std::string control;                  ///< a button while on, else the menu's title
         std::vector<Choice> choices;          ///< the menu's; none while on
+        bool display = false;                 ///< kept awake at this moment
+        bool system = false;                  ///< likewise
     };
 
     /// The state of an update, and what can be done about it.

@@ -26,8 +26,8 @@ QString processKey(const Content::ProcessLine& line) {
 
 } // namespace
 
-PopoverBridge::PopoverBridge(ContentView& root, Words words)
-    : root_(root), values_(std::move(words)),
+PopoverBridge::PopoverBridge(ContentView& root, Words words, AwakeWords awakeWords)
+    : root_(root), values_(std::move(words), std::move(awakeWords)),
       breakdown_(Rows::reused, this), // every reading makes its factors anew
       status_(Rows::own, this), rows_(Rows::own, this), swapHolders_(Rows::own, this),
       heaviest_(Rows::own, this) {}

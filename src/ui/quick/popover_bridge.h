@@ -39,7 +39,7 @@ class PopoverBridge final : public QObject {
 
   public:
     /// `root`, which outlives the bridge, takes the actions.
-    PopoverBridge(ContentView& root, Words words);
+    explicit PopoverBridge(ContentView& root, Words words, AwakeWords awakeWords = {});
 
     void setContent(const PopoverContent& content);
     /// Takes the line of the update alone.

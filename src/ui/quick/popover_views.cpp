@@ -93,7 +93,7 @@ void PopoverViews::load() {
     // Drawn by the processor: a window this small needs no graphics driver, and its memory.
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     qml_register_types_Korvel();
-    bridge_ = std::make_unique<PopoverBridge>(root_, options_.words);
+    bridge_ = std::make_unique<PopoverBridge>(root_, options_.words, options_.awakeWords);
     render(); // before the views ask for it
     view_ = std::make_unique<QQuickView>();
     view_->engine()->setProperty(Inks::kColourSchemeProperty, QVariant::fromValue(&colourScheme_));

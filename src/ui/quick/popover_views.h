@@ -30,6 +30,7 @@ class PopoverViews final : public QObject {
     struct Options {
         Words words;           ///< what the texts are said in
         Qt::WindowFlags flags; ///< of the window
+        AwakeWords awakeWords = {};
         /// What the desktop says of dark and light; null: nothing, and the palette counts.
         std::unique_ptr<platform::Appearance> appearance = nullptr;
         /// How long they stay after they were hidden, for whoever looks again at once.

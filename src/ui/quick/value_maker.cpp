@@ -111,6 +111,11 @@ AwakeValue ValueMaker::of(const PopoverContent::KeepAwake& keepAwake) const {
     AwakeValue value;
     value.label = text(PopoverContent::kKeepAwake);
     value.tip = text(PopoverContent::kKeepAwakeTooltip);
+    if (const std::string held =
+            awakeWords_ ? awakeWords_(keepAwake.display, keepAwake.system) : std::string();
+        !held.empty()) {
+        value.tip += QLatin1Char(' ') + plain(held);
+    }
     value.on = keepAwake.on;
     value.remaining = text(keepAwake.remaining.value_or(std::string()));
     value.control = text(keepAwake.control);

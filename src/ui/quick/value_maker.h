@@ -15,7 +15,9 @@ namespace korvel {
 /// the desktop, names of processes as they are, and nothing in either that cannot be painted.
 class ValueMaker {
   public:
-    explicit ValueMaker(Words words) : words_(std::move(words)) {}
+    /// `awakeWords` may be empty.
+    explicit ValueMaker(Words words, AwakeWords awakeWords = {})
+        : words_(std::move(words)), awakeWords_(std::move(awakeWords)) {}
 
     FactorValue of(const PopoverContent::FactorLine& line) const;
     StatusValue of(const PopoverContent::StatusLine& line) const;
@@ -34,6 +36,7 @@ class ValueMaker {
 
   private:
     Words words_;
+    AwakeWords awakeWords_;
 };
 
 } // namespace korvel

@@ -40,6 +40,7 @@ QScreen* screenOf(const QRect& anchor) {
 WindowPopover::WindowPopover(ContentView& root, PopoverDesktop desktop)
     : desktop_(std::move(desktop)), views_(root, {.words = desktop_.words,
                                                   .flags = kTool,
+                                                  .awakeWords = desktop_.awakeWords,
                                                   .appearance = std::move(desktop_.appearance)}) {
     connect(&views_, &PopoverViews::loaded, this, &WindowPopover::loaded);
     connect(&views_, &PopoverViews::unloading, this, &WindowPopover::unloading);

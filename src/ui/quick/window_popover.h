@@ -60,6 +60,7 @@ struct PopoverPlacing {
 /// What the popover asks of the desktop that it opens on.
 struct PopoverDesktop {
     Words words; ///< what the texts are said in
+    AwakeWords awakeWords = {};
     /// What it says of dark and light; null: nothing, and the palette counts.
     std::unique_ptr<platform::Appearance> appearance;
     std::function<void()> released; ///< runs each time the views have been let go; may be empty

@@ -56,6 +56,24 @@ TEST_F(Actions, WhileOnThereIsAButtonAndTheTimeThatIsLeft) {
     EXPECT_EQ(keepAwake().control, "On");
 }
 
+TEST_F(Actions, EachOfDisplayAndSystemIsSaidToBeHeldWhileItIs) {
+    platform::SimulatedPower& power = simulated.system.power;
+    for (const bool display : {false, true}) {
+        for (const bool system : {false, true}) {
+            power.grantsDisplay = display;
+            power.grantsSystem = system;
+            view.enableAwake(30);
+            EXPECT_EQ(keepAwake().display, display);
+            EXPECT_EQ(keepAwake().system, system);
+        }
+    }
+    power.held.erase(power.held.begin()); // the display's, which is taken first
+    EXPECT_FALSE(keepAwake().display);
+    EXPECT_TRUE(keepAwake().system);
+    view.disableAwake();
+    EXPECT_FALSE(keepAwake().system);
+}
+
 TEST_F(Actions, WithoutAnEndTheLabelSaysSo) {
     view.enableAwake(std::nullopt);
     EXPECT_THAT(keepAwake().remaining, Optional(std::string("on, indefinitely")));

@@ -68,6 +68,15 @@ TEST(LinuxWords, LeaveEveryOtherTextAlone) {
     }
 }
 
+TEST(LinuxWords, SayWhatIsKeptAwake) {
+    EXPECT_EQ(linuxAwakeWords(true, true), "Kept awake now: the display and the system.");
+    EXPECT_EQ(linuxAwakeWords(true, false),
+              "Kept awake now: the display alone; the system may still sleep.");
+    EXPECT_EQ(linuxAwakeWords(false, true),
+              "Kept awake now: the system alone; the display may still turn off.");
+    EXPECT_EQ(linuxAwakeWords(false, false), "");
+}
+
 /// Every text of a popover on that reading, but for the names of processes.
 std::vector<std::string> textsOf(const Snapshot& snap, platform::Processes& processes) {
     std::vector<std::string> texts{PopoverContent::kFootnote, PopoverContent::kHeaviestCaption};

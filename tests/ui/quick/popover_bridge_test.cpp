@@ -212,6 +212,29 @@ TEST_F(Bridge, HandsOverKeepAwakeAndTheFooter) {
     EXPECT_TRUE(bridge.footer().reclaimEnabled);
 }
 
+TEST_F(Bridge, TheTipOfKeepAwakeSaysWhatIsHeldWhereTheDesktopDoes) {
+    const QString tip = QString::fromUtf8(PopoverContent::kKeepAwakeTooltip);
+    PopoverBridge onLinux(stage.root, linuxWords, linuxAwakeWords);
+    const auto tips = [&] {
+        render();
+        onLinux.setContent(stage.root.content());
+        EXPECT_EQ(bridge.awake().tip, tip);
+        return onLinux.awake().tip;
+    };
+    stage.show(healthyReading());
+    EXPECT_EQ(tips(), tip);
+    auto& power = stage.simulated.system.power;
+    stage.simulated.awake->enable(30);
+    EXPECT_EQ(tips(), tip + " Kept awake now: the display and the system.");
+    power.grantsSystem = false;
+    stage.simulated.awake->enable(30);
+    EXPECT_EQ(tips(), tip + " Kept awake now: the display alone; the system may still sleep.");
+    power.held.clear();
+    EXPECT_EQ(tips(), tip) << "whoever granted it has gone";
+    stage.simulated.awake->disable();
+    EXPECT_EQ(tips(), tip);
+}
+
 TEST_F(Bridge, HandsOverTheGreetingAndKeepsItsTextsWhileItFades) {
     stage.show(healthyReading());
     render();

@@ -82,6 +82,11 @@ std::optional<PowerAssertionId> DesktopPower::create(PowerAssertionType type,
     return made_;
 }
 
+bool DesktopPower::holds(PowerAssertionId id) const {
+    const auto found = held_.find(id);
+    return found != held_.end() && found->second.hold != nullptr;
+}
+
 void DesktopPower::release(PowerAssertionId id) {
     held_.erase(id);
     wantBuses();

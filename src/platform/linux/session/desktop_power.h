@@ -49,6 +49,7 @@ class DesktopPower final : public PowerAssertions {
 
     std::optional<PowerAssertionId> create(PowerAssertionType type,
                                            const std::string& name) override;
+    bool holds(PowerAssertionId id) const override;
     void release(PowerAssertionId id) override;
 
   private:

@@ -361,6 +361,22 @@ TEST_F(DesktopPowerTest, WhenAGrantorGoesTheOthersAreAsked) {
     callsNow();
     session.reset();
     EXPECT_THAT(calls(2), ElementsAre(kAskPowerManagement, kCheckPowerManagement));
+    EXPECT_TRUE(power.holds(*id));
+}
+
+TEST_F(DesktopPowerTest, NothingIsHeldWhileNobodyGrantsIt) {
+    auto session = start(kSession, Manner::grants);
+    DesktopPower power(grantors());
+    const auto id = power.create(kDisplay, kReason);
+    ASSERT_TRUE(id);
+    EXPECT_TRUE(power.holds(*id));
+    EXPECT_FALSE(power.holds(*id + 1));
+    session.reset();
+    EXPECT_TRUE(runUntil([&] { return !power.holds(*id); }));
+    session = start(kSession, Manner::grants);
+    EXPECT_TRUE(runUntil([&] { return power.holds(*id); }));
+    power.release(*id);
+    EXPECT_FALSE(power.holds(*id));
 }
 
 TEST_F(DesktopPowerTest, WhatAServiceGrantedStaysWithItThoughABetterOneComes) {

@@ -72,6 +72,10 @@ std::optional<PowerAssertionId> MacosPowerAssertions::create(PowerAssertionType 
     return kit::power().create(type, name);
 }
 
+bool MacosPowerAssertions::holds(PowerAssertionId id) const {
+    return kit::power().holds(id);
+}
+
 void MacosPowerAssertions::release(PowerAssertionId id) {
     kit::power().release(id);
 }
