@@ -1,7 +1,5 @@
 #include "platform/linux/session/display_choice.h"
 
-#include <algorithm>
-
 namespace korvel::platform {
 
 namespace {
@@ -11,14 +9,6 @@ bool layerCanBe(const DisplayFacts& facts) {
 }
 
 } // namespace
-
-bool xwaylandFits(const WaylandOffer& offer) {
-    return std::ranges::all_of(offer.outputs, [](const WaylandOutput& output) {
-        const bool told = output.logicalWidth > 0;
-        const int shorter = std::min(output.logicalWidth, output.logicalHeight);
-        return output.scale == 1 && (!told || shorter == std::min(output.width, output.height));
-    });
-}
 
 DisplayChoice chooseDisplay(const DisplayFacts& facts) {
     if (!facts.wayland) {

@@ -22,15 +22,12 @@ struct DisplayFacts {
     bool waylandPlugin = false;            ///< Qt's plugin is installed
     bool x11Plugin = false;
     bool layerBuilt = false;   ///< this build can speak the layer shell
-    bool xwaylandFits = false; ///< a window through XWayland has its size and is sharp
+    bool xwaylandFits = false; ///< a window through XWayland is sharp
     std::string qtPlatform{};  ///< what the user told Qt (QT_QPA_PLATFORM); empty: nothing
     std::string popoverWish{}; ///< what the user told us (KORVEL_POPOVER): layer, x11 or wayland
 };
 
 /// Qt is obeyed before the wish, and the wish, where it can be met, before what is best here.
 DisplayChoice chooseDisplay(const DisplayFacts& facts);
-
-/// Whether a window through XWayland is as sharp and as large on these outputs as it should be.
-bool xwaylandFits(const WaylandOffer& offer);
 
 } // namespace korvel::platform

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 #include <vector>
 
@@ -15,6 +16,7 @@
 #include "platform/linux/session/bus_probe.h"
 #include "platform/linux/session/layer_surface.h"
 #include "platform/linux/session/session_bus.h"
+#include "platform/linux/session/xwayland_scale.h"
 
 namespace korvel::platform {
 
@@ -108,8 +110,19 @@ DisplayChoice prepareDisplay(const std::string& executable) {
         .qtPlatform = qEnvironmentVariable("QT_QPA_PLATFORM").toStdString(),
         .popoverWish = qEnvironmentVariable("KORVEL_POPOVER").toStdString(),
     };
-    facts.xwaylandFits = facts.wayland && xwaylandFits(*facts.wayland);
+    std::optional<X11Screen> screen;
+    std::optional<XwaylandScale> scale;
+    facts.xwaylandFits = facts.wayland.has_value();
+    if (chooseDisplay(facts) == DisplayChoice::x11) { // if it fits: only then its server is started
+        screen = askX11();
+        scale = screen ? xwaylandScale(facts.wayland->outputs, *screen) : std::nullopt;
+        facts.xwaylandFits = scale && scale->sharp;
+    }
     const DisplayChoice choice = chooseDisplay(facts);
+    if (choice == DisplayChoice::x11 && scale && !screen->tellsScale &&
+        !qEnvironmentVariableIsSet("QT_SCALE_FACTOR")) {
+        qputenv("QT_SCALE_FACTOR", QByteArray::number(scale->pixelsPerPoint));
+    }
     if (facts.qtPlatform.empty() && choice != DisplayChoice::byQt) {
         // The other one, should this one not come up after all.
         qputenv("QT_QPA_PLATFORM", choice == DisplayChoice::x11 ? "xcb;wayland" : "wayland;xcb");

@@ -1,6 +1,7 @@
 #include "platform/linux/session/x11_places.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 
@@ -8,7 +9,9 @@
 #include <QGuiApplication>
 #include <QScreen>
 
+#include "platform/linux/session/wayland_offer.h"
 #include "platform/linux/session/x11.h"
+#include "platform/linux/session/xwayland_scale.h"
 
 namespace korvel::platform {
 
@@ -50,6 +53,18 @@ QRect frameOf(xcb_connection_t* connection, xcb_window_t window) {
                           : QRect();
 }
 
+/// Of a compositor's X server, in one unit in which the desktop counts. Asked at each opening: the
+/// scale of an output may have changed without any sign on the X server.
+double pixelsPerPlace() {
+    constexpr auto kPatience = std::chrono::milliseconds(100);
+    const QSize size = frameOf(x11Connection(), x11Root()).size();
+    const std::optional<WaylandOffer> offer = askWayland(kPatience);
+    const std::optional<XwaylandScale> scale =
+        offer ? xwaylandScale(offer->outputs, {.width = size.width(), .height = size.height()})
+              : std::nullopt;
+    return scale ? scale->pixelsPerPlace : 1;
+}
+
 } // namespace
 
 QPoint fromX11Pixel(QPoint pixel) {
@@ -73,7 +88,8 @@ QRect x11WhereAsked(const ActivationRequest& request) {
     }
     static std::optional<QPoint> last;
     if (request.place) {
-        last = fromX11Pixel(QPointF(request.place->x, request.place->y).toPoint());
+        const QPointF place(request.place->x, request.place->y);
+        last = fromX11Pixel((place * pixelsPerPlace()).toPoint());
     }
     const QRect free = QGuiApplication::primaryScreen()->availableGeometry();
     return {last.value_or(free.topRight()), kSpot};

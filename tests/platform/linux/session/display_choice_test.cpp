@@ -99,27 +99,5 @@ TEST(DisplayChoice, IsXWaylandWithoutTheLayerShellWhereItFits) {
         });
 }
 
-TEST(XWaylandFits, WhereNoOutputIsScaled) {
-    struct Outputs {
-        std::string what;
-        std::vector<WaylandOutput> outputs;
-        bool fits;
-    };
-    const std::vector<Outputs> rows{
-        {"none", {}, true},
-        {"plain", {{1280, 800, 1, 1280, 800}}, true},
-        {"turned", {{1280, 800, 1, 800, 1280}}, true},
-        {"without a logical size", {{1280, 800, 1, 0, 0}}, true},
-        {"twice", {{2560, 1600, 2, 1280, 800}}, false},
-        {"twice, without a logical size", {{2560, 1600, 2, 0, 0}}, false},
-        {"one and a half", {{1920, 1200, 2, 1280, 800}}, false},
-        {"one and a half, told as one", {{1920, 1200, 1, 1280, 800}}, false},
-        {"one of two", {{1280, 800, 1, 1280, 800}, {2560, 1600, 2, 1280, 800}}, false},
-    };
-    for (const Outputs& row : rows) {
-        EXPECT_EQ(xwaylandFits({.interfaces = {}, .outputs = row.outputs}), row.fits) << row.what;
-    }
-}
-
 } // namespace
 } // namespace korvel::platform
