@@ -34,7 +34,8 @@ def panel_height(place, panel):
 def open_at(place, at):
     """Opens the popover by one click, and waits for the keyboard."""
     place.click(*at)
-    window = opened(place)
+    # A search through the windows may come upon one twice while i3 puts it into its frame.
+    window = opened(place).split()[0]
     try:
         wait_for("the keyboard", lambda: place.xdotool("getwindowfocus") == window)
     except Failure as failure:
