@@ -17,6 +17,7 @@ class I3(XShell):
     name = "i3"
     title = "i3 with i3bar (X11)"
     desktop = "i3"
+    notifier = "/usr/bin/dunst"
     panel_class = "^i3bar$"
 
     def start_desktop(self):
@@ -24,8 +25,6 @@ class I3(XShell):
         os.makedirs(folder)
         with open(os.path.join(folder, "config"), "w", encoding="utf-8") as file:
             file.write(CONFIG)
-        self.daemon(["dunst"])
-        self.wait_for_notifications("dunst")
         self.daemon(["i3"])
         self.wait_for_manager()
         wait_for("the bar", lambda: self.panel_area().height > 5, 20)

@@ -3,7 +3,7 @@ X server does."""
 
 import os
 
-from shells.x11 import XShell
+from shells.x11 import XShell, wait_for
 
 PANEL = """[General]
 panels=panel1
@@ -36,6 +36,7 @@ class Lxqt(XShell):
     name = "lxqt"
     title = "LXQt (X11)"
     desktop = "LXQt"
+    notifier = "/usr/bin/lxqt-notificationd"
     panel_class = "^lxqt-panel$"
 
     def start_desktop(self):
@@ -45,8 +46,8 @@ class Lxqt(XShell):
             file.write(PANEL)
         self.daemon(["openbox", "--sm-disable"])
         self.wait_for_manager()
-        self.daemon(["lxqt-notificationd"])
-        self.wait_for_notifications("lxqt-notificationd")
+        self.daemon([self.notifier])  # the bus does not know it; the session starts it
+        wait_for("the daemon of notifications", lambda: self.owner("org.freedesktop.Notifications"))
         self.start_panel()
 
     def start_panel(self):

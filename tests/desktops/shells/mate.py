@@ -7,6 +7,7 @@ class Mate(XShell):
     name = "mate"
     title = "MATE (X11)"
     desktop = "MATE"
+    notifier = "/usr/libexec/mate-notification-daemon/mate-notification-daemon"
     panel_class = "^Mate-panel$"  # of both its panels; the item is in the upper one
 
     def start_desktop(self):
@@ -15,8 +16,6 @@ class Mate(XShell):
         self.gsettings("org.mate.font-rendering", "dpi", "96")  # else it comes from the millimetres that Xvfb claims
         self.gsettings("org.mate.panel", "default-layout", "default")
         self.run(["mate-panel", "--layout", "default"])
-        self.daemon(["/usr/libexec/mate-notification-daemon/mate-notification-daemon"])
-        self.wait_for_notifications("mate-notification-daemon")
         self.daemon(["mate-session", "--disable-acceleration-check"])
         self.wait_for_manager()
         self.start_panel()

@@ -45,6 +45,7 @@ class Xfce(XShell):
     name = "xfce"
     title = "XFCE (X11)"
     desktop = "XFCE"
+    notifier = LIBRARIES + "/notifyd/xfce4-notifyd"
     panel_class = "^Xfce4-panel$"
 
     def start_desktop(self):
@@ -56,8 +57,6 @@ class Xfce(XShell):
         wait_for("the settings", lambda: self.owner("org.xfce.Xfconf"))
         self.daemon(["xfwm4", "--compositor=on"])
         self.wait_for_manager()
-        self.daemon([LIBRARIES + "/notifyd/xfce4-notifyd"])
-        self.wait_for_notifications("xfce4-notifyd")
         self.daemon(["xfce4-power-manager", "--no-daemon"])
         self.start_panel()
 
