@@ -54,5 +54,13 @@ class Cinnamon(XShell):
         return self.call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.GetNameOwner",
                          "org.Cinnamon")
 
+    def click_notification(self, banner):
+        """It hears a click when it has seen the pointer come."""
+        x, y = banner.middle
+        for step in (8, 0):
+            self.move(x - step, y)
+            time.sleep(0.4)
+        self.press()
+
     def kept_awake(self):
         return self.inhibited_in_session()
