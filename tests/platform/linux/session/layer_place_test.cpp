@@ -56,7 +56,7 @@ TEST(ClickPlace, IsCountedAsItsHostCounts) {
     const QList<ScaledOutput> both{{{0, 0, 1280, 800}, 1}, {{1280, 0, 1280, 800}, 2}};
     struct Click {
         std::string what;
-        const QList<ScaledOutput>& outputs;
+        QList<ScaledOutput> outputs;
         QPointF told;
         bool devicePixels;
         std::optional<QPoint> place;
