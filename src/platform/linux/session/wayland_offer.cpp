@@ -12,19 +12,25 @@ namespace korvel::platform {
 
 namespace {
 
-/// What has been heard so far. The objects of the connection go with it.
+/// What has been heard so far, and the objects that it is heard through.
 struct Hearing {
     struct Output {
         wl_output* object = nullptr;
+        zxdg_output_v1* logical = nullptr;
         WaylandOutput seen;
     };
 
+    Hearing() = default;
+    Hearing(const Hearing&) = delete;
+    Hearing& operator=(const Hearing&) = delete;
+    ~Hearing();
+
     WaylandOffer offer;
+    wl_registry* registry = nullptr;
     std::vector<std::unique_ptr<Output>> outputs;
     zxdg_output_manager_v1* manager = nullptr;
 
-    void bind(wl_registry* registry, std::uint32_t name, const std::string& interface,
-              std::uint32_t version);
+    void bind(std::uint32_t name, const std::string& interface, std::uint32_t version);
 };
 
 void outputMode(void* data, wl_output* /*output*/, std::uint32_t flags, std::int32_t width,
@@ -71,8 +77,22 @@ constexpr zxdg_output_v1_listener kLogicalListener = {
     .description = [](void*, zxdg_output_v1*, const char*) {},
 };
 
-void Hearing::bind(wl_registry* registry, std::uint32_t name, const std::string& interface,
-                   std::uint32_t version) {
+Hearing::~Hearing() {
+    for (const auto& output : outputs) {
+        if (output->logical) {
+            zxdg_output_v1_destroy(output->logical);
+        }
+        wl_output_destroy(output->object);
+    }
+    if (manager) {
+        zxdg_output_manager_v1_destroy(manager);
+    }
+    if (registry) {
+        wl_registry_destroy(registry);
+    }
+}
+
+void Hearing::bind(std::uint32_t name, const std::string& interface, std::uint32_t version) {
     constexpr std::uint32_t kScaleSince = 2;
     offer.interfaces.insert(interface);
     if (interface == wl_output_interface.name && version >= kScaleSince) {
@@ -88,10 +108,8 @@ void Hearing::bind(wl_registry* registry, std::uint32_t name, const std::string&
 
 constexpr wl_registry_listener kRegistryListener = {
     .global =
-        [](void* data, wl_registry* registry, std::uint32_t name, const char* interface,
-           std::uint32_t version) {
-            static_cast<Hearing*>(data)->bind(registry, name, interface, version);
-        },
+        [](void* data, wl_registry*, std::uint32_t name, const char* interface,
+           std::uint32_t version) { static_cast<Hearing*>(data)->bind(name, interface, version); },
     .global_remove = [](void*, wl_registry*, std::uint32_t) {},
 };
 
@@ -99,21 +117,21 @@ constexpr wl_registry_listener kRegistryListener = {
 
 std::optional<WaylandOffer> askWayland(std::chrono::milliseconds patience) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
-    Hearing hearing;
     const auto connection = WaylandConnection::open();
     if (!connection) {
         return std::nullopt;
     }
-    wl_registry_add_listener(wl_display_get_registry(connection->display()), &kRegistryListener,
-                             &hearing);
+    Hearing hearing; // goes first: its objects are the connection's
+    hearing.registry = wl_display_get_registry(connection->display());
+    wl_registry_add_listener(hearing.registry, &kRegistryListener, &hearing);
     if (!connection->answered(deadline)) {
         return std::nullopt;
     }
     for (const auto& output : hearing.outputs) {
         if (hearing.manager) {
-            zxdg_output_v1_add_listener(
-                zxdg_output_manager_v1_get_xdg_output(hearing.manager, output->object),
-                &kLogicalListener, output.get());
+            output->logical =
+                zxdg_output_manager_v1_get_xdg_output(hearing.manager, output->object);
+            zxdg_output_v1_add_listener(output->logical, &kLogicalListener, output.get());
         }
     }
     if (!connection->answered(deadline)) {
