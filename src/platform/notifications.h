@@ -28,6 +28,7 @@ class Notifications {
     using Action = std::function<void(const ActivationRequest& request)>;
 
     /// What a click on a notification of the program does, where the desktop leaves that to it.
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): an implementation keeps it
     virtual void setAction(Action /*action*/) {}
 
     /// Takes back what is still shown and would be of no use without the program, which is about to

@@ -109,6 +109,7 @@ class StatusItem {
     virtual void setAction(Action action) = 0;
 
     /// What opens the popover and never closes it: the entry of that name in the item's menu.
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): an implementation keeps it
     virtual void setOpenAction(Action /*action*/) {}
 
     /// Where the item is; nullopt where the bar does not tell.

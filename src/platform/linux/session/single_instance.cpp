@@ -79,11 +79,11 @@ bool SingleInstance::acquire(Start start, const LaunchToken& token) {
     if (!QDBusConnection::sessionBus().isConnected()) {
         return acquireLock(start);
     }
-    if (!acquireName(start, token)) {
-        return false;
+    const bool only = acquireName(start, token);
+    if (only) {
+        tryLock(); // whether or not it is free: the name decides
     }
-    tryLock(); // whether or not it is free: the name decides
-    return true;
+    return only;
 }
 
 bool SingleInstance::acquireName(Start start, const LaunchToken& token) {
