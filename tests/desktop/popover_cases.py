@@ -394,7 +394,6 @@ def welcome_knows_an_xembed_tray():
     def before(place):
         to_be_greeted(place)
         place.start_panel("trayer")
-        wait_for("the tray", lambda: place.xdotool("search", "--onlyvisible", "--class", "trayer"))
 
     with screen_reader(before=before) as (_, tree):
-        tree.find(TRAY)
+        tree.find(TRAY, 15)
