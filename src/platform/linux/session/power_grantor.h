@@ -20,10 +20,13 @@ class Patience {
         : end_(std::chrono::steady_clock::now() + total), oneAnswer_(oneAnswer) {}
 
     /// For the next answer: no more than a part, so that one who hangs leaves some to the others.
-    /// Zero or less: there is none left.
+    /// Zero: there is none left.
     std::chrono::milliseconds next() const {
-        const auto left = end_ - std::chrono::steady_clock::now();
-        return std::min(oneAnswer_, std::chrono::duration_cast<std::chrono::milliseconds>(left));
+        // Nobody answers in less; the library may end a wait a moment early and leave that much.
+        constexpr std::chrono::milliseconds kLeast(20);
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            end_ - std::chrono::steady_clock::now());
+        return left < kLeast ? std::chrono::milliseconds(0) : std::min(oneAnswer_, left);
     }
 
   private:

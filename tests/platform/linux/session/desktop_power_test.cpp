@@ -247,7 +247,9 @@ TEST(Patience, IsForOneAnswerAPartOfWhatIsLeft) {
     EXPECT_EQ(Patience(std::chrono::hours(1), milliseconds(400)).next(), milliseconds(400));
     const Patience less(milliseconds(300), milliseconds(400));
     EXPECT_LE(less.next(), milliseconds(300));
-    EXPECT_LE(Patience(milliseconds(0)).next(), milliseconds(0));
+    for (const milliseconds spent : {milliseconds(-5), milliseconds(0), milliseconds(15)}) {
+        EXPECT_EQ(Patience(spent).next(), milliseconds(0)) << spent.count();
+    }
 }
 
 TEST_F(DesktopPowerTest, AReleaseGivesBackWhatWasGrantedAndClosesTheConnection) {
