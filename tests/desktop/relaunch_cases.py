@@ -104,7 +104,7 @@ def bus_that_hangs_holds_up_no_launch():
     with desktop("trayer", program=False) as place:
         with stopped(place.bus):
             program = Program(place)
-            place.click(*middle(wait_for_icon(place, 8)))
+            place.click(*middle(wait_for_icon(place, 12)))
             opened(place)
             equal(Program(place).exit_status(), 0, "exit status of a further start")
             equal(program.send(signal.SIGTERM), 0, "exit status")
@@ -118,7 +118,7 @@ def system_bus_that_hangs_holds_up_no_launch():
         check(address.startswith("unix:"), "no bus of its own")
         with stopped(place.started[-1]):
             program = Program(place)
-            wait_for_icon(place, 8)
+            wait_for_icon(place, 12)
             equal(program.send(signal.SIGTERM), 0, "exit status")
 
 
@@ -127,7 +127,7 @@ def start_while_the_bus_hangs_leaves_the_copy_that_runs_alone():
     with desktop() as (place, first):
         wait_for("the program's name", lambda: place.owner(NAME))
         with stopped(place.bus):
-            equal(Program(place).exit_status(5), 0, "exit status of the second")
+            equal(Program(place).exit_status(), 0, "exit status of the second")
             check(first.running(), "the first ended")
         equal(Program(place).exit_status(), 0, "exit status of a third")
         opened(place)

@@ -33,18 +33,17 @@ void keepThemePluginsOut() {
 }
 
 /// A bus that is not there, or hangs, is none for as long as this process lives.
-void leaveBusesOut() {
+void leaveBusesOut(std::chrono::milliseconds patience) {
     constexpr const char* kSessionBus = "DBUS_SESSION_BUS_ADDRESS";
     constexpr const char* kSystemBus = "DBUS_SYSTEM_BUS_ADDRESS";
     constexpr const char* kNoBus = "disabled:";
-    constexpr std::chrono::seconds kPatience(1);
     if (!sessionBusIsThere()) {
         qputenv(kSessionBus, kNoBus);
     }
     const QString systemBus =
         qEnvironmentVariable(kSystemBus, QStringLiteral("unix:path=/run/dbus/system_bus_socket"));
     const std::vector<bool> silent =
-        silentBuses({sessionBusAddress().toStdString(), systemBus.toStdString()}, kPatience);
+        silentBuses({sessionBusAddress().toStdString(), systemBus.toStdString()}, patience);
     if (silent.front()) {
         qputenv(kSessionBus, kNoBus);
     }
@@ -130,8 +129,8 @@ DisplayChoice prepareDisplay(const std::string& executable) {
     return choice;
 }
 
-void prepareEnvironment(const std::string& executable) {
-    leaveBusesOut();
+void prepareEnvironment(const std::string& executable, std::chrono::milliseconds busPatience) {
+    leaveBusesOut(busPatience);
     if (carriesQt(executable)) {
         keepOtherQtOut();
     }

@@ -1,6 +1,7 @@
 #include "platform/linux/session/environment.h"
 
 #include <algorithm>
+#include <chrono>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -20,7 +21,7 @@ namespace {
 /// What a program in the folder makes of a variable; "none": it is not set.
 std::string prepared(const char* name, const char* value, const std::string& executable) {
     qputenv(name, value);
-    prepareEnvironment(executable);
+    prepareEnvironment(executable, std::chrono::milliseconds(100));
     const QByteArray kept = qgetenv(name);
     const bool isSet = qEnvironmentVariableIsSet(name);
     qunsetenv(name);
