@@ -45,7 +45,7 @@ struct Globals {
     }
 };
 
-constexpr wl_registry_listener kRegistryListener = {
+constexpr wl_registry_listener kPowerRegistryListener = {
     .global =
         [](void* data, wl_registry*, std::uint32_t name, const char* interface, std::uint32_t) {
             auto& found = *static_cast<Globals*>(data);
@@ -123,7 +123,7 @@ class WaylandGrantor final : public PowerGrantor {
         std::unique_ptr<WaylandHold> hold;
         Globals found; // goes before the connection
         found.registry.reset(wl_display_get_registry(connection.display()));
-        wl_registry_add_listener(found.registry.get(), &kRegistryListener, &found);
+        wl_registry_add_listener(found.registry.get(), &kPowerRegistryListener, &found);
         if (!connection.answered(soon()) || !found.compositor || !found.inhibitors) {
             return nullptr;
         }
