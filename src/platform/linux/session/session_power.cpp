@@ -81,6 +81,17 @@ class SessionHold final : public PowerHold {
     std::uint32_t cookie_;
 };
 
+/// The connection that has the service's name; empty: none, or the bus does not say in time. A
+/// library of some versions does not tell who sent an answer.
+QString ownerOf(const QString& service, const OwnBusConnection& connection,
+                std::chrono::milliseconds wait) {
+    const QString daemon = QStringLiteral("org.freedesktop.DBus");
+    const QDBusReply<QString> owner =
+        BusObject(connection.bus(), daemon, QStringLiteral("/org/freedesktop/DBus"), daemon)
+            .call("GetNameOwner", {service}, wait);
+    return owner.value();
+}
+
 class SessionGrantor final : public PowerGrantor {
   public:
     explicit SessionGrantor(const Protocol& protocol) : protocol_(protocol) {}
@@ -90,8 +101,11 @@ class SessionGrantor final : public PowerGrantor {
     std::unique_ptr<PowerHold> take(const QString& reason, const Patience& patience,
                                     const std::function<void()>&) override {
         auto connection = std::make_unique<OwnBusConnection>(QDBusConnection::SessionBus);
-        const auto wait = patience.next();
-        if (!connection->isConnected() || wait.count() <= 0) {
+        if (!connection->isConnected() || patience.next().count() <= 0) {
+            return nullptr;
+        }
+        const QString owner = ownerOf(service(), *connection, patience.next());
+        if (owner.isEmpty()) {
             return nullptr;
         }
         constexpr std::uint32_t kNoWindow = 0;
@@ -99,15 +113,15 @@ class SessionGrantor final : public PowerGrantor {
                                            ? QVariantList{kProgram, kNoWindow, reason, kIdle}
                                            : QVariantList{kProgram, reason};
         const QDBusMessage answer =
-            BusObject(connection->bus(), service(), QString::fromLatin1(protocol_.path),
+            BusObject(connection->bus(), owner, QString::fromLatin1(protocol_.path),
                       QString::fromLatin1(protocol_.interface))
-                .call("Inhibit", arguments, wait);
+                .call("Inhibit", arguments, patience.next());
         const QDBusReply<std::uint32_t> cookie(answer);
         if (!cookie.isValid()) {
             return nullptr;
         }
-        auto hold = std::make_unique<SessionHold>(protocol_, std::move(connection),
-                                                  answer.service(), cookie.value());
+        auto hold =
+            std::make_unique<SessionHold>(protocol_, std::move(connection), owner, cookie.value());
         return hold->inForce(patience) ? std::move(hold) : nullptr;
     }
 
@@ -159,8 +173,8 @@ class PortalGrantor final : public PowerGrantor {
         if (!request.isValid()) {
             return nullptr;
         }
-        return std::make_unique<PortalHold>(std::move(connection), answer.service(),
-                                            request.value().path());
+        const QString owner = ownerOf(kPortal, *connection, Patience::kOneAnswer);
+        return std::make_unique<PortalHold>(std::move(connection), owner, request.value().path());
     }
 };
 
