@@ -14,7 +14,7 @@ from pathlib import Path
 SETUP = Path(sys.argv.pop(1)) / "script/setup"
 RUNNER = "llvm-19"
 LAYERS = "liblayershellqtinterface-dev"
-REAL = ["bash", "cat", "dirname", "env", "id", "mktemp", "rm", "touch"]
+REAL = ["bash", "cat", "dirname", "env", "grep", "id", "mktemp", "rm", "touch"]
 # Every package is there but those in the file "missing". The lists know the runner from the start, after
 # an update, or never.
 DPKG_QUERY = """#!/bin/bash
@@ -27,7 +27,10 @@ case "$*" in
 update) [ ! -e "$TOP/offline" ] && touch "$TOP/updated" ;;
 "install --simulate RUNNER")
     [ "$KNOWN" = always ] || { [ "$KNOWN" = later ] && [ -e "$TOP/updated" ]; } ;;
-"install --simulate LAYERS") [ ! -e "$TOP/no-layers" ] ;;
+"install --simulate LAYERS")
+    [ -e "$TOP/no-layers" ] && exit 100
+    echo "Inst liblayershellqtinterface6 (6.3.4-1 Debian:13/stable [amd64])"
+    echo "Inst LAYERS ($(cat "$TOP/layers") Debian:13/stable [amd64])" ;;
 esac
 """.replace("RUNNER", RUNNER).replace("LAYERS", LAYERS)
 
@@ -41,6 +44,7 @@ class Setup(unittest.TestCase):
         self.programs.mkdir()
         for name in REAL:
             (self.programs / name).symlink_to(shutil.which(name))
+        (self.top / "layers").write_text("6.3.4-1", encoding="utf-8")
         self.add_program("dpkg-query", DPKG_QUERY)
         self.add_program("apt-get", APT_GET)
         self.add_program("sudo", '#!/bin/bash\nexec "$@"\n')
@@ -110,6 +114,14 @@ class Setup(unittest.TestCase):
         self.assertEqual(told, "")
         self.assertEqual(self.setup_for("cross", "always", (RUNNER, LAYERS))[0][-1],
                          f"install -y --no-install-recommends {RUNNER}")  # fmt: skip
+
+    def test_the_library_of_the_layer_shell_for_an_older_qt_is_left_out(self):
+        for version, wanted in (("5.27.5-2", False), ("4:5.27.5-2", False), ("4:6.3.4-1", True),
+                                ("10.0-1", True)):  # fmt: skip
+            with self.subTest(version):
+                (self.top / "layers").write_text(version, encoding="utf-8")
+                calls, _ = self.setup_for("run", "always", (LAYERS, "cmake"))
+                self.assertEqual(calls[-1].endswith(LAYERS), wanted)
 
 
 if __name__ == "__main__":
