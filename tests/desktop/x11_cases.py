@@ -78,9 +78,9 @@ def opens_and_closes(place, panel, edge="top"):
     place.xdotool("key", "Escape")
     closed(place)
 
-    def closes(what, where):
+    def closes(what, where, held=0.0):
         open_at(place, at)
-        place.click(*where)
+        place.xdotool("mousemove", *where, "mousedown", 1, "sleep", held, "mouseup", 1)
         try:
             closed(place)
             stays_closed(place)
@@ -88,6 +88,7 @@ def opens_and_closes(place, panel, edge="top"):
             raise Failure(f"after a click on {what}: {failure}") from None
 
     closes("the item", at)
+    closes("the item with a slow finger", at, held=0.8)
     closes("the panel", in_panel)
     closes("another window", other)
     place.end(clock)

@@ -84,6 +84,7 @@ void X11ClickWatch::stop() {
     window_ = nullptr;
     cover_ = XCB_WINDOW_NONE;
     inputExtension_ = 0;
+    pressedOutsideNow_ = false;
     shadow_ = nullptr;
     pressedOutside_ = nullptr;
 }
@@ -105,7 +106,9 @@ void X11ClickWatch::watchPresses(const xcb_screen_t& screen) {
     struct {
         xcb_input_event_mask_t head;
         std::uint32_t mask;
-    } const wanted = {{XCB_INPUT_DEVICE_ALL_MASTER, 1}, XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS};
+    } const wanted = {{XCB_INPUT_DEVICE_ALL_MASTER, 1},
+                      XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS |
+                          XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE};
     xcb_input_xi_select_events(connection, screen.root, 1, &wanted.head);
 }
 
@@ -171,11 +174,10 @@ void X11ClickWatch::read() {
 void X11ClickWatch::heed(const xcb_generic_event_t& event) {
     constexpr std::uint8_t kSentByClient = 0x80;
     switch (event.response_type & ~kSentByClient) {
-    case XCB_GE_GENERIC: {
-        const auto& press = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event);
-        if (press.extension == inputExtension_ && press.event_type == XCB_INPUT_RAW_BUTTON_PRESS &&
-            !turnsWheel(press.detail) && !pointerIsInside()) {
-            tell();
+    case XCB_GE_GENERIC: { // a release looks as a press does
+        const auto& button = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event);
+        if (button.extension == inputExtension_) {
+            heedWatched(button.event_type, button.detail);
         }
         break;
     }
@@ -189,6 +191,17 @@ void X11ClickWatch::heed(const xcb_generic_event_t& event) {
         break;
     default:
         break;
+    }
+}
+
+void X11ClickWatch::heedWatched(std::uint16_t type, std::uint32_t button) {
+    if (turnsWheel(button)) {
+        return;
+    }
+    if (type == XCB_INPUT_RAW_BUTTON_PRESS) {
+        pressedOutsideNow_ = !pointerIsInside();
+    } else if (type == XCB_INPUT_RAW_BUTTON_RELEASE && std::exchange(pressedOutsideNow_, false)) {
+        tell();
     }
 }
 

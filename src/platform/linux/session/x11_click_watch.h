@@ -14,10 +14,12 @@ class QWindow;
 
 namespace korvel::platform {
 
-/// Tells of the buttons that are pressed outside one window of the program: on another window, a
-/// panel or the bare background.
+/// Tells of the clicks outside one window of the program: on another window, a panel or the bare
+/// background.
 ///
-/// On an X server the presses are only watched, and do their work where they fall. A Wayland
+/// On an X server they are only watched, and do their work where they fall. A click is told of when
+/// its button comes up, however long it was down: a panel hands the one on its item on at that
+/// moment, and it must be known by then what it closed. A Wayland
 /// compositor's X server hears of those on its own windows alone; there a transparent window lies
 /// over everything but the popover and takes them.
 class X11ClickWatch final : public QObject {
@@ -48,6 +50,7 @@ class X11ClickWatch final : public QObject {
     void leaveWindowOut();
     void read();
     void heed(const xcb_generic_event_t& event);
+    void heedWatched(std::uint16_t type, std::uint32_t button);
     bool pointerIsInside();
     Area insideOfWindow();
     void tell();
@@ -60,6 +63,7 @@ class X11ClickWatch final : public QObject {
     xcb_window_t root_ = XCB_WINDOW_NONE;
     xcb_window_t cover_ = XCB_WINDOW_NONE;
     std::uint8_t inputExtension_ = 0; ///< its number; 0 while it is not watched
+    bool pressedOutsideNow_ = false;  ///< a button, which is still down
     std::function<QMargins()> shadow_;
     std::function<void()> pressedOutside_;
 };
