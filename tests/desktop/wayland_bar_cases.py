@@ -1,4 +1,4 @@
-"""The popover at a bar on a Wayland compositor, with a pointer and keys."""
+"""The popover on a Wayland compositor, at a bar and without one, with a pointer and keys."""
 
 import os
 import subprocess
@@ -8,6 +8,7 @@ import time
 from cases import Program, case, check, equal, middle, wait_for_icon
 from desktop import wait_for
 from tray_cases import BAR, bar_desktop
+from wayland_cases import corners_are_round, open_popover, wayland
 
 sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "desktops", "shells"))
 
@@ -69,3 +70,20 @@ def popover_at_waybar_opens_by_one_click_and_closes_in_each_way():
                     click(*point)
                     closed("a click on " + what)
             check(program.running(), "the program ended")
+
+
+@case("sway", "swaymsg", "setpriv", "grim")
+def on_wayland_the_window_follows_what_it_shows():
+    with wayland() as (place, _):
+        box = open_popover(place)["rect"]
+        hands = VirtualInput(place.runtime, place.environment["WAYLAND_DISPLAY"], 800, 600)
+        wait_for("round corners", lambda: corners_are_round(place))
+        heights = []
+        for what in ("opened", "closed"):
+            heights.append(place.windows()[0]["rect"]["height"])
+            hands.move(box["x"] + 110, place.windows()[0]["rect"]["y"] + 60)  # "what's affecting this"
+            time.sleep(0.1)
+            hands.press(1)
+            wait_for(f"another height than {heights} with the breakdown {what}",
+                     lambda: abs(place.windows()[0]["rect"]["height"] - heights[-1]) > 40)
+        wait_for("round corners again", lambda: corners_are_round(place))

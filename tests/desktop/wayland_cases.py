@@ -125,30 +125,30 @@ def on_wayland_a_second_start_opens_the_popover_and_a_signal_saves():
         check(len(history(place)) >= 2, "the history is short")
 
 
+def look(place):
+    """The window, the colour around it, that of its upper edge, and those of its corners."""
+    window = place.windows()[0]
+    box = window["rect"]
+    left, top = box["x"], box["y"]
+    right, bottom = left + box["width"] - 1, top + box["height"] - 1
+    screen = place.screenshot()
+    return (box, window["geometry"], screen.pixel(2, 2), screen.pixel(left + box["width"] // 2, top),
+            [screen.pixel(x, y) for x in (left, right) for y in (top, bottom)])
+
+
+def corners_are_round(place):
+    around, edge, corners = look(place)[2:]
+    return edge != around and all(corner == around for corner in corners)
+
+
 @case("sway", "swaymsg", "setpriv", "grim")
 def on_wayland_the_corners_are_round():
     with wayland() as (place, _):
         open_popover(place)
-
-        def look():
-            """The window, the colour around it, that of its upper edge, and those of its corners."""
-            window = place.windows()[0]
-            box = window["rect"]
-            left, top = box["x"], box["y"]
-            right, bottom = left + box["width"] - 1, top + box["height"] - 1
-            screen = place.screenshot()
-            return (box, window["geometry"], screen.pixel(2, 2),
-                    screen.pixel(left + box["width"] // 2, top),
-                    [screen.pixel(x, y) for x in (left, right) for y in (top, bottom)])
-
-        def round_corners():
-            around, edge, corners = look()[2:]
-            return edge != around and all(corner == around for corner in corners)
-
         try:
-            wait_for("corners that show what is around them", round_corners)
+            wait_for("corners that show what is around them", lambda: corners_are_round(place))
         except Failure as failure:
-            raise Failure(f"{failure}; seen: {look()}") from None
+            raise Failure(f"{failure}; seen: {look(place)}") from None
 
 
 @case("sway", "swaymsg", "setpriv")

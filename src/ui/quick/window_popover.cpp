@@ -7,6 +7,7 @@
 #include <QCursor>
 #include <QEvent>
 #include <QGuiApplication>
+#include <QQuickItem>
 #include <QQuickView>
 #include <QScreen>
 
@@ -141,6 +142,15 @@ void WindowPopover::loaded() {
     window->create();
     if (desktop_.stand) {
         desktop_.stand->adopt(*window);
+    }
+    if (desktop_.sizeIsFixed) {
+        // Qt's Wayland lets no window out of its least and greatest size, those of a moment ago.
+        const auto follow = [this] {
+            fixSize();
+            views_.fit();
+        };
+        connect(window->rootObject(), &QQuickItem::widthChanged, this, follow);
+        connect(window->rootObject(), &QQuickItem::heightChanged, this, follow);
     }
     place();
 }
