@@ -75,12 +75,15 @@ def popover_at_waybar_opens_by_one_click_and_closes_in_each_way():
 @case("sway", "swaymsg", "setpriv", "grim")
 def on_wayland_the_window_follows_what_it_shows():
     with wayland() as (place, _):
+        # So high that there is room for more, whatever the program has to say of this machine.
+        place.run(["swaymsg", "output", "HEADLESS-1", "resolution", "800x1400"])
+        wait_for("the screen", lambda: place.screenshot().height == 1400)
         box = open_popover(place)["rect"]
-        hands = VirtualInput(place.runtime, place.environment["WAYLAND_DISPLAY"], 800, 600)
-        wait_for("round corners", lambda: corners_are_round(place))
+        hands = VirtualInput(place.runtime, place.environment["WAYLAND_DISPLAY"], 800, 1400)
         heights = []
         for what in ("opened", "closed"):
             heights.append(place.windows()[0]["rect"]["height"])
+            wait_for(f"round corners before the breakdown is {what}", lambda: corners_are_round(place))
             hands.move(box["x"] + 110, place.windows()[0]["rect"]["y"] + 60)  # "what's affecting this"
             time.sleep(0.1)
             hands.press(1)
