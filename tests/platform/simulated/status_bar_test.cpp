@@ -25,7 +25,7 @@ TEST(SimulatedStatusBar, AClickRunsTheActionOfTheItem) {
     auto item = bar.makeStatusItem();
     bar.click(); // nothing to do
     int clicks = 0;
-    item->setAction([&] { ++clicks; });
+    item->setAction([&](const ActivationRequest&) { ++clicks; });
     bar.click();
     EXPECT_EQ(clicks, 1);
     item.reset();
@@ -51,8 +51,8 @@ TEST(SimulatedPopover, TellsOfChangesOnly) {
     std::vector<bool> told;
     SimulatedPopover popover([&](bool shown) { told.push_back(shown); });
     popover.close();
-    popover.show(*item);
-    popover.show(*item);
+    popover.show(*item, {});
+    popover.show(*item, {});
     EXPECT_TRUE(popover.shown());
     popover.close();
     EXPECT_FALSE(popover.shown());
@@ -65,7 +65,7 @@ TEST(SimulatedPopover, AClickOutsideClosesItWhenItIsOpen) {
     std::vector<bool> told;
     SimulatedPopover popover([&](bool shown) { told.push_back(shown); });
     popover.clickOutside();
-    popover.show(*item);
+    popover.show(*item, {});
     popover.clickOutside();
     EXPECT_FALSE(popover.shown());
     EXPECT_THAT(told, ElementsAre(true, false));
