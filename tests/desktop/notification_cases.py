@@ -52,15 +52,28 @@ SwapFree: 100000 kB
 class Machine:
     """What the program reads of a machine that is well or out of memory, as the test says."""
 
+    STAT = "/proc/stat"
+
     def __init__(self, place):
         self.files = {path: os.path.join(place.folder, path.strip("/").replace("/", "-"))
-                      for path in PLENTY if os.path.exists(path)}
+                      for path in [*PLENTY, self.STAT] if os.path.exists(path)}
+        self.busy = self.idle = 1000000  # ticks of each processor
         self.be(PLENTY)
 
     def be(self, readings):
+        """The processors have been all busy or all idle since it was last told what to be."""
+        if readings is LITTLE:
+            self.busy += 100000
+        else:
+            self.idle += 100000
         for path, file in self.files.items():
             with open(file, "w", encoding="ascii") as written:
-                written.write(readings[path])
+                written.write(self.stat() if path == self.STAT else readings[path])
+
+    def stat(self):
+        each = f"{self.busy} 0 0 {self.idle} 0 0 0 0 0 0\n"
+        processors = "".join(f"cpu{number} {each}" for number in range(os.cpu_count()))
+        return f"cpu {each}{processors}btime 1700000000\n"
 
     def command(self, program):
         """Starts the program in a mount namespace of its own, with a clock on which what it lets pass
@@ -146,6 +159,8 @@ def notified():
         with open(place.posted, "w", encoding="utf-8") as file:
             place.spawn(["dbus-monitor", "--session", "--profile", "member='Notify'"], stdout=file)
         program = Program(place, load=machine)
+        wait_for("the program's name", lambda: place.owner(NAME))
+        machine.be(LITTLE)
         wait_for("the notification", lambda: shown(place) == 1)
         yield place, program, machine
 
