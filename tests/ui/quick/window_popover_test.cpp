@@ -171,20 +171,20 @@ class StoodWindow : public OpenWindow {
   protected:
     StoodWindow() : OpenWindow(desktop()) {}
 
-    PopoverDesktop desktop() {
+    static PopoverDesktop desktop() {
         PopoverDesktop standing = silentDesktop();
         standing.blendsWindows = [] { return true; };
         standing.stand = PopoverStand{
-            .adopt = [this](QWindow& window) { told += window.isVisible() ? "late " : "adopt "; },
+            .adopt = [](QWindow& window) { told += window.isVisible() ? "late " : "adopt "; },
             .open =
-                [this](std::optional<platform::Point> place, std::function<void()> outside) {
+                [](std::optional<platform::Point> place, std::function<void()> outside) {
                     told += place ? "open at a place " : "open ";
                     clickOutside = std::move(outside);
                     return QGuiApplication::primaryScreen();
                 },
-            .fit = [this](QWindow& window,
-                          const QMargins& shadow) { fitted = window.size().shrunkBy(shadow); },
-            .closed = [this] { told += "closed "; },
+            .fit = [](QWindow& window,
+                      const QMargins& shadow) { fitted = window.size().shrunkBy(shadow); },
+            .closed = [] { told += "closed "; },
         };
         return standing;
     }

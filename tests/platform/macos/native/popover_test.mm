@@ -163,7 +163,7 @@ TEST_F(PopoverOnAppKit, StaysWhenTheUserPressesInIt) {
 TEST_F(PopoverOnAppKit, LeavesAPressOfItsOwnItemToTheItemsAction) {
     open();
     std::vector<bool> shownAtTheAction;
-    item->setAction([&](const ActivationRequest&) {
+    item->setAction([&](const platform::ActivationRequest&) {
         shownAtTheAction.push_back(popover->shown());
         popover->close();
     });

@@ -51,7 +51,7 @@ TEST_F(StatusItemOnAppKit, SendsTogglePopoverToTheDelegate) {
 
 TEST_F(StatusItemOnAppKit, RunsItsActionForEachClick) {
     int clicks = 0;
-    item->setAction([&clicks](const ActivationRequest&) { ++clicks; });
+    item->setAction([&clicks](const platform::ActivationRequest&) { ++clicks; });
     kit::click(button());
     kit::click(button());
     EXPECT_EQ(clicks, 2);
@@ -64,7 +64,7 @@ TEST_F(StatusItemOnAppKit, AClickWithoutAnActionDoesNothing) {
 
 TEST_F(StatusItemOnAppKit, TheActionGoesWithTheItem) {
     int clicks = 0;
-    item->setAction([&clicks](const ActivationRequest&) { ++clicks; });
+    item->setAction([&clicks](const platform::ActivationRequest&) { ++clicks; });
     item.reset();
     make();
     kit::click(button());
