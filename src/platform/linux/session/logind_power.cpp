@@ -51,6 +51,7 @@ bool isListed(const QDBusMessage& answer, const QString& reason) {
         found = found || (what == kWhat && who == kWho && why == reason && mode == kMode &&
                           user == ::geteuid());
     }
+    list.endArray(); // lets go of what the library holds for it
     return found;
 }
 
