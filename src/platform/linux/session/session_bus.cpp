@@ -7,7 +7,7 @@
 namespace korvel::platform {
 
 QString sessionBusAddress() {
-    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
     const QString socket = runtime + QStringLiteral("/bus");
     if (!address.isEmpty() || runtime.isEmpty() || !QFileInfo::exists(socket)) {
