@@ -87,7 +87,8 @@ def main(arguments):
         with SHELLS[name](program, scale=2 if again else 1, dark=again) as shell:
             for cell, function in cells:
                 results[cell] = try_cell(shell, cell, function, folder, look)
-                if cell in ("place", "2x") and results[cell][0] != IMPOSSIBLE:
+                # The picture of "place" is the better one, which not every shell has.
+                if cell in ("opens", "place", "2x") and results[cell][0] != IMPOSSIBLE:
                     picture(shell, os.path.join(folder, f"{look}.png"))
     except Exception as error:  # pylint: disable=broad-except
         traceback.print_exc()

@@ -26,7 +26,7 @@ from session import IMPOSSIBLE, NO  # noqa: E402
 from shells import SHELLS  # noqa: E402
 
 PICTURE = 640, 560  # pixels of each picture in the document
-COLOURS = 64
+COLOURS = 192
 LOW = ("lxqt", "cinnamon", "i3", "plasma")  # whose panel is at the bottom
 LIMIT = 420  # seconds for one shell in one scheme
 BEGIN, END = "<!-- table: begin -->\n", "<!-- table: end -->\n"
