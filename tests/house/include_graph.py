@@ -175,7 +175,8 @@ OUTSIDE = {
         "malloc.h", "poll.h", "sys/mman.h", "sys/resource.h", "sys/statvfs.h", "sys/syscall.h",
     },
     "platform/linux/session": FILE | {
-        "LayerShellQt/Window", "ext-idle-notify-v1.h", "idle-inhibit-unstable-v1.h", "poll.h", "sys/eventfd.h", "sys/file.h", "sys/socket.h", "sys/un.h", "wayland-client.h",
+        "LayerShellQt/Window", "ext-idle-notify-v1.h", "idle-inhibit-unstable-v1.h", "poll.h",
+        "sys/eventfd.h", "sys/file.h", "sys/socket.h", "sys/un.h", "wayland-client.h",
         "xcb/screensaver.h", "xcb/shape.h", "xcb/xcb.h", "xcb/xinput.h", "xdg-output-unstable-v1.h",
     }
     | QT_CORE | QT_GUI | QT_WIDGETS | QT_DBUS,
