@@ -67,8 +67,11 @@ class Machine:
         else:
             self.idle += 100000
         for path, file in self.files.items():
-            with open(file, "w", encoding="ascii") as written:
+            # In place: at no moment does the program find it empty.
+            with open(file, "r+" if os.path.exists(file) else "w", encoding="ascii") as written:
                 written.write(self.stat() if path == self.STAT else readings[path])
+                written.truncate()
+        return True
 
     def stat(self):
         each = f"{self.busy} 0 0 {self.idle} 0 0 0 0 0 0\n"
@@ -159,9 +162,8 @@ def notified():
         with open(place.posted, "w", encoding="utf-8") as file:
             place.spawn(["dbus-monitor", "--session", "--profile", "member='Notify'"], stdout=file)
         program = Program(place, load=machine)
-        wait_for("the program's name", lambda: place.owner(NAME))
-        machine.be(LITTLE)
-        wait_for("the notification", lambda: shown(place) == 1)
+        # Busy all along, whenever the program looks.
+        wait_for("the notification", lambda: machine.be(LITTLE) and shown(place) == 1)
         yield place, program, machine
 
 
@@ -197,8 +199,7 @@ def notification_replaces_the_one_before_and_goes_at_the_quit():
         wait_for("the keyboard", lambda: place.xdotool("getwindowfocus") == window)
         place.xdotool("key", "Escape")
         wait_for("the closed popover", lambda: not place.popover())
-        machine.be(LITTLE)
-        wait_for("a second notification", lambda: posts(place) == 2, 15)
+        wait_for("a second notification", lambda: machine.be(LITTLE) and posts(place) == 2, 15)
         wait_for("its place", lambda: shown(place) == 1)
         equal(program.send(signal.SIGTERM), 0, "exit status")
         wait_for("the end of the notification", lambda: shown(place) == 0)
