@@ -80,8 +80,7 @@ std::string linuxWords(std::string text) {
 std::string linuxWordsWithoutTray(std::string text) {
     if (text == kWhereTheScoreIs) {
         return "This desktop shows no tray for the score. On GNOME, the AppIndicator extension "
-               "adds "
-               "one. Until then, start Korvel again to open this.";
+               "adds one. Until then, start Korvel again to open this.";
     }
     return linuxWords(std::move(text));
 }

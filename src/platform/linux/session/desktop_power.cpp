@@ -118,21 +118,21 @@ bool DesktopPower::take(Held& held, std::size_t count) {
 }
 
 void DesktopPower::appeared(const Kind& kind, const QString& service, const QString& owner) {
-    for (auto& [id, held] : held_) {
-        if (held.kind != &kind) {
-            continue;
-        }
-        const PowerGrantor& grantor = *kind.grantors[held.grantor];
-        if (held.hold && grantor.givesWay()) {
-            take(held, held.grantor);
-        } else if (!held.hold || (grantor.service() == service && held.hold->owner() != owner)) {
-            take(held, kind.grantors.size());
-        }
-    }
+    takeAgain(kind, [&](const PowerGrantor& grantor, const PowerHold& hold) {
+        return grantor.service() == service && hold.owner() != owner;
+    });
 }
 
 /// Whoever is on a bus that is back may be another than before.
 void DesktopPower::returned(const Kind& kind) {
+    takeAgain(kind, [](const PowerGrantor& grantor, const PowerHold&) {
+        return !grantor.service().isEmpty();
+    });
+}
+
+void DesktopPower::takeAgain(
+    const Kind& kind,
+    const std::function<bool(const PowerGrantor& grantor, const PowerHold& hold)>& isAnother) {
     for (auto& [id, held] : held_) {
         if (held.kind != &kind) {
             continue;
@@ -140,7 +140,7 @@ void DesktopPower::returned(const Kind& kind) {
         const PowerGrantor& grantor = *kind.grantors[held.grantor];
         if (held.hold && grantor.givesWay()) {
             take(held, held.grantor);
-        } else if (!held.hold || !grantor.service().isEmpty()) {
+        } else if (!held.hold || isAnother(grantor, *held.hold)) {
             take(held, kind.grantors.size());
         }
     }

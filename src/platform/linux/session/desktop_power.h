@@ -75,6 +75,9 @@ class DesktopPower final : public PowerAssertions {
     bool take(Held& held, std::size_t count);
     void appeared(const Kind& kind, const QString& service, const QString& owner);
     void returned(const Kind& kind);
+    void takeAgain(
+        const Kind& kind,
+        const std::function<bool(const PowerGrantor& grantor, const PowerHold& hold)>& isAnother);
     void replace(const Kind& kind, const std::function<bool(const PowerHold&)>& isOver);
     void replaceEnded();
     void wantBuses();
