@@ -1,0 +1,65 @@
+# What `cmake --install` puts where on Linux, in three components, which are also the names of the packages:
+#   korvel            the program, and what a desktop looks for
+#   korvel-snapshot   one reading, for scripts, bars and servers; without Qt
+#   korvel-tools      the simulation
+# A part that was not built, or has no file yet, is left out.
+include(GNUInstallDirs)
+
+set(KORVEL_DATA ${CMAKE_INSTALL_DATADIR}/korvel)
+
+# korvel_install_program(TARGET COMPONENT): with its page and what completes its command line.
+function(korvel_install_program target component)
+    if(NOT TARGET ${target})
+        return()
+    endif()
+    get_target_property(name ${target} OUTPUT_NAME)
+    if(NOT name)
+        set(name ${target})
+    endif()
+    install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${component})
+    korvel_install_file(docs/man/${name}.1 ${CMAKE_INSTALL_MANDIR}/man1 ${component})
+    set(completions packaging/completions)
+    korvel_install_file(${completions}/bash/${name} ${CMAKE_INSTALL_DATADIR}/bash-completion/completions ${component})
+    korvel_install_file(${completions}/zsh/_${name} ${CMAKE_INSTALL_DATADIR}/zsh/${zsh_folder} ${component})
+    korvel_install_file(${completions}/fish/${name}.fish ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d ${component})
+endfunction()
+
+# korvel_install_file(SOURCE FOLDER COMPONENT): a file of the tree, if it is there.
+function(korvel_install_file source folder component)
+    if(EXISTS ${CMAKE_SOURCE_DIR}/${source})
+        install(FILES ${CMAKE_SOURCE_DIR}/${source} DESTINATION ${folder} COMPONENT ${component})
+    endif()
+endfunction()
+
+# Debian's zsh looks in another folder than that of the shell's own distribution.
+set(zsh_folder site-functions)
+if(EXISTS /etc/debian_version)
+    set(zsh_folder vendor-completions)
+endif()
+
+korvel_install_program(korvel korvel)
+korvel_install_program(korvel_snapshot korvel-snapshot)
+korvel_install_program(korvel_sim korvel-tools)
+korvel_install_program(korvel_demo korvel-tools)
+
+set(linux packaging/linux)
+if(TARGET korvel)
+    korvel_install_file(${linux}/${KORVEL_IDENTIFIER}.desktop ${CMAKE_INSTALL_DATADIR}/applications korvel)
+    set(icons ${CMAKE_INSTALL_DATADIR}/icons/hicolor)
+    korvel_install_file(${linux}/${KORVEL_IDENTIFIER}.svg ${icons}/scalable/apps korvel)
+    korvel_install_file(${linux}/${KORVEL_IDENTIFIER}-symbolic.svg ${icons}/symbolic/apps korvel)
+    # A copy beside which this lies leaves updates to what installed it.
+    korvel_install_file(${linux}/package-type ${KORVEL_DATA} korvel)
+    korvel_install_file(contrib/reclaim.sh ${CMAKE_INSTALL_DOCDIR}/examples korvel)
+    # Sessions look in /etc for what an installation below /usr brings, also one with another root.
+    install(CODE "
+        set(folder \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_SYSCONFDIR}\")
+        if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\")
+            set(folder \"/${CMAKE_INSTALL_SYSCONFDIR}\")
+        endif()
+        file(INSTALL \"${CMAKE_SOURCE_DIR}/${linux}/autostart/${KORVEL_IDENTIFIER}.desktop\"
+            DESTINATION \"\${folder}/xdg/autostart\")" COMPONENT korvel)
+endif()
+
+korvel_install_file(docs/schema/korvel-snapshot.schema.json ${KORVEL_DATA}/schema korvel-snapshot)
+korvel_install_file(docs/schema/korvel-scenario.schema.json ${KORVEL_DATA}/schema korvel-tools)
