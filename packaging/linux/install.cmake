@@ -48,6 +48,7 @@ if(TARGET korvel)
     set(icons ${CMAKE_INSTALL_DATADIR}/icons/hicolor)
     korvel_install_file(${linux}/${KORVEL_IDENTIFIER}.svg ${icons}/scalable/apps korvel)
     korvel_install_file(${linux}/${KORVEL_IDENTIFIER}-symbolic.svg ${icons}/symbolic/apps korvel)
+    include(${linux}/metainfo.cmake)
     # A copy beside which this lies leaves updates to what installed it.
     korvel_install_file(${linux}/package-type ${KORVEL_DATA} korvel)
     korvel_install_file(contrib/reclaim.sh ${CMAKE_INSTALL_DOCDIR}/examples korvel)

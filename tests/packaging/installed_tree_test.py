@@ -31,6 +31,8 @@ class InstalledTree(unittest.TestCase):
             "/usr/bin/korvel",
             "/usr/share/applications/com.oxbrook.korvel.desktop",
             "/usr/share/icons/hicolor/scalable/apps/com.oxbrook.korvel.svg",
+            "/usr/share/icons/hicolor/symbolic/apps/com.oxbrook.korvel-symbolic.svg",
+            "/usr/share/metainfo/com.oxbrook.korvel.metainfo.xml",
             "/usr/share/korvel/package-type",
         ):
             self.assertIn(name, files)
