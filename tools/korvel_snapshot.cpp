@@ -13,6 +13,7 @@
 #include "platform/posix/child_processes.h"
 #include "report/self_check.h"
 #include "report/snapshot_arguments.h"
+#include "report/snapshot_metrics.h"
 #include "report/snapshot_report.h"
 #include "tools/local_machine.h"
 
@@ -22,12 +23,16 @@ using namespace korvel;
 
 constexpr int kWrongUsage = 2;
 
-std::string formatted(const Snapshot& snapshot, SnapshotArguments::Format format, Colours colours) {
-    switch (format) {
+std::string formatted(const Snapshot& snapshot, const SnapshotArguments& arguments,
+                      Colours colours) {
+    switch (arguments.format) {
     case SnapshotArguments::Format::json:
         return snapshotJson(snapshot) + "\n";
     case SnapshotArguments::Format::bar:
         return snapshotBarLine(snapshot, LocalMachine::inWords) + "\n";
+    case SnapshotArguments::Format::prometheus:
+        return snapshotMetrics(snapshot, arguments.once ? Rates::unknown : Rates::known,
+                               KORVEL_VERSION);
     case SnapshotArguments::Format::report:
         break;
     }
@@ -74,7 +79,7 @@ int main(int argc, char** argv) {
         snapshot = metrics.snapshot();
     }
     const Colours colours = coloursOfOutput();
-    while (print(formatted(snapshot, arguments->format, colours)) && arguments->watchInterval) {
+    while (print(formatted(snapshot, *arguments, colours)) && arguments->watchInterval) {
         sleepSeconds(*arguments->watchInterval);
         machine.catchUp();
         snapshot = metrics.snapshot();

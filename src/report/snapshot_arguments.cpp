@@ -5,7 +5,8 @@
 namespace korvel {
 
 const char* const kSnapshotUsage =
-    "usage: korvel-snapshot [--json | --bar] [--once] [--watch SECONDS] | --selfcheck";
+    "usage: korvel-snapshot [--json | --bar] [--once] [--watch SECONDS] | --prometheus [--once] | "
+    "--selfcheck";
 
 std::optional<SnapshotArguments> parseSnapshotArguments(const std::vector<std::string>& words) {
     constexpr double kShortestInterval = 0.1;
@@ -21,6 +22,8 @@ std::optional<SnapshotArguments> parseSnapshotArguments(const std::vector<std::s
             arguments.format = SnapshotArguments::Format::json;
         } else if (*word == "--bar" && !formatGiven) {
             arguments.format = SnapshotArguments::Format::bar;
+        } else if (*word == "--prometheus" && !formatGiven) {
+            arguments.format = SnapshotArguments::Format::prometheus;
         } else if (*word == "--once") {
             arguments.once = true;
         } else if (*word == "--watch" && ++word != words.end()) {
@@ -32,6 +35,11 @@ std::optional<SnapshotArguments> parseSnapshotArguments(const std::vector<std::s
         } else {
             return std::nullopt;
         }
+    }
+    // A name may be described only once in a text of that format.
+    const bool isRepeated = arguments.watchInterval.has_value();
+    if (isRepeated && arguments.format == SnapshotArguments::Format::prometheus) {
+        return std::nullopt;
     }
     return arguments;
 }

@@ -8,7 +8,7 @@ namespace korvel {
 
 /// What the command line of korvel-snapshot asks for.
 struct SnapshotArguments {
-    enum class Format { report, json, bar };
+    enum class Format { report, json, bar, prometheus };
 
     Format format = Format::report;
     bool selfcheck = false;              ///< readings beside the system's tools, and nothing else
@@ -20,7 +20,8 @@ struct SnapshotArguments {
 extern const char* const kSnapshotUsage;
 
 /// Reads the words after the program's name; none when they are wrong. An interval is a decimal
-/// number of seconds from 0.1 to a day.
+/// number of seconds from 0.1 to a day. Prometheus' format has one reading in a text, so that it
+/// and an interval are wrong together.
 std::optional<SnapshotArguments> parseSnapshotArguments(const std::vector<std::string>& words);
 
 } // namespace korvel

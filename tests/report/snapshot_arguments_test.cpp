@@ -22,6 +22,7 @@ TEST(SnapshotArguments, GoTogetherInAnyOrder) {
     EXPECT_TRUE(arguments->once);
     EXPECT_EQ(arguments->watchInterval, 2.5);
     EXPECT_EQ(parseSnapshotArguments({"--json"})->format, Format::json);
+    EXPECT_EQ(parseSnapshotArguments({"--once", "--prometheus"})->format, Format::prometheus);
 }
 
 TEST(SnapshotArguments, ASelfCheckStandsAlone) {
@@ -48,6 +49,9 @@ TEST(SnapshotArguments, WrongOnesAreRefused) {
         {"--watch", "1e3"},
         {"--watch", "86401"},
         {"--watch", "--json"},
+        {"--prometheus", "--json"},
+        {"--prometheus", "--watch", "5"},
+        {"--watch", "5", "--prometheus"},
     };
     for (const auto& words : wrong) {
         EXPECT_FALSE(parseSnapshotArguments(words)) << testing::PrintToString(words);

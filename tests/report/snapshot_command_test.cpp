@@ -24,7 +24,8 @@ ChildResult run(const std::vector<std::string>& arguments) {
 
 TEST(SnapshotCommand, WrongUsageIsOneLineAndStatusTwo) {
     const std::vector<std::vector<std::string>> wrong = {
-        {"--help"}, {"--json", "--bar"}, {"--watch"}, {"--watch", "never"}, {"file"}};
+        {"--help"},  {"--json", "--bar"},  {"--prometheus", "--watch", "1"},
+        {"--watch"}, {"--watch", "never"}, {"file"}};
     for (const auto& arguments : wrong) {
         const ChildResult result = run(arguments);
         EXPECT_EQ(result.status, 2) << testing::PrintToString(arguments);
@@ -44,6 +45,18 @@ TEST(SnapshotCommand, JsonIsOneLineWithAWholeReading) {
     EXPECT_EQ(simdjson::dom::array(reading["factors"]).size(), 6U);
     EXPECT_GE(std::int64_t(reading["score"]), 0);
     EXPECT_LE(std::int64_t(reading["score"]), 100);
+}
+
+TEST(SnapshotCommand, MetricsHaveProcessorTimeUnlessThereIsOneSampleOnly) {
+    const ChildResult two = run({"--prometheus"});
+    ASSERT_EQ(two.status, 0);
+    EXPECT_THAT(two.output, testing::HasSubstr("\nkorvel_cpu_usage_ratio "));
+    EXPECT_THAT(two.output,
+                testing::HasSubstr("\nkorvel_build_info{version=\"" KORVEL_VERSION "\"} 1\n"));
+    const ChildResult one = run({"--prometheus", "--once"});
+    ASSERT_EQ(one.status, 0);
+    EXPECT_THAT(one.output, testing::HasSubstr("\nkorvel_score "));
+    EXPECT_THAT(one.output, testing::Not(testing::HasSubstr("korvel_cpu_usage_ratio")));
 }
 
 TEST(SnapshotCommand, ASelfCheckAgreesWithTheSystemsTools) {
