@@ -8,6 +8,7 @@ with tools that are not the program's own.
 import json
 import os
 import re
+import shutil
 import stat
 import subprocess
 import sys
@@ -264,6 +265,27 @@ class Release(unittest.TestCase):
     def test_the_largest_build_is_kept_exactly(self):
         feed = self.made(build="9223372036854775807")
         self.assertEqual(feed["build"], 9223372036854775807)
+
+    def test_a_warning_of_the_compiler_stops_no_release(self):
+        programs = self.out.parent / "programs"
+        programs.mkdir(parents=True)
+        told = self.out.parent / "told.cmake"
+        told.write_text('message(FATAL_ERROR "errors: ${KORVEL_WERROR}, kind: ${CMAKE_BUILD_TYPE}")', encoding="utf-8")
+        # What a release configures, ended where the project begins, in a folder of its own.
+        stand_in = programs / "cmake"
+        stand_in.write_text(f"""#!/bin/bash
+            while [ $# -gt 0 ]; do
+                words+=("$1")
+                [ "$1" != -B ] || {{ words+=('{self.out.parent}/tree') && shift; }}
+                shift
+            done
+            exec '{shutil.which("cmake")}' "${{words[@]}}" '-DCMAKE_PROJECT_INCLUDE_BEFORE={told}'
+            """, encoding="utf-8")
+        stand_in.chmod(0o755)
+        done = subprocess.run([SOURCE / "script/release", *map(str, self.words(bin=None))], capture_output=True,
+                              env=os.environ | {"PATH": f"{programs}:{os.environ['PATH']}"}, text=True, check=False)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("errors: OFF, kind: Release", done.stderr)
 
 
 if __name__ == "__main__":
