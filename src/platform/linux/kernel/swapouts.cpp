@@ -123,7 +123,10 @@ std::uint64_t SwapoutCounter::count(std::optional<std::uint64_t> pswpout, std::u
 
 SwapoutCounter::Written SwapoutCounter::look() {
     const std::optional<std::string_view> text = swapsFile_.read(buffer_);
-    std::optional<SwapAreas> areas = text ? parseSwapAreas(*text) : std::nullopt;
+    std::optional<SwapAreas> areas;
+    if (text) {
+        areas = parseSwapAreas(*text);
+    }
     if (!areas) {
         areas = SwapAreas{.zrams = allZrams_.names(), .others = true};
     }

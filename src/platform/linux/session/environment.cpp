@@ -114,7 +114,9 @@ DisplayChoice prepareDisplay(const std::string& executable) {
     facts.xwaylandFits = facts.wayland.has_value();
     if (chooseDisplay(facts) == DisplayChoice::x11) { // if it fits: only then its server is started
         screen = askX11();
-        scale = screen ? xwaylandScale(facts.wayland->outputs, *screen) : std::nullopt;
+        if (screen) {
+            scale = xwaylandScale(facts.wayland->outputs, *screen);
+        }
         facts.xwaylandFits = scale && scale->sharp;
     }
     const DisplayChoice choice = chooseDisplay(facts);
