@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -58,6 +59,23 @@ std::string detailOf(const ScoreFactor& factor, const Snapshot& snapshot, const 
     return hasNoStalls ? fmt::format("{} · stalls {}", detail, kNotReported) : detail;
 }
 
+/// The names of what the machine has no figure for, as the member "unreported".
+void writeUnreported(JsonWriter& json, const platform::Unreported& unreported) {
+    const std::pair<const char*, bool> figures[] = {
+        {"dataVolume", unreported.dataVolume},
+        {"thermalState", unreported.thermalState},
+        {"memoryStall", unreported.memoryStall},
+        {"otherProcesses", unreported.otherProcesses},
+    };
+    json.key("unreported").beginArray();
+    for (const auto& [name, missing] : figures) {
+        if (missing) {
+            json.value(name);
+        }
+    }
+    json.endArray();
+}
+
 } // namespace
 
 std::string snapshotReport(const Snapshot& snapshot, Colours colours, const Words& words) {
@@ -112,8 +130,9 @@ std::string snapshotBarLine(const Snapshot& snapshot, const Words& words) {
 
 std::string snapshotJson(const Snapshot& snapshot) {
     JsonWriter json;
-    json.beginObject();
+    json.beginObject().member("schema", kSnapshotSchema);
     writeSnapshotMembers(json, snapshot);
+    writeUnreported(json, snapshot.unreported);
     json.endObject();
     return json.text();
 }

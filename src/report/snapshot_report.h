@@ -21,7 +21,13 @@ std::string snapshotReport(const Snapshot& snapshot, Colours colours, const Word
 /// of the desktop; it is too small for what is not reported, which is no alert.
 std::string snapshotBarLine(const Snapshot& snapshot, const Words& words = {});
 
-/// A reading as one JSON object, for programs: in the same words on every system.
+/// The number of the object that `snapshotJson` makes. It grows when a member goes or changes its
+/// meaning, not when one is added.
+inline constexpr int kSnapshotSchema = 1;
+
+/// A reading as one JSON object, for programs: in the same words on every system. It is described
+/// by docs/schema/korvel-snapshot.schema.json: "schema", the reading's own members, and
+/// "unreported", the names of what the machine has no figure for.
 std::string snapshotJson(const Snapshot& snapshot);
 
 } // namespace korvel

@@ -153,5 +153,26 @@ TEST(SnapshotJson, IsOneObjectWithTheFieldsOfTheReading) {
     EXPECT_EQ(std::string_view(object["worstFactor"]["name"]), "Disk");
 }
 
+TEST(SnapshotJson, StartsWithTheNumberOfItsSchema) {
+    EXPECT_THAT(snapshotJson(Snapshot()), testing::StartsWith(R"({"schema":1,"factors":)"));
+}
+
+TEST(SnapshotJson, EndsWithTheNamesOfWhatIsNotReported) {
+    const std::pair<platform::Unreported, std::string> rows[] = {
+        {{}, "[]"},
+        {{.dataVolume = true}, R"(["dataVolume"])"},
+        {{.thermalState = true}, R"(["thermalState"])"},
+        {{.memoryStall = true}, R"(["memoryStall"])"},
+        {{.otherProcesses = true}, R"(["otherProcesses"])"},
+        {{.dataVolume = true, .thermalState = true, .memoryStall = true, .otherProcesses = true},
+         R"(["dataVolume","thermalState","memoryStall","otherProcesses"])"},
+    };
+    for (const auto& [unreported, names] : rows) {
+        Snapshot s;
+        s.unreported = unreported;
+        EXPECT_THAT(snapshotJson(s), testing::EndsWith(R"(,"unreported":)" + names + "}"));
+    }
+}
+
 } // namespace
 } // namespace korvel
