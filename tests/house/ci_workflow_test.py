@@ -9,6 +9,7 @@ import re
 import shlex
 import subprocess
 import sys
+import tempfile
 import unittest
 from pathlib import Path
 
@@ -195,7 +196,25 @@ class Workflow(unittest.TestCase):
     def test_a_container_works_on_a_copy_of_what_was_committed(self):
         said = plan("script/ci-container", "debian:13").stdout
         self.assertIn(f"--volume {SOURCE}:/source:ro debian:13 ", said)
-        self.assertRegex(said, "git clone -q /source /tree && cd /tree && script/test")
+        self.assertRegex(said.replace("\\", ""), "git clone -q /source /tree && cd /tree && script/test")
+
+    @unittest.skipUnless(os.getuid() == 0, "only the superuser can give a tree to another user")
+    def test_a_container_takes_a_tree_that_belongs_to_another_user(self):
+        with tempfile.TemporaryDirectory(prefix="korvel-ci-test-") as top:
+            for name, text in (("bin/apt-get", "exit 0"), ("bin/docker", 'printf %s "${@: -1}"'),
+                               ("source/script/test", "echo passed")):
+                place = Path(top, name)
+                place.parent.mkdir(parents=True, exist_ok=True)
+                place.write_text(f"#!/bin/bash\n{text}\n", encoding="utf-8")
+                place.chmod(0o755)
+            subprocess.run("git init -q && git add . && git -c user.name=A -c user.email=a@example.com commit -qm All &&"
+                           " chown -R 65534 .", shell=True, cwd=f"{top}/source", check=True)
+            environment = {"PATH": f"{top}/bin:{os.environ['PATH']}", "HOME": top}
+            inside = subprocess.run([SOURCE / "script/ci-container", "debian:13"], capture_output=True, text=True,
+                                    check=True, env=environment).stdout
+            words = inside.replace("/source", f"{top}/source").replace("/tree", f"{top}/tree")
+            done = subprocess.run(["bash", "-ec", words], capture_output=True, text=True, check=False, env=environment)
+            self.assertEqual((done.returncode, done.stdout), (0, "passed\n"), done.stderr)
 
 
 if __name__ == "__main__":
