@@ -1,6 +1,7 @@
 #include "report/snapshot_metrics.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <iterator>
 
@@ -17,12 +18,15 @@ constexpr double kBytes = 0x1p30; ///< in one GB of a reading
 /// The factors in the order of their weights, and the label of each. Labels never change: alerts
 /// and dashboards elsewhere are written with them.
 struct FactorLabel {
-    const char* factor;
-    const char* label;
+    std::string_view factor; ///< its name
+    std::string_view label;
 };
-constexpr FactorLabel kFactorLabels[] = {{"Memory", "memory"}, {"Disk", "disk"},
-                                         {"CPU", "cpu"},       {"Load", "load"},
-                                         {"Swap", "swap"},     {"Thermal", "thermal"}};
+constexpr std::array<FactorLabel, 6> kFactorLabels = {{{"Memory", "memory"},
+                                                       {"Disk", "disk"},
+                                                       {"CPU", "cpu"},
+                                                       {"Load", "load"},
+                                                       {"Swap", "swap"},
+                                                       {"Thermal", "thermal"}}};
 
 std::string sampleText(double value) {
     if (std::isnan(value)) {
@@ -74,10 +78,11 @@ void addScore(Exposition& to, const Snapshot& s) {
     to.gauge("korvel_score", "Health of the machine, 0 worst to 100 perfect.",
              static_cast<double>(s.score));
     to.family("korvel_points_lost", "Points of 100 that each factor costs the score.");
-    for (const auto& [name, label] : kFactorLabels) {
-        const auto factor = std::find_if(s.factors.begin(), s.factors.end(),
-                                         [&](const ScoreFactor& f) { return f.name == name; });
-        to.sample("factor", label, factor == s.factors.end() ? 0 : factor->lost());
+    for (const FactorLabel& known : kFactorLabels) {
+        const auto factor =
+            std::find_if(s.factors.begin(), s.factors.end(),
+                         [&](const ScoreFactor& f) { return f.name == known.factor; });
+        to.sample("factor", known.label, factor == s.factors.end() ? 0 : factor->lost());
     }
     // Who may not see others' processes knows of a runaway, but not that there is none.
     if (s.runaway || !s.unreported.otherProcesses) {
