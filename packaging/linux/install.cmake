@@ -62,5 +62,9 @@ if(TARGET korvel)
             DESTINATION \"\${folder}/xdg/autostart\")" COMPONENT korvel)
 endif()
 
+if(TARGET korvel_snapshot)
+    install(DIRECTORY contrib/prometheus DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/korvel-snapshot/examples
+        COMPONENT korvel-snapshot USE_SOURCE_PERMISSIONS)
+endif()
 korvel_install_file(docs/schema/korvel-snapshot.schema.json ${KORVEL_DATA}/schema korvel-snapshot)
 korvel_install_file(docs/schema/korvel-scenario.schema.json ${KORVEL_DATA}/schema korvel-tools)

@@ -106,6 +106,7 @@ TESTS = {
         "app", "app/main_popover_macos.h", "platform/qt", "ui/quick", *CONTENT,
     ],
     "tests/report": ["platform/posix"],
+    "tests/contrib": ["report", "simulation", *CONTENT],  # a simulated machine's reading as metrics
     "tests/model": ["update", "platform/posix"],
     "tests/support": UPDATE + MODEL,
     "tests/desktop": ["app", "platform/linux/session", "platform/posix", *CONTENT],
