@@ -81,7 +81,6 @@ int main(int argc, char** argv) {
     const Colours colours = coloursOfOutput();
     while (print(formatted(snapshot, *arguments, colours)) && arguments->watchInterval) {
         sleepSeconds(*arguments->watchInterval);
-        machine.catchUp();
         snapshot = metrics.snapshot();
     }
     return 0;

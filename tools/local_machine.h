@@ -20,9 +20,6 @@ class LocalMachine {
 
     Metrics& metrics();
 
-    /// Takes in what the system's services said since the last reading.
-    void catchUp();
-
     /// A text of the program, as this system's desktop says it.
     static std::string inWords(std::string text);
 

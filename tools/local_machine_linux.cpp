@@ -2,13 +2,12 @@
 
 #include <utility>
 
-#include <QCoreApplication>
 #include <fmt/format.h>
 
 #include "core/metrics.h"
 #include "platform/linux/kernel/linux_machine.h"
 #include "platform/linux/kernel/linux_processes.h"
-#include "platform/linux/session/systemd_agents.h"
+#include "platform/linux/session/systemd_query.h"
 #include "platform/posix/files.h"
 #include "platform/posix/system_clock.h"
 #include "report/reading_texts.h"
@@ -16,25 +15,12 @@
 
 namespace korvel {
 
-namespace {
-
-/// What Qt asks for before it connects to a bus. Its event loop is never run.
-struct Application {
-    int count = 1;
-    char name[7] = "korvel"; // NOLINT(modernize-avoid-c-arrays): what QCoreApplication takes
-    char* words[2] = {name, nullptr}; // NOLINT(modernize-avoid-c-arrays)
-    QCoreApplication application{count, words};
-};
-
-} // namespace
-
 struct LocalMachine::Parts {
-    Application application;
     platform::PosixFiles files;
     platform::SystemClock clock;
     platform::LinuxMachine machine{"/", files.homeDirectory()};
     platform::LinuxProcesses processes;
-    platform::SystemdAgents agents;
+    platform::SystemdQuery agents;
     Metrics metrics{machine, processes, agents, clock};
 };
 
@@ -47,10 +33,6 @@ LocalMachine::~LocalMachine() = default;
 
 Metrics& LocalMachine::metrics() {
     return parts_->metrics;
-}
-
-void LocalMachine::catchUp() {
-    QCoreApplication::processEvents();
 }
 
 std::string LocalMachine::inWords(std::string text) {

@@ -43,8 +43,6 @@ Metrics& LocalMachine::metrics() {
     return parts_->metrics;
 }
 
-void LocalMachine::catchUp() {}
-
 std::string LocalMachine::inWords(std::string text) {
     return text;
 }

@@ -1,8 +1,9 @@
 """The watchdog's indicator beside a real service manager of the user."""
 
+import json
 import os
 
-from cases import Skip, case, equal
+from cases import Program, Skip, case, equal
 from desktop import wait_for
 from popover_cases import LAUNCHER, screen_reader
 
@@ -20,6 +21,12 @@ UNITS = {
 
 def systemctl(place, *arguments):
     return place.run(["systemctl", "--user", *arguments]).strip()
+
+
+def watched(place):
+    """Whether korvel-snapshot finds the watchdog on."""
+    program = os.path.join(os.path.dirname(Program.path), "korvel-snapshot")
+    return json.loads(place.run([program, "--once", "--json"]))["wardenOn"]
 
 
 def start_manager(place):
@@ -46,6 +53,7 @@ def start_manager(place):
 def watchdog_is_on_while_a_real_manager_has_it_in_charge():
     with screen_reader(before=start_manager) as (place, tree):
         tree.find("Warden off")  # installed, but never started
+        equal(watched(place), False, "korvel-snapshot, before it was started")
         for command, shown, unit, state in [
                 (["start", SERVICE], "Warden on", SERVICE, "active"),
                 (["kill", "-sKILL", SERVICE], "Warden off", SERVICE, "failed"),
@@ -55,3 +63,4 @@ def watchdog_is_on_while_a_real_manager_has_it_in_charge():
             systemctl(place, *command)
             tree.find(shown)
             equal(systemctl(place, "is-active", unit), state, f"state after {command}")
+            equal(watched(place), shown == "Warden on", f"korvel-snapshot, after {command}")

@@ -49,7 +49,7 @@ FACES = {
         "desktop_notifications.h", "desktop_power.h", "display_choice.h", "environment.h", "launch_token.h",
         "layer_surface.h", "linux_workspace.h",
         "portal_appearance.h", "settings_file.h", "single_instance.h", "systemd_agents.h", "tray_status_bar.h",
-        "startup_notification.h", "window_effects.h", "x11_click_watch.h", "x11_places.h",
+        "startup_notification.h", "systemd_query.h", "window_effects.h", "x11_click_watch.h", "x11_places.h",
     },
     "platform/linux/update": {
         "linux_bundle.h", "linux_code_signature.h", "linux_program_loader.h", "update_root.h", "zip_archive.h",
@@ -177,7 +177,7 @@ OUTSIDE = {
     },
     "platform/linux/session": FILE | {
         "LayerShellQt/Window", "ext-idle-notify-v1.h", "idle-inhibit-unstable-v1.h", "poll.h",
-        "sys/eventfd.h", "sys/file.h", "sys/socket.h", "sys/un.h", "wayland-client.h",
+        "sys/eventfd.h", "sys/file.h", "sys/socket.h", "sys/un.h", "systemd/sd-bus.h", "wayland-client.h",
         "xcb/screensaver.h", "xcb/shape.h", "xcb/xcb.h", "xcb/xinput.h", "xdg-output-unstable-v1.h",
     }
     | QT_CORE | QT_GUI | QT_WIDGETS | QT_DBUS,
@@ -196,8 +196,8 @@ OUTSIDE = {
     r"src/app/main_linux\.cpp": {"QApplication", "QThread"},
     r"src/app/main_macos\.cpp": {"QApplication"},
     r"tools/korvel_sim\.cpp": FMT | {"unistd.h"},
-    r"tools/korvel_snapshot\.cpp": FMT | {"QCoreApplication", "unistd.h"},
-    r"tools/local_machine_linux\.cpp": FMT | {"QCoreApplication", "unistd.h"},
+    r"tools/korvel_snapshot\.cpp": FMT | {"unistd.h"},
+    r"tools/local_machine_linux\.cpp": FMT | {"unistd.h"},
     r"tools/local_machine_macos\.cpp": FMT | {"unistd.h"},
     r"tools/korvel_release\.cpp": FMT | {"unistd.h"},
     r"tools/(korvel_icons\.cpp|icons/[a-z_]+\.(cpp|h))": FMT | QT_CORE | QT_GUI,

@@ -6,6 +6,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include "platform/linux/kernel/fuse_volume.h"
 #include "platform/posix/child_processes.h"
@@ -44,6 +47,33 @@ TEST(SnapshotOnLinux, ASelfCheckHasHeatMemoryAndTheAgentBesideTools) {
           "/usr/bin/systemctl --user is-active com.oxbrook.warden.agent.service:"}) {
         EXPECT_THAT(output, HasSubstr(part));
     }
+}
+
+TEST(SnapshotOnLinux, NothingOfADesktopIsLoaded) {
+    const std::string libraries = outputOf("/usr/bin/ldd", {KORVEL_SNAPSHOT});
+    EXPECT_THAT(libraries, HasSubstr("libfmt"));
+    for (const char* const other : {"Qt", "dbus-1", "wayland", "libcrypto", "archive", "plist"}) {
+        EXPECT_THAT(libraries, Not(HasSubstr(other)));
+    }
+}
+
+TEST(SnapshotOnLinux, ABusThatTakesNoOneInIsNotWaitedFor) {
+    const TempTree tree;
+    sockaddr_un name{.sun_family = AF_UNIX, .sun_path = {}};
+    const std::string place = tree.root() + "/bus";
+    ASSERT_LT(place.size(), sizeof name.sun_path);
+    place.copy(static_cast<char*>(name.sun_path), place.size());
+    const int bus = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(::bind(bus, reinterpret_cast<const sockaddr*>(&name), sizeof name), 0);
+    ASSERT_EQ(::listen(bus, 1), 0);
+    const auto start = std::chrono::steady_clock::now();
+    const std::string output =
+        outputOf("/usr/bin/env", {"DBUS_SESSION_BUS_ADDRESS=unix:path=" + place, KORVEL_SNAPSHOT,
+                                  "--once", "--json"});
+    EXPECT_LT(std::chrono::steady_clock::now() - start,
+              std::chrono::seconds(10)); // the library's: 25
+    EXPECT_THAT(output, HasSubstr("\"wardenOn\":false"));
+    ::close(bus);
 }
 
 TEST(SnapshotOnLinux, WithAHomeThatDoesNotAnswerItReportsTheRestAndEnds) {

@@ -14,29 +14,26 @@ namespace korvel::platform {
 namespace {
 
 const QString& managerName() {
-    static const QString name = QStringLiteral("org.freedesktop.systemd1");
+    static const QString name = QString::fromLatin1(kSystemdName);
     return name;
 }
 const QString& managerPath() {
-    static const QString path = QStringLiteral("/org/freedesktop/systemd1");
+    static const QString path = QString::fromLatin1(kSystemdPath);
     return path;
 }
 const QString& managerInterface() {
-    static const QString interface = QStringLiteral("org.freedesktop.systemd1.Manager");
+    static const QString interface = QString::fromLatin1(kSystemdManager);
     return interface;
 }
 
 const QString& unitInterface() {
-    static const QString interface = QStringLiteral("org.freedesktop.systemd1.Unit");
+    static const QString interface = QString::fromLatin1(kSystemdUnit);
     return interface;
 }
 
 QString unitName(const std::string& label) {
-    return QString::fromStdString(label) + QStringLiteral(".service");
+    return QString::fromStdString(serviceOf(label));
 }
-
-constexpr const char* kStates = "ListUnitsByNames";
-constexpr const char* kTriggers = "TriggeredBy";
 
 QVariantList questionAbout(const std::string& label, const QDBusMessage& triggers) {
     return {QStringList(unitName(label)) + waitersIn(triggers)};
@@ -105,11 +102,12 @@ std::optional<std::vector<SystemdUnit>> SystemdAgents::askNow(const std::string&
         return std::vector<SystemdUnit>();
     }
     const BusObject service(bus_, managerName(), unitPath(unitName(label)), unitInterface());
-    const QDBusMessage triggers = service.callProperty(kTriggers, left());
+    const QDBusMessage triggers = service.callProperty(kSystemdTriggers, left());
     if (isSilence(triggers)) {
         return std::nullopt;
     }
-    const QDBusMessage states = manager_.call(kStates, questionAbout(label, triggers), left());
+    const QDBusMessage states =
+        manager_.call(kSystemdStates, questionAbout(label, triggers), left());
     if (isSilence(states)) {
         return std::nullopt;
     }
@@ -118,8 +116,8 @@ std::optional<std::vector<SystemdUnit>> SystemdAgents::askNow(const std::string&
 
 void SystemdAgents::ask(const std::string& label) {
     const BusObject service(bus_, managerName(), unitPath(unitName(label)), unitInterface());
-    service.askProperty(kTriggers, *this, [this, label](const QDBusMessage& triggers) {
-        manager_.ask(kStates, questionAbout(label, triggers), *this,
+    service.askProperty(kSystemdTriggers, *this, [this, label](const QDBusMessage& triggers) {
+        manager_.ask(kSystemdStates, questionAbout(label, triggers), *this,
                      [this, label](const QDBusMessage& states) { keep(label, unitsIn(states)); });
     });
 }
@@ -165,7 +163,7 @@ void SystemdAgents::watch(const std::string& label) {
     on("UnitNew", {unitName(label)}, SLOT(unitNew(QString)));
     on("UnitRemoved", {unitName(label)}, SLOT(unitRemoved(QString)));
     SystemdUnit service;
-    service.path = unitPath(unitName(label));
+    service.path = unitPath(unitName(label)).toStdString();
     watchUnits(agent, {service});
 }
 
@@ -187,10 +185,11 @@ bool SystemdAgents::watchUnits(Agent& agent, const std::vector<SystemdUnit>& uni
     for (const SystemdUnit& unit : units) {
         const bool holds =
             now.empty() ? isInCharge(unit.activeState) : isWaiting(unit.activeState, unit.subState);
-        now.emplace(unit.path, holds);
-        if (agent.units.count(unit.path) == 0) {
-            bus_.connect(QString(), unit.path, properties, signal, {unitInterface()}, QString(),
-                         this, slot);
+        const QString path = QString::fromStdString(unit.path);
+        now.emplace(path, holds);
+        if (agent.units.count(path) == 0) {
+            bus_.connect(QString(), path, properties, signal, {unitInterface()}, QString(), this,
+                         slot);
             isNew = true;
         }
     }
@@ -200,7 +199,7 @@ bool SystemdAgents::watchUnits(Agent& agent, const std::vector<SystemdUnit>& uni
                             slot);
         }
     }
-    agent.service = units.front().path;
+    agent.service = QString::fromStdString(units.front().path);
     agent.units = std::move(now);
     return isNew;
 }
@@ -250,8 +249,11 @@ void SystemdAgents::noteUnit(const QString& unit, bool inMemory) {
 
 void SystemdAgents::unitChanged(const QString&, const QVariantMap& changed, const QStringList&,
                                 const QDBusMessage& signal) {
-    const QString active = changed.value(QStringLiteral("ActiveState")).toString();
-    const QString sub = changed.value(QStringLiteral("SubState")).toString();
+    const auto text = [&changed](const QString& property) {
+        return changed.value(property).toString().toStdString();
+    };
+    const std::string active = text(QStringLiteral("ActiveState"));
+    const std::string sub = text(QStringLiteral("SubState"));
     bool news = false;
     for (auto& [label, agent] : agents_) {
         const auto unit = agent.units.find(signal.path());

@@ -19,7 +19,7 @@
 #include "platform/agents.h"
 #include "platform/linux/session/bus_object.h"
 #include "platform/linux/session/session_bus.h"
-#include "platform/linux/session/systemd_unit.h"
+#include "platform/linux/session/systemd_answers.h"
 
 namespace korvel::platform {
 
@@ -31,7 +31,7 @@ namespace korvel::platform {
 /// The manager is asked when a label first comes up, for at most a quarter of a second; from then
 /// on the answer is kept and put right by the manager's signals, which the bus sends only for those
 /// units or for changes of all units, so that a sample costs nothing and nothing wakes the program
-/// while nothing changes. In a program without a running event loop the manager is asked each time.
+/// while nothing changes. Before the event loop runs the manager is asked each time.
 /// Nothing is ever started by asking. Lives on the thread that made it; `isLoaded` may be called on
 /// any, and on another one tells what is known.
 class SystemdAgents final : public QObject, public Agents {

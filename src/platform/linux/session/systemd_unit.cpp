@@ -1,21 +1,23 @@
 #include "platform/linux/session/systemd_unit.h"
 
 #include <algorithm>
+#include <cstdint>
 
-#include <QDBusArgument>
-#include <QDBusMessage>
-#include <QDBusVariant>
+#include "base/hexadecimal.h"
 
 namespace korvel::platform {
 
-bool isInCharge(const QString& activeState) {
-    return activeState == QLatin1String("active") || activeState == QLatin1String("activating") ||
-           activeState == QLatin1String("reloading") || activeState == QLatin1String("refreshing");
+bool isInCharge(std::string_view activeState) {
+    return activeState == "active" || activeState == "activating" || activeState == "reloading" ||
+           activeState == "refreshing";
 }
 
-bool isWaiting(const QString& activeState, const QString& subState) {
-    return activeState == QLatin1String("active") &&
-           (subState == QLatin1String("waiting") || subState == QLatin1String("running"));
+bool isWaiting(std::string_view activeState, std::string_view subState) {
+    return activeState == "active" && (subState == "waiting" || subState == "running");
+}
+
+bool isWaiter(std::string_view name) {
+    return name.ends_with(".timer") || name.ends_with(".path");
 }
 
 bool isLoaded(const std::vector<SystemdUnit>& units) {
@@ -24,59 +26,27 @@ bool isLoaded(const std::vector<SystemdUnit>& units) {
     }
     const SystemdUnit& service = units.front();
     return isInCharge(service.activeState) ||
-           (service.loadState == QLatin1String("loaded") &&
+           (service.loadState == "loaded" &&
             std::any_of(units.begin() + 1, units.end(), [](const SystemdUnit& unit) {
                 return isWaiting(unit.activeState, unit.subState);
             }));
 }
 
-std::vector<SystemdUnit> unitsIn(const QDBusMessage& answer) {
-    std::vector<SystemdUnit> units;
-    if (answer.type() != QDBusMessage::ReplyMessage ||
-        answer.signature() != QLatin1String("a(ssssssouso)")) {
-        return units;
-    }
-    const auto list = answer.arguments().constFirst().value<QDBusArgument>();
-    list.beginArray();
-    while (!list.atEnd()) {
-        SystemdUnit unit;
-        QString description;
-        QString following;
-        QDBusObjectPath path;
-        list.beginStructure();
-        list >> unit.name >> description >> unit.loadState >> unit.activeState >> unit.subState >>
-            following >> path;
-        list.endStructure();
-        unit.path = path.path();
-        units.push_back(unit);
-    }
-    list.endArray();
-    return units;
+std::string serviceOf(const std::string& label) {
+    return label + ".service";
 }
 
-QStringList waitersIn(const QDBusMessage& answer) {
-    QStringList names;
-    if (answer.type() == QDBusMessage::ReplyMessage && answer.signature() == QLatin1String("v")) {
-        names = answer.arguments().constFirst().value<QDBusVariant>().variant().toStringList();
-    }
-    names.removeIf([](const QString& name) {
-        return !name.endsWith(QLatin1String(".timer")) && !name.endsWith(QLatin1String(".path"));
-    });
-    return names;
-}
-
-QString unitPath(const QString& name) {
-    QString path = QStringLiteral("/org/freedesktop/systemd1/unit/");
-    constexpr int kHexadecimal = 16;
+std::string unitPath(std::string_view name) {
+    std::string path = "/org/freedesktop/systemd1/unit/";
     bool first = true;
-    for (const char byte : name.toUtf8()) {
+    for (const char byte : name) {
         const bool digit = byte >= '0' && byte <= '9';
         const bool letter = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
         if (letter || (digit && !first)) {
-            path += QLatin1Char(byte);
+            path += byte;
         } else {
-            path += QStringLiteral("_%1").arg(static_cast<unsigned char>(byte), 2, kHexadecimal,
-                                              QLatin1Char('0'));
+            const std::uint8_t code[] = {static_cast<std::uint8_t>(byte)};
+            path += '_' + hexadecimal(code);
         }
         first = false;
     }

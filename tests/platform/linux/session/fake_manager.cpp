@@ -4,7 +4,7 @@
 #include <QDBusMessage>
 #include <QThread>
 
-#include "platform/linux/session/systemd_unit.h"
+#include "platform/linux/session/systemd_answers.h"
 
 namespace korvel {
 

@@ -13,9 +13,9 @@
 #include <QTimer>
 #include <gtest/gtest.h>
 
+#include "platform/linux/session/bus_with_manager.h"
 #include "platform/linux/session/event_loop.h"
-#include "platform/linux/session/fake_manager.h"
-#include "platform/linux/session/private_bus.h"
+#include "platform/linux/session/systemd_answers.h"
 
 namespace korvel::platform {
 namespace {
@@ -27,60 +27,9 @@ const QString kUnit = QStringLiteral("com.example.agent.of.test.service");
 const QString kTimer = QStringLiteral("other.timer");
 const QString kActive = QStringLiteral("active");
 const QString kUnits = QStringLiteral("/org/freedesktop/systemd1/unit/");
-const QString kName = QStringLiteral("org.freedesktop.systemd1");
-const QString kPath = QStringLiteral("/org/freedesktop/systemd1");
 
-/// A bus with, on another thread, a manager that can be put on it and taken off.
-class SystemdAgentsTest : public testing::Test {
+class SystemdAgentsTest : public BusWithManager {
   protected:
-    void SetUp() override {
-        ASSERT_FALSE(bus_.address().isEmpty()) << "dbus-daemon could not be started";
-        qDBusRegisterMetaType<UnitRecord>();
-        qDBusRegisterMetaType<QList<UnitRecord>>();
-        static int number = 0;
-        suffix_ = QString::number(++number);
-        connection_ = bus_.connect(QStringLiteral("program") + suffix_);
-        ASSERT_TRUE(connection_.isConnected());
-        manager_.moveToThread(&thread_);
-        units_.moveToThread(&thread_);
-        thread_.start();
-    }
-
-    void TearDown() override {
-        manager_.answers = true;
-        QThread* const here = QThread::currentThread();
-        inManager([&] {
-            const QString name = QStringLiteral("manager") + suffix_;
-            QDBusConnection(name).unregisterObject(kPath, QDBusConnection::UnregisterTree);
-            QDBusConnection::disconnectFromBus(name);
-            manager_.moveToThread(here);
-            units_.moveToThread(here);
-        });
-        thread_.quit();
-        thread_.wait();
-        QDBusConnection::disconnectFromBus(QStringLiteral("program") + suffix_);
-    }
-
-    void inManager(const std::function<void()>& work) {
-        QMetaObject::invokeMethod(&manager_, work, Qt::BlockingQueuedConnection);
-    }
-
-    void startManager() {
-        inManager([&] {
-            QDBusConnection own = bus_.connect(QStringLiteral("manager") + suffix_);
-            own.registerObject(kPath, &manager_,
-                               QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
-            own.registerVirtualObject(kPath + QStringLiteral("/unit"), &units_,
-                                      QDBusConnection::SubPath);
-            EXPECT_TRUE(own.registerService(kName));
-        });
-    }
-
-    void stopManager() {
-        inManager(
-            [&] { QDBusConnection(QStringLiteral("manager") + suffix_).unregisterService(kName); });
-    }
-
     /// Gives the unit another state, and says so as the manager does.
     void change(const QString& unit, const QString& active, const QString& sub) {
         manager_.set(unit, {active, sub});
@@ -118,13 +67,6 @@ class SystemdAgentsTest : public testing::Test {
         all >> rules;
         return rules.value(connection_.baseService());
     }
-
-    PrivateBus bus_;
-    QString suffix_;
-    QDBusConnection connection_{QString()};
-    FakeManager manager_;
-    FakeUnits units_{manager_};
-    QThread thread_;
 };
 
 TEST_F(SystemdAgentsTest, WithoutABusNoAgentIsLoaded) {

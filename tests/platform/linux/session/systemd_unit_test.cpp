@@ -1,4 +1,4 @@
-#include "platform/linux/session/systemd_unit.h"
+#include "platform/linux/session/systemd_answers.h"
 
 #include <QDBusMessage>
 #include <gtest/gtest.h>
@@ -74,13 +74,13 @@ TEST(SystemdUnit, AServiceIsLoadedWhileItIsInChargeOrWaitedFor) {
               false},
          }) {
         std::vector<SystemdUnit> units(1);
-        units[0].loadState = QString::fromLatin1(row.load);
-        units[0].activeState = QString::fromLatin1(row.active);
-        units[0].subState = QString::fromLatin1(row.sub);
+        units[0].loadState = row.load;
+        units[0].activeState = row.active;
+        units[0].subState = row.sub;
         for (const auto& [active, sub] : row.waiters) {
             units.emplace_back();
-            units.back().activeState = QString::fromLatin1(active);
-            units.back().subState = QString::fromLatin1(sub);
+            units.back().activeState = active;
+            units.back().subState = sub;
         }
         EXPECT_EQ(isLoaded(units), row.loaded) << row.name;
     }
@@ -105,8 +105,10 @@ TEST(SystemdUnit, AUnitHasItsObjectAtItsEscapedName) {
              {"0a1.timer", "_30a1_2etimer"},
              {"\xc3\xa9@x.path", "_c3_a9_40x_2epath"},
          }) {
-        EXPECT_EQ(unitPath(QString::fromUtf8(name)).toStdString(),
+        EXPECT_EQ(unitPath(std::string_view(name)),
                   std::string("/org/freedesktop/systemd1/unit/") + path);
+        EXPECT_EQ(unitPath(QString::fromUtf8(name)).toStdString(),
+                  unitPath(std::string_view(name)));
     }
 }
 

@@ -15,6 +15,7 @@
 
 #include "platform/linux/session/event_loop.h"
 #include "platform/linux/session/systemd_agents.h"
+#include "platform/linux/session/systemd_query.h"
 
 namespace korvel::platform {
 namespace {
@@ -78,7 +79,9 @@ class UsersManager : public testing::Test {
 
 TEST_F(UsersManager, AnAgentIsLoadedWhileTheManagerHasItInCharge) {
     SystemdAgents agents(sessionBusIfThere(), kSettle);
+    SystemdQuery query;
     EXPECT_FALSE(agents.isLoaded(kLabel));
+    EXPECT_TRUE(query.isLoaded("dbus")) << "as a program without a loop asks";
     EXPECT_TRUE(agents.isLoaded("dbus")) << "runs beside the manager";
     EXPECT_FALSE(agents.isLoaded("systemd-exit")) << "is installed with the manager";
     // What the program does in its event loop, from here on.
@@ -158,6 +161,7 @@ TEST_F(UsersManager, AnAgentIsLoadedWhileTheManagerHasItInCharge) {
         EXPECT_EQ(changed, before != step.loaded) << step.name;
         EXPECT_EQ(agents.isLoaded(kLabel), step.loaded) << step.name;
         EXPECT_EQ(SystemdAgents().isLoaded(kLabel), step.loaded) << step.name << ", asked anew";
+        EXPECT_EQ(query.isLoaded(kLabel), step.loaded) << step.name << ", without a loop";
         EXPECT_EQ(systemctl({QStringLiteral("is-active"), QString::fromLatin1(step.unit)}),
                   step.state)
             << step.name;
@@ -175,6 +179,7 @@ TEST_F(UsersManager, AnAgentIsFollowedUnderItsAlias) {
     for (const bool loaded : {true, false, true, false}) {
         control(loaded ? "start" : "stop", "primary.service");
         EXPECT_TRUE(runFor(5000, [&] { return agents.isLoaded("an.alias") == loaded; })) << loaded;
+        EXPECT_EQ(SystemdQuery().isLoaded("an.alias"), loaded) << "without a loop";
     }
 }
 
