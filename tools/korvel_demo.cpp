@@ -2,16 +2,19 @@
 // time. With --pictures it draws the popover at the scenario's end instead.
 
 #include <cstdlib>
-#include <optional>
+#include <string>
 #include <string_view>
 
 #include <QApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <fmt/format.h>
 
+#include "base/command_syntax.h"
 #include "platform/linux/session/environment.h"
+#include "platform/posix/command_answer.h"
 #include "platform/qt/termination_signals.h"
 #include "simulation/command_line.h"
 #include "tools/demo/demo_program.h"
@@ -21,6 +24,19 @@ namespace {
 
 using namespace korvel;
 using namespace korvel::simulation;
+
+constexpr const char* kPictures = "--pictures";
+
+const CommandSyntax kSyntax = {
+    "korvel-demo",
+    "Opens the real tray item and popover on a simulated machine, in real time.",
+    {{"", {{kPictures}}, "SCENARIO.json"}},
+    {{kPictures, "FOLDER", "draw the popover at the end into that folder instead"}},
+    {{"Exit status",
+      {{"0", "it was quit, or the scenario came to its end"},
+       {"1", "there is no display, or the pictures cannot be written"},
+       {"2", "wrong usage, or a wrong scenario"}}}},
+};
 
 int complain(std::string_view text) {
     return simulation::complain("korvel-demo", text);
@@ -36,34 +52,16 @@ void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString&) {
     }
 }
 
-struct Arguments {
-    const char* scenario = nullptr;
-    const char* pictures = nullptr; ///< the folder for them; none: no pictures
-};
-
-std::optional<Arguments> read(int argc, char** argv) {
-    Arguments arguments;
-    if (argc == 4 && std::string_view(argv[1]) == "--pictures") {
-        arguments.pictures = argv[2];
-    } else if (argc != 2) {
-        return std::nullopt;
-    }
-    arguments.scenario = argv[argc - 1];
-    if (*arguments.scenario == '-' || *arguments.scenario == '\0') {
-        return std::nullopt;
-    }
-    return arguments;
-}
-
-int drawPictures(const Scenario& scenario, const Arguments& arguments, char** argv) {
+int drawPictures(const Scenario& scenario, const CommandWords& words, char** argv) {
     const PictureScreen screen(scenario);
     int argumentCount = 1;
     const QApplication application(argumentCount, argv);
-    const QDir folder(QString::fromLocal8Bit(arguments.pictures));
-    const QString name = QFileInfo(QString::fromLocal8Bit(arguments.scenario)).completeBaseName();
+    const std::string& pictures = words.options.at(kPictures);
+    const QDir folder(QFile::decodeName(pictures.c_str()));
+    const QString name = QFileInfo(QFile::decodeName(words.operand.c_str())).completeBaseName();
     if (!screen.valid() || !folder.mkpath(QStringLiteral(".")) ||
         !takePictures(scenario, folder.filePath(name))) {
-        complain(fmt::format("cannot write pictures to {}", arguments.pictures));
+        complain(fmt::format("cannot write pictures to {}", pictures));
         return EXIT_FAILURE;
     }
     return EXIT_SUCCESS;
@@ -90,15 +88,15 @@ int show(const Scenario& scenario, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const std::optional<Arguments> arguments = read(argc, argv);
-    if (!arguments) {
-        return showUsage("korvel-demo [--pictures FOLDER] SCENARIO.json");
+    const auto words = readCommand(kSyntax, {argv + 1, argv + argc});
+    if (const auto status = platform::answerCommand(kSyntax, words, KORVEL_VERSION)) {
+        return *status;
     }
-    const auto scenario = loadScenario(arguments->scenario);
+    const auto scenario = loadScenario(words->operand);
     if (!scenario) {
-        return simulation::complain("korvel-demo", arguments->scenario, scenario.error());
+        return simulation::complain("korvel-demo", words->operand, scenario.error());
     }
     qInstallMessageHandler(keepQuiet);
     platform::prepareEnvironment();
-    return arguments->pictures ? drawPictures(*scenario, *arguments, argv) : show(*scenario, argv);
+    return words->has(kPictures) ? drawPictures(*scenario, *words, argv) : show(*scenario, argv);
 }

@@ -10,12 +10,27 @@
 
 #include <fmt/format.h>
 
+#include "base/command_syntax.h"
+#include "platform/posix/command_answer.h"
 #include "platform/posix/whole_file.h"
 #include "simulation/command_line.h"
 #include "simulation/program.h"
 #include "simulation/scenario.h"
 
 namespace {
+
+const korvel::CommandSyntax kSyntax = {
+    "korvel-sim",
+    "Runs the whole program on a simulated machine in virtual time, and prints what\n"
+    "the world saw of it, one JSON object a line.",
+    {{"", {}, "SCENARIO.json"}},
+    {},
+    {{"Exit status",
+      {{"0", "the scenario came to its end"},
+       {"1", "standard output could not be written"},
+       {"2", "wrong usage, or a wrong scenario"},
+       {"SIGABRT", "the program ended itself on purpose, as the last line says"}}}},
+};
 
 using korvel::platform::writeAll;
 using korvel::simulation::SimulatedProgram;
@@ -82,10 +97,11 @@ int run(const korvel::simulation::Scenario& scenario) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2 || *argv[1] == '-' || *argv[1] == '\0') {
-        return korvel::simulation::showUsage("korvel-sim SCENARIO.json");
+    const auto words = korvel::readCommand(kSyntax, {argv + 1, argv + argc});
+    if (const auto status = korvel::platform::answerCommand(kSyntax, words, KORVEL_VERSION)) {
+        return *status;
     }
-    const auto scenario = korvel::simulation::loadScenario(argv[1]);
+    const auto scenario = korvel::simulation::loadScenario(words->operand);
     return scenario ? run(*scenario)
-                    : korvel::simulation::complain("korvel-sim", argv[1], scenario.error());
+                    : korvel::simulation::complain("korvel-sim", words->operand, scenario.error());
 }

@@ -11,6 +11,7 @@
 
 #include "core/metrics.h"
 #include "platform/posix/child_processes.h"
+#include "platform/posix/command_answer.h"
 #include "report/self_check.h"
 #include "report/snapshot_arguments.h"
 #include "report/snapshot_metrics.h"
@@ -20,8 +21,6 @@
 namespace {
 
 using namespace korvel;
-
-constexpr int kWrongUsage = 2;
 
 std::string formatted(const Snapshot& snapshot, const SnapshotArguments& arguments,
                       Colours colours) {
@@ -58,13 +57,13 @@ Colours coloursOfOutput() {
 } // namespace
 
 int main(int argc, char** argv) {
-    const auto arguments = parseSnapshotArguments(std::vector<std::string>(argv + 1, argv + argc));
-    if (!arguments) {
-        std::fprintf(stderr, "%s\n", kSnapshotUsage);
-        return kWrongUsage;
+    const auto words = readCommand(snapshotSyntax(), {argv + 1, argv + argc});
+    if (const auto status = platform::answerCommand(snapshotSyntax(), words, KORVEL_VERSION)) {
+        return *status;
     }
+    const SnapshotArguments arguments = snapshotArguments(*words);
     LocalMachine machine;
-    if (arguments->selfcheck) {
+    if (arguments.selfcheck) {
         platform::PosixChildProcesses children;
         const SelfCheck check = selfCheck(machine.comparisons(), machine.declarationFaults(),
                                           machine.toLookAt(), children);
@@ -73,14 +72,14 @@ int main(int argc, char** argv) {
     Metrics& metrics = machine.metrics();
 
     Snapshot snapshot = metrics.snapshot();
-    if (!arguments->once) {
+    if (!arguments.once) {
         // Processor time is a difference of two readings.
         sleepSeconds(1);
         snapshot = metrics.snapshot();
     }
     const Colours colours = coloursOfOutput();
-    while (print(formatted(snapshot, *arguments, colours)) && arguments->watchInterval) {
-        sleepSeconds(*arguments->watchInterval);
+    while (print(formatted(snapshot, arguments, colours)) && arguments.watchInterval) {
+        sleepSeconds(*arguments.watchInterval);
         snapshot = metrics.snapshot();
     }
     return 0;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <optional>
-#include <string>
-#include <vector>
+
+#include "base/command_syntax.h"
 
 namespace korvel {
 
@@ -16,12 +16,10 @@ struct SnapshotArguments {
     std::optional<double> watchInterval; ///< seconds between readings; none: one reading
 };
 
-/// The usage, one line.
-extern const char* const kSnapshotUsage;
+/// The options of korvel-snapshot and the words of its help.
+const CommandSyntax& snapshotSyntax();
 
-/// Reads the words after the program's name; none when they are wrong. An interval is a decimal
-/// number of seconds from 0.1 to a day. Prometheus' format has one reading in a text, so that it
-/// and an interval are wrong together.
-std::optional<SnapshotArguments> parseSnapshotArguments(const std::vector<std::string>& words);
+/// What the words ask for, which that syntax allows.
+SnapshotArguments snapshotArguments(const CommandWords& words);
 
 } // namespace korvel

@@ -11,14 +11,13 @@
 
 #include "base/fatal.h"
 #include "base/json_writer.h"
+#include "platform/posix/command_answer.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/posix/whole_file.h"
 
 namespace korvel::simulation {
 
 namespace {
-
-constexpr int kWrongUsage = 2;
 
 /// On one line whatever it holds.
 std::string inQuotes(std::string_view text) {
@@ -29,9 +28,9 @@ std::string inQuotes(std::string_view text) {
 
 } // namespace
 
-Result<Scenario, ScenarioFault> loadScenario(const char* path) {
+Result<Scenario, ScenarioFault> loadScenario(const std::string& path) {
     // Of any kind: a scenario may come through a pipe.
-    const platform::FileDescriptor file(::open(path, O_RDONLY | O_CLOEXEC));
+    const platform::FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     const auto text = platform::readAll(file.get(), std::numeric_limits<std::uint64_t>::max());
     if (!text) {
         return Error{ScenarioFault::unreadable, path};
@@ -84,7 +83,7 @@ std::string complaintOf(const Error<ScenarioFault>& error) {
 
 int complain(std::string_view program, std::string_view text) {
     platform::writeAll(STDERR_FILENO, fmt::format("{}: {}\n", program, text));
-    return kWrongUsage;
+    return platform::kWrongUsage;
 }
 
 int complain(std::string_view program, std::string_view path, const Error<ScenarioFault>& error) {
@@ -92,10 +91,6 @@ int complain(std::string_view program, std::string_view path, const Error<Scenar
     return complain(program, error.code == ScenarioFault::unreadable
                                  ? complaint
                                  : fmt::format("{}: {}", path, complaint));
-}
-
-int showUsage(std::string_view usage) {
-    return complain("usage", usage);
 }
 
 } // namespace korvel::simulation

@@ -9,7 +9,7 @@
 namespace korvel::simulation {
 
 /// Reads the scenario in a file.
-Result<Scenario, ScenarioFault> loadScenario(const char* path);
+Result<Scenario, ScenarioFault> loadScenario(const std::string& path);
 
 /// What is wrong with a scenario, as one line without its end.
 std::string complaintOf(const Error<ScenarioFault>& error);
@@ -20,8 +20,5 @@ int complain(std::string_view program, std::string_view text);
 
 /// The same for the scenario in that file.
 int complain(std::string_view program, std::string_view path, const Error<ScenarioFault>& error);
-
-/// Says on standard error how the program is called. Returns the exit status for wrong usage.
-int showUsage(std::string_view usage);
 
 } // namespace korvel::simulation

@@ -98,19 +98,22 @@ def demo_says_what_is_wrong_in_one_line():
                                 timeout=10, check=False)
         return result.returncode, result.stdout
 
-    usage = "usage: korvel-demo [--pictures FOLDER] SCENARIO.json\n"
+    usage = "usage: korvel-demo [--pictures FOLDER] SCENARIO.json | --help | --version\n"
     with Desktop() as place:
         wrong = os.path.join(place.folder, "wrong.json")
         with open(wrong, "w", encoding="utf-8") as file:
             file.write('{"untill": 5}')
-        for arguments in [(), ("-x",), ("",), (wrong, wrong), ("--pictures", wrong)]:
+        for arguments in [(), ("-x",), ("",), (wrong, wrong), ("--pictures", wrong),
+                          ("--help", wrong)]:
             equal(said(*arguments), (2, usage), f"with {arguments}")
+        place.environment["DISPLAY"] = ":9999"
+        equal(said("--help")[0], 0, "help without a display")
+        check(said("--version")[1].startswith("korvel-demo "), "version without a display")
         equal(said(wrong), (2, f'korvel-demo: {wrong}: unknown key "untill"\n'), "a wrong scenario")
         equal(said("/none.json"), (2, "korvel-demo: cannot read /none.json\n"), "no scenario")
         right = os.path.join(place.folder, "right.json")
         with open(right, "w", encoding="utf-8") as file:
             file.write("{}")
-        place.environment["DISPLAY"] = ":9999"
         equal(said(right), (1, "korvel-demo: there is no display to open on\n"), "no display")
         equal(said("--pictures", "/proc/none", right),
               (1, "korvel-demo: cannot write pictures to /proc/none\n"), "no folder")

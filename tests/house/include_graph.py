@@ -84,7 +84,7 @@ FILES = {
     r"tools/(korvel_icons\.cpp|icons/[a-z_]+\.(cpp|h))": ["tools", "ui/content", *BASE],
     r"tools/(korvel_demo\.cpp|demo/[a-z_]+\.(cpp|h))": [
         "tools", "simulation", "app", "app/main_popover_linux.h", "platform/simulated",
-        "platform/linux/session", "platform/qt", "ui/quick", *CONTENT,
+        "platform/linux/session", "platform/qt", "platform/posix", "ui/quick", *CONTENT,
     ],
     r"bench/tray_bench\.cpp": ["bench", "app", "platform/linux/session whole", *CONTENT],
     r"bench/[a-z_]+\.(cpp|c|h)": [

@@ -7,8 +7,13 @@ namespace {
 
 using Format = SnapshotArguments::Format;
 
+std::optional<SnapshotArguments> parsed(const std::vector<std::string>& words) {
+    const auto read = readCommand(snapshotSyntax(), words);
+    return read ? std::optional(snapshotArguments(*read)) : std::nullopt;
+}
+
 TEST(SnapshotArguments, WithoutAnyAReportOfTwoSamplesIsAskedFor) {
-    const auto arguments = parseSnapshotArguments({});
+    const auto arguments = parsed({});
     ASSERT_TRUE(arguments);
     EXPECT_EQ(arguments->format, Format::report);
     EXPECT_FALSE(arguments->once);
@@ -16,25 +21,29 @@ TEST(SnapshotArguments, WithoutAnyAReportOfTwoSamplesIsAskedFor) {
 }
 
 TEST(SnapshotArguments, GoTogetherInAnyOrder) {
-    const auto arguments = parseSnapshotArguments({"--watch", "2.5", "--once", "--bar"});
+    const auto arguments = parsed({"--watch", "2.5", "--once", "--bar"});
     ASSERT_TRUE(arguments);
     EXPECT_EQ(arguments->format, Format::bar);
     EXPECT_TRUE(arguments->once);
     EXPECT_EQ(arguments->watchInterval, 2.5);
-    EXPECT_EQ(parseSnapshotArguments({"--json"})->format, Format::json);
-    EXPECT_EQ(parseSnapshotArguments({"--once", "--prometheus"})->format, Format::prometheus);
+    EXPECT_EQ(parsed({"--json"})->format, Format::json);
+    EXPECT_EQ(parsed({"--once", "--prometheus"})->format, Format::prometheus);
+}
+
+TEST(SnapshotArguments, OfTwoIntervalsTheLastCounts) {
+    EXPECT_EQ(parsed({"--watch", "2", "--once", "--watch", "5"})->watchInterval, 5);
 }
 
 TEST(SnapshotArguments, ASelfCheckStandsAlone) {
-    EXPECT_TRUE(parseSnapshotArguments({"--selfcheck"})->selfcheck);
-    EXPECT_FALSE(parseSnapshotArguments({"--selfcheck", "--once"}));
-    EXPECT_FALSE(parseSnapshotArguments({"--once", "--selfcheck"}));
-    EXPECT_FALSE(parseSnapshotArguments({})->selfcheck);
+    EXPECT_TRUE(parsed({"--selfcheck"})->selfcheck);
+    EXPECT_FALSE(parsed({"--selfcheck", "--once"}));
+    EXPECT_FALSE(parsed({"--once", "--selfcheck"}));
+    EXPECT_FALSE(parsed({})->selfcheck);
 }
 
 TEST(SnapshotArguments, WrongOnesAreRefused) {
     const std::vector<std::vector<std::string>> wrong = {
-        {"--help"},
+        {"--help", "--once"},
         {"extra"},
         {""},
         {"--json=1"},
@@ -54,10 +63,10 @@ TEST(SnapshotArguments, WrongOnesAreRefused) {
         {"--watch", "5", "--prometheus"},
     };
     for (const auto& words : wrong) {
-        EXPECT_FALSE(parseSnapshotArguments(words)) << testing::PrintToString(words);
+        EXPECT_FALSE(parsed(words)) << testing::PrintToString(words);
     }
-    EXPECT_TRUE(parseSnapshotArguments({"--watch", "0.1"}));
-    EXPECT_TRUE(parseSnapshotArguments({"--watch", "86400"}));
+    EXPECT_TRUE(parsed({"--watch", "0.1"}));
+    EXPECT_TRUE(parsed({"--watch", "86400"}));
 }
 
 } // namespace

@@ -77,15 +77,24 @@ TEST_F(SimCommand, AFileThatCannotBeReadIsRefused) {
 
 TEST_F(SimCommand, WrongArgumentsPrintTheUsage) {
     const std::string path = scenario("{}");
-    const std::vector<std::vector<std::string>> wrong = {
-        {}, {path, path}, {"--until", "5"}, {"-x"}, {""}};
+    const std::vector<std::vector<std::string>> wrong = {{},     {path, path}, {"--until", "5"},
+                                                         {"-x"}, {""},         {"--help", path}};
     for (const std::vector<std::string>& arguments : wrong) {
         const ChildResult errors = run(arguments, kErrors);
         EXPECT_EQ(errors.status, 2) << testing::PrintToString(arguments);
-        EXPECT_EQ(errors.output, "usage: korvel-sim SCENARIO.json\n")
+        EXPECT_EQ(errors.output, "usage: korvel-sim SCENARIO.json | --help | --version\n")
             << testing::PrintToString(arguments);
         EXPECT_THAT(run(arguments, kOutput).output, IsEmpty()) << testing::PrintToString(arguments);
     }
+}
+
+TEST_F(SimCommand, HelpAndVersionGoToStandardOutput) {
+    const ChildResult help = run({"--help"}, kOutput);
+    EXPECT_EQ(help.status, 0);
+    EXPECT_THAT(help.output, testing::StartsWith("Usage:\n  korvel-sim SCENARIO.json\n"));
+    const ChildResult version = run({"--version"}, kOutput);
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.output, "korvel-sim " KORVEL_VERSION "\n");
 }
 
 TEST_F(SimCommand, AShortHistoryRowIsFatalAtLaunch) {
