@@ -78,9 +78,10 @@ int main(int argc, char** argv) {
         snapshot = metrics.snapshot();
     }
     const Colours colours = coloursOfOutput();
-    while (print(formatted(snapshot, arguments, colours)) && arguments.watchInterval) {
+    bool printed = print(formatted(snapshot, arguments, colours));
+    while (printed && arguments.watchInterval) {
         sleepSeconds(*arguments.watchInterval);
-        snapshot = metrics.snapshot();
+        printed = print(formatted(metrics.snapshot(), arguments, colours));
     }
-    return 0;
+    return printed ? EXIT_SUCCESS : EXIT_FAILURE;
 }

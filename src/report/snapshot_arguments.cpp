@@ -45,7 +45,7 @@ const CommandSyntax& snapshotSyntax() {
              {{"NO_COLOR", "where it is set and not empty, a report has no colours"}}},
             {"Exit status",
              {{"0", "it was printed; with --selfcheck, the tools agree"},
-              {"1", "the tools do not agree"},
+              {"1", "it could not be printed, or the tools do not agree"},
               {"2", "wrong usage"}}},
         },
     };

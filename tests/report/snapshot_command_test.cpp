@@ -47,7 +47,7 @@ TEST(SnapshotCommand, WhatCannotBeWrittenIsAnError) {
     if (!std::filesystem::exists("/dev/full")) {
         GTEST_SKIP() << "this system has no /dev/full";
     }
-    for (const char* arguments : {"--help", "--version"}) {
+    for (const char* arguments : {"--once", "--once --json", "--help", "--version"}) {
         const std::string line = std::string("exec \"$0\" ") + arguments + " >/dev/full";
         const auto result = platform::PosixChildProcesses().run(
             "/bin/sh", {"-c", line, KORVEL_SNAPSHOT}, {ChildStream::discard, ChildStream::discard});
