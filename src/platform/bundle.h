@@ -5,6 +5,10 @@
 
 namespace korvel::platform {
 
+/// The key of what is new in the running build, a line each. Only a copy that looks it up nowhere
+/// else has it.
+constexpr const char* kReleaseNotesKey = "KorvelReleaseNotes";
+
 /// The bundle that this program runs from.
 class Bundle {
   public:
@@ -20,6 +24,10 @@ class Bundle {
 
     /// Whether the user may put another bundle in this one's place.
     virtual bool parentWritable() = 0;
+
+    /// Whether a package manager put it in place, and sees to its updates: the program then asks no
+    /// feed by itself.
+    virtual bool managedElsewhere() = 0;
 };
 
 } // namespace korvel::platform

@@ -42,6 +42,8 @@ void readBundle(const JsonValue& value, Reader& reader) {
         {"build", readField<&ScriptedBundle::build>},
         {"path", readField<&ScriptedBundle::path>},
         {"writable", readField<&ScriptedBundle::writable>},
+        {"managed", readField<&ScriptedBundle::managed>},
+        {"notes", readField<&ScriptedBundle::notes>},
     };
     readMembers(value, kKeys, reader.scenario.bundle);
 }

@@ -56,7 +56,9 @@ struct ScriptedBundle {
     std::optional<std::string> version = "1.0.0"; ///< none: Info.plist does not say
     std::optional<std::string> build = "100";
     std::string path = "/Applications/Korvel.app";
-    bool writable = true; ///< its parent
+    bool writable = true;             ///< its parent
+    bool managed = false;             ///< by a package manager
+    std::optional<std::string> notes; ///< that were built in
 };
 
 /// What the feed answers; none: it cannot be reached.

@@ -25,12 +25,16 @@ void prepare(platform::SimulatedServices& simulated, const Scenario& scenario) {
     const ScriptedBundle& bundle = scenario.bundle;
     simulated.bundle.location = bundle.path;
     simulated.bundle.writable = bundle.writable;
+    simulated.bundle.managed = bundle.managed;
     simulated.bundle.info.clear();
     if (bundle.version) {
         simulated.bundle.info["CFBundleShortVersionString"] = *bundle.version;
     }
     if (bundle.build) {
         simulated.bundle.info["CFBundleVersion"] = *bundle.build;
+    }
+    if (bundle.notes) {
+        simulated.bundle.info[platform::kReleaseNotesKey] = *bundle.notes;
     }
     simulated.fileManager.folders.insert(bundle.path);
 }

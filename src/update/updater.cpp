@@ -107,6 +107,9 @@ void Updater::endUpToDate() {
 }
 
 void Updater::checkInBackground() {
+    if (bundle_.managedElsewhere()) {
+        return;
+    }
     // A date in the future is less than a day ago too.
     if (*lastChecked && clock_.now() - **lastChecked < kCheckInterval) {
         return;
@@ -115,6 +118,10 @@ void Updater::checkInBackground() {
 }
 
 void Updater::notesForCurrentVersion(NotesDone done) {
+    if (bundle_.managedElsewhere()) {
+        done(bundle_.infoString(platform::kReleaseNotesKey));
+        return;
+    }
     fetchAppcast(
         [self = shared_from_this(), done = std::move(done)](const std::optional<Release>& release) {
             const bool isThis = release && release->build == self->currentBuild();

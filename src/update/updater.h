@@ -65,10 +65,13 @@ class Updater : public ObservableObject, public std::enable_shared_from_this<Upd
     /// change; it may be empty.
     void check(bool userInitiated, Done done = {});
 
-    /// The same, unasked, unless the last one is less than a day ago.
+    /// The same, unasked, unless the last one is less than a day ago, or a package manager sees to
+    /// the updates.
     void checkInBackground();
 
-    /// The feed's notes, when it is the running build that it tells of. Never fails.
+    /// What is new in the running build: the feed's notes, when it is the one that it tells of.
+    /// Where a package manager sees to the updates the feed is not asked, and the built-in notes
+    /// are given, before this returns. Never fails.
     void notesForCurrentVersion(NotesDone done);
 
     /// Downloads, verifies and puts in place what is pending. All but the download blocks. Nothing

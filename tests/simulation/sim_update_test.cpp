@@ -202,5 +202,22 @@ TEST(SimWhatsNew, NotesFromTheFeedComeWhenItAnswers) {
     EXPECT_THAT(ofKind(lines, "updater"), IsEmpty());
 }
 
+TEST(SimWhatsNew, AManagedCopyTellsItsBuiltInNotesAndAsksNoFeed) {
+    const TraceLines lines = runScenario(
+        R"({"defaults": {"seenBuild": 99}, "until": 5,
+            "bundle": {"managed": true, "notes": "Built in"},
+            "feed": {"body": )"
+        R"("{\"version\": \"1\", \"build\": 100, \"url\": \"https://h\", \"sha256\": \"\", )"
+        R"(\"notes\": \"Asked for\"}"}})");
+    const TraceLines greetings = ofKind(lines, "whatsNew");
+    ASSERT_THAT(greetings, SizeIs(1));
+    EXPECT_EQ(greetings[0].json("/notes"), R"(["Built in"])");
+    EXPECT_THAT(timesOf(lines, "popover"), ElementsAre(1.2));
+    EXPECT_THAT(ofKind(lines, "updater"), IsEmpty());
+    for (const TraceLine& line : ofKind(lines, "defaults")) {
+        EXPECT_NE(line.string("/key"), "lastUpdateCheck");
+    }
+}
+
 } // namespace
 } // namespace korvel::simulation

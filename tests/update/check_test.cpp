@@ -333,6 +333,63 @@ TEST_F(Check, NotesAreThoseOfTheRunningBuildAndTouchNothing) {
     }
 }
 
+TEST_F(Check, WhereAPackageManagerUpdatesTheFeedIsNeverAskedUnasked) {
+    simulated.bundle.managed = true;
+    answers(feedOf(101));
+    for (const bool checkedBefore : {false, true}) {
+        if (checkedBefore) {
+            simulated.defaults.values["lastUpdateCheck"] = simulated.clock.now() - 400 * kDay;
+        }
+        make();
+        const auto defaults = simulated.defaults.values;
+        const auto last = *updater->lastChecked;
+        updater->checkInBackground();
+        simulated.runLoop.advance(kDay);
+        EXPECT_THAT(simulated.http.urls, IsEmpty());
+        EXPECT_THAT(states, IsEmpty());
+        EXPECT_EQ(*updater->lastChecked, last);
+        EXPECT_EQ(simulated.defaults.values, defaults);
+    }
+}
+
+TEST_F(Check, WhereAPackageManagerUpdatesAUserWhoAsksIsAnsweredAsEver) {
+    simulated.bundle.managed = true;
+    make();
+    answers(feedOf(101));
+    check();
+    EXPECT_THAT(states, ElementsAre(kChecking, available("2.0")));
+    EXPECT_THAT(simulated.http.urls, ElementsAre(Updater::appcast()));
+    EXPECT_EQ(std::get<double>(stored()), simulated.clock.now());
+}
+
+TEST_F(Check, WhereAPackageManagerUpdatesTheNotesAreThoseThatWereBuiltIn) {
+    simulated.bundle.managed = true;
+    answers(feedOf(100));
+    for (const std::optional<std::string>& notes :
+         {std::optional<std::string>(), std::optional<std::string>("- Two")}) {
+        if (notes) {
+            simulated.bundle.info[platform::kReleaseNotesKey] = *notes;
+        }
+        make();
+        std::optional<std::optional<std::string>> got;
+        updater->notesForCurrentVersion([&](const auto& text) { got = text; });
+        simulated.runLoop.advance(0);
+        ASSERT_TRUE(got);
+        EXPECT_EQ(*got, notes);
+        EXPECT_THAT(simulated.http.urls, IsEmpty());
+    }
+}
+
+TEST_F(Check, BuiltInNotesAreNoneOfACopyThatUpdatesItself) {
+    simulated.bundle.info[platform::kReleaseNotesKey] = "- Two";
+    answers(feedOf(100));
+    make();
+    std::optional<std::string> got;
+    updater->notesForCurrentVersion([&](const auto& text) { got = text; });
+    simulated.runLoop.advance(0);
+    EXPECT_EQ(got, "- One");
+}
+
 TEST_F(Check, StatesAreEqualWithTheirPayload) {
     EXPECT_NE(available("2.0"), available("2.1"));
     EXPECT_NE(State(update_state::Downloading{}), State(update_state::Downloading{0.5}));

@@ -17,6 +17,7 @@ class MacosBundle final : public Bundle {
     std::string path() override;
     std::optional<std::string> infoString(const std::string& key) override;
     bool parentWritable() override;
+    bool managedElsewhere() override { return false; }
 
   private:
     struct Parts;

@@ -14,6 +14,7 @@ class SimulatedBundle final : public Bundle {
     std::map<std::string, std::string> info{{"CFBundleShortVersionString", "1.0.0"},
                                             {"CFBundleVersion", "100"}};
     bool writable = true; ///< its parent
+    bool managed = false; ///< by a package manager
 
     std::string path() override { return location; }
     std::optional<std::string> infoString(const std::string& key) override {
@@ -21,6 +22,7 @@ class SimulatedBundle final : public Bundle {
         return found == info.end() ? std::nullopt : std::optional(found->second);
     }
     bool parentWritable() override { return writable; }
+    bool managedElsewhere() override { return managed; }
 };
 
 } // namespace korvel::platform

@@ -23,10 +23,23 @@ std::string LinuxBundle::around(const std::string& executable) {
     return name.size() > kSuffix.size() && name.ends_with(kSuffix) ? bundle : std::string();
 }
 
+namespace {
+
+/// Whether a package manager has left its mark where it installs an executable's data.
+bool isPackaged(const std::string& executable) {
+    const std::size_t end = executable.rfind('/');
+    return end != std::string::npos &&
+           ::access((executable.substr(0, end) + "/../share/korvel/package-type").c_str(), F_OK) ==
+               0;
+}
+
+} // namespace
+
 LinuxBundle::LinuxBundle(const std::string& executable, Strings ownStrings) {
     const std::string bundle = around(executable);
     isBundle_ = !bundle.empty();
     path_ = isBundle_ ? bundle : executable;
+    managedElsewhere_ = !isBundle_ && isPackaged(executable);
     if (!isBundle_) {
         strings_ = std::move(ownStrings);
     } else if (const auto description = PosixFiles().read(path_ + "/Contents/Info.plist")) {

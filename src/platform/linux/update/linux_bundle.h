@@ -10,7 +10,8 @@ namespace korvel::platform {
 /// `NAME.app/Contents/Info.plist`, which is read once.
 ///
 /// An executable elsewhere, in a build tree or where a package manager put it, is its own bundle,
-/// and is never to be replaced.
+/// and is never to be replaced. One that is installed as `PREFIX/bin/korvel` has a package manager
+/// where `PREFIX/share/korvel/package-type` says so; that is looked at once.
 class LinuxBundle final : public Bundle {
   public:
     using Strings = std::map<std::string, std::string>;
@@ -28,10 +29,12 @@ class LinuxBundle final : public Bundle {
     std::string path() override { return path_; }
     std::optional<std::string> infoString(const std::string& key) override;
     bool parentWritable() override;
+    bool managedElsewhere() override { return managedElsewhere_; }
 
   private:
     std::string path_;
     bool isBundle_;
+    bool managedElsewhere_;
     Strings strings_;
 };
 

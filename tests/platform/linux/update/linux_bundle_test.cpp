@@ -71,6 +71,32 @@ TEST_F(LinuxBundleTest, ProgramOutsideABundleIsItsOwnAndIsNeverReplaced) {
     }
 }
 
+TEST_F(LinuxBundleTest, PackageManagerSeesToACopyBesideItsMark) {
+    const struct {
+        const char* executable;
+        const char* mark;
+        bool managed;
+    } cases[] = {
+        {"/usr/bin/korvel", "usr/share/korvel/package-type", true},
+        {"/usr/bin/korvel", "usr/share/korvel/other", false},
+        {"/build/bin/korvel", "usr/share/korvel/package-type", false},
+        {"/usr/bin/korvel", "share/korvel/package-type", false},
+        {"/Korvel.app/Contents/Linux/korvel", "Korvel.app/Contents/share/korvel/package-type",
+         false},
+    };
+    for (const auto& row : cases) {
+        const TempTree tree;
+        const std::string path = tree.root() + row.executable;
+        fs::create_directories(fs::path(path).parent_path());
+        tree.write(row.mark, "deb\n");
+        LinuxBundle bundle(path, {});
+        EXPECT_EQ(bundle.managedElsewhere(), row.managed) << row.executable << " " << row.mark;
+        fs::remove_all(tree.root() + "/usr");
+        EXPECT_EQ(bundle.managedElsewhere(), row.managed) << "as it was at the start";
+    }
+    EXPECT_FALSE(LinuxBundle("", {}).managedElsewhere()) << "the path is not known";
+}
+
 TEST_F(LinuxBundleTest, WhetherTheParentIsWritableIsAskedEachTime) {
     writeDescription(kPlist);
     fs::permissions(tree_.root(), fs::perms(0755));
