@@ -10,6 +10,7 @@
 #include <QThread>
 
 #include "app/app_delegate.h"
+#include "app/built_in_notes.h"
 #include "app/main_popover_linux.h"
 #include "core/metrics.h"
 #include "model/awake.h"
@@ -138,7 +139,8 @@ int main(int, char** argv) {
     platform::DesktopNotifications notifications(linuxWords);
     platform::LinuxBundle bundle(executable, {{"CFBundleIdentifier", platform::kBundleIdentifier},
                                               {"CFBundleShortVersionString", KORVEL_VERSION},
-                                              {"CFBundleVersion", KORVEL_BUILD}});
+                                              {"CFBundleVersion", KORVEL_BUILD},
+                                              {platform::kReleaseNotesKey, builtInNotes()}});
     platform::QtHttp http({.idle = platform::giveMemoryBack});
     platform::PosixFileManager fileManager(record);
     platform::SystemDigest digest;

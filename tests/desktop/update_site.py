@@ -191,6 +191,14 @@ class Site:
     def stop(self):
         self.place.end(self.server)
 
+    def seen(self):
+        """The connections and requests so far, in their order."""
+        try:
+            with open(os.path.join(self.folder, "seen"), encoding="utf-8") as file:
+                return file.read().splitlines()
+        except FileNotFoundError:
+            return []
+
     def status(self, status=None):
         """What every answer is from now on; None: what is asked for."""
         path = os.path.join(self.folder, "status")

@@ -210,8 +210,10 @@ TEST(SimWhatsNew, AManagedCopyTellsItsBuiltInNotesAndAsksNoFeed) {
         R"("{\"version\": \"1\", \"build\": 100, \"url\": \"https://h\", \"sha256\": \"\", )"
         R"(\"notes\": \"Asked for\"}"}})");
     const TraceLines greetings = ofKind(lines, "whatsNew");
-    ASSERT_THAT(greetings, SizeIs(1));
-    EXPECT_EQ(greetings[0].json("/notes"), R"(["Built in"])");
+    ASSERT_THAT(greetings, SizeIs(2));
+    EXPECT_EQ(greetings[0].json("/notes"), "[]");
+    EXPECT_EQ(greetings[1].t(), 0);
+    EXPECT_EQ(greetings[1].json("/notes"), R"(["Built in"])");
     EXPECT_THAT(timesOf(lines, "popover"), ElementsAre(1.2));
     EXPECT_THAT(ofKind(lines, "updater"), IsEmpty());
     for (const TraceLine& line : ofKind(lines, "defaults")) {
