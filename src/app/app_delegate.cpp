@@ -37,13 +37,6 @@ AppDelegate::AppDelegate(const platform::Services& services, Metrics& metrics,
 AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching() {
-    const auto weakly = [this](void (AppDelegate::*action)()) {
-        return [weak = weak_from_this(), action] {
-            if (const auto self = weak.lock()) {
-                (self.get()->*action)();
-            }
-        };
-    };
     const auto weaklyAsked = [this](void (AppDelegate::*action)(const ActivationRequest&)) {
         return [weak = weak_from_this(), action](const ActivationRequest& request) {
             if (const auto self = weak.lock()) {
@@ -80,9 +73,15 @@ void AppDelegate::applicationDidFinishLaunching() {
     awake_->onChange = weakly(&AppDelegate::updateTitle);
     awake_->restore();
     whatsNew_->evaluate();
-    if (whatsNew_->shouldAutoPresent()) {
-        runLoop_.after(kPresentDelay, weakly(&AppDelegate::presentWhatsNew));
-    }
+    statusItem_->whenSeen(weakly(&AppDelegate::greet));
+}
+
+std::function<void()> AppDelegate::weakly(void (AppDelegate::*action)()) {
+    return [weak = weak_from_this(), action] {
+        if (const auto self = weak.lock()) {
+            (self.get()->*action)();
+        }
+    };
 }
 
 void AppDelegate::applicationWillTerminate() {
@@ -108,11 +107,19 @@ void AppDelegate::openPopover(const ActivationRequest& request) {
         return;
     }
     if (!popover_->shown()) {
+        opened_ = true;
         model_->refresh();
         popover_->show(*statusItem_, request);
     }
     popover_->activate(request);
     popover_->makeKey();
+}
+
+void AppDelegate::greet() {
+    // Whoever opened the popover while the item was waited for has seen what it says.
+    if (whatsNew_->shouldAutoPresent() && !opened_) {
+        runLoop_.after(kPresentDelay, weakly(&AppDelegate::presentWhatsNew));
+    }
 }
 
 void AppDelegate::presentWhatsNew() {

@@ -46,7 +46,10 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
     void checkForUpdates();
 
   private:
+    /// A callback for that function, which does nothing once the delegate is gone.
+    std::function<void()> weakly(void (AppDelegate::*action)());
     void updateTitle();
+    void greet();
     void presentWhatsNew();
     void drawPopover();
     platform::MainMenu mainMenu();
@@ -64,6 +67,7 @@ class AppDelegate : public std::enable_shared_from_this<AppDelegate> {
     std::unique_ptr<platform::Popover> popover_;
     std::unique_ptr<platform::Timer> timer_;
     std::unique_ptr<platform::Timer> saveTimer_;
+    bool opened_ = false; ///< the user has opened the popover since the launch
 };
 
 } // namespace korvel

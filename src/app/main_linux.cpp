@@ -94,8 +94,10 @@ int main(int, char** argv) {
          .temporary = platform::PosixFileManager().temporaryDirectory(),
          .record = record});
     const std::string executable = platform::LinuxBundle::runningExecutable();
-    const auto start =
-        platform::takeRelaunchMark() ? platform::Start::relaunch : platform::Start::ordinary;
+    const bool bySession = platform::takeAutostartMark();
+    const auto start = platform::takeRelaunchMark() ? platform::Start::relaunch
+                       : bySession                  ? platform::Start::session
+                                                    : platform::Start::ordinary;
     const platform::LaunchToken token = platform::takeLaunchToken();
     platform::takeQtMessages(heedLostCompositor);
     platform::TerminationSignals terminationSignals;
@@ -133,7 +135,8 @@ int main(int, char** argv) {
     platform::LinuxSwappedMemory swappedMemory;
     platform::SystemdAgents agents;
     platform::QtRunLoop runLoop;
-    platform::TrayStatusBar statusBar;
+    platform::TrayStatusBar statusBar(bySession ? platform::Unasked::waitsForTray
+                                                : platform::Unasked::comesAtOnce);
     platform::SettingsFile defaults;
     platform::DesktopPower power;
     platform::DesktopNotifications notifications(linuxWords);

@@ -112,6 +112,10 @@ class StatusItem {
     // NOLINTNEXTLINE(performance-unnecessary-value-param): an implementation keeps it
     virtual void setOpenAction(Action /*action*/) {}
 
+    /// Runs `work`, which shows at the item what nobody has asked for: at once, unless the item is
+    /// still to appear and may be waited for; then once it has appeared, or never. Called once.
+    virtual void whenSeen(const std::function<void()>& work) { work(); }
+
     /// Where the item is; nullopt where the bar does not tell.
     virtual std::optional<Rectangle> frame() const { return std::nullopt; }
 

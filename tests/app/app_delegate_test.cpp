@@ -253,6 +253,46 @@ TEST_F(AppDelegateTest, AGreetingOfOneThatIsGoneOpensNothing) {
     EXPECT_THAT(calls(), IsEmpty());
 }
 
+TEST_F(AppDelegateTest, AGreetingWaitsForAnItemThatIsStillToAppear) {
+    simulated.defaults.values.erase("seenBuild");
+    simulated.statusBar.inSight = false;
+    launch();
+    simulated.runLoop.advance(30);
+    EXPECT_FALSE(popover->shown());
+    EXPECT_FALSE(simulated.defaults.has("whatsNewAutoShownBuild")) << "the next launch greets";
+    simulated.statusBar.comeIntoSight();
+    simulated.runLoop.advance(1.1);
+    EXPECT_FALSE(popover->shown());
+    simulated.runLoop.advance(0.1);
+    EXPECT_TRUE(popover->shown());
+    EXPECT_TRUE(simulated.defaults.has("whatsNewAutoShownBuild"));
+}
+
+TEST_F(AppDelegateTest, AGreetingThatTheUserSawWhileTheItemWasWaitedForIsOver) {
+    simulated.defaults.values.erase("seenBuild");
+    simulated.statusBar.inSight = false;
+    launch();
+    delegate->openPopover({});
+    EXPECT_TRUE(popover->shown());
+    delegate->togglePopover({});
+    simulated.statusBar.comeIntoSight();
+    simulated.runLoop.advance(2);
+    EXPECT_FALSE(popover->shown());
+    EXPECT_TRUE(simulated.defaults.has("whatsNewAutoShownBuild"));
+}
+
+TEST_F(AppDelegateTest, AnItemThatAppearsAfterTheDelegateIsGoneOpensNothing) {
+    simulated.defaults.values.erase("seenBuild");
+    simulated.statusBar.inSight = false;
+    launch();
+    const std::weak_ptr<AppDelegate> weak = delegate;
+    delegate.reset();
+    EXPECT_TRUE(weak.expired());
+    simulated.statusBar.comeIntoSight();
+    simulated.runLoop.advance(2);
+    EXPECT_FALSE(simulated.defaults.has("whatsNewAutoShownBuild"));
+}
+
 TEST_F(AppDelegateTest, EverySwitchOfKeepAwakeMakesANewTitle) {
     launch();
     simulated.runLoop.advance(0);

@@ -35,6 +35,20 @@ class SimulatedStatusBar::Item final : public StatusItem {
 
     void setOpenAction(Action action) override { openAction_ = std::move(action); }
 
+    void whenSeen(const std::function<void()>& work) override {
+        if (bar_.inSight) {
+            work();
+        } else {
+            whenSeen_ = work;
+        }
+    }
+
+    void comeIntoSight() {
+        if (const auto work = std::exchange(whenSeen_, nullptr)) {
+            work();
+        }
+    }
+
     void click(const ActivationRequest& request) const { run(action_, request); }
 
     void open(const ActivationRequest& request) const { run(openAction_, request); }
@@ -49,6 +63,7 @@ class SimulatedStatusBar::Item final : public StatusItem {
     SimulatedStatusBar& bar_;
     Action action_;
     Action openAction_;
+    std::function<void()> whenSeen_;
 };
 
 std::unique_ptr<StatusItem> SimulatedStatusBar::makeStatusItem() {
@@ -59,6 +74,13 @@ std::unique_ptr<StatusItem> SimulatedStatusBar::makeStatusItem() {
 void SimulatedStatusBar::setMainMenu(MainMenu menu) {
     note("setMainMenu");
     mainMenu = std::move(menu);
+}
+
+void SimulatedStatusBar::comeIntoSight() {
+    inSight = true;
+    if (item_ != nullptr) {
+        item_->comeIntoSight();
+    }
 }
 
 void SimulatedStatusBar::click(const ActivationRequest& request) {

@@ -17,12 +17,16 @@ class SimulatedStatusBar final : public StatusBar, public Logging {
     std::unique_ptr<StatusItem> makeStatusItem() override;
     void setMainMenu(MainMenu menu) override;
 
-    int items = 0;                                   ///< that stand in the bar now
-    std::vector<StatusTitle> titles;                 ///< every title that was set, in order
-    std::string toolTip;                             ///< the last
-    std::string summary;                             ///< the last
-    MainMenu mainMenu;                               ///< the last
+    bool inSight = true;             ///< whether an item is to be seen as soon as it is made
+    int items = 0;                   ///< that stand in the bar now
+    std::vector<StatusTitle> titles; ///< every title that was set, in order
+    std::string toolTip;             ///< the last
+    std::string summary;             ///< the last
+    MainMenu mainMenu;               ///< the last
     std::function<void(const StatusTitle&)> onTitle; ///< called at each title; may be empty
+
+    /// Shows the item that was made last, if it was not in sight and is not gone.
+    void comeIntoSight();
 
     /// Clicks the item that was made last; nothing happens when it is gone.
     void click(const ActivationRequest& request = {});

@@ -14,6 +14,10 @@ std::string taken(const char* name) {
 
 } // namespace
 
+bool takeAutostartMark() {
+    return !taken("KORVEL_AUTOSTART").empty();
+}
+
 LaunchToken takeLaunchToken() {
     return {.activation = taken("XDG_ACTIVATION_TOKEN"), .startup = taken("DESKTOP_STARTUP_ID")};
 }

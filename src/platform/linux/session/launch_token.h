@@ -14,6 +14,10 @@ struct LaunchToken {
     const std::string& any() const { return activation.empty() ? startup : activation; }
 };
 
+/// Whether the session started this process with itself, by the entry that is installed for that.
+/// The mark is taken out of the environment.
+bool takeAutostartMark();
+
 /// Takes the token out of the environment: it is good for one window, and no child must have it.
 LaunchToken takeLaunchToken();
 

@@ -109,14 +109,19 @@ bool SingleInstance::acquireName(Start start, const LaunchToken& token) {
         runFor(loop, patience_.end);
     }
     if (!owner) {
+        const bool unasked = start == Start::session;
         const BusObject running(bus, busName(), objectPath(),
-                                QStringLiteral("org.freedesktop.Application"));
-        running.ask("Activate", {platformData(token)}, loop, [&loop](const QDBusMessage& answer) {
-            // An error is no answer: it is about to end, or has ended, and then the name comes.
-            if (answer.type() != QDBusMessage::ErrorMessage) {
-                loop.quit();
-            }
-        });
+                                unasked ? QStringLiteral("org.freedesktop.DBus.Peer")
+                                        : QStringLiteral("org.freedesktop.Application"));
+        const QVariantList arguments = unasked ? QVariantList() : QVariantList{platformData(token)};
+        running.ask(unasked ? "Ping" : "Activate", arguments, loop,
+                    [&loop](const QDBusMessage& answer) {
+                        // An error is no answer: it is about to end, or has ended, and then the
+                        // name comes.
+                        if (answer.type() != QDBusMessage::ErrorMessage) {
+                            loop.quit();
+                        }
+                    });
         runFor(loop, patience_.answer);
     }
     if (!owner) {

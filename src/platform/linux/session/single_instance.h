@@ -17,7 +17,8 @@ struct ActivationRequest;
 
 /// Who started this process.
 enum class Start {
-    ordinary, ///< a user or a session; one that runs already is to come to the front
+    ordinary, ///< a user; one that runs already is to come to the front
+    session,  ///< the session, by itself; one that runs already is to be left alone
     relaunch, ///< one that runs still, and is about to end for this one
 };
 
@@ -44,8 +45,8 @@ class SingleInstance final : public QObject {
     ~SingleInstance() override;
 
     /// Whether this process is now the only one. False: another runs; where there is a bus it has
-    /// been asked to come to the front, and has got this process's token. Runs the event loop while
-    /// it waits.
+    /// been asked to come to the front, and has got this process's token, unless the session
+    /// started this one by itself. Runs the event loop while it waits.
     bool acquire(Start start, const LaunchToken& token = {});
 
     /// The D-Bus method: the program has been started once more.

@@ -35,7 +35,7 @@ bool inWaylandSession() {
 
 } // namespace
 
-TraySession TraySession::ofProgram() {
+TraySession TraySession::ofProgram(Unasked unasked) {
     return {.bus = sessionBusIfThere(),
             .connect =
                 [](const QString& name) {
@@ -45,7 +45,8 @@ TraySession TraySession::ofProgram() {
                 },
             // Of the first screen alone: Qt shows no icon on the other screens of a server.
             .xembedTray = [] { return x11SelectionIsHeld("_NET_SYSTEM_TRAY_S0"); },
-            .hostsTellPlaces = inWaylandSession()};
+            .hostsTellPlaces = inWaylandSession(),
+            .unasked = unasked};
 }
 
 TrayStatusItem::TrayStatusItem(TrayMenu& menu, TraySession session)
@@ -100,6 +101,14 @@ void TrayStatusItem::setOpenAction(Action action) {
     });
 }
 
+void TrayStatusItem::whenSeen(const std::function<void()>& work) {
+    if (session_.unasked == Unasked::comesAtOnce || host_.kind() != TrayKind::none) {
+        work();
+    } else {
+        whenSeen_ = work;
+    }
+}
+
 std::optional<Rectangle> TrayStatusItem::frame() const {
     const QRect place = icon_ ? icon_->geometry() : QRect();
     if (place.isEmpty()) {
@@ -149,6 +158,11 @@ void TrayStatusItem::kindChanged(TrayKind kind) {
     } else {
         icon_.reset();
     }
+    if (kind != TrayKind::none) {
+        if (const auto work = std::exchange(whenSeen_, nullptr)) {
+            work();
+        }
+    }
 }
 
 void TrayStatusItem::showIcon() {
@@ -192,14 +206,14 @@ ActivationRequest TrayStatusItem::trusted(ActivationRequest click) const {
     return click;
 }
 
-TrayStatusBar::TrayStatusBar() {
+TrayStatusBar::TrayStatusBar(Unasked unasked) : unasked_(unasked) {
     qGuiApp->installEventFilter(this);
 }
 
 TrayStatusBar::~TrayStatusBar() = default;
 
 std::unique_ptr<StatusItem> TrayStatusBar::makeStatusItem() {
-    auto item = std::make_unique<TrayStatusItem>(menu_, TraySession::ofProgram());
+    auto item = std::make_unique<TrayStatusItem>(menu_, TraySession::ofProgram(unasked_));
     item_ = item.get();
     return item;
 }

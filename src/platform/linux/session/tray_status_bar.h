@@ -19,6 +19,12 @@
 
 namespace korvel::platform {
 
+/// What happens to what a tray item is to show and nobody has asked for.
+enum class Unasked {
+    comesAtOnce,  ///< with or without a tray: the user who started the program waits for an answer
+    waitsForTray, ///< until one has the item
+};
+
 /// What a tray item takes from its session.
 struct TraySession {
     QDBusConnection bus; ///< on which panels are looked for
@@ -28,9 +34,10 @@ struct TraySession {
     /// Whether a host's word on where it was clicked is to be taken. On X11 some hosts give a place
     /// of their own window, and the pointer is known anyway.
     bool hostsTellPlaces = false;
+    Unasked unasked = Unasked::comesAtOnce;
 
     /// The session that the program runs in.
-    static TraySession ofProgram();
+    static TraySession ofProgram(Unasked unasked);
 };
 
 /// The icon in the tray: an item on the bus where a StatusNotifier host stands, Qt's icon in an
@@ -47,6 +54,7 @@ class TrayStatusItem final : public QObject, public StatusItem {
     void setSummary(const std::string& text) override;
     void setAction(Action action) override;
     void setOpenAction(Action action) override;
+    void whenSeen(const std::function<void()>& work) override;
     std::optional<Rectangle> frame() const override;
     void ignoreClicks(double seconds) override;
 
@@ -66,6 +74,7 @@ class TrayStatusItem final : public QObject, public StatusItem {
     const TraySession session_;
     Action action_;
     Action open_;
+    std::function<void()> whenSeen_;   ///< empty: nothing waits for a tray
     std::optional<StatusTitle> title_; ///< none until one is set
     QString toolTip_;
     QDeadlineTimer clicksIgnoredUntil_;
@@ -79,7 +88,7 @@ class TrayStatusItem final : public QObject, public StatusItem {
 /// work with the Control key while a window of the program has the keyboard.
 class TrayStatusBar final : public QObject, public StatusBar {
   public:
-    TrayStatusBar();
+    explicit TrayStatusBar(Unasked unasked = Unasked::comesAtOnce);
     ~TrayStatusBar() override;
 
     /// The item must not outlive the bar.
@@ -92,6 +101,7 @@ class TrayStatusBar final : public QObject, public StatusBar {
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
+    const Unasked unasked_;
     MainMenu mainMenu_;
     TrayMenu menu_;
     QPointer<TrayStatusItem> item_; ///< that was made last; null when it is gone

@@ -223,6 +223,14 @@ TEST(LaunchToken, IsTakenOutOfTheEnvironment) {
     EXPECT_EQ(takeLaunchToken().any(), "s");
 }
 
+TEST(AutostartMark, IsTakenOutOfTheEnvironment) {
+    EXPECT_FALSE(takeAutostartMark());
+    qputenv("KORVEL_AUTOSTART", "1");
+    EXPECT_TRUE(takeAutostartMark());
+    EXPECT_FALSE(qEnvironmentVariableIsSet("KORVEL_AUTOSTART"));
+    EXPECT_FALSE(takeAutostartMark());
+}
+
 TEST_F(SingleInstanceTest, OneThatRunsIsActivatedOnceAndStaysTheOnlyOne) {
     OtherProgram other;
     EXPECT_FALSE(instance_.acquire(Start::ordinary));
@@ -230,6 +238,15 @@ TEST_F(SingleInstanceTest, OneThatRunsIsActivatedOnceAndStaysTheOnlyOne) {
     EXPECT_NE(owner(), self());
     other.leave();
     EXPECT_EQ(owner(), "") << "one that was not to run waits for the name no longer";
+}
+
+TEST_F(SingleInstanceTest, OneThatRunsIsLeftAloneByAStartOfTheSession) {
+    OtherProgram other;
+    EXPECT_FALSE(instance_.acquire(Start::session));
+    EXPECT_EQ(other.activations, 0);
+    EXPECT_NE(owner(), self());
+    other.leave();
+    EXPECT_EQ(owner(), "");
 }
 
 TEST_F(SingleInstanceTest, OneThatEndsInBetweenIsReplaced) {
