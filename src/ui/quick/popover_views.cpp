@@ -12,9 +12,7 @@
 
 #include "ui/content/content_view.h"
 #include "ui/quick/inks.h"
-
-// Made by the build from the QML module; a static library's module is registered by calling it.
-void qml_register_types_Korvel();
+#include "ui/quick/register_views.h"
 
 namespace korvel {
 
@@ -87,12 +85,9 @@ bool PopoverViews::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void PopoverViews::load() {
-#ifdef KORVEL_QML_AS_WRITTEN
-    qputenv("QML_DISABLE_DISK_CACHE", "1"); // what it compiles is not to be kept in the home folder
-#endif
     // Drawn by the processor: a window this small needs no graphics driver, and its memory.
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    qml_register_types_Korvel();
+    registerViews();
     bridge_ = std::make_unique<PopoverBridge>(root_, options_.words, options_.awakeWords);
     render(); // before the views ask for it
     view_ = std::make_unique<QQuickView>();

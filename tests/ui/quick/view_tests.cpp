@@ -7,9 +7,8 @@
 #include "ui/content/linux_words.h"
 #include "ui/content/score_sections.h"
 #include "ui/quick/popover_bridge.h"
+#include "ui/quick/register_views.h"
 #include "ui/quick/scenes.h"
-
-void qml_register_types_Korvel();
 
 namespace korvel {
 
@@ -146,7 +145,7 @@ class Setup : public QObject {
     Q_OBJECT
 
   public Q_SLOTS:
-    void applicationAvailable() { qml_register_types_Korvel(); }
+    void applicationAvailable() { registerViews(); }
     void qmlEngineAvailable(QQmlEngine* engine) {
         engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
         engine->rootContext()->setContextProperty("theatre", &theatre_);
