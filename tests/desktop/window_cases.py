@@ -2,6 +2,7 @@
 
 import time
 
+import ground
 from cases import case, check, closed, equal, geometry
 from desktop import wait_for
 from popover_cases import LAUNCHER, picture, screen_reader
@@ -11,6 +12,7 @@ PANEL = 340
 
 
 def start_compositor(place):
+    ground.paint(place.environment["DISPLAY"], 0xc0c0c0)
     compositor = place.spawn(["picom", "--config", "/dev/null", "--backend", "xrender"])
     wait_for("the compositor", lambda: place.composited())
     return compositor
