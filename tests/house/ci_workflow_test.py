@@ -207,8 +207,8 @@ class Workflow(unittest.TestCase):
                 place.parent.mkdir(parents=True, exist_ok=True)
                 place.write_text(f"#!/bin/bash\n{text}\n", encoding="utf-8")
                 place.chmod(0o755)
-            subprocess.run("git init -q && git add . && git -c user.name=A -c user.email=a@example.com commit -qm All &&"
-                           " chown -R 65534 .", shell=True, cwd=f"{top}/source", check=True)
+            subprocess.run("git init -q && git add . && git -c user.name=A -c user.email=a@example.com commit -qm All "
+                           "&& chown -R 65534 .", shell=True, cwd=f"{top}/source", check=True)
             environment = {"PATH": f"{top}/bin:{os.environ['PATH']}", "HOME": top}
             inside = subprocess.run([SOURCE / "script/ci-container", "debian:13"], capture_output=True, text=True,
                                     check=True, env=environment).stdout
