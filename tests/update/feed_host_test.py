@@ -18,7 +18,7 @@ class FeedHost(unittest.TestCase):
         """The host after a configuration with these settings; none if it fails."""
         with tempfile.TemporaryDirectory() as folder:
             Path(folder, "CMakeLists.txt").write_text(PROJECT.format(SOURCE), encoding="utf-8")
-            done = subprocess.run([CMAKE, "-S", folder, "-B", folder + "/build", *settings],
+            done = subprocess.run([CMAKE, "-S", folder, "-B", folder + "/build", "-G", "Ninja", *settings],
                                   capture_output=True, check=False)
             if done.returncode != 0:
                 return None
