@@ -34,6 +34,8 @@ T.Menu {
     onClosed: {
         if (byKeyboard) {
             openedBy.forceActiveFocus(Qt.TabFocusReason);
+            // Later releases of Qt have given the focus back already, for a reason that shows no ring.
+            (openedBy as PlainButton).focusReason = Qt.TabFocusReason;
         }
     }
 

@@ -375,6 +375,7 @@ Item {
             keyClick(Qt.Key_Escape);
             tryCompare(menu, "visible", false);
             compare(theatre.awake(), false);
+            compare(control.visualFocus, true);
             keyClick(Qt.Key_Space);
             tryCompare(menu, "opened", true);
             for (let i = 0; i < 3; ++i) {
