@@ -6,6 +6,10 @@
 
 namespace korvel {
 
+/// What some programs put before a text in UTF-8. JSON has none; later releases of simdjson pass
+/// over it.
+inline constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+
 /// Whether all of `bytes` is well-formed UTF-8.
 bool isUtf8(std::string_view bytes);
 

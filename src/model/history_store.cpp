@@ -11,6 +11,7 @@
 
 #include "base/decimal.h"
 #include "base/fatal.h"
+#include "base/utf8.h"
 
 namespace korvel {
 
@@ -78,6 +79,9 @@ std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& histor
 }
 
 std::vector<HistoryPoint> decodeHistory(std::string text) {
+    if (text.starts_with(kByteOrderMark)) {
+        return {};
+    }
     // Every row is decoded, because one bad element anywhere makes the whole file unreadable; only
     // the newest are kept, in a ring, so that a longer file costs no more memory.
     std::vector<HistoryPoint> ring;

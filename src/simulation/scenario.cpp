@@ -1,5 +1,6 @@
 #include "simulation/scenario.h"
 
+#include "base/utf8.h"
 #include "simulation/scenario_parts.h"
 
 namespace korvel::simulation {
@@ -109,6 +110,9 @@ ScriptedFeed readFeed(const JsonValue& object) {
 Result<Scenario, ScenarioFault> readScenario(std::string_view json) {
     Reader reader{std::make_shared<simdjson::dom::parser>(), {}};
     simdjson::dom::element root;
+    if (json.starts_with(kByteOrderMark)) {
+        return Error{ScenarioFault::notJson, "", "a byte-order mark is no JSON"};
+    }
     // The copy is padded as the parser wants it.
     const auto error = reader.document->parse(simdjson::padded_string(json)).get(root);
     if (error != simdjson::SUCCESS) {

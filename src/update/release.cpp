@@ -7,6 +7,7 @@
 #include <simdjson.h>
 
 #include "base/decimal.h"
+#include "base/utf8.h"
 #include "base/whole_number.h"
 #include "update/https_url.h"
 
@@ -122,9 +123,11 @@ void readMember(Entry& entry, std::string_view key, value element) {
 } // namespace
 
 std::optional<Release> decodeRelease(std::string feed) {
-    constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
     if (feed.starts_with(kByteOrderMark)) {
         feed.erase(0, kByteOrderMark.size());
+        if (feed.starts_with(kByteOrderMark)) {
+            return std::nullopt;
+        }
     }
     Entry entry;
     feed.reserve(feed.size() + simdjson::SIMDJSON_PADDING);

@@ -80,6 +80,7 @@ TEST(Scenario, AnErrorNamesTheValueAndWhatItShouldBe) {
               (Error{ScenarioFault::notAWholeNumber, "machine.processorCount", "1 to 2147483647"}));
     EXPECT_EQ(error("[]"), (Error{ScenarioFault::notAnObject, ""}));
     EXPECT_EQ(error("{").code, ScenarioFault::notJson);
+    EXPECT_EQ(error("\xef\xbb\xbf{}").code, ScenarioFault::notJson);
     EXPECT_EQ(loadScenario("/nowhere").error(), (Error{ScenarioFault::unreadable, "/nowhere"}));
 }
 

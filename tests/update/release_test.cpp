@@ -110,6 +110,7 @@ TEST(ReleaseFeed, WhatIsNoValidObjectIsNoRelease) {
                                     "\"" + kWhole + "\"",
                                     kWhole + "x",
                                     kWhole + kWhole,
+                                    "\xef\xbb\xbf\xef\xbb\xbf" + kWhole,
                                     kWhole.substr(0, kWhole.size() - 1),
                                     std::string("{}"),
                                     std::string("{\"build\": 1,}"),
