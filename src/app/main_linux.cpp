@@ -55,6 +55,8 @@ using namespace korvel;
 constexpr double kLaunchedAfter =
     15; // seconds; then the memory that only the launch used is given back
 
+constexpr double kOpenedAfter = 1.2; // seconds; then the icon has its place in the panel
+
 AppDelegate* running = nullptr;
 
 /// The one place where the program ends, whichever way: the menu, a signal, the end of the desktop
@@ -94,6 +96,7 @@ int main(int, char** argv) {
          .temporary = platform::PosixFileManager().temporaryDirectory(),
          .record = record});
     const std::string executable = platform::LinuxBundle::runningExecutable();
+    const bool toOpen = platform::takeOpenMark();
     const bool bySession = platform::takeAutostartMark();
     const auto start = platform::takeRelaunchMark() ? platform::Start::relaunch
                        : bySession                  ? platform::Start::session
@@ -183,12 +186,20 @@ int main(int, char** argv) {
     };
     const auto delegate = std::make_shared<AppDelegate>(
         services, Metrics::shared(), Awake::shared(), Updater::shared(), WhatsNew::shared(),
-        [words, display](ContentView& root) { return makeLinuxPopover(root, words, display); });
+        [&](ContentView& root) {
+            return makeLinuxPopover(root, words, display, [&] {
+                workspace.relaunchAndOpen(bundle.path());
+                runLoop.terminate();
+            });
+        });
     running = delegate.get();
     std::atexit(finish);
     terminationSignals.notify([&runLoop] { runLoop.terminate(); });
     delegate->applicationDidFinishLaunching();
     runLoop.after(kLaunchedAfter, platform::giveMemoryBack);
+    if (toOpen) {
+        runLoop.after(kOpenedAfter, [&delegate] { delegate->openPopover({}); });
+    }
     QApplication::exec();
     finish();
     // Without destructors. To take the tray item down, Qt calls the bus and waits for its answer,

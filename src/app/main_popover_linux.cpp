@@ -6,6 +6,7 @@
 #include "platform/linux/kernel/own_memory.h"
 #include "platform/linux/session/layer_surface.h"
 #include "platform/linux/session/portal_appearance.h"
+#include "platform/linux/session/replaced_toolkit.h"
 #include "platform/linux/session/startup_notification.h"
 #include "platform/linux/session/window_effects.h"
 #include "platform/linux/session/x11_click_watch.h"
@@ -53,13 +54,23 @@ PopoverPlacing x11Placing() {
 } // namespace
 
 std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root, Words words,
-                                                    platform::DisplayChoice display) {
+                                                    platform::DisplayChoice display,
+                                                    std::function<void()> startAnew) {
     PopoverDesktop desktop{.words = std::move(words),
                            .awakeWords = linuxAwakeWords,
                            .appearance = std::make_unique<platform::PortalAppearance>(),
                            .released = platform::giveMemoryBack,
                            .blendsWindows = platform::desktopBlendsWindows,
                            .declareShadow = nullptr};
+    if (startAnew) {
+        desktop.startsAnew = [startAnew = std::move(startAnew)] {
+            const bool replaced = platform::toolkitWasReplaced();
+            if (replaced) {
+                startAnew();
+            }
+            return replaced;
+        };
+    }
     if (platform::desktopKnowsShadows()) {
         desktop.declareShadow = platform::declareShadow;
         desktop.placing = x11Placing();

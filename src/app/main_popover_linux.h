@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "platform/linux/session/display_choice.h"
@@ -11,9 +12,11 @@ namespace korvel {
 class ContentView;
 
 /// The popover as it opens on a Linux desktop that is shown this way, which says its texts in
-/// `words`. `root` outlives it.
+/// `words`. `root` outlives it. Where Qt has been replaced since the program started, `startAnew`
+/// is called instead of opening it; empty: it is opened nevertheless.
 std::unique_ptr<platform::Popover>
 makeLinuxPopover(ContentView& root, Words words,
-                 platform::DisplayChoice display = platform::DisplayChoice::byQt);
+                 platform::DisplayChoice display = platform::DisplayChoice::byQt,
+                 std::function<void()> startAnew = {});
 
 } // namespace korvel

@@ -134,6 +134,40 @@ def start_while_the_bus_hangs_leaves_the_copy_that_runs_alone():
         opened(place)
 
 
+@case("xfce4-panel", "ldd")
+def opening_after_an_upgrade_of_qt_starts_the_program_anew_and_opens_that():
+    with desktop("xfce4-panel", program=False) as place:
+        folder = os.path.join(place.folder, "libraries")
+        os.mkdir(folder)
+        loaded = re.findall(r"=> (/\S*/(libQt6\S+)) ", place.run(["ldd", Program.path]))
+        check(loaded, "the program loads no library of Qt")
+
+        def upgrade():
+            for path, name in loaded:
+                shutil.copy(path, os.path.join(folder, name + ".new"))
+                os.rename(os.path.join(folder, name + ".new"), os.path.join(folder, name))
+
+        upgrade()
+        old = Program(place, command=["env", "LD_LIBRARY_PATH=" + folder, Program.path])
+        at = middle(wait_for_icon(place))
+        upgrade()
+        time.sleep(1.5)  # past the two samples of the launch
+        check(old.running(), "it does not go on")
+        place.click(*at)
+        equal(old.exit_status(), 0, "exit status")
+        check(len(history(place)) >= 2, "the history is not saved")
+        new, = wait_for("the new copy", lambda: copies(place))
+        try:
+            opened(place)  # by itself
+            with open(f"/proc/{new}/maps", encoding="utf-8") as maps:
+                mapped = [line for line in maps if folder in line]
+            check(mapped, "it has other libraries")
+            equal([line for line in mapped if "(deleted)" in line], [], "old libraries that it has")
+        finally:
+            os.kill(new, signal.SIGTERM)
+            wait_for("its end", lambda: not copies(place))
+
+
 def other_processor(program):
     with open(program, "r+b") as file:
         file.seek(18)  # the number of the processor

@@ -48,8 +48,9 @@ FACES = {
     "platform/linux/session": {
         "desktop_notifications.h", "desktop_power.h", "display_choice.h", "environment.h", "launch_token.h",
         "layer_surface.h", "linux_workspace.h",
-        "portal_appearance.h", "settings_file.h", "single_instance.h", "systemd_agents.h", "tray_status_bar.h",
-        "startup_notification.h", "systemd_query.h", "window_effects.h", "x11_click_watch.h", "x11_places.h",
+        "portal_appearance.h", "replaced_toolkit.h", "settings_file.h", "single_instance.h", "systemd_agents.h",
+        "startup_notification.h", "systemd_query.h", "tray_status_bar.h", "window_effects.h", "x11_click_watch.h",
+        "x11_places.h",
     },
     "platform/linux/update": {
         "linux_bundle.h", "linux_code_signature.h", "linux_program_loader.h", "update_root.h", "zip_archive.h",

@@ -50,7 +50,7 @@ WindowPopover::WindowPopover(ContentView& root, PopoverDesktop desktop)
 }
 
 void WindowPopover::show(platform::StatusItem& item, const platform::ActivationRequest& request) {
-    if (shown()) {
+    if (shown() || (!views_.window() && desktop_.startsAnew && desktop_.startsAnew())) {
         return;
     }
     item_ = &item;

@@ -75,6 +75,9 @@ struct PopoverDesktop {
     /// empty: Qt does it.
     std::function<void(QWindow&, const std::string& token)> makeKey{};
     std::optional<PopoverPlacing> placing{}; ///< nullopt: it is placed by what Qt tells
+    /// Asked before the views are loaded, for which parts of Qt are read: whether these would no
+    /// longer fit, and the program is about to be started anew instead. Empty: they fit.
+    std::function<bool()> startsAnew{};
 };
 
 /// The popover where the desktop has none: the views in a frameless window at the status item.

@@ -215,6 +215,36 @@ TEST_F(StoodWindow, IsStoodByTheDesktopUntilItIsClosed) {
     EXPECT_EQ(told, "");
 }
 
+TEST(StartingAnew, IsInPlaceOfLoadingTheViewsAndOfNothingElse) {
+    int asked = 0;
+    bool anew = false;
+    Stage stage;
+    platform::SimulatedStatusBar bar;
+    const auto item = bar.makeStatusItem();
+    PopoverDesktop desktop;
+    desktop.words = [](std::string text) { return text; };
+    desktop.startsAnew = [&] {
+        ++asked;
+        return anew;
+    };
+    WindowPopover popover(stage.root, std::move(desktop));
+    anew = true;
+    popover.show(*item, {});
+    popover.activate({});
+    popover.makeKey();
+    EXPECT_FALSE(popover.shown());
+    EXPECT_EQ(asked, 1);
+    anew = false;
+    popover.show(*item, {});
+    EXPECT_TRUE(popover.shown());
+    EXPECT_EQ(asked, 2);
+    popover.close();
+    anew = true;
+    popover.show(*item, {});
+    EXPECT_TRUE(popover.shown()) << "the views are still loaded";
+    EXPECT_EQ(asked, 2);
+}
+
 /// What was told to the desktop that a window is placed on.
 struct Told {
     std::string told;

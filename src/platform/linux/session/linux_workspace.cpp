@@ -13,11 +13,15 @@ namespace korvel::platform {
 
 namespace {
 
-constexpr const char* kRelaunchMark = "KORVEL_RELAUNCH";
-
 bool isFolder(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool takeMark(const char* name) {
+    const bool marked = qEnvironmentVariableIsSet(name);
+    qunsetenv(name);
+    return marked;
 }
 
 } // namespace
@@ -56,15 +60,25 @@ void LinuxWorkspace::reveal(const std::string& path) {
 }
 
 void LinuxWorkspace::relaunch(const std::string& bundle) {
+    startAgain(bundle, "KORVEL_RELAUNCH=1");
+}
+
+void LinuxWorkspace::relaunchAndOpen(const std::string& bundle) {
+    startAgain(bundle, "KORVEL_RELAUNCH=1 KORVEL_OPEN=1");
+}
+
+void LinuxWorkspace::startAgain(const std::string& bundle, const std::string& marks) {
     // The path is the shell's $0 and never part of its text.
     const std::string program = isFolder(bundle) ? bundle + "/Contents/Linux/korvel" : bundle;
-    children_.start("/bin/sh", {"-c", "sleep 1; export KORVEL_RELAUNCH=1; exec \"$0\"", program});
+    children_.start("/bin/sh", {"-c", "sleep 1; export " + marks + "; exec \"$0\"", program});
 }
 
 bool takeRelaunchMark() {
-    const bool marked = qEnvironmentVariableIsSet(kRelaunchMark);
-    qunsetenv(kRelaunchMark);
-    return marked;
+    return takeMark("KORVEL_RELAUNCH");
+}
+
+bool takeOpenMark() {
+    return takeMark("KORVEL_OPEN");
 }
 
 } // namespace korvel::platform

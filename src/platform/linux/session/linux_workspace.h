@@ -23,7 +23,11 @@ class LinuxWorkspace final : public Workspace {
     /// the mark that `takeRelaunchMark` looks for.
     void relaunch(const std::string& bundle) override;
 
+    /// The same, and the popover is asked for: the mark of `takeOpenMark` is there too.
+    void relaunchAndOpen(const std::string& bundle);
+
   private:
+    void startAgain(const std::string& bundle, const std::string& marks);
     void openFolderAround(const std::string& path);
 
     ChildProcesses& children_;
@@ -34,6 +38,9 @@ class LinuxWorkspace final : public Workspace {
 /// Whether a relaunch started this process. The mark is taken out of the environment, since what
 /// this process starts is no relaunch; so to be called before there is another thread.
 bool takeRelaunchMark();
+
+/// Whether that relaunch was to open the popover. Taken out too.
+bool takeOpenMark();
 
 /// The address of an absolute path, whatever bytes are in it.
 std::string fileUri(const std::string& path);

@@ -145,19 +145,28 @@ TEST(Relaunch, ProgramOfTheBundleIsStartedByItsPathAlone) {
     LinuxWorkspace workspace(children, QDBusConnection(QStringLiteral("never connected")));
     workspace.relaunch(tree.root() + "/Korvel.app");
     workspace.relaunch("/usr/bin/korvel");
+    workspace.relaunchAndOpen("/usr/bin/korvel");
     const char* const kCommand = "sleep 1; export KORVEL_RELAUNCH=1; exec \"$0\"";
+    const char* const kOpening = "sleep 1; export KORVEL_RELAUNCH=1 KORVEL_OPEN=1; exec \"$0\"";
     EXPECT_THAT(children.started,
                 ElementsAre(ElementsAre("/bin/sh", "-c", kCommand,
                                         tree.root() + "/Korvel.app/Contents/Linux/korvel"),
-                            ElementsAre("/bin/sh", "-c", kCommand, "/usr/bin/korvel")));
+                            ElementsAre("/bin/sh", "-c", kCommand, "/usr/bin/korvel"),
+                            ElementsAre("/bin/sh", "-c", kOpening, "/usr/bin/korvel")));
 }
 
 TEST(Relaunch, TheMarkIsFoundOnceAndNotHandedOn) {
-    EXPECT_FALSE(takeRelaunchMark());
-    ::setenv("KORVEL_RELAUNCH", "1", 1);
-    EXPECT_TRUE(takeRelaunchMark());
-    EXPECT_EQ(std::getenv("KORVEL_RELAUNCH"), nullptr);
-    EXPECT_FALSE(takeRelaunchMark());
+    const struct {
+        const char* name;
+        bool (*take)();
+    } marks[] = {{"KORVEL_RELAUNCH", takeRelaunchMark}, {"KORVEL_OPEN", takeOpenMark}};
+    for (const auto& [name, take] : marks) {
+        EXPECT_FALSE(take());
+        ::setenv(name, "1", 1);
+        EXPECT_TRUE(take());
+        EXPECT_EQ(std::getenv(name), nullptr);
+        EXPECT_FALSE(take());
+    }
 }
 
 TEST(Relaunch, NoPathIsReadByTheShell) {
