@@ -6,7 +6,8 @@ import shutil
 import sys
 
 from cases import Program, check, choose, desktop, equal, opened
-from remedy_cases import Services, defaults
+from desktop import wait_for
+from remedy_cases import NAME, Services, defaults
 from update_cases import UNREACHABLE, update_case
 from update_site import SOURCE, Releases, Site, accessible, command
 
@@ -45,6 +46,7 @@ def copy_of_a_package_asks_no_feed_until_the_user_does():
         stored = place.set_defaults(seenBuild={"integer": 100}, seenVersion={"string": "0.1.0"},
                                     lastUpdateCheck={"double": 1.5e9})
         program = Program(place, command=site.inside(install(place)))
+        wait_for("the program's name", lambda: place.owner(NAME), 20)
         opened(place)  # what is new in the version, by itself
         tree.find(f"Updated to {version()}")
         notes = command(sys.executable, os.path.join(SOURCE, "packaging", "changelog.py"), "notes", version())
