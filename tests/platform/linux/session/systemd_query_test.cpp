@@ -116,12 +116,14 @@ TEST_F(SystemdQueryTest, TheConnectionIsKeptFromOneQuestionToTheNext) {
     startManager();
     manager_.setLoaded(kAskedUnit, true);
     SystemdQuery query(address_);
-    EXPECT_TRUE(query.isLoaded(kAskedLabel));
     const auto names = [&] { return connection_.interface()->registeredServiceNames().value(); };
     const QStringList before = names();
     EXPECT_TRUE(query.isLoaded(kAskedLabel));
+    const QStringList connected = names();
+    EXPECT_EQ(connected.size(), before.size() + 1);
+    EXPECT_TRUE(query.isLoaded(kAskedLabel));
     EXPECT_FALSE(query.isLoaded("com.example.asked"));
-    EXPECT_EQ(names(), before);
+    EXPECT_EQ(names(), connected);
 }
 
 TEST_F(SystemdQueryTest, ABusThatIsReplacedIsAskedAtTheNextQuestion) {
