@@ -59,6 +59,27 @@ std::string detailOf(const ScoreFactor& factor, const Snapshot& snapshot, const 
     return hasNoStalls ? fmt::format("{} · stalls {}", detail, kNotReported) : detail;
 }
 
+/// A text as Pango's markup shows it, which is what bars take a tooltip for.
+std::string inMarkup(std::string_view text) {
+    std::string safe;
+    for (const char c : text) {
+        switch (c) {
+        case '&':
+            safe += "&amp;";
+            break;
+        case '<':
+            safe += "&lt;";
+            break;
+        case '>':
+            safe += "&gt;";
+            break;
+        default:
+            safe += c;
+        }
+    }
+    return safe;
+}
+
 /// The names of what the machine has no figure for, as the member "unreported".
 void writeUnreported(JsonWriter& json, const platform::Unreported& unreported) {
     const std::pair<const char*, bool> figures[] = {
@@ -112,7 +133,7 @@ std::string snapshotReport(const Snapshot& snapshot, Colours colours, const Word
 std::string snapshotBarLine(const Snapshot& snapshot, const Words& words) {
     std::string tooltip = snapshot.verdict + "\n" + machineLine(snapshot);
     for (const std::string& alert : snapshot.alerts) {
-        tooltip += '\n' + inWords(words, alert);
+        tooltip += '\n' + inMarkup(printable(inWords(words, alert)));
     }
     std::string styleClass = snapshot.verdict;
     std::transform(styleClass.begin(), styleClass.end(), styleClass.begin(), [](char c) {

@@ -17,8 +17,9 @@ enum class Colours { plain, ansi };
 std::string snapshotReport(const Snapshot& snapshot, Colours colours, const Words& words = {});
 
 /// A reading as one line of JSON for the custom modules of tiling-desktop bars: "text", "tooltip",
-/// "class" (the verdict in lower case) and "percentage". The tooltip has the alerts, in the words
-/// of the desktop; it is too small for what is not reported, which is no alert.
+/// "class" (the verdict in lower case) and "percentage". The tooltip is Pango markup. It has the
+/// alerts, in the words of the desktop, in which no process's name can become markup; it is too
+/// small for what is not reported, which is no alert.
 std::string snapshotBarLine(const Snapshot& snapshot, const Words& words = {});
 
 /// The number of the object that `snapshotJson` makes. It grows when a member goes or changes its

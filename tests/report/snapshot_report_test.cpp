@@ -128,6 +128,15 @@ TEST(SnapshotBarLine, IsOneObjectThatABarReads) {
                     R"("class":"strained","percentage":45})");
 }
 
+TEST(SnapshotBarLine, LetsNoProcessNameBecomeMarkup) {
+    Snapshot s;
+    s.topProcs = {{1, "<b>a&b\n\x1b[2J\"</b>", 8.5}};
+    Metrics::score(s);
+    EXPECT_THAT(
+        snapshotBarLine(s),
+        HasSubstr(R"(\n&lt;b&gt;a&amp;b??[2J\"&lt;/b&gt; is holding 8.5GB\nDisk critical)"));
+}
+
 TEST(SnapshotBarLine, HasTheAlertsInTheWordsOfTheDesktopAndNothingOfWhatIsNotReported) {
     Snapshot s;
     s.diskFreeGB = 100;
