@@ -63,7 +63,7 @@ if(TARGET korvel)
 endif()
 
 if(TARGET korvel_snapshot)
-    install(DIRECTORY contrib/prometheus DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/korvel-snapshot/examples
+    install(DIRECTORY contrib/bars contrib/prometheus DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/korvel-snapshot/examples
         COMPONENT korvel-snapshot USE_SOURCE_PERMISSIONS)
 endif()
 korvel_install_file(docs/schema/korvel-snapshot.schema.json ${KORVEL_DATA}/schema korvel-snapshot)
