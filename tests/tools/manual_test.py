@@ -87,57 +87,71 @@ class EveryPage(unittest.TestCase):
 
 class ProgramsWithOptions(unittest.TestCase):
     def each(self):
-        for name, program in PROGRAMS.items():
-            with self.subTest(name):
-                yield Help(program), page(name + ".1")
+        return [(Help(program), page(name + ".1")) for name, program in PROGRAMS.items()]
 
     def test_the_synopsis_is_the_usage_of_the_help(self):
         for told, path in self.each():
-            self.assertEqual(rendered(path, "SYNOPSIS"), [f"{told.name} {usage}" for usage in told.usages])
+            with self.subTest(told.name):
+                self.assertEqual(rendered(path, "SYNOPSIS"), [f"{told.name} {usage}" for usage in told.usages])
 
     def test_wrong_words_are_answered_with_the_usage_of_the_help(self):
         for told, _ in self.each():
-            done = subprocess.run([PROGRAMS[told.name], "--unknown"], capture_output=True, text=True, check=False)
-            self.assertEqual((done.returncode, done.stdout), (2, ""))
-            self.assertEqual(done.stderr, f"usage: {told.name} {' | '.join(told.usages)}\n")
+            with self.subTest(told.name):
+                done = subprocess.run([PROGRAMS[told.name], "--unknown"], capture_output=True, text=True, check=False)
+                self.assertEqual((done.returncode, done.stdout), (2, ""))
+                self.assertEqual(done.stderr, f"usage: {told.name} {' | '.join(told.usages)}\n")
 
     def test_the_options_are_those_of_the_help(self):
         for told, path in self.each():
-            lines = [line.removeprefix(".It Fl -") for line in source_of(path, "DESCRIPTION")
-                     if line.startswith(".It Fl ")]
-            described = {}
-            for line in lines:
-                name, _, value = line.partition(" Ar ")
-                self.assertNotIn("--" + name, described)
-                described["--" + name] = value
-            self.assertEqual(described, {name: value for name, (value, _) in told.options.items()})
+            with self.subTest(told.name):
+                lines = [line.removeprefix(".It Fl -") for line in source_of(path, "DESCRIPTION")
+                         if line.startswith(".It Fl ")]
+                described = {}
+                for line in lines:
+                    name, _, value = line.partition(" Ar ")
+                    self.assertNotIn("--" + name, described)
+                    described["--" + name] = value
+                self.assertEqual(described, {name: value for name, (value, _) in told.options.items()})
 
     def test_every_option_is_in_a_usage(self):
         for told, _ in self.each():
-            self.assertEqual({name for needed, groups in told.forms() for name in needed.union(*groups)},
-                             set(told.options))
+            with self.subTest(told.name):
+                self.assertEqual({name for needed, groups in told.forms() for name in needed.union(*groups)},
+                                 set(told.options))
 
     def test_the_exit_statuses_and_the_environment_are_those_of_the_help(self):
         for told, path in self.each():
-            statuses = [line.removeprefix(".It ") for line in source_of(path, "EXIT STATUS") if line.startswith(".It ")]
-            self.assertEqual(statuses, [term for term in told.terms("Exit status") if term.isdigit()])
-            self.assertEqual(items(path, "ENVIRONMENT", "Ev"), told.terms("Environment"))
-            for signal in (term for term in told.terms("Exit status") if not term.isdigit()):
-                self.assertIn(".Dv " + signal, source_of(path, "EXIT STATUS"))
+            with self.subTest(told.name):
+                statuses = [line.removeprefix(".It ") for line in source_of(path, "EXIT STATUS")
+                            if line.startswith(".It ")]
+                self.assertEqual(statuses, [term for term in told.terms("Exit status") if term.isdigit()])
+                self.assertEqual(items(path, "ENVIRONMENT", "Ev"), told.terms("Environment"))
+                for signal in (term for term in told.terms("Exit status") if not term.isdigit()):
+                    self.assertIn(".Dv " + signal, source_of(path, "EXIT STATUS"))
 
     def test_the_help_fits_a_terminal_of_80_columns(self):
         for told, _ in self.each():
-            self.assertEqual([line for line in told.text.split("\n") if len(line) > 80], [])
+            with self.subTest(told.name):
+                self.assertEqual([line for line in told.text.split("\n") if len(line) > 80], [])
 
     def test_the_version_is_a_line_of_its_own(self):
         versions = set()
         for told, _ in self.each():
-            done = subprocess.run([PROGRAMS[told.name], "--version"], stdout=subprocess.PIPE, text=True, check=True)
-            name, version = done.stdout.split(" ")
-            self.assertEqual(name, told.name)
-            self.assertRegex(version, r"^\d+\.\d+\.\d+\n$")
-            versions.add(version)
+            with self.subTest(told.name):
+                done = subprocess.run([PROGRAMS[told.name], "--version"], stdout=subprocess.PIPE, text=True, check=True)
+                name, version = done.stdout.split(" ")
+                self.assertEqual(name, told.name)
+                self.assertRegex(version, r"^\d+\.\d+\.\d+\n$")
+                versions.add(version)
         self.assertEqual(len(versions), 1)
+
+
+class ProgramWithoutOptions(unittest.TestCase):
+    def test_the_variables_that_it_reads_are_in_its_page(self):
+        read = {name for path in (SOURCE / "src").rglob("*.cpp")
+                for name in re.findall(r'"(KORVEL_[A-Z_]+)"', path.read_text(encoding="utf-8"))}
+        # One that relaunches sets this for its successor.
+        self.assertEqual(set(items(page("korvel.1"), "ENVIRONMENT", "Ev")), read - {"KORVEL_RELAUNCH"})
 
 
 class Formats(unittest.TestCase):
