@@ -114,6 +114,47 @@ void addSigner(CMS_ContentInfo* cms, const Identity& signer, const SignatureSpec
     }
 }
 
+std::vector<unsigned char> signatureOf(std::string_view content, EVP_PKEY* key,
+                                       const std::string& digest) {
+    const bool ownDigest = EVP_PKEY_is_a(key, "ED25519") == 1;
+    using Context = std::unique_ptr<EVP_MD_CTX, FreeWith<EVP_MD_CTX_free>>;
+    const Context context(EVP_MD_CTX_new());
+    std::vector<unsigned char> value(1024);
+    std::size_t size = value.size();
+    check(EVP_DigestSignInit(context.get(), nullptr,
+                             ownDigest ? nullptr : EVP_get_digestbyname(digest.c_str()), nullptr,
+                             key) == 1 &&
+              EVP_DigestSign(context.get(), value.data(), &size,
+                             reinterpret_cast<const unsigned char*>(content.data()),
+                             content.size()) == 1,
+          "no signature");
+    value.resize(size);
+    return value;
+}
+
+/// Signs a certificate of whatever version it has: later releases of OpenSSL first give it the one
+/// that may have extensions.
+void signAsItIs(X509* certificate, EVP_PKEY* key, const std::string& digest) {
+    const long version = X509_get_version(certificate);
+    check(X509_sign(certificate, key, EVP_get_digestbyname(digest.c_str())) > 0, "no signature");
+    if (X509_get_version(certificate) == version) {
+        return;
+    }
+    X509_set_version(certificate, version);
+    unsigned char* bytes = nullptr;
+    const int length = i2d_re_X509_tbs(certificate, &bytes);
+    check(length > 0, "no certificate");
+    const std::vector<unsigned char> value = signatureOf(
+        {reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length)}, key, digest);
+    OPENSSL_free(bytes);
+    const ASN1_BIT_STRING* place = nullptr;
+    X509_get0_signature(&place, nullptr, certificate);
+    check(ASN1_BIT_STRING_set(const_cast<ASN1_BIT_STRING*>(place),
+                              const_cast<unsigned char*>(value.data()),
+                              static_cast<int>(value.size())) == 1,
+          "no signature in its place");
+}
+
 /// Signs the attributes as they are now, which the library does only where they are as it wants
 /// them.
 void signAttributes(CMS_SignerInfo* signer, const SignatureSpec& spec) {
@@ -133,20 +174,10 @@ void signAttributes(CMS_SignerInfo* signer, const SignatureSpec& spec) {
     constexpr char kSetTag = 0x31;
     content = derElement(kSetTag, content);
     EVP_PKEY* const key = spec.changedBy.value_or(spec.signers.front()).key.get();
-    const bool ownDigest = EVP_PKEY_is_a(key, "ED25519") == 1;
-    using Context = std::unique_ptr<EVP_MD_CTX, FreeWith<EVP_MD_CTX_free>>;
-    const Context context(EVP_MD_CTX_new());
-    std::vector<unsigned char> value(1024);
-    std::size_t size = value.size();
-    check(EVP_DigestSignInit(context.get(), nullptr,
-                             ownDigest ? nullptr : EVP_get_digestbyname(spec.digest.c_str()),
-                             nullptr, key) == 1 &&
-              EVP_DigestSign(context.get(), value.data(), &size,
-                             reinterpret_cast<const unsigned char*>(content.data()),
-                             content.size()) == 1 &&
-              ASN1_OCTET_STRING_set(CMS_SignerInfo_get0_signature(signer), value.data(),
-                                    static_cast<int>(size)) == 1,
-          "attributes not signed");
+    const std::vector<unsigned char> value = signatureOf(content, key, spec.digest);
+    check(ASN1_OCTET_STRING_set(CMS_SignerInfo_get0_signature(signer), value.data(),
+                                static_cast<int>(value.size())) == 1,
+          "no signature of the attributes");
 }
 
 } // namespace
@@ -199,8 +230,7 @@ Identity issue(const CertificateSpec& spec, const Identity* issuer) {
         spec.change(certificate);
     }
     const Identity& signer = issuer != nullptr ? *issuer : made;
-    check(X509_sign(certificate, signer.key.get(), EVP_get_digestbyname(spec.digest.c_str())) > 0,
-          "no signature");
+    signAsItIs(certificate, signer.key.get(), spec.digest);
     return made;
 }
 
