@@ -11,7 +11,9 @@ set(CMAKE_CXX_COMPILER ${CMAKE_CURRENT_LIST_DIR}/compiler)
 set(CMAKE_OBJCXX_COMPILER ${CMAKE_CURRENT_LIST_DIR}/compiler)
 find_program(CMAKE_AR NAMES llvm-ar-14 llvm-ar REQUIRED)
 find_program(CMAKE_RANLIB NAMES llvm-ranlib-14 llvm-ranlib REQUIRED)
-find_program(CMAKE_INSTALL_NAME_TOOL NAMES llvm-install-name-tool-14 llvm-install-name-tool REQUIRED)
+# Not every release of Debian has this one among the commands without a version.
+file(GLOB llvm_folders /usr/lib/llvm-*/bin)
+find_program(CMAKE_INSTALL_NAME_TOOL NAMES llvm-install-name-tool-14 llvm-install-name-tool PATHS ${llvm_folders} REQUIRED)
 
 # Undefined behaviour is looked for by the builds that run here; traps would only be more imports.
 # The compiler leaves out which release of the system has what of the C++ library; that is wanted
