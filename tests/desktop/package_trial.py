@@ -192,7 +192,7 @@ class Trial:
             print(f"left: {path}")
         for path in sorted(self.before - after):
             print(f"gone: {path}")
-        equal(after, self.before, "what is different after purging")
+        check(after == self.before, "the root is not what it was before")
         for path in (".korvel-history.json", ".config/korvel/defaults.json"):
             check(os.path.exists(os.path.join(self.place.home, path)), f"the user's own {path} is gone")
         self.say("removed and purged, nothing is left but the user's own files")
