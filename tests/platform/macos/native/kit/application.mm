@@ -118,7 +118,8 @@ using korvel::kit::desktop;
         receiver = forwarded != nil ? forwarded : receiver;
     }
     // An action gives nothing back, which `performSelector:` would take for an object.
-    reinterpret_cast<void (*)(id, SEL, id)> (&objc_msgSend)(receiver, action, sender);
+    const auto send = reinterpret_cast<void (*)()>(&objc_msgSend);
+    reinterpret_cast<void (*)(id, SEL, id)>(send)(receiver, action, sender);
     return YES;
 }
 
