@@ -2,7 +2,7 @@
 #   korvel            the program, and what a desktop looks for
 #   korvel-snapshot   one reading, for scripts, bars and servers; without Qt
 #   korvel-tools      the simulation
-# A part that was not built, or has no file yet, is left out.
+# A program that was not built is left out, with what comes with it.
 include(GNUInstallDirs)
 
 set(KORVEL_DATA ${CMAKE_INSTALL_DATADIR}/korvel)
@@ -18,17 +18,18 @@ function(korvel_install_program target component)
     endif()
     install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${component})
     korvel_install_file(docs/man/${name}.1 ${CMAKE_INSTALL_MANDIR}/man1 ${component})
+    if(target STREQUAL "korvel") # it has no command line
+        return()
+    endif()
     set(completions packaging/completions)
     korvel_install_file(${completions}/bash/${name} ${CMAKE_INSTALL_DATADIR}/bash-completion/completions ${component})
     korvel_install_file(${completions}/zsh/_${name} ${CMAKE_INSTALL_DATADIR}/zsh/${zsh_folder} ${component})
     korvel_install_file(${completions}/fish/${name}.fish ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d ${component})
 endfunction()
 
-# korvel_install_file(SOURCE FOLDER COMPONENT): a file of the tree, if it is there.
+# korvel_install_file(SOURCE FOLDER COMPONENT): a file of the tree.
 function(korvel_install_file source folder component)
-    if(EXISTS ${CMAKE_SOURCE_DIR}/${source})
-        install(FILES ${CMAKE_SOURCE_DIR}/${source} DESTINATION ${folder} COMPONENT ${component})
-    endif()
+    install(FILES ${CMAKE_SOURCE_DIR}/${source} DESTINATION ${folder} COMPONENT ${component})
 endfunction()
 
 # Debian's zsh looks in another folder than that of the shell's own distribution.
@@ -65,8 +66,8 @@ endif()
 if(TARGET korvel_snapshot)
     install(DIRECTORY contrib/bars contrib/prometheus DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/korvel-snapshot/examples
         COMPONENT korvel-snapshot USE_SOURCE_PERMISSIONS)
+    korvel_install_file(docs/schema/korvel-snapshot.schema.json ${KORVEL_DATA}/schema korvel-snapshot)
 endif()
-korvel_install_file(docs/schema/korvel-snapshot.schema.json ${KORVEL_DATA}/schema korvel-snapshot)
 if(TARGET korvel_sim)
     korvel_install_file(docs/schema/korvel-scenario.schema.json ${KORVEL_DATA}/schema korvel-tools)
     korvel_install_file(docs/man/korvel-scenario.5 ${CMAKE_INSTALL_MANDIR}/man5 korvel-tools)
