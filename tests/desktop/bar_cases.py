@@ -13,9 +13,11 @@ BAR = 24  # pixels at the top of the screen
 PIECES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "contrib", "bars")
 COLOURS = {"excellent": GREEN, "healthy": GREEN, "fair": AMBER, "strained": RED, "critical": RED}
 
-# The program's own tool, and beside it the lines that it gave to the bar.
+# The program's own tool, and beside it the lines that it gave to the bar, and whether it is at work.
 KEPT = """#!/bin/sh
+touch '{log}.under-way'
 '{program}' "$@" | tee -a --output-error=exit '{log}'
+rm '{log}.under-way'
 """
 I3_CONFIG = """# i3 config file (v4)
 font pango:DejaVu Sans Mono 10
@@ -122,11 +124,16 @@ class Bar:
         check(COLOURS[seen["class"]] != COLOURS[first["class"]], f"{first} and {seen} have one colour")
         check(self.strip().rgb != picture, "the bar looks as before")
 
+    def reading_is_under_way(self):
+        return os.path.exists(self.log + ".under-way")
+
     def click_opens(self, click, popover):
         box = self.shown()
         program = Program(self.place)
         wait_for("the program's name", lambda: self.place.owner("com.oxbrook.korvel"))
         check(not popover(), "the popover is open before the click")
+        # Bars that start the tool anew for each reading are deaf while they wait for it themselves.
+        wait_for("a reading that is being taken", self.reading_is_under_way)
         click(*middle(box))
         wait_for("the popover", popover)
         check(program.running(), "the program ended")
