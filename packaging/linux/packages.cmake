@@ -56,6 +56,9 @@ package are left to the package manager.")
 # The modules that the views import; the platform's own plugins come with Qt's libraries.
 set(CPACK_DEBIAN_KORVEL_PACKAGE_DEPENDS
     "qml6-module-qtqml, qml6-module-qtqml-workerscript, qml6-module-qtquick, qml6-module-qtquick-templates")
+if(Qt6_VERSION VERSION_GREATER_EQUAL 6.5) # two more packages for the same modules
+    string(APPEND CPACK_DEBIAN_KORVEL_PACKAGE_DEPENDS ", qml6-module-qml, qml6-module-qtqml-models")
+endif()
 set(CPACK_DEBIAN_KORVEL_PACKAGE_RECOMMENDS "dbus-user-session | dbus-x11, qt6-wayland")
 set(CPACK_DEBIAN_KORVEL_PACKAGE_SUGGESTS "korvel-snapshot")
 set(CPACK_DEBIAN_KORVEL_PACKAGE_CONTROL_EXTRA "${CMAKE_SOURCE_DIR}/packaging/linux/conffiles")
