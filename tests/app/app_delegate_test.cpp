@@ -57,6 +57,13 @@ class AppDelegateTest : public testing::Test {
         delegate->applicationDidFinishLaunching();
     }
 
+    /// The first launch ever, at which the item is still to appear.
+    void launchWithoutAnItem() {
+        simulated.defaults.values.erase("seenBuild");
+        simulated.statusBar.inSight = false;
+        launch();
+    }
+
     /// What was called since the last look, without the readings of a sample after its first, and
     /// without the questions that change nothing.
     CallLog calls() {
@@ -254,9 +261,7 @@ TEST_F(AppDelegateTest, AGreetingOfOneThatIsGoneOpensNothing) {
 }
 
 TEST_F(AppDelegateTest, AGreetingWaitsForAnItemThatIsStillToAppear) {
-    simulated.defaults.values.erase("seenBuild");
-    simulated.statusBar.inSight = false;
-    launch();
+    launchWithoutAnItem();
     simulated.runLoop.advance(30);
     EXPECT_FALSE(popover->shown());
     EXPECT_FALSE(simulated.defaults.has("whatsNewAutoShownBuild")) << "the next launch greets";
@@ -269,9 +274,7 @@ TEST_F(AppDelegateTest, AGreetingWaitsForAnItemThatIsStillToAppear) {
 }
 
 TEST_F(AppDelegateTest, AGreetingThatTheUserSawWhileTheItemWasWaitedForIsOver) {
-    simulated.defaults.values.erase("seenBuild");
-    simulated.statusBar.inSight = false;
-    launch();
+    launchWithoutAnItem();
     delegate->openPopover({});
     EXPECT_TRUE(popover->shown());
     delegate->togglePopover({});
@@ -282,9 +285,7 @@ TEST_F(AppDelegateTest, AGreetingThatTheUserSawWhileTheItemWasWaitedForIsOver) {
 }
 
 TEST_F(AppDelegateTest, AnItemThatAppearsAfterTheDelegateIsGoneOpensNothing) {
-    simulated.defaults.values.erase("seenBuild");
-    simulated.statusBar.inSight = false;
-    launch();
+    launchWithoutAnItem();
     const std::weak_ptr<AppDelegate> weak = delegate;
     delegate.reset();
     EXPECT_TRUE(weak.expired());
