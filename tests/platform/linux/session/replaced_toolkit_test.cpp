@@ -1,5 +1,7 @@
 #include "platform/linux/session/replaced_toolkit.h"
 
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 #include "support/temp_tree.h"
@@ -18,15 +20,20 @@ TEST(ToolkitWasReplaced, OnlyWhereAnotherLibraryOfQtIsInThePlaceOfAMappedOne) {
     } cases[] = {
         {"unchanged", "/lib/libQt6Core.so.6.4.2", false},
         {"replaced", "/lib/libQt6Core.so.6.4.2 (deleted)", true},
+        {"replaced by another version", "/lib/libQt6Core.so.6.4.1 (deleted)", true},
+        {"replaced where the name has no version", "/lib/libQt6Core.so (deleted)", true},
         {"removed", "/lib/libQt6Gui.so.6.4.2 (deleted)", false},
+        {"its link leads nowhere", "/lib/libQt6Dangling.so.6.4.2 (deleted)", false},
         {"no library of Qt", "/lib/libfmt.so.9 (deleted)", false},
         {"a space in the path", "/a lib/libQt6Core.so.6.4.2 (deleted)", true},
     };
     const TempTree tree;
-    for (const char* file :
-         {"lib/libQt6Core.so.6.4.2", "lib/libfmt.so.9", "a lib/libQt6Core.so.6.4.2"}) {
+    for (const char* file : {"lib/libQt6Core.so.6.4.2", "lib/libQt6Core.so", "lib/libfmt.so.9",
+                             "a lib/libQt6Core.so.6.4.2"}) {
         tree.write(file, "");
     }
+    std::filesystem::create_symlink("libQt6Core.so.6.4.2", tree.root() + "/lib/libQt6Core.so.6");
+    std::filesystem::create_symlink("none", tree.root() + "/lib/libQt6Dangling.so.6");
     for (const auto& row : cases) {
         const std::string line = kFields + tree.root() + row.mapped + "\n";
         tree.write("maps", std::string("7ffd1000-7ffd2000 rw-p 00000000 00:00 0 [stack]\n") +
