@@ -53,12 +53,10 @@ if(TARGET korvel)
     # A copy beside which this lies leaves updates to what installed it.
     korvel_install_file(${linux}/package-type ${KORVEL_DATA} korvel)
     korvel_install_file(contrib/reclaim.sh ${CMAKE_INSTALL_DOCDIR}/examples korvel)
-    # Sessions look in /etc for what an installation below /usr brings, also one with another root.
+    # By the prefix at the time of the installation.
     install(CODE "
-        set(folder \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_SYSCONFDIR}\")
-        if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\")
-            set(folder \"/${CMAKE_INSTALL_SYSCONFDIR}\")
-        endif()
+        include(\"${CMAKE_SOURCE_DIR}/${linux}/system_folder.cmake\")
+        korvel_system_folder(folder \"\${CMAKE_INSTALL_PREFIX}\" \"${CMAKE_INSTALL_SYSCONFDIR}\")
         file(INSTALL \"${CMAKE_SOURCE_DIR}/${linux}/autostart/${KORVEL_IDENTIFIER}.desktop\"
             DESTINATION \"\${folder}/xdg/autostart\")" COMPONENT korvel)
 endif()
@@ -71,5 +69,6 @@ endif()
 if(TARGET korvel_sim)
     korvel_install_file(docs/schema/korvel-scenario.schema.json ${KORVEL_DATA}/schema korvel-tools)
     korvel_install_file(docs/man/korvel-scenario.5 ${CMAKE_INSTALL_MANDIR}/man5 korvel-tools)
+    install(DIRECTORY docs/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/korvel-tools/examples COMPONENT korvel-tools)
     korvel_install_file(docs/simulation.md ${CMAKE_INSTALL_DATADIR}/doc/korvel-tools korvel-tools)
 endif()

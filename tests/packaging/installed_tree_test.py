@@ -1,6 +1,6 @@
 """What `cmake --install` puts where.
 
-    installed_tree_test.py BUILD-FOLDER
+    installed_tree_test.py SOURCE-FOLDER BUILD-FOLDER
 """
 
 import os
@@ -10,7 +10,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-BUILD = Path(sys.argv.pop(1)).resolve()
+SOURCE, BUILD = (Path(word).resolve() for word in (sys.argv.pop(1), sys.argv.pop(1)))
 
 
 def installed(prefix, destination, component):
@@ -42,6 +42,18 @@ class InstalledTree(unittest.TestCase):
             with self.subTest(prefix):
                 entry = folder + "/xdg/autostart/com.oxbrook.korvel.desktop"
                 self.assertEqual([name for name in self.files(prefix, "korvel") if "/autostart/" in name], [entry])
+
+    def test_the_folder_for_settings_is_the_packagers(self):
+        for prefix, given, folder in (
+            ("/usr", "etc", "/etc"), ("/usr", "/etc", "/etc"), ("/usr/local", "etc", "/usr/local/etc"),
+            ("/usr/local", "/etc", "/etc"), ("/opt/korvel", "/etc/opt/korvel", "/etc/opt/korvel"),
+        ):
+            with self.subTest(prefix=prefix, given=given), tempfile.NamedTemporaryFile("w", suffix=".cmake") as script:
+                script.write(f'include("{SOURCE}/packaging/linux/system_folder.cmake")\n'
+                             f'korvel_system_folder(folder "{prefix}" "{given}")\nmessage(NOTICE "${{folder}}")\n')
+                script.flush()
+                done = subprocess.run(["cmake", "-P", script.name], capture_output=True, text=True, check=True)
+                self.assertEqual(done.stderr, folder + "\n")
 
     def test_components_share_no_file(self):
         seen = {}

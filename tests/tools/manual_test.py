@@ -174,8 +174,10 @@ class Formats(unittest.TestCase):
         text = "\n".join(source_of(path, "DESCRIPTION"))
         listed = {line.removeprefix(".It Va ") for line in text.split("\n") if line.startswith(".It Va ")}
         self.assertEqual(listed, set(schema["properties"]))
-        machine = re.search(r"\.It Va machine\n(.*?)\.It ", text, re.DOTALL)[1]
-        self.assertEqual(set(re.findall(r"\.Va (\w+)", machine)), set(schema["$defs"]["machine"]["properties"]))
+        for name, keys in (("machine", schema["$defs"]["machine"]["properties"]),
+                           ("bundle", schema["properties"]["bundle"]["properties"])):
+            described = re.search(rf"\.It Va {name}\n(.*?)\.It ", text, re.DOTALL)[1]
+            self.assertEqual(set(re.findall(r"(?:\.|Pq )Va (\w+)", described)), set(keys), name)
 
     @unittest.skipUnless("korvel-sim" in PROGRAMS, "korvel-sim is not in this build")
     def test_the_scenarios_that_are_shown_run(self):
@@ -201,7 +203,7 @@ class InstalledFiles(unittest.TestCase):
                 self.assertEqual(installed.read_bytes(), path.read_bytes())
                 for name in items(path, "FILES", "Pa"):
                     with self.subTest(path.name, file=name):
-                        self.assertTrue(name.startswith("~/") or os.path.exists(destination + name), name)
+                        self.assertTrue(name.startswith(("~/", "$", "/tmp/")) or os.path.exists(destination + name), name)
             completions = {"bash": "bash-completion/completions/{}", "zsh": "zsh/vendor-completions/_{}",
                            "fish": "fish/vendor_completions.d/{}.fish"}
             for name in PROGRAMS:
