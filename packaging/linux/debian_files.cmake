@@ -38,6 +38,8 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     file(WRITE "${documents}/changelog" "${changelog}")
     file(GLOB pages "${root}/usr/share/man/man*/*")
     execute_process(COMMAND gzip -9n "${documents}/changelog" ${pages} COMMAND_ERROR_IS_FATAL ANY)
+    # Files have the modes of the tree that they come from, which may be another user's habit.
+    execute_process(COMMAND chmod -R u=rwX,go=rX "${root}" COMMAND_ERROR_IS_FATAL ANY)
     if(EXISTS "${source}/packaging/linux/lintian/${package}")
         file(COPY "${source}/packaging/linux/lintian/${package}" DESTINATION "${root}/usr/share/lintian/overrides")
     endif()

@@ -17,15 +17,17 @@ if(TARGET korvel)
 endif()
 
 # Packages for a later release of the system are newer than those for an earlier one, so that an upgrade of
-# the system replaces them: 1.0.0+deb12, 1.0.0+ubuntu24.04.
+# the system replaces them: 1.0.0+deb12, 1.0.0+ubuntu24.04, and 1.0.0+debforky where it has no number yet.
 set(suite "")
 if(EXISTS /etc/os-release)
-    file(STRINGS /etc/os-release release REGEX "^(ID|VERSION_ID)=")
+    file(STRINGS /etc/os-release release REGEX "^(ID|VERSION_ID|VERSION_CODENAME)=")
     string(REGEX REPLACE "[\"']" "" release "${release}")
     if("${release};" MATCHES "(^|;)ID=([a-z]+);" )
         string(REPLACE "debian" "deb" suite "${CMAKE_MATCH_2}")
     endif()
     if("${release};" MATCHES "VERSION_ID=([0-9.]+);")
+        string(APPEND suite "${CMAKE_MATCH_1}")
+    elseif("${release};" MATCHES "VERSION_CODENAME=([a-z]+);")
         string(APPEND suite "${CMAKE_MATCH_1}")
     endif()
 endif()
@@ -61,7 +63,8 @@ if(Qt6_VERSION VERSION_GREATER_EQUAL 6.5) # two more packages for the same modul
 endif()
 set(CPACK_DEBIAN_KORVEL_PACKAGE_RECOMMENDS "dbus-user-session | dbus-x11, qt6-wayland")
 set(CPACK_DEBIAN_KORVEL_PACKAGE_SUGGESTS "korvel-snapshot")
-set(CPACK_DEBIAN_KORVEL_PACKAGE_CONTROL_EXTRA "${CMAKE_SOURCE_DIR}/packaging/linux/conffiles")
+configure_file(packaging/linux/conffiles conffiles COPYONLY NO_SOURCE_PERMISSIONS)
+set(CPACK_DEBIAN_KORVEL_PACKAGE_CONTROL_EXTRA "${CMAKE_BINARY_DIR}/conffiles")
 
 set(CPACK_DEBIAN_KORVEL-SNAPSHOT_DESCRIPTION "health score of the machine, for scripts, bars and monitoring
 korvel-snapshot prints one scored reading of the machine: as a report for a

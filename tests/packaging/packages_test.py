@@ -27,7 +27,7 @@ def suite():
     lines = Path("/etc/os-release").read_text("utf-8").splitlines()
     release = dict(line.split("=", 1) for line in lines if "=" in line)
     name = release["ID"].strip('"').replace("debian", "deb")
-    return "+" + name + release.get("VERSION_ID", "").strip('"')
+    return "+" + name + release.get("VERSION_ID", release.get("VERSION_CODENAME", "")).strip('"')
 
 
 class Packages(unittest.TestCase):
@@ -36,6 +36,9 @@ class Packages(unittest.TestCase):
         cls.folder = tempfile.TemporaryDirectory()
         cls.addClassCleanup(cls.folder.cleanup)
         cls.out = Path(cls.folder.name) / "packages"
+        cls.out.mkdir()
+        for name in ("other", "korvel_0.9.0_amd64.deb"):
+            (cls.out / name).touch()
         made = subprocess.run([SOURCE / "script/package", "--of", BUILD, "--out", cls.out], stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, text=True, check=False)
         if made.returncode != 0:
@@ -61,6 +64,9 @@ class Packages(unittest.TestCase):
         for package in PACKAGES:
             self.assertEqual(self.field(package, "Package"), package)
             self.assertIn(f"{self.made[package].name}\n", self.said)  # beside its digest
+
+    def test_of_what_was_in_the_folder_only_packages_of_before_are_gone(self):
+        self.assertEqual({path.name for path in self.out.iterdir()}, {"other"} | {path.name for path in self.made.values()})
 
     def test_the_version_is_the_programs_for_this_release_of_the_system(self):
         version = output(BUILD / "bin/korvel-snapshot", "--version").split()[-1]
