@@ -15,7 +15,7 @@ SOURCE = Path(sys.argv.pop(1)).resolve()
 LEFT_OUT = {"build", ".git", ".cache"}
 LINK = re.compile(r"\]\(([^()\s]+)\)")
 # Pages whose every named path is held to the tree; others also name what a build or a machine has.
-NAMING = ["README.md", "CONTRIBUTING.md", "SECURITY.md", "docs/questions.md"]
+NAMING = ["README.md", "CONTRIBUTING.md", "SECURITY.md", "docs/questions.md", "docs/packaging.md"]
 NAMED = re.compile(r"(?<![\w/.~-])((?:bench|contrib|cross|docs|packaging|script|src|tests|tools)/[\w./-]*[\w/])")
 
 
