@@ -31,9 +31,8 @@ struct HelpSection {
     std::vector<std::pair<std::string_view, std::string_view>> entries; ///< a term and its meaning
 };
 
-/// What the command line of a program may be, and what its help says. Every program has "--help"
-/// and
-/// "--version" besides, each alone.
+/// What the command line of a program may be, and what its help says. Besides, every program has
+/// "--help" and "--version", each alone.
 struct CommandSyntax {
     std::string_view program;
     std::string_view purpose; ///< a sentence
@@ -45,7 +44,7 @@ struct CommandSyntax {
 /// A command line that its syntax allows.
 struct CommandWords {
     std::map<std::string, std::string, std::less<>> options; ///< those given, with their values
-    std::string operand;
+    std::string operand;                                     ///< empty: none
 
     bool has(std::string_view option) const;
 };
