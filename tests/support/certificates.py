@@ -1,5 +1,6 @@
 """Makes, with the openssl command, an authority and the certificates of test servers."""
 
+import datetime
 import subprocess
 from pathlib import Path
 
@@ -22,16 +23,38 @@ def make_authority(folder, name):
             "-out", str(folder / f"{name}.pem"))
 
 
-def make_certificate(folder, authority, name, hosts, days=2):
-    """folder/name.pem and folder/name.key for the hosts, such as "DNS:localhost,IP:127.0.0.1"."""
+# `openssl ca` alone takes dates in each version; it wants to keep a list of what it has signed.
+SIGNING = """[ca]
+default_ca = signing
+[signing]
+database = {list}
+policy = names
+default_md = sha256
+unique_subject = no
+rand_serial = yes
+[names]
+commonName = supplied
+"""
+
+
+def make_certificate(folder, authority, name, hosts, ended=False):
+    """folder/name.pem and folder/name.key for the hosts, such as "DNS:localhost,IP:127.0.0.1"; valid for two days
+    from now on, or until yesterday.
+    """
     folder = Path(folder)
     make_key(folder / f"{name}.key")
     request, extensions = folder / f"{name}.csr", folder / f"{name}.ext"
     openssl("req", "-new", "-key", str(folder / f"{name}.key"), "-subj", f"/CN={name}",
             "-out", str(request))
     extensions.write_text(f"subjectAltName={hosts}\nextendedKeyUsage=serverAuth\n")
-    openssl("x509", "-req", "-in", str(request), "-CA", str(folder / f"{authority}.pem"),
-            "-CAkey", str(folder / f"{authority}.key"), "-CAcreateserial", "-days", str(days),
+    settings, signed = folder / f"{name}.cnf", folder / f"{name}.list"
+    settings.write_text(SIGNING.format(list=signed))
+    signed.touch()
+    now = datetime.datetime.now(datetime.timezone.utc)
+    start, end = (now + datetime.timedelta(days=days) for days in ((-2, -1) if ended else (0, 2)))
+    openssl("ca", "-batch", "-notext", "-config", str(settings), "-in", str(request), "-outdir", str(folder),
+            "-cert", str(folder / f"{authority}.pem"), "-keyfile", str(folder / f"{authority}.key"),
+            "-startdate", start.strftime("%Y%m%d%H%M%SZ"), "-enddate", end.strftime("%Y%m%d%H%M%SZ"),
             "-extfile", str(extensions), "-out", str(folder / f"{name}.pem"))
 
 

@@ -269,7 +269,7 @@ def main():
     certificates.make_authority(folder, "stranger")
     certificates.make_certificate(folder, "authority", "here", HERE)
     certificates.make_certificate(folder, "authority", "elsewhere", "DNS:elsewhere.example")
-    certificates.make_certificate(folder, "authority", "late", HERE, days=-1)
+    certificates.make_certificate(folder, "authority", "late", HERE, ended=True)
     certificates.make_certificate(folder, "stranger", "strange", HERE)
     for kind, certificate in {"good": "here", "localhost": "here", "wrong-host": "elsewhere",
                               "expired": "late", "unknown": "strange", "garbage": "here",
