@@ -25,7 +25,8 @@ class ServerBuild(unittest.TestCase):
     def configured(self, *words):
         command = [CMAKE, "-S", SOURCE, "-B", self.tree, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release", *words]
         refused = [f"-DCMAKE_DISABLE_FIND_PACKAGE_{name}=ON" for name in REFUSED]
-        return subprocess.run(command + refused, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
+        return subprocess.run(command + refused, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                              check=False)
 
     def targets(self):
         """All that could be made: files, by their names in the build folder."""

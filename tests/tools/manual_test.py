@@ -203,7 +203,8 @@ class InstalledFiles(unittest.TestCase):
                 self.assertEqual(installed.read_bytes(), path.read_bytes())
                 for name in items(path, "FILES", "Pa"):
                     with self.subTest(path.name, file=name):
-                        self.assertTrue(name.startswith(("~/", "$", "/tmp/")) or os.path.exists(destination + name), name)
+                        elsewhere = name.startswith(("~/", "$", "/tmp/"))
+                        self.assertTrue(elsewhere or os.path.exists(destination + name), name)
             completions = {"bash": "bash-completion/completions/{}", "zsh": "zsh/vendor-completions/_{}",
                            "fish": "fish/vendor_completions.d/{}.fish"}
             for name in PROGRAMS:
