@@ -113,6 +113,18 @@ class Executable(Checked):
             symbols=(("_abort", UNDEFINED, 1, 0),),
         )
 
+    def test_a_library_that_may_be_there_or_not(self):
+        path = "/usr/lib/libobjc.A.dylib"
+        for form, libraries in (("without it", 2), ("with it", 3)):
+            with self.subTest(form):
+                (self.top / "libraries.txt").write_text(f"{SYSTEM}\n{APPKIT}\n? {path}\n", encoding="utf-8")
+                linked = ((SYSTEM, LOAD), (APPKIT, LOAD), (path, LOAD))[:libraries]
+                good = [self.GOOD[0].replace("libraries: 2", f"libraries: {libraries}")]
+                self.assertEqual(self.judged(executable(libraries=linked)), good)
+                listed = (self.top / "libraries.txt").read_text(encoding="utf-8")
+                self.judged(executable(libraries=linked), "--accept")
+                self.assertEqual((self.top / "libraries.txt").read_text(encoding="utf-8"), listed)
+
     def test_a_library_that_may_be_missing_is_another(self):
         self.refused(
             f"libraries.txt: - {APPKIT}",
