@@ -524,10 +524,11 @@ def loss_of_the_display_leaves_the_history():
         equal(len(history(place)), 2, "rows")
 
 
-@case()
+@case("xfce4-panel")
 def loss_of_the_session_bus_is_survived():
-    with desktop() as (place, program):
-        wait_for("the program's name", lambda: place.owner("com.oxbrook.korvel"))
+    with desktop("xfce4-panel") as (place, program):
+        # Not in the middle of the launch: Qt's own calls then end the process.
+        wait_for_icon(place)
         place.end(place.bus, signal.SIGKILL)
         time.sleep(1)
         check(program.running(), "the program ended with the bus")
