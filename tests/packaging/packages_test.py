@@ -125,6 +125,20 @@ class Packages(unittest.TestCase):
 
 
 class Usage(unittest.TestCase):
+    def test_settings_reach_the_build_and_a_folder_is_named_from_where_it_is_called(self):
+        with tempfile.TemporaryDirectory() as top:
+            programs = Path(top) / "programs"
+            programs.mkdir()
+            for name, body in (("cmake", f'echo "$@" >>"{top}/said"'), ("lintian", "true"),
+                               ("cpack", 'while [ "$1" != -B ]; do shift; done; touch "$2/korvel_1.deb"')):
+                (programs / name).write_text(f"#!/bin/sh\n{body}\n")
+                (programs / name).chmod(0o755)
+            command = [SOURCE / "script/package", "-DKORVEL_UPDATE_ROOT=/a root.pem", "--out", "packages"]
+            subprocess.run(command, cwd=top, env=os.environ | {"PATH": f"{programs}:{os.environ['PATH']}"},
+                           stdout=subprocess.DEVNULL, check=True)
+            self.assertIn(" -DKORVEL_UPDATE_ROOT=/a root.pem\n", (Path(top) / "said").read_text())
+            self.assertTrue((Path(top) / "packages/korvel_1.deb").exists())
+
     def test_wrong_words_are_answered_with_the_usage(self):
         for words in (["--out"], ["--of"], ["--elsewhere"], ["folder"]):
             with self.subTest(words):
