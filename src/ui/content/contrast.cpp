@@ -3,30 +3,31 @@
 #include <algorithm>
 #include <cmath>
 
+#include "ui/content/perceived_colour.h"
+
 namespace korvel {
 
 namespace {
 
-constexpr double kLevels = 255;
+constexpr double kFinest = 1e-4; ///< of lightness; a screen's level is some thirty times that
 
-double linear(double channel) {
-    return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
+/// What a screen can show of it.
+platform::Colour inLevels(const platform::Colour& colour) {
+    constexpr double kHighest = 255;
+    const auto level = [](double channel) { return std::round(channel * kHighest) / kHighest; };
+    return {level(colour.red), level(colour.green), level(colour.blue)};
 }
 
-/// Scaling the channels alike keeps hue and saturation. Rounded down to what a screen can show, so
-/// that painting cannot take back any of the contrast.
-platform::Colour darkened(const platform::Colour& colour, double share) {
-    const auto scaled = [share](double channel) {
-        return std::floor(channel * share * kLevels) / kLevels;
-    };
-    return {scaled(colour.red), scaled(colour.green), scaled(colour.blue)};
+bool isReadableAndDarker(const platform::Colour& ground, const platform::Colour& colour) {
+    return relativeLuminance(colour) < relativeLuminance(ground) &&
+           contrastRatio(ground, colour) >= kReadableContrast;
 }
 
 } // namespace
 
 double relativeLuminance(const platform::Colour& colour) {
-    return 0.2126 * linear(colour.red) + 0.7152 * linear(colour.green) +
-           0.0722 * linear(colour.blue);
+    return 0.2126 * linearLight(colour.red) + 0.7152 * linearLight(colour.green) +
+           0.0722 * linearLight(colour.blue);
 }
 
 double contrastRatio(const platform::Colour& a, const platform::Colour& b) {
@@ -39,14 +40,17 @@ platform::Colour readableOn(const platform::Colour& ground, const platform::Colo
     if (contrastRatio(ground, colour) >= kReadableContrast) {
         return colour;
     }
-    for (double level = kLevels - 1; level > 0; --level) {
-        const platform::Colour candidate = darkened(colour, level / kLevels);
-        if (relativeLuminance(candidate) < relativeLuminance(ground) &&
-            contrastRatio(ground, candidate) >= kReadableContrast) {
-            return candidate;
-        }
+    const PerceivedColour original = perceived(colour);
+    const auto shade = [&](double lightness) {
+        return inLevels(shown({lightness, original.chroma, original.hue}));
+    };
+    double readable = 0;
+    double tooLight = original.lightness;
+    while (tooLight - readable > kFinest) {
+        const double middle = (readable + tooLight) / 2;
+        (isReadableAndDarker(ground, shade(middle)) ? readable : tooLight) = middle;
     }
-    return {};
+    return readable > 0 ? shade(readable) : platform::Colour{};
 }
 
 } // namespace korvel

@@ -24,9 +24,9 @@ platform::Colour fillColour(Ink ink, Appearance appearance) {
     case Ink::primary:
         return dark ? fromLevels(0xf3, 0xf3, 0xf6) : fromLevels(0x1c, 0x1c, 0x20);
     case Ink::secondary:
-        return dark ? fromLevels(0xad, 0xae, 0xb6) : fromLevels(0x5f, 0x60, 0x69);
+        return dark ? fromLevels(0xad, 0xae, 0xb6) : fromLevels(0x50, 0x51, 0x5a);
     case Ink::tertiary:
-        return dark ? fromLevels(0x85, 0x86, 0x90) : fromLevels(0x7e, 0x7f, 0x89);
+        return dark ? fromLevels(0x85, 0x86, 0x90) : fromLevels(0x6f, 0x70, 0x7a);
     case Ink::cyan:
     case Ink::pink:
     case Ink::good:
@@ -38,8 +38,7 @@ platform::Colour fillColour(Ink ink, Appearance appearance) {
 }
 
 platform::Colour textColour(Ink ink, Appearance appearance) {
-    const platform::Colour colour = fillColour(ink, appearance);
-    return ink == Ink::tertiary ? colour : readableOn(groundColour(appearance), colour);
+    return readableOn(groundColour(appearance), fillColour(ink, appearance));
 }
 
 } // namespace korvel

@@ -13,8 +13,8 @@ platform::Colour groundColour(Appearance appearance);
 /// The colour of strokes, bars and symbols in `ink`: the palette's five exactly.
 platform::Colour fillColour(Ink ink, Appearance appearance);
 
-/// The colour of text in `ink`: like `fillColour`, but readable on the popover's ground, so darker
-/// in a light popover. Only `tertiary` is fainter than readable: a contrast of 3 at least.
+/// The colour of text in `ink`: like `fillColour`, but readable on the popover's ground, so the
+/// palette's is darker in a light popover.
 platform::Colour textColour(Ink ink, Appearance appearance);
 
 } // namespace korvel

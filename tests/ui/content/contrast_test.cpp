@@ -1,11 +1,11 @@
 #include "ui/content/contrast.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include <gtest/gtest.h>
 
 #include "ui/content/ink_colours.h"
+#include "ui/content/perceived_colour.h"
 
 namespace korvel {
 namespace {
@@ -16,15 +16,12 @@ constexpr Colour kWhite{1, 1, 1};
 constexpr Colour kBlack{0, 0, 0};
 constexpr Ink kPalette[] = {Ink::cyan, Ink::pink, Ink::good, Ink::warn, Ink::bad};
 
-/// In degrees; the hue of the hexagonal model, which pickers show.
-double hue(const Colour& c) {
-    const double high = std::max({c.red, c.green, c.blue});
-    const double low = std::min({c.red, c.green, c.blue});
-    if (high == c.red) {
-        return 60 * std::fmod((c.green - c.blue) / (high - low) + 6, 6);
-    }
-    return high == c.green ? 60 * ((c.blue - c.red) / (high - low) + 2)
-                           : 60 * ((c.red - c.green) / (high - low) + 4);
+constexpr Ink kInks[] = {Ink::cyan, Ink::pink,    Ink::good,      Ink::warn,
+                         Ink::bad,  Ink::primary, Ink::secondary, Ink::tertiary};
+
+/// Degrees between two hues.
+double between(double hue, double other) {
+    return std::abs(std::remainder(hue - other, 360));
 }
 
 TEST(Contrast, KnowsTheEnds) {
@@ -50,15 +47,28 @@ TEST(Contrast, AReadableColourStaysAsItIs) {
     }
 }
 
-TEST(Contrast, AColourTooLightIsDarkenedInItsOwnHueJustEnough) {
+TEST(Contrast, AColourTooLightIsDarkenedInTheHueThatIsSeenJustEnough) {
     for (const Colour& ground : {kWhite, groundColour(Appearance::light)}) {
         for (const Ink ink : kPalette) {
             const Colour text = readableOn(ground, rgb(ink));
             EXPECT_GE(contrastRatio(ground, text), kReadableContrast) << name(ink);
             EXPECT_LT(contrastRatio(ground, text), kReadableContrast + 0.1)
                 << name(ink) << " is darker than it need be";
-            EXPECT_NEAR(hue(text), hue(rgb(ink)), 1) << name(ink);
+            EXPECT_LT(between(perceived(text).hue, perceived(rgb(ink)).hue), 1) << name(ink);
         }
+    }
+}
+
+TEST(Contrast, TheDarkenedColourIsAsStrongAsItWasOrAsSrgbHolds) {
+    for (const Ink ink : kPalette) {
+        const PerceivedColour original = perceived(rgb(ink));
+        PerceivedColour text = perceived(readableOn(kWhite, rgb(ink)));
+        EXPECT_LT(text.chroma, original.chroma + 0.003) << name(ink);
+        text.chroma = original.chroma;
+        const Colour strongest = shown(text);
+        EXPECT_NEAR(perceived(readableOn(kWhite, rgb(ink))).chroma, perceived(strongest).chroma,
+                    0.003)
+            << name(ink);
     }
 }
 
@@ -77,22 +87,29 @@ TEST(Contrast, BlackIsTheLastResort) {
 
 TEST(InkColours, TextIsReadableInBothAppearances) {
     for (const Appearance appearance : {Appearance::light, Appearance::dark}) {
-        const Colour ground = groundColour(appearance);
-        for (const Ink ink :
-             {Ink::cyan, Ink::pink, Ink::good, Ink::warn, Ink::bad, Ink::primary, Ink::secondary}) {
-            EXPECT_GE(contrastRatio(ground, textColour(ink, appearance)), 4.5) << name(ink);
+        for (const Ink ink : kInks) {
+            EXPECT_GE(contrastRatio(groundColour(appearance), textColour(ink, appearance)), 4.5)
+                << name(ink);
         }
-        EXPECT_GE(contrastRatio(ground, textColour(Ink::tertiary, appearance)), 3);
     }
 }
 
-TEST(InkColours, TheStylesGrowFainter) {
+TEST(InkColours, TheStylesAreFarEnoughApartToBeToldApart) {
     for (const Appearance appearance : {Appearance::light, Appearance::dark}) {
         const auto contrast = [&](Ink ink) {
             return contrastRatio(groundColour(appearance), textColour(ink, appearance));
         };
-        EXPECT_GT(contrast(Ink::primary), contrast(Ink::secondary));
-        EXPECT_GT(contrast(Ink::secondary), contrast(Ink::tertiary));
+        EXPECT_GE(contrast(Ink::primary), 1.5 * contrast(Ink::secondary));
+        EXPECT_GE(contrast(Ink::secondary), 1.5 * contrast(Ink::tertiary));
+        EXPECT_GE(contrast(Ink::secondary), 6.5);
+    }
+}
+
+TEST(InkColours, AStyleIsTheSameForTextAndForSymbols) {
+    for (const Appearance appearance : {Appearance::light, Appearance::dark}) {
+        for (const Ink ink : {Ink::primary, Ink::secondary, Ink::tertiary}) {
+            EXPECT_EQ(textColour(ink, appearance), fillColour(ink, appearance)) << name(ink);
+        }
     }
 }
 

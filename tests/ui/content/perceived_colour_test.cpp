@@ -1,0 +1,65 @@
+#include "ui/content/perceived_colour.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+namespace korvel {
+namespace {
+
+using platform::Colour;
+
+TEST(PerceivedColours, AgreeWithPublishedOnes) {
+    // From the description of the named colours in CSS Color 4.
+    const struct {
+        const char* name;
+        Colour colour;
+        PerceivedColour perceived;
+    } rows[] = {
+        {"red", {1, 0, 0}, {0.628, 0.2577, 29.23}},
+        {"lime", {0, 1, 0}, {0.8664, 0.2948, 142.5}},
+        {"blue", {0, 0, 1}, {0.452, 0.3132, 264.05}},
+        {"yellow", {1, 1, 0}, {0.968, 0.211, 109.77}},
+        {"cyan", {0, 1, 1}, {0.9054, 0.1546, 194.77}},
+    };
+    for (const auto& row : rows) {
+        const PerceivedColour seen = perceived(row.colour);
+        EXPECT_NEAR(seen.lightness, row.perceived.lightness, 0.0005) << row.name;
+        EXPECT_NEAR(seen.chroma, row.perceived.chroma, 0.0005) << row.name;
+        EXPECT_NEAR(seen.hue, row.perceived.hue, 0.05) << row.name;
+    }
+}
+
+TEST(PerceivedColours, AGreyHasNoChroma) {
+    for (const double level : {0.0, 0.2, 0.5, 1.0}) {
+        EXPECT_LT(perceived({level, level, level}).chroma, 1e-4) << level;
+    }
+}
+
+TEST(PerceivedColours, ShowAsTheColourThatTheyAreOf) {
+    for (const Colour& colour : {Colour{0.22, 0.88, 1}, Colour{1, 0.24, 0.56}, Colour{0.1, 0, 0.6},
+                                 Colour{0.5, 0.5, 0.5}, Colour{1, 1, 1}, Colour{0, 0, 0}}) {
+        const Colour again = shown(perceived(colour));
+        EXPECT_NEAR(again.red, colour.red, 0.001);
+        EXPECT_NEAR(again.green, colour.green, 0.001);
+        EXPECT_NEAR(again.blue, colour.blue, 0.001);
+    }
+}
+
+TEST(PerceivedColours, BeyondSrgbLoseChromaAndNothingElse) {
+    for (double hue = 0; hue < 360; hue += 15) {
+        for (const double lightness : {0.3, 0.55, 0.8}) {
+            const PerceivedColour held = perceived(shown({lightness, 0.4, hue}));
+            EXPECT_NEAR(held.lightness, lightness, 0.001) << hue;
+            EXPECT_NEAR(held.hue, hue, 0.1) << hue << " at " << lightness;
+            EXPECT_LT(held.chroma, 0.4) << hue;
+            // On the edge of what there is: a channel is at one of its ends.
+            const Colour edge = shown({lightness, 0.4, hue});
+            const auto [least, most] = std::minmax({edge.red, edge.green, edge.blue});
+            EXPECT_TRUE(least < 0.01 || most > 0.99) << hue << " at " << lightness;
+        }
+    }
+}
+
+} // namespace
+} // namespace korvel
