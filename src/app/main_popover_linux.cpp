@@ -58,7 +58,8 @@ std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root, Words wor
                                                     std::function<void()> startAnew) {
     PopoverDesktop desktop{.words = std::move(words),
                            .awakeWords = linuxAwakeWords,
-                           .appearance = std::make_unique<platform::PortalAppearance>(),
+                           .appearance = std::make_unique<platform::PortalAppearance>(
+                               QDBusConnection::sessionBus(), platform::x11TextScale),
                            .released = platform::giveMemoryBack,
                            .blendsWindows = platform::desktopBlendsWindows,
                            .declareShadow = nullptr};

@@ -131,7 +131,7 @@ JSON = {"simdjson.h"}
 FILE = {"dirent.h", "fcntl.h", "sys/stat.h", "sys/types.h", "unistd.h"}
 QT_CORE = set("""
     QAbstractEventDispatcher QAbstractListModel QBuffer QByteArray QCoreApplication QDeadlineTimer QDir
-    QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray QJsonDocument QJsonObject QLibraryInfo QList
+    QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray QJsonDocument QJsonObject QLibraryInfo QList QMap
     QMargins QMetaMethod QMetaType QObject QPoint QPointF QPointer QProcess QRect QRectF QSaveFile QSize
     QSocketNotifier QStandardPaths
     QString QStringList QStringView QTemporaryDir QTemporaryFile QThread QThreadPool QTimer QUrl QVariant

@@ -16,6 +16,9 @@ namespace {
 class ToldAppearance final : public platform::Appearance {
   public:
     std::optional<bool> prefersDark() const override { return dark_; }
+    double textScale() const override { return 1; }
+    bool prefersContrast() const override { return false; }
+    bool reducesMotion() const override { return false; }
     void follow(std::function<void()> changed) override { changed_ = std::move(changed); }
 
     void tell(std::optional<bool> dark) {

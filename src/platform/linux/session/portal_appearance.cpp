@@ -1,8 +1,10 @@
 #include "platform/linux/session/portal_appearance.h"
 
+#include <algorithm>
 #include <utility>
 
-#include <QDBusReply>
+#include <QDBusArgument>
+#include <QDBusMetaType>
 
 namespace korvel::platform {
 
@@ -11,14 +13,13 @@ namespace {
 const QString kService = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString kPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString kInterface = QStringLiteral("org.freedesktop.portal.Settings");
-const QString kGroup = QStringLiteral("org.freedesktop.appearance");
-const QString kKey = QStringLiteral("color-scheme");
 
 } // namespace
 
-PortalAppearance::PortalAppearance(const QDBusConnection& bus)
-    : settings_(bus, kService, kPath, kInterface),
-      watcher_(kService, bus, QDBusServiceWatcher::WatchForRegistration) {
+PortalAppearance::PortalAppearance(const QDBusConnection& bus, std::function<double()> displayScale)
+    : portal_(bus, kService, kPath, kInterface),
+      watcher_(kService, bus, QDBusServiceWatcher::WatchForRegistration),
+      displayScale_(std::move(displayScale)) {
     if (!bus.isConnected()) {
         return;
     }
@@ -30,39 +31,37 @@ PortalAppearance::PortalAppearance(const QDBusConnection& bus)
     ask();
 }
 
+double PortalAppearance::textScale() const {
+    // Who puts it into the scale of the display makes that at least as large. No desktop puts the
+    // size of its font there.
+    const bool given = displayScale_ && displayScale_() >= settings_.textScale;
+    return std::max(given ? 1 : settings_.textScale, settings_.fontScale);
+}
+
 void PortalAppearance::follow(std::function<void()> changed) {
     changed_ = std::move(changed);
 }
 
 void PortalAppearance::ask() {
-    settings_.ask("Read", {kGroup, kKey}, *this, [this](const QDBusMessage& answer) {
-        const QDBusReply<QVariant> value(answer);
-        if (value.isValid()) {
-            take(value.value());
+    portal_.ask("ReadAll", {appearanceGroups()}, *this, [this](const QDBusMessage& answer) {
+        if (answer.type() == QDBusMessage::ReplyMessage && answer.signature() == u"a{sa{sv}}") {
+            groups_ = qdbus_cast<SettingGroups>(answer.arguments().constFirst());
+            judge();
         }
     });
 }
 
 void PortalAppearance::settingChanged(const QString& group, const QString& key,
                                       const QDBusVariant& value) {
-    if (group == kGroup && key == kKey) {
-        take(value.variant());
+    if (appearanceGroups().contains(group)) {
+        groups_[group][key] = value.variant();
+        judge();
     }
 }
 
-void PortalAppearance::take(QVariant value) {
-    constexpr uint kDark = 1;
-    constexpr uint kLight = 2;
-    // The portal's older method wraps its answer in a second variant.
-    while (value.canConvert<QDBusVariant>()) {
-        value = value.value<QDBusVariant>().variant();
-    }
-    const uint scheme = value.toUInt();
-    std::optional<bool> dark;
-    if (scheme == kDark || scheme == kLight) {
-        dark = scheme == kDark;
-    }
-    if (std::exchange(dark_, dark) != dark && changed_) {
+void PortalAppearance::judge() {
+    const AppearanceSettings settings = appearanceSettings(groups_);
+    if (std::exchange(settings_, settings) != settings && changed_) {
         changed_();
     }
 }

@@ -121,4 +121,9 @@ QRect x11PanelAt(QPoint point) {
     return {};
 }
 
+double x11TextScale() {
+    const bool wayland = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    return wayland ? 1 : qGuiApp->devicePixelRatio();
+}
+
 } // namespace korvel::platform

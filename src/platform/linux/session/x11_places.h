@@ -22,4 +22,8 @@ QRect x11WhereAsked(const ActivationRequest& request);
 /// empty rectangle where there is none. Not every window manager tells what its panels leave free.
 QRect x11PanelAt(QPoint point);
 
+/// By how much Qt scales for what the X server says of its screen (Xft.dpi), a number in which some
+/// desktops put their size of text too; 1 on Wayland, where the scale is the screen's alone.
+double x11TextScale();
+
 } // namespace korvel::platform

@@ -1,6 +1,7 @@
 #include "platform/linux/session/portal_appearance.h"
 
 #include <QCoreApplication>
+#include <QDBusMetaType>
 #include <gtest/gtest.h>
 
 #include "platform/linux/session/event_loop.h"
@@ -13,6 +14,7 @@ const QString kService = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString kPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString kGroup = QStringLiteral("org.freedesktop.appearance");
 const QString kKey = QStringLiteral("color-scheme");
+const QString kInterface = QStringLiteral("org.gnome.desktop.interface");
 
 /// What the desktop portal answers about its settings.
 class FakeSettings : public QObject {
@@ -20,15 +22,16 @@ class FakeSettings : public QObject {
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
 
   public:
-    uint scheme = 0;
+    SettingGroups groups;
     int questions = 0;
 
+    void prefer(uint scheme) { groups[kGroup][kKey] = scheme; }
+
     // Its name is the protocol's. NOLINTNEXTLINE(readability-identifier-naming)
-    Q_SLOT QDBusVariant Read(const QString& group, const QString& key) {
-        EXPECT_EQ(group, kGroup);
-        EXPECT_EQ(key, kKey);
+    Q_SLOT korvel::platform::SettingGroups ReadAll(const QStringList& wanted) {
+        EXPECT_EQ(wanted, appearanceGroups());
         ++questions;
-        return QDBusVariant(QVariant::fromValue(QDBusVariant(scheme)));
+        return groups;
     }
 
     // Its name is the protocol's. NOLINTNEXTLINE(readability-identifier-naming)
@@ -39,6 +42,7 @@ class FakeSettings : public QObject {
 class PortalAppearanceTest : public testing::Test {
   protected:
     void SetUp() override {
+        qDBusRegisterMetaType<korvel::platform::SettingGroups>();
         ASSERT_FALSE(bus_.address().isEmpty()) << "dbus-daemon could not be started";
         ASSERT_TRUE(portal_.registerObject(kPath, &settings_,
                                            QDBusConnection::ExportAllSlots |
@@ -67,7 +71,7 @@ class PortalAppearanceTest : public testing::Test {
 };
 
 TEST_F(PortalAppearanceTest, AsksThePortalWithoutWaiting) {
-    settings_.scheme = 1;
+    settings_.prefer(1);
     PortalAppearance appearance(program_);
     EXPECT_EQ(appearance.prefersDark(), std::nullopt) << "the answer cannot have come yet";
     int changes = 0;
@@ -78,7 +82,7 @@ TEST_F(PortalAppearanceTest, AsksThePortalWithoutWaiting) {
 
 TEST_F(PortalAppearanceTest, OneIsDarkTwoIsLightAndAnythingElseNoPreference) {
     for (const uint scheme : {0U, 1U, 2U, 3U}) {
-        settings_.scheme = scheme;
+        settings_.prefer(scheme);
         settings_.questions = 0;
         PortalAppearance appearance(program_);
         const std::optional<bool> dark = answered(appearance, settings_);
@@ -90,7 +94,7 @@ TEST_F(PortalAppearanceTest, OneIsDarkTwoIsLightAndAnythingElseNoPreference) {
 }
 
 TEST_F(PortalAppearanceTest, FollowsThePortalWhileItRuns) {
-    settings_.scheme = 2;
+    settings_.prefer(2);
     PortalAppearance appearance(program_);
     EXPECT_EQ(answered(appearance, settings_), false);
     Q_EMIT settings_.SettingChanged(kGroup, kKey, QDBusVariant(1U));
@@ -100,7 +104,7 @@ TEST_F(PortalAppearanceTest, FollowsThePortalWhileItRuns) {
 }
 
 TEST_F(PortalAppearanceTest, AsksAPortalThatComesLater) {
-    settings_.scheme = 1;
+    settings_.prefer(1);
     ASSERT_TRUE(portal_.unregisterService(kService));
     const PortalAppearance appearance(program_);
     EXPECT_FALSE(runFor(kQuiet, [&] { return appearance.prefersDark().has_value(); }));
@@ -109,13 +113,66 @@ TEST_F(PortalAppearanceTest, AsksAPortalThatComesLater) {
 }
 
 TEST_F(PortalAppearanceTest, OtherSettingsAreNoneOfItsBusiness) {
-    settings_.scheme = 2;
+    settings_.prefer(2);
     PortalAppearance appearance(program_);
     EXPECT_EQ(answered(appearance, settings_), false);
-    Q_EMIT settings_.SettingChanged(kGroup, QStringLiteral("contrast"), QDBusVariant(1U));
-    Q_EMIT settings_.SettingChanged(QStringLiteral("org.gnome.desktop.interface"), kKey,
+    int changes = 0;
+    appearance.follow([&] { ++changes; });
+    Q_EMIT settings_.SettingChanged(kGroup, QStringLiteral("accent-color"), QDBusVariant(1U));
+    Q_EMIT settings_.SettingChanged(kInterface, kKey, QDBusVariant(1U));
+    Q_EMIT settings_.SettingChanged(QStringLiteral("org.gnome.desktop.sound"), kKey,
                                     QDBusVariant(1U));
-    EXPECT_FALSE(runFor(kQuiet, [&] { return appearance.prefersDark() != false; }));
+    EXPECT_FALSE(runFor(kQuiet, [&] { return appearance.prefersDark() != false || changes > 0; }));
+}
+
+TEST_F(PortalAppearanceTest, FollowsSizeContrastAndMotionWithOneQuestion) {
+    settings_.prefer(2);
+    settings_.groups[kInterface] = {{QStringLiteral("text-scaling-factor"), 1.25},
+                                    {QStringLiteral("enable-animations"), false}};
+    PortalAppearance appearance(program_);
+    EXPECT_EQ(appearance.textScale(), 1);
+    EXPECT_EQ(answered(appearance, settings_), false);
+    EXPECT_EQ(appearance.textScale(), 1.25);
+    EXPECT_TRUE(appearance.reducesMotion());
+    EXPECT_FALSE(appearance.prefersContrast());
+    int changes = 0;
+    appearance.follow([&] { ++changes; });
+    Q_EMIT settings_.SettingChanged(kInterface, QStringLiteral("text-scaling-factor"),
+                                    QDBusVariant(1.5));
+    Q_EMIT settings_.SettingChanged(kInterface, QStringLiteral("enable-animations"),
+                                    QDBusVariant(true));
+    Q_EMIT settings_.SettingChanged(kGroup, QStringLiteral("contrast"), QDBusVariant(1U));
+    EXPECT_TRUE(runUntil([&] { return changes == 3; }));
+    EXPECT_EQ(appearance.textScale(), 1.5);
+    EXPECT_FALSE(appearance.reducesMotion());
+    EXPECT_TRUE(appearance.prefersContrast());
+    EXPECT_EQ(settings_.questions, 1);
+}
+
+TEST_F(PortalAppearanceTest, ASizeThatTheDisplaysScaleHasInItIsNotAppliedAgain) {
+    settings_.prefer(2);
+    settings_.groups[kInterface] = {{QStringLiteral("text-scaling-factor"), 1.5}};
+    double displayScale = 1;
+    PortalAppearance appearance(program_, [&] { return displayScale; });
+    EXPECT_EQ(answered(appearance, settings_), false);
+    struct Case {
+        double displayScale;
+        double textScale;
+    };
+    for (const Case& c : {Case{1, 1.5}, Case{1.25, 1.5}, Case{1.5, 1}, Case{3, 1}}) {
+        displayScale = c.displayScale;
+        EXPECT_EQ(appearance.textScale(), c.textScale) << c.displayScale;
+    }
+}
+
+TEST_F(PortalAppearanceTest, TheSizeOfTheFontIsInNoDisplaysScale) {
+    settings_.prefer(2);
+    settings_.groups[kInterface] = {{QStringLiteral("text-scaling-factor"), 1.25}};
+    settings_.groups[QStringLiteral("org.kde.kdeglobals.General")] = {
+        {QStringLiteral("font"), QStringLiteral("Noto Sans,15,-1,5,50,0,0,0,0,0")}};
+    PortalAppearance appearance(program_, [] { return 2.0; });
+    EXPECT_EQ(answered(appearance, settings_), false);
+    EXPECT_EQ(appearance.textScale(), 1.5);
 }
 
 TEST_F(PortalAppearanceTest, AnAnswerAfterItsEndIsNoHarm) {
@@ -127,6 +184,9 @@ TEST_F(PortalAppearanceTest, AnAnswerAfterItsEndIsNoHarm) {
 TEST(PortalAppearance, WithoutABusNothingIsKnown) {
     const PortalAppearance appearance(QDBusConnection(QStringLiteral("never connected")));
     EXPECT_EQ(appearance.prefersDark(), std::nullopt);
+    EXPECT_EQ(appearance.textScale(), 1);
+    EXPECT_FALSE(appearance.prefersContrast());
+    EXPECT_FALSE(appearance.reducesMotion());
 }
 
 } // namespace
