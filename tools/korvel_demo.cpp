@@ -53,7 +53,7 @@ void keepQuiet(QtMsgType type, const QMessageLogContext&, const QString&) {
 }
 
 int drawPictures(const Scenario& scenario, const CommandWords& words, char** argv) {
-    const PictureScreen screen(scenario);
+    const PictureScreen screen(scenario, PictureView().scale);
     int argumentCount = 1;
     const QApplication application(argumentCount, argv);
     const std::string& pictures = words.options.at(kPictures);

@@ -83,7 +83,7 @@ FILES = {
     # What it makes is read by that room, from the same tables.
     r"tools/korvel_release\.cpp": ["platform/linux/update whole", "platform/posix", "report", *PLATFORM],
     r"tools/(korvel_icons\.cpp|icons/[a-z_]+\.(cpp|h))": ["tools", "ui/content", *BASE],
-    r"tools/(korvel_demo\.cpp|demo/[a-z_]+\.(cpp|h))": [
+    r"tools/(korvel_(demo|pictures)\.cpp|demo/[a-z_]+\.(cpp|h))": [
         "tools", "simulation", "app", "app/main_popover_linux.h", "platform/simulated",
         "platform/linux/session", "platform/qt", "platform/posix", "ui/quick", *CONTENT,
     ],
@@ -202,7 +202,8 @@ OUTSIDE = {
     r"tools/local_machine_macos\.cpp": FMT | {"unistd.h"},
     r"tools/korvel_release\.cpp": FMT | {"unistd.h"},
     r"tools/(korvel_icons\.cpp|icons/[a-z_]+\.(cpp|h))": FMT | QT_CORE | QT_GUI,
-    r"tools/(korvel_demo\.cpp|demo/[a-z_]+\.(cpp|h))": FMT | QT_CORE | QT_GUI | {"QApplication", "QQuickWindow"},
+    r"tools/(korvel_(demo|pictures)\.cpp|demo/[a-z_]+\.(cpp|h))":
+        FMT | QT_CORE | QT_GUI | {"QApplication", "QQuickItem", "QQuickWindow"},
     r"bench/tray_bench\.cpp": QT_CORE | QT_GUI | QT_WIDGETS,
     r"bench/[a-z_]+\.(cpp|c|h)": FILE | {
         "benchmark/benchmark.h", "stdio.h", "stdlib.h", "string.h", "sys/statvfs.h", "sys/syscall.h", "sys/wait.h",

@@ -97,6 +97,12 @@ class Setup(unittest.TestCase):
         for purpose in ("run", "release", "pictures"):
             self.assertEqual(self.setup_for(purpose, "always", ()), ([], ""))
 
+    def test_the_fonts_of_the_pictures_are_installed_for_tests_and_for_pictures(self):
+        for purpose in ("test", "pictures"):
+            for font in ("fonts-inter", "fonts-jetbrains-mono", "fonts-dejavu-core"):
+                calls, _ = self.setup_for(purpose, "always", (font,))
+                self.assertEqual(set(calls[-1].split()), {"install", "-y", "--no-install-recommends", font}, purpose)
+
     def test_the_library_of_the_layer_shell_is_installed_where_the_system_has_it(self):
         for purpose in ("run", "release"):
             calls, told = self.setup_for(purpose, "always", (LAYERS,))

@@ -9,6 +9,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPalette>
+#include <QQuickItem>
 #include <QQuickWindow>
 
 #include "platform/simulated/status_bar.h"
@@ -20,7 +21,6 @@ namespace korvel::simulation {
 
 namespace {
 
-constexpr int kScale = 2; ///< pixels of a picture for one of the program's
 constexpr int kScreenWidth = 800;
 constexpr int kWithoutScreen = 800; ///< tall enough for what the popover then grows to
 
@@ -61,33 +61,62 @@ void preferDark(bool dark) {
     QCoreApplication::processEvents();
 }
 
-bool draw(ContentView& root, bool dark, const QString& file) {
+/// The item of that objectName that is seen; null: there is none. The items of a list are none of
+/// its children as objects, so it is looked for among what is drawn.
+QQuickItem* seenItem(QQuickItem& root, const QString& name) {
+    if (root.objectName() == name) {
+        return &root;
+    }
+    for (QQuickItem* child : root.childItems()) {
+        if (QQuickItem* found = child->isVisible() ? seenItem(*child, name) : nullptr) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+/// What a user did with the open popover. False: there is no such piece.
+bool use(QQuickWindow& window, const PictureView& view) {
+    if (!view.focused.isEmpty()) {
+        QQuickItem* const piece = seenItem(*window.contentItem(), view.focused);
+        if (!piece) {
+            return false;
+        }
+        piece->forceActiveFocus(Qt::TabFocusReason);
+    }
+    if (!view.clicked.isEmpty()) {
+        QQuickItem* const button = seenItem(*window.contentItem(), view.clicked);
+        if (!button || !QMetaObject::invokeMethod(button, "clicked")) {
+            return false;
+        }
+    }
+    QCoreApplication::processEvents();
+    return true;
+}
+
+bool draw(ContentView& root, bool dark, const QString& file, const PictureView& view) {
     preferDark(dark);
     platform::SimulatedStatusBar bar;
     const auto item = bar.makeStatusItem();
-    // As where windows blend: with its shadow.
     WindowPopover popover(root, PopoverDesktop{.words = linuxWords,
                                                .appearance = nullptr,
                                                .released = {},
-                                               .blendsWindows = [] { return true; },
+                                               .blendsWindows = [&view] { return view.shadowed; },
                                                .declareShadow = [](QWindow&, const QMargins&) {}});
     popover.show(*item, {});
     QQuickWindow* window = shownWindow();
-    if (!window) {
-        return false;
-    }
-    return grabWithAlpha(*window).save(file);
+    return window && use(*window, view) && grabWithAlpha(*window).save(file);
 }
 
 } // namespace
 
-PictureScreen::PictureScreen(const Scenario& scenario) {
+PictureScreen::PictureScreen(const Scenario& scenario, double scale) {
     const double height = scenario.visibleHeight.value_or(kWithoutScreen);
     const QJsonObject screen{{QStringLiteral("name"), QStringLiteral("simulated")},
                              {QStringLiteral("x"), 0},
                              {QStringLiteral("y"), 0},
-                             {QStringLiteral("width"), kScale * kScreenWidth},
-                             {QStringLiteral("height"), std::max(1, qRound(kScale * height))},
+                             {QStringLiteral("width"), qRound(scale * kScreenWidth)},
+                             {QStringLiteral("height"), std::max(1, qRound(scale * height))},
                              {QStringLiteral("logicalDpi"), 96}};
     const QJsonObject configuration{{QStringLiteral("screens"), QJsonArray{screen}}};
     const QString path = folder_.filePath(QStringLiteral("screen.json"));
@@ -95,16 +124,16 @@ PictureScreen::PictureScreen(const Scenario& scenario) {
     valid_ = folder_.isValid() && file.open(QIODevice::WriteOnly) &&
              file.write(QJsonDocument(configuration).toJson()) > 0;
     qputenv("QT_QPA_PLATFORM", ("offscreen:configfile=" + path).toUtf8());
-    qputenv("QT_SCALE_FACTOR", QByteArray::number(kScale));
+    qputenv("QT_SCALE_FACTOR", QByteArray::number(scale));
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:"); // a picture does not depend on the desktop
 }
 
-bool takePictures(const Scenario& scenario, const QString& base) {
+bool takePictures(const Scenario& scenario, const QString& base, const PictureView& view) {
     bool written = false;
     SimulatedProgram program(scenario, [](std::string_view) {});
     program.atTheEnd = [&](ContentView& root) {
-        written = draw(root, false, base + QStringLiteral("-light.png")) &&
-                  draw(root, true, base + QStringLiteral("-dark.png"));
+        written = draw(root, false, base + QStringLiteral("-light.png"), view) &&
+                  draw(root, true, base + QStringLiteral("-dark.png"), view);
     };
     program.run();
     return written;
