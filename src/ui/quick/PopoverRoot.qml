@@ -33,7 +33,7 @@ Item {
 
         x: root.frame.shadowed ? shadow.sideMargin : 0
         y: root.frame.shadowed ? shadow.topMargin : 0
-        animated: root.frame.animated
+        animated: root.frame.animated && Theme.moves
         bordered: root.frame.bordered
         content: root.content
         maximumHeight: root.frame.maximumHeight

@@ -1,7 +1,8 @@
 import QtQuick
 import Korvel
 
-// Turns for as long as it can be seen: something is under way whose end is not known.
+// Something is under way whose end is not known. It turns for as long as it can be seen, where changes
+// may be seen to happen.
 Dial {
     id: spinner
 
@@ -17,6 +18,6 @@ Dial {
         from: 0
         to: 360
         loops: Animation.Infinite
-        running: spinner.visible && spinner.Window.visibility !== Window.Hidden
+        running: Theme.moves && spinner.visible && spinner.Window.visibility !== Window.Hidden
     }
 }

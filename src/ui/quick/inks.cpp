@@ -5,7 +5,7 @@
 #include <QQmlEngine>
 #include <QScreen>
 
-#include "ui/quick/colour_scheme.h"
+#include "ui/quick/desktop_style.h"
 
 namespace korvel {
 
@@ -47,11 +47,10 @@ QColor InkTable::track(qreal opacity) const {
 
 Inks* Inks::create(QQmlEngine* engine, QJSEngine*) {
     auto* inks = new Inks(nullptr); // the engine takes it
-    const auto* scheme = engine->property(kColourSchemeProperty).value<ColourScheme*>();
-    if (scheme) {
-        const auto follow = [inks, scheme] { inks->setDark(scheme->dark()); };
+    if (const DesktopStyle* style = DesktopStyle::of(*engine)) {
+        const auto follow = [inks, style] { inks->setDark(style->values().dark); };
         follow();
-        connect(scheme, &ColourScheme::darkChanged, inks, follow);
+        connect(style, &DesktopStyle::changed, inks, follow);
     }
     return inks;
 }

@@ -36,7 +36,7 @@ class InkTable {
 };
 
 /// What the views paint with, in the desktop's appearance: one for each QML engine, following the
-/// `ColourScheme` that its host gave it.
+/// `DesktopStyle` that its host gave it.
 class Inks : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -51,9 +51,8 @@ class Inks : public QObject {
   public:
     explicit Inks(QObject* parent) : QObject(parent) {}
 
-    /// For the QML engine. Follows the engine's property of the name below, when it has one.
+    /// For the QML engine. Follows the engine's `DesktopStyle`, when it has one.
     static Inks* create(QQmlEngine* engine, QJSEngine*);
-    static constexpr const char* kColourSchemeProperty = "korvelColourScheme";
 
     bool dark() const { return appearance_ == Appearance::dark; }
     void setDark(bool dark);

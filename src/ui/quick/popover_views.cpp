@@ -11,7 +11,6 @@
 #include <QSGRendererInterface>
 
 #include "ui/content/content_view.h"
-#include "ui/quick/inks.h"
 #include "ui/quick/register_views.h"
 
 namespace korvel {
@@ -19,7 +18,7 @@ namespace korvel {
 PopoverViews::PopoverViews(ContentView& root, Options options)
     : root_(root), options_(std::move(options)),
       observation_(root.observe([this] { contentWillChange(); })),
-      colourScheme_(std::move(options_.appearance)) {
+      style_(std::move(options_.appearance)) {
     unloading_.setSingleShot(true);
     unloading_.setInterval(options_.keptLoaded);
     connect(&unloading_, &QTimer::timeout, this, &PopoverViews::unload);
@@ -29,6 +28,7 @@ PopoverViews::~PopoverViews() = default;
 
 void PopoverViews::prepare() {
     unloading_.stop();
+    style_.update();
     if (!view_) {
         load();
     }
@@ -91,7 +91,7 @@ void PopoverViews::load() {
     bridge_ = std::make_unique<PopoverBridge>(root_, options_.words, options_.awakeWords);
     render(); // before the views ask for it
     view_ = std::make_unique<QQuickView>();
-    view_->engine()->setProperty(Inks::kColourSchemeProperty, QVariant::fromValue(&colourScheme_));
+    style_.giveTo(*view_->engine());
     view_->setFlags(options_.flags);
     view_->setColor(Qt::transparent); // behind the panel's round corners
     view_->setTitle(QStringLiteral("Korvel"));

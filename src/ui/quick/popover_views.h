@@ -9,7 +9,7 @@
 
 #include "base/observable.h"
 #include "platform/appearance.h"
-#include "ui/quick/colour_scheme.h"
+#include "ui/quick/desktop_style.h"
 #include "ui/quick/popover_bridge.h"
 #include "ui/quick/popover_frame.h"
 
@@ -31,7 +31,7 @@ class PopoverViews final : public QObject {
         Words words;           ///< what the texts are said in
         Qt::WindowFlags flags; ///< of the window
         AwakeWords awakeWords = {};
-        /// What the desktop says of dark and light; null: nothing, and the palette counts.
+        /// What the desktop says of how they should look; null: nothing, and the palette counts.
         std::unique_ptr<platform::Appearance> appearance = nullptr;
         /// How long they stay after they were hidden, for whoever looks again at once.
         std::chrono::milliseconds keptLoaded = std::chrono::seconds(10);
@@ -81,7 +81,7 @@ class PopoverViews final : public QObject {
     ContentView& root_;
     Options options_;
     Observation observation_;
-    ColourScheme colourScheme_; ///< from the start, so that it is known at the first opening
+    DesktopStyle style_; ///< from the start, so that it is known at the first opening
     PopoverFrame frame_;
     QTimer unloading_;
     bool shown_ = false;

@@ -1,5 +1,10 @@
 #include "ui/quick/theme.h"
 
+#include <utility>
+
+#include <QQmlEngine>
+
+#include "ui/quick/desktop_style.h"
 #include "ui/quick/inks.h"
 
 namespace korvel {
@@ -21,6 +26,22 @@ int qtWeight(FontStyle::Weight weight) {
 }
 
 } // namespace
+
+Theme* Theme::create(QQmlEngine* engine, QJSEngine*) {
+    auto* theme = new Theme(nullptr); // the engine takes it
+    if (const DesktopStyle* style = DesktopStyle::of(*engine)) {
+        const auto follow = [theme, style] { theme->setMoves(style->values().moves); };
+        follow();
+        connect(style, &DesktopStyle::changed, theme, follow);
+    }
+    return theme;
+}
+
+void Theme::setMoves(bool moves) {
+    if (std::exchange(moves_, moves) != moves) {
+        Q_EMIT movesChanged();
+    }
+}
 
 QFont Theme::made(const FontStyle& style) {
     const int weight = qtWeight(style.weight);

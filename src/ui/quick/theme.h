@@ -8,6 +8,9 @@
 #include "ui/content/popover_fonts.h"
 #include "ui/content/popover_sizes.h"
 
+class QJSEngine;
+class QQmlEngine;
+
 namespace korvel {
 
 /// The sizes and fonts of the popover, by the names that the views know them by.
@@ -15,6 +18,8 @@ class Theme : public QObject, private PopoverSizes, private PopoverFonts {
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON
+    /// Whether a change may be seen to happen: nothing is animated where the user wants it still.
+    Q_PROPERTY(bool moves READ moves WRITE setMoves NOTIFY movesChanged FINAL)
     Q_PROPERTY(qreal popoverWidth MEMBER kPopoverWidth CONSTANT FINAL)
     Q_PROPERTY(qreal sidePadding MEMBER kSidePadding CONSTANT FINAL)
     Q_PROPERTY(qreal popoverRadius MEMBER kPopoverRadius CONSTANT FINAL)
@@ -159,11 +164,24 @@ class Theme : public QObject, private PopoverSizes, private PopoverFonts {
     Q_PROPERTY(QFont tip MEMBER tip_ CONSTANT FINAL)
 
   public:
+    explicit Theme(QObject* parent) : QObject(parent) {}
+
+    /// For the QML engine. Follows the engine's `DesktopStyle`, when it has one.
+    static Theme* create(QQmlEngine* engine, QJSEngine*);
+
+    bool moves() const { return moves_; }
+    void setMoves(bool moves);
+
     /// The curve of an animation that begins at once and ends gently.
     static QVariantList easeOut() { return {0.0, 0.0, 0.58, 1.0, 1.0, 1.0}; }
 
+  Q_SIGNALS:
+    void movesChanged();
+
   private:
     static QFont made(const FontStyle& style);
+
+    bool moves_ = true;
 
     QFont dialNumber_ = made(kDialNumber);
     QFont verdict_ = made(kVerdict);

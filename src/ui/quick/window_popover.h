@@ -61,7 +61,7 @@ struct PopoverPlacing {
 struct PopoverDesktop {
     Words words; ///< what the texts are said in
     AwakeWords awakeWords = {};
-    /// What it says of dark and light; null: nothing, and the palette counts.
+    /// What it says of how programs should look; null: nothing, and the palette counts.
     std::unique_ptr<platform::Appearance> appearance;
     std::function<void()> released; ///< runs each time the views have been let go; may be empty
     /// Whether what a window leaves transparent shows what is behind it; empty: it does not.
