@@ -1,6 +1,7 @@
 #include "ui/content/ink_colours.h"
 
 #include "ui/content/contrast.h"
+#include "ui/content/strong_colour.h"
 
 namespace korvel {
 
@@ -11,15 +12,67 @@ platform::Colour fromLevels(int red, int green, int blue) {
     return {red / kHighest, green / kHighest, blue / kHighest};
 }
 
+/// Three times that of a line, so that a bar stands out from its track.
+constexpr double kStrongContrast = 9.3;
+
+platform::Colour grey(int level) {
+    return fromLevels(level, level, level);
+}
+
+platform::Colour strongColour(Ink ink, bool dark) {
+    switch (ink) {
+    case Ink::primary:
+        return grey(dark ? 0xff : 0);
+    case Ink::secondary:
+        return grey(dark ? 0xc8 : 0x33);
+    case Ink::tertiary:
+        return grey(dark ? 0x9b : 0x55);
+    case Ink::cyan:
+    case Ink::pink:
+    case Ink::good:
+    case Ink::warn:
+    case Ink::bad:
+        break;
+    }
+    return strongOn(grey(dark ? 0 : 0xff), rgb(ink), kStrongContrast);
+}
+
 } // namespace
 
+Appearance appearanceOf(bool dark, bool highContrast) {
+    if (highContrast) {
+        return dark ? Appearance::strongDark : Appearance::strongLight;
+    }
+    return dark ? Appearance::dark : Appearance::light;
+}
+
+bool isDark(Appearance appearance) {
+    return appearance == Appearance::dark || appearance == Appearance::strongDark;
+}
+
+bool isStrong(Appearance appearance) {
+    return appearance == Appearance::strongLight || appearance == Appearance::strongDark;
+}
+
 platform::Colour groundColour(Appearance appearance) {
-    return appearance == Appearance::dark ? fromLevels(0x1f, 0x20, 0x23)
-                                          : fromLevels(0xf8, 0xf8, 0xfa);
+    switch (appearance) {
+    case Appearance::light:
+        return fromLevels(0xf8, 0xf8, 0xfa);
+    case Appearance::dark:
+        return fromLevels(0x1f, 0x20, 0x23);
+    case Appearance::strongLight:
+        return grey(0xff);
+    case Appearance::strongDark:
+        break;
+    }
+    return grey(0);
 }
 
 platform::Colour fillColour(Ink ink, Appearance appearance) {
-    const bool dark = appearance == Appearance::dark;
+    const bool dark = isDark(appearance);
+    if (isStrong(appearance)) {
+        return strongColour(ink, dark);
+    }
     switch (ink) {
     case Ink::primary:
         return dark ? fromLevels(0xf3, 0xf3, 0xf6) : fromLevels(0x1c, 0x1c, 0x20);
@@ -39,6 +92,10 @@ platform::Colour fillColour(Ink ink, Appearance appearance) {
 
 platform::Colour textColour(Ink ink, Appearance appearance) {
     return readableOn(groundColour(appearance), fillColour(ink, appearance));
+}
+
+platform::Colour strongLineColour(bool dark) {
+    return grey(dark ? 0x5b : 0x93);
 }
 
 } // namespace korvel

@@ -118,6 +118,7 @@ struct PopoverSizes {
 
     // Buttons, tips and menus.
     static constexpr double kFocusRing = 1.5;
+    static constexpr double kFocusRingStrong = 3; ///< in high contrast
     static constexpr double kFocusReach = 3;
     static constexpr double kFocusRadius = 5;
     static constexpr double kSmallestWord =

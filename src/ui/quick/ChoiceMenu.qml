@@ -64,7 +64,7 @@ T.Menu {
             onTriggered: menu.choose(index)
 
             background: Rectangle {
-                color: entry.highlighted || entry.hovered ? Inks.texts.track(Theme.highlightOpacity) : "transparent"
+                color: entry.highlighted || entry.hovered ? Inks.texts.wash(Theme.highlightOpacity) : "transparent"
                 radius: Theme.menuItemRadius
             }
 

@@ -28,7 +28,7 @@ T.AbstractButton {
 
     background: Rectangle {
         border.color: Inks.texts.of("cyan")
-        border.width: Theme.focusRing
+        border.width: Inks.highContrast ? Theme.focusRingStrong : Theme.focusRing
         color: "transparent"
         radius: Theme.focusRadius
         visible: button.visualFocus

@@ -39,7 +39,7 @@ Item {
         width: banner.width - 2 * Theme.bannerSide
         height: column.height
         antialiasing: true
-        border.color: Qt.alpha(Inks.fills.of("cyan"), Theme.bannerStrokeOpacity)
+        border.color: Inks.fills.faint("cyan", Theme.bannerStrokeOpacity)
         border.width: 1
         color: Qt.alpha(Inks.fills.of("cyan"), Theme.bannerFillOpacity)
         radius: Theme.bannerRadius
@@ -156,7 +156,7 @@ Item {
                             y: Theme.bannerDotTop
                             width: Theme.bannerDot
                             height: Theme.bannerDot
-                            colour: Qt.alpha(Inks.fills.of("cyan"), Theme.bannerDotOpacity)
+                            colour: Inks.fills.faint("cyan", Theme.bannerDotOpacity)
                             fraction: 1
                             shortest: 0
                             trackColour: "transparent"

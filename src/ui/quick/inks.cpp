@@ -40,6 +40,18 @@ QColor InkTable::of(const QString& name) const {
 }
 
 QColor InkTable::track(qreal opacity) const {
+    return isStrong(appearance_) ? toQColor(strongLineColour(isDark(appearance_))) : wash(opacity);
+}
+
+QColor InkTable::faint(const QString& name, qreal opacity) const {
+    QColor colour = of(name);
+    if (!isStrong(appearance_)) {
+        colour.setAlphaF(static_cast<float>(opacity));
+    }
+    return colour;
+}
+
+QColor InkTable::wash(qreal opacity) const {
     QColor colour = toQColor(colours_(Ink::primary, appearance_));
     colour.setAlphaF(static_cast<float>(opacity));
     return colour;
@@ -48,19 +60,20 @@ QColor InkTable::track(qreal opacity) const {
 Inks* Inks::create(QQmlEngine* engine, QJSEngine*) {
     auto* inks = new Inks(nullptr); // the engine takes it
     if (const DesktopStyle* style = DesktopStyle::of(*engine)) {
-        const auto follow = [inks, style] { inks->setDark(style->values().dark); };
+        const auto follow = [inks, style] {
+            inks->setAppearance(appearanceOf(style->values().dark, style->values().highContrast));
+        };
         follow();
         connect(style, &DesktopStyle::changed, inks, follow);
     }
     return inks;
 }
 
-void Inks::setDark(bool dark) {
-    if (this->dark() == dark) {
-        return;
+void Inks::setAppearance(Appearance appearance) {
+    if (appearance_ != appearance) {
+        appearance_ = appearance;
+        Q_EMIT changed();
     }
-    appearance_ = dark ? Appearance::dark : Appearance::light;
-    Q_EMIT changed();
 }
 
 QColor Inks::ground() const {

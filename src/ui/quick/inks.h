@@ -25,8 +25,13 @@ class InkTable {
 
     /// Primary for a name that is none of the palette's.
     Q_INVOKABLE QColor of(const QString& name) const;
-    /// What a track or a line is painted in: the primary colour, so faint.
+    /// What a track or a line is painted in: the primary colour, so faint, but never too faint to
+    /// be seen in high contrast.
     Q_INVOKABLE QColor track(qreal opacity) const;
+    /// What is laid under text: the primary colour, so faint.
+    Q_INVOKABLE QColor wash(qreal opacity) const;
+    /// The colour of that name for a line, so faint, but not in high contrast.
+    Q_INVOKABLE QColor faint(const QString& name, qreal opacity) const;
 
     bool operator==(const InkTable&) const = default;
 
@@ -42,6 +47,7 @@ class Inks : public QObject {
     QML_ELEMENT
     QML_SINGLETON
     Q_PROPERTY(bool dark READ dark WRITE setDark NOTIFY changed FINAL)
+    Q_PROPERTY(bool highContrast READ highContrast WRITE setHighContrast NOTIFY changed FINAL)
     Q_PROPERTY(QColor ground READ ground NOTIFY changed FINAL)
     /// For strokes, bars and symbols.
     Q_PROPERTY(korvel::InkTable fills READ fills NOTIFY changed FINAL)
@@ -54,8 +60,10 @@ class Inks : public QObject {
     /// For the QML engine. Follows the engine's `DesktopStyle`, when it has one.
     static Inks* create(QQmlEngine* engine, QJSEngine*);
 
-    bool dark() const { return appearance_ == Appearance::dark; }
-    void setDark(bool dark);
+    bool dark() const { return isDark(appearance_); }
+    void setDark(bool dark) { setAppearance(appearanceOf(dark, highContrast())); }
+    bool highContrast() const { return isStrong(appearance_); }
+    void setHighContrast(bool strong) { setAppearance(appearanceOf(dark(), strong)); }
     QColor ground() const;
     InkTable fills() const { return {fillColour, appearance_}; }
     InkTable texts() const { return {textColour, appearance_}; }
@@ -69,6 +77,8 @@ class Inks : public QObject {
     void changed();
 
   private:
+    void setAppearance(Appearance appearance);
+
     Appearance appearance_ = Appearance::light;
 };
 

@@ -111,6 +111,7 @@ class Theme : public QObject, private PopoverSizes, private PopoverFonts {
     Q_PROPERTY(qreal resultPadding MEMBER kResultPadding CONSTANT FINAL)
     Q_PROPERTY(qreal dismissSize MEMBER kDismissSize CONSTANT FINAL)
     Q_PROPERTY(qreal focusRing MEMBER kFocusRing CONSTANT FINAL)
+    Q_PROPERTY(qreal focusRingStrong MEMBER kFocusRingStrong CONSTANT FINAL)
     Q_PROPERTY(qreal focusReach MEMBER kFocusReach CONSTANT FINAL)
     Q_PROPERTY(qreal focusRadius MEMBER kFocusRadius CONSTANT FINAL)
     Q_PROPERTY(qreal smallestWord MEMBER kSmallestWord CONSTANT FINAL)

@@ -7,7 +7,12 @@
 
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QJSValue>
 #include <QPalette>
+#include <QQmlComponent>
+#include <QQmlEngine>
+
+#include "ui/quick/register_views.h"
 
 namespace korvel {
 namespace {
@@ -106,6 +111,29 @@ TEST_F(Style, LooksAgainWhenItIsTold) {
     appearance->scale = 2; // which nothing told: the screen is another
     style.update();
     EXPECT_EQ(style.values().textScale, 2);
+}
+
+TEST_F(Style, IsWhatAnEnginesViewsFollow) {
+    registerViews();
+    QQmlEngine engine;
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    style.giveTo(engine);
+    QQmlComponent component(&engine);
+    component.setData("import QtQml\nimport Korvel\n"
+                      "QtObject { property var all: [Inks.dark, Inks.highContrast, Theme.moves] }",
+                      {});
+    const std::unique_ptr<QObject> views(component.create());
+    ASSERT_TRUE(views) << component.errorString().toStdString();
+    const auto seen = [&] { return views->property("all").value<QJSValue>().toVariant().toList(); };
+    EXPECT_EQ(seen(), (QVariantList{false, false, true}));
+    appearance->dark = true;
+    appearance->contrast = true;
+    appearance->still = true;
+    appearance->tell();
+    EXPECT_EQ(seen(), (QVariantList{true, true, false}));
+    appearance->contrast = false;
+    appearance->tell();
+    EXPECT_EQ(seen(), (QVariantList{true, false, false}));
 }
 
 } // namespace

@@ -51,6 +51,8 @@ Item {
         function init() {
             outside.maximumHeight = 5000;
             Theme.moves = true;
+            Inks.dark = false;
+            Inks.highContrast = false;
         }
 
         function cleanupTestCase() {
@@ -96,6 +98,44 @@ Item {
             compare(spinner.rotation, before);
             Theme.moves = true;
             tryVerify(() => spinner.rotation !== before);
+        }
+
+        function contrast(a, b) {
+            const luminance = colour => {
+                const linear = channel => channel <= 0.04045 ? channel / 12.92 : Math.pow((channel + 0.055) / 1.055, 2.4);
+                return 0.2126 * linear(colour.r) + 0.7152 * linear(colour.g) + 0.0722 * linear(colour.b) + 0.05;
+            };
+            const [x, y] = [luminance(a), luminance(b)];
+            return Math.max(x, y) / Math.min(x, y);
+        }
+
+        function test_linesStandOutInHighContrast_data() {
+            return [{tag: "light", dark: false}, {tag: "dark", dark: true}];
+        }
+
+        function test_linesStandOutInHighContrast(row) {
+            Inks.dark = row.dark;
+            play("welcome");
+            const track = () => contrast(Qt.tint(Inks.ground, one(view, "arc").trackColour), Inks.ground);
+            const card = () => contrast(Qt.tint(Inks.ground, Inks.fills.faint("cyan", Theme.bannerStrokeOpacity)), Inks.ground);
+            verify(track() < 3);
+            Inks.highContrast = true;
+            compare(Inks.dark, row.dark);
+            verify(track() >= 3);
+            verify(card() >= 3);
+            for (const opacity of [Theme.dividerOpacity, Theme.borderOpacity, Theme.rowTrackOpacity, Theme.scrollBarOpacity]) {
+                verify(contrast(Qt.tint(Inks.ground, Inks.texts.track(opacity)), Inks.ground) >= 3);
+            }
+            verify(contrast(Qt.tint(Inks.ground, Inks.texts.wash(Theme.highlightOpacity)), Inks.texts.of("primary")) >= 7);
+        }
+
+        function test_theFocusRingIsThickerInHighContrast() {
+            play("healthy");
+            const ring = one(view, "awakeControl").background;
+            const usual = ring.border.width;
+            Inks.highContrast = true;
+            verify(ring.border.width >= 2 * usual);
+            verify(contrast(ring.border.color, Inks.ground) >= 3);
         }
 
         name: "Settings"
