@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "platform/linux/kernel/own_memory.h"
+#include "platform/linux/session/desktop_appearance.h"
 #include "platform/linux/session/layer_surface.h"
-#include "platform/linux/session/portal_appearance.h"
 #include "platform/linux/session/replaced_toolkit.h"
 #include "platform/linux/session/startup_notification.h"
 #include "platform/linux/session/window_effects.h"
@@ -58,8 +58,7 @@ std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root, Words wor
                                                     std::function<void()> startAnew) {
     PopoverDesktop desktop{.words = std::move(words),
                            .awakeWords = linuxAwakeWords,
-                           .appearance = std::make_unique<platform::PortalAppearance>(
-                               QDBusConnection::sessionBus(), platform::x11TextScale),
+                           .appearance = std::make_unique<platform::DesktopAppearance>(),
                            .released = platform::giveMemoryBack,
                            .blendsWindows = platform::desktopBlendsWindows,
                            .declareShadow = nullptr};

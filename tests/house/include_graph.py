@@ -46,10 +46,10 @@ ROOMS = {
 FACES = {
     "platform/linux/kernel": {"linux_machine.h", "linux_processes.h", "own_memory.h", "process_status.h"},
     "platform/linux/session": {
-        "desktop_notifications.h", "desktop_power.h", "display_choice.h", "environment.h", "launch_token.h",
-        "layer_surface.h", "linux_workspace.h",
-        "portal_appearance.h", "replaced_toolkit.h", "settings_file.h", "single_instance.h", "systemd_agents.h",
-        "startup_notification.h", "systemd_query.h", "tray_status_bar.h", "window_effects.h", "x11_click_watch.h",
+        "desktop_appearance.h", "desktop_notifications.h", "desktop_power.h", "display_choice.h", "environment.h",
+        "launch_token.h", "layer_surface.h", "linux_workspace.h", "replaced_toolkit.h",
+        "settings_file.h", "single_instance.h", "startup_notification.h", "systemd_agents.h", "systemd_query.h",
+        "tray_status_bar.h", "window_effects.h", "x11_click_watch.h",
         "x11_places.h",
     },
     "platform/linux/update": {
@@ -130,12 +130,11 @@ FMT = {"fmt/format.h"}
 JSON = {"simdjson.h"}
 FILE = {"dirent.h", "fcntl.h", "sys/stat.h", "sys/types.h", "unistd.h"}
 QT_CORE = set("""
-    QAbstractEventDispatcher QAbstractListModel QBuffer QByteArray QCoreApplication QDeadlineTimer QDir
-    QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray QJsonDocument QJsonObject QLibraryInfo QList QMap
-    QMargins QMetaMethod QMetaType QObject QPoint QPointF QPointer QProcess QRect QRectF QSaveFile QSize
-    QSocketNotifier QStandardPaths
-    QString QStringList QStringView QTemporaryDir QTemporaryFile QThread QThreadPool QTimer QUrl QVariant
-    QVariantList QVariantMap Qt QtEndian QtGlobal
+    QAbstractEventDispatcher QAbstractListModel QAbstractNativeEventFilter QBuffer QByteArray QByteArrayView
+    QCoreApplication QDeadlineTimer QDir QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray
+    QJsonDocument QJsonObject QLibraryInfo QList QMap QMargins QMetaMethod QMetaType QObject QPoint QPointF QPointer
+    QProcess QRect QRectF QSaveFile QSize QSocketNotifier QStandardPaths QString QStringList QStringView QTemporaryDir
+    QTemporaryFile QThread QThreadPool QTimer QUrl QVariant QVariantList QVariantMap Qt QtEndian QtGlobal
 """.split())
 QT_GUI = set("""
     QAction QColor QColorSpace QCursor QFont QFontDatabase QFontMetricsF QGuiApplication QIcon QIconEngine QImage

@@ -18,12 +18,11 @@ double withinReason(double scale) {
     return scale > 1 ? std::min(scale, kLargest) : 1; // nor is NaN a scale
 }
 
-/// Of a font's description, which begins with its family and its size in points.
-double scaleOfFont(const QString& description) {
-    constexpr double kUsualPoints = 10;
+double scaleOfFont(const QString& points) {
+    constexpr double kUsual = 10;
     constexpr double kLeastThatCounts = 1.2; // desktops begin with 9 to 11 points
-    const double scale = description.section(QLatin1Char(','), 1, 1).toDouble() / kUsualPoints;
-    return scale >= kLeastThatCounts ? scale : 1;
+    const double scale = points.toDouble() / kUsual;
+    return scale >= kLeastThatCounts ? withinReason(scale) : 1;
 }
 
 bool isNamedForContrast(const QString& theme) {
@@ -56,7 +55,9 @@ AppearanceSettings appearanceSettings(const SettingGroups& groups) {
         settings.dark = scheme == kDark;
     }
     settings.textScale = withinReason(value(kInterface, "text-scaling-factor").toDouble());
-    settings.fontScale = withinReason(scaleOfFont(value(kKdeGeneral, "font").toString()));
+    // Its family, and its size.
+    settings.fontScale =
+        scaleOfFont(value(kKdeGeneral, "font").toString().section(QLatin1Char(','), 1, 1));
     settings.contrast = value(kAppearance, "contrast").toUInt() == 1 ||
                         value(kAccess, "high-contrast").toBool() ||
                         isNamedForContrast(value(kInterface, "gtk-theme").toString());
@@ -64,6 +65,18 @@ AppearanceSettings appearanceSettings(const SettingGroups& groups) {
                              value(kInterface, "enable-animations") == QVariant(false) ||
                              isZero(value(kKde, "AnimationDurationFactor").toString());
     return settings;
+}
+
+AppearanceSettings x11AppearanceSettings(const QVariantMap& settings) {
+    const auto value = [&settings](const char* name) {
+        return settings.value(QLatin1String(name));
+    };
+    AppearanceSettings meaning;
+    // Its family and style, and behind them its size.
+    meaning.fontScale = scaleOfFont(value("Gtk/FontName").toString().section(QLatin1Char(' '), -1));
+    meaning.contrast = isNamedForContrast(value("Net/ThemeName").toString());
+    meaning.reducedMotion = value("Gtk/EnableAnimations") == QVariant(0);
+    return meaning;
 }
 
 } // namespace korvel::platform

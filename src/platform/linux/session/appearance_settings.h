@@ -31,4 +31,7 @@ const QStringList& appearanceGroups();
 /// was not expected asks for nothing.
 AppearanceSettings appearanceSettings(const SettingGroups& groups);
 
+/// The same of the settings on the X server, which say nothing of dark and light.
+AppearanceSettings x11AppearanceSettings(const QVariantMap& settings);
+
 } // namespace korvel::platform

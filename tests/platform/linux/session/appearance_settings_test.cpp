@@ -117,5 +117,32 @@ TEST(AppearanceSettings, ADesktopThatAsksForNothingDoesNotSilenceAnother) {
         (AppearanceSettings{.dark = {}, .fontScale = 1.5, .reducedMotion = true}));
 }
 
+TEST(AppearanceSettings, TheXServersHaveOtherNames) {
+    const struct {
+        const char* name;
+        QVariant value;
+        AppearanceSettings meaning;
+    } cases[] = {
+        {"Gtk/FontName", theme("Sans 10"), kNothing},
+        {"Gtk/FontName", theme("Cantarell 11"), kNothing},
+        {"Gtk/FontName", theme("Noto Sans Bold 12.5"), font(1.25)},
+        {"Gtk/FontName", theme("Sans 20"), font(2)},
+        {"Gtk/FontName", theme("Sans 99"), font(3)},
+        {"Gtk/FontName", theme("Sans 20px"), kNothing},
+        {"Gtk/FontName", theme(""), kNothing},
+        {"Net/ThemeName", theme("Adwaita"), kNothing},
+        {"Net/ThemeName", theme("HighContrast"), kContrast},
+        {"Net/ThemeName", theme("ContrastHigh"), kContrast},
+        {"Gtk/EnableAnimations", 1, kNothing},
+        {"Gtk/EnableAnimations", 0, kStill},
+        {"Gtk/CursorBlink", 0, kNothing},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(x11AppearanceSettings({{QString::fromLatin1(c.name), c.value}}), c.meaning)
+            << c.name << ' ' << c.value.toString().toStdString();
+    }
+    EXPECT_EQ(x11AppearanceSettings({}), kNothing);
+}
+
 } // namespace
 } // namespace korvel::platform
