@@ -57,7 +57,10 @@ void X11Settings::find() {
     xcb_connection_t* connection = x11Connection();
     const X11Answer<xcb_get_selection_owner_reply_t> holder(xcb_get_selection_owner_reply(
         connection, xcb_get_selection_owner(connection, selection_), nullptr));
-    daemon_ = holder ? holder->owner : XCB_WINDOW_NONE;
+    daemon_ = XCB_WINDOW_NONE;
+    if (holder) {
+        daemon_ = holder->owner;
+    }
     if (daemon_ != XCB_WINDOW_NONE) {
         // The events that Qt asks for, of the same window over the same connection.
         const std::uint32_t events =
