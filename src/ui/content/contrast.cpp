@@ -18,9 +18,9 @@ platform::Colour inLevels(const platform::Colour& colour) {
     return {level(colour.red), level(colour.green), level(colour.blue)};
 }
 
-bool isReadableAndDarker(const platform::Colour& ground, const platform::Colour& colour) {
+bool isDarkerBy(const platform::Colour& ground, const platform::Colour& colour, double contrast) {
     return relativeLuminance(colour) < relativeLuminance(ground) &&
-           contrastRatio(ground, colour) >= kReadableContrast;
+           contrastRatio(ground, colour) >= contrast;
 }
 
 } // namespace
@@ -36,21 +36,26 @@ double contrastRatio(const platform::Colour& a, const platform::Colour& b) {
     return (lighter + kFlare) / (darker + kFlare);
 }
 
-platform::Colour readableOn(const platform::Colour& ground, const platform::Colour& colour) {
-    if (contrastRatio(ground, colour) >= kReadableContrast) {
+platform::Colour darkenedOn(const platform::Colour& ground, const platform::Colour& colour,
+                            double contrast) {
+    if (contrastRatio(ground, colour) >= contrast) {
         return colour;
     }
     const PerceivedColour original = perceived(colour);
     const auto shade = [&](double lightness) {
         return inLevels(shown({lightness, original.chroma, original.hue}));
     };
-    double readable = 0;
+    double enough = 0;
     double tooLight = original.lightness;
-    while (tooLight - readable > kFinest) {
-        const double middle = (readable + tooLight) / 2;
-        (isReadableAndDarker(ground, shade(middle)) ? readable : tooLight) = middle;
+    while (tooLight - enough > kFinest) {
+        const double middle = (enough + tooLight) / 2;
+        (isDarkerBy(ground, shade(middle), contrast) ? enough : tooLight) = middle;
     }
-    return readable > 0 ? shade(readable) : platform::Colour{};
+    return enough > 0 ? shade(enough) : platform::Colour{};
+}
+
+platform::Colour readableOn(const platform::Colour& ground, const platform::Colour& colour) {
+    return darkenedOn(ground, colour, kReadableContrast);
 }
 
 } // namespace korvel

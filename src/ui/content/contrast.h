@@ -13,10 +13,14 @@ double relativeLuminance(const platform::Colour& colour);
 /// The contrast ratio of two colours, whichever is the lighter: 1 equal to 21 black on white.
 double contrastRatio(const platform::Colour& a, const platform::Colour& b);
 
-/// `colour` for text on `ground`: itself where it is readable there, else the same hue, as the eye
-/// sees it, darkened just until it has `kReadableContrast`, in what a screen's 256 levels can show.
-/// It keeps as much of its chroma as sRGB holds at that lightness. Black where `ground` is too dark
-/// for any darker shade.
+/// `colour` for what is to have that contrast on `ground`: itself where it has, else the same hue,
+/// as the eye sees it, darkened just until it has, in what a screen's 256 levels can show. It keeps
+/// as much of its chroma as sRGB holds at that lightness. Black where `ground` is too dark for any
+/// darker shade.
+platform::Colour darkenedOn(const platform::Colour& ground, const platform::Colour& colour,
+                            double contrast);
+
+/// `colour` for text on `ground`, with `kReadableContrast`.
 platform::Colour readableOn(const platform::Colour& ground, const platform::Colour& colour);
 
 } // namespace korvel

@@ -7,6 +7,10 @@ namespace korvel {
 
 namespace {
 
+/// More than the 3 that a drawing is to have: a curved line a pixel wide nowhere fills its pixels,
+/// and a bar's rim lies on its track as well.
+constexpr double kRimContrast = 4.25;
+
 platform::Colour fromLevels(int red, int green, int blue) {
     constexpr double kHighest = 255;
     return {red / kHighest, green / kHighest, blue / kHighest};
@@ -92,6 +96,15 @@ platform::Colour fillColour(Ink ink, Appearance appearance) {
 
 platform::Colour textColour(Ink ink, Appearance appearance) {
     return readableOn(groundColour(appearance), fillColour(ink, appearance));
+}
+
+std::optional<platform::Colour> rimColour(Ink ink, Appearance appearance) {
+    const platform::Colour rim =
+        darkenedOn(groundColour(appearance), fillColour(ink, appearance), kRimContrast);
+    if (rim == fillColour(ink, appearance)) {
+        return std::nullopt;
+    }
+    return rim;
 }
 
 platform::Colour strongLineColour(bool dark) {

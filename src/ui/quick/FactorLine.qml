@@ -38,6 +38,7 @@ Column {
             }
             height: Theme.barHeight
             colour: Inks.fills.of(line.value.barColour)
+            rim: Inks.rims.of(line.value.barColour)
             fraction: line.value.barFraction
             shortest: Theme.shortestFactorBar
             trackColour: Inks.texts.track(Theme.factorTrackOpacity)

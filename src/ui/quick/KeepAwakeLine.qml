@@ -31,6 +31,7 @@ Section {
             objectName: "cup"
             anchors.verticalCenter: parent.verticalCenter
             colour: section.content.awake.on ? Inks.fills.of("cyan") : Inks.fills.of("secondary")
+            rim: Inks.rims.of(section.content.awake.on ? "cyan" : "secondary")
             name: "cup.and.saucer.fill"
             size: Theme.actionSymbol
         }

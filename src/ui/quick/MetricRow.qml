@@ -38,6 +38,7 @@ Column {
             }
             height: Theme.barHeight
             colour: Inks.fills.of(row.value.colour)
+            rim: Inks.rims.of(row.value.colour)
             fraction: row.value.barFraction
             shortest: Theme.shortestRowBar
             trackColour: Inks.texts.track(Theme.rowTrackOpacity)
@@ -59,6 +60,7 @@ Column {
             Spark {
                 anchors.centerIn: parent
                 colour: Inks.fills.of(row.value.sparkColour)
+                rim: Inks.rims.of(row.value.sparkColour)
                 values: row.value.sparkValues
             }
         }

@@ -17,6 +17,7 @@ PlainButton {
         Symbol {
             anchors.centerIn: parent
             colour: button.down || button.hovered ? Inks.fills.of("bad") : Inks.fills.of("tertiary")
+            rim: Inks.rims.of(button.down || button.hovered ? "bad" : "tertiary")
             name: "xmark.circle.fill"
             size: Theme.quitSymbol
         }

@@ -20,6 +20,7 @@ Item {
         objectName: "arc"
         anchors.fill: parent
         colour: Inks.fills.of(dial.value.colour)
+        rim: Inks.rims.of(dial.value.colour)
         fraction: dial.value.score / 100
         lineWidth: Theme.dialLineWidth
         trackColour: Inks.texts.track(Theme.dialTrackOpacity)

@@ -26,6 +26,7 @@ Item {
         x: Math.round((Theme.symbolFrame - width) / 2)
         y: Math.max(0, Math.round((metrics.height - height) / 2))
         colour: Inks.fills.of(line.value.colour)
+        rim: Inks.rims.of(line.value.colour)
         name: line.value.symbol
         size: line.value.textStyle === "primary" ? Theme.alertSymbol : Theme.calmSymbol
     }

@@ -26,6 +26,7 @@ Section {
             x: Math.round((Theme.symbolFrame - width) / 2)
             anchors.verticalCenter: parent.verticalCenter
             colour: Inks.fills.of(section.content.update.colour)
+            rim: Inks.rims.of(section.content.update.colour)
             name: section.content.update.symbol
             size: section.content.update.small ? Theme.calmSymbol : Theme.updateSymbol
             visible: name !== ""
@@ -70,6 +71,7 @@ Section {
             }
             height: Theme.barHeight
             colour: Inks.fills.of("cyan")
+            rim: Inks.rims.of("cyan")
             fraction: section.content.update.progress
             shortest: 0
             trackColour: Inks.texts.track(Theme.rowTrackOpacity)

@@ -66,6 +66,7 @@ Item {
                     width: Theme.bannerMark
                     height: Theme.bannerMark
                     colour: Inks.fills.of("cyan")
+                    rim: Inks.rims.of("cyan")
                 }
 
                 Column {
@@ -157,6 +158,7 @@ Item {
                             width: Theme.bannerDot
                             height: Theme.bannerDot
                             colour: Inks.fills.faint("cyan", Theme.bannerDotOpacity)
+                            rim: Inks.rims.of("cyan")
                             fraction: 1
                             shortest: 0
                             trackColour: "transparent"

@@ -42,16 +42,24 @@ void DialItem::paint(QPainter* painter) {
     if (!(fraction_ > 0)) {
         return; // round caps would leave a dot
     }
-    if (fraction_ >= 1) {
-        painter->setPen(QPen(colour(), lineWidth_));
-        painter->drawEllipse(ring);
+    const auto drawArc = [&](const QColor& colour, qreal width) {
+        if (fraction_ >= 1) {
+            painter->setPen(QPen(colour, width));
+            painter->drawEllipse(ring);
+            return;
+        }
+        // In QPainter's sixteenths of a degree, from three o'clock, anticlockwise.
+        constexpr int kCircle = 360 * 16;
+        constexpr int kTwelveOClock = kCircle / 4;
+        painter->setPen(QPen(colour, width, Qt::SolidLine, Qt::RoundCap));
+        painter->drawArc(ring, kTwelveOClock, -qRound(fraction_ * kCircle));
+    };
+    if (!hasRim()) {
+        drawArc(colour(), lineWidth_);
         return;
     }
-    // In QPainter's sixteenths of a degree, from three o'clock, anticlockwise.
-    constexpr int kCircle = 360 * 16;
-    constexpr int kTwelveOClock = kCircle / 4;
-    painter->setPen(QPen(colour(), lineWidth_, Qt::SolidLine, Qt::RoundCap));
-    painter->drawArc(ring, kTwelveOClock, -qRound(fraction_ * kCircle));
+    drawArc(rim(), lineWidth_);
+    drawArc(colour(), lineWidth_ - 2 * rimWidth(*painter));
 }
 
 } // namespace korvel

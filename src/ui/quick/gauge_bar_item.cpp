@@ -48,13 +48,25 @@ void GaugeBarItem::geometryChange(const QRectF& newGeometry, const QRectF& oldGe
 
 void GaugeBarItem::paint(QPainter* painter) {
     painter->setPen(Qt::NoPen);
-    const auto drawCapsule = [&](qreal length, const QColor& colour) {
-        const qreal radius = std::min(length, height()) / 2;
+    const auto drawCapsule = [&](const QRectF& box, const QColor& colour) {
+        const qreal radius = std::min(box.width(), box.height()) / 2;
         painter->setBrush(colour);
-        painter->drawRoundedRect(QRectF(0, 0, length, height()), radius, radius);
+        painter->drawRoundedRect(box, radius, radius);
     };
-    drawCapsule(width(), trackColour_);
-    drawCapsule(fillWidth(), colour());
+    drawCapsule({0, 0, width(), height()}, trackColour_);
+    const QRectF fill(0, 0, fillWidth(), height());
+    if (!hasRim()) {
+        drawCapsule(fill, colour());
+        return;
+    }
+    drawCapsule(fill, rim());
+    const qreal wide = rimWidth(*painter);
+    const QRectF within = fill.adjusted(wide, wide, -wide, -wide);
+    if (within.isValid()) {
+        painter->setCompositionMode(
+            QPainter::CompositionMode_Source); // the fill may be translucent
+        drawCapsule(within, colour());
+    }
 }
 
 } // namespace korvel

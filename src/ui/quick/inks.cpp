@@ -16,6 +16,18 @@ QColor toQColor(const platform::Colour& colour) {
                             static_cast<float>(colour.blue));
 }
 
+/// Primary for a name that is none of the palette's.
+Ink inkOf(const QString& name) {
+    for (const Ink ink :
+         {Ink::cyan, Ink::pink, Ink::good, Ink::warn, Ink::bad, Ink::secondary, Ink::tertiary}) {
+        const std::string_view known = korvel::name(ink);
+        if (name == QLatin1String(known.data(), static_cast<qsizetype>(known.size()))) {
+            return ink;
+        }
+    }
+    return Ink::primary;
+}
+
 /// A font's own pixel size is whole: a fraction goes by way of points.
 QFont sized(QFont font, qreal size, int weight) {
     constexpr qreal kPointsAnInch = 72;
@@ -29,14 +41,12 @@ QFont sized(QFont font, qreal size, int weight) {
 } // namespace
 
 QColor InkTable::of(const QString& name) const {
-    for (const Ink ink :
-         {Ink::cyan, Ink::pink, Ink::good, Ink::warn, Ink::bad, Ink::secondary, Ink::tertiary}) {
-        const std::string_view known = korvel::name(ink);
-        if (name == QLatin1String(known.data(), static_cast<qsizetype>(known.size()))) {
-            return toQColor(colours_(ink, appearance_));
-        }
-    }
-    return toQColor(colours_(Ink::primary, appearance_));
+    return toQColor(colours_(inkOf(name), appearance_));
+}
+
+QColor RimTable::of(const QString& name) const {
+    const std::optional<platform::Colour> rim = rimColour(inkOf(name), appearance_);
+    return rim ? toQColor(*rim) : QColor(Qt::transparent);
 }
 
 QColor InkTable::track(qreal opacity) const {

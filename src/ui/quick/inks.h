@@ -40,6 +40,24 @@ class InkTable {
     Appearance appearance_ = Appearance::light;
 };
 
+/// Colours of rims by the same names.
+class RimTable {
+    Q_GADGET
+    QML_ANONYMOUS
+
+  public:
+    RimTable() = default;
+    explicit RimTable(Appearance appearance) : appearance_(appearance) {}
+
+    /// Transparent where a fill of that name has no rim.
+    Q_INVOKABLE QColor of(const QString& name) const;
+
+    bool operator==(const RimTable&) const = default;
+
+  private:
+    Appearance appearance_ = Appearance::light;
+};
+
 /// What the views paint with, in the desktop's appearance: one for each QML engine, following the
 /// `DesktopStyle` that its host gave it.
 class Inks : public QObject {
@@ -51,6 +69,8 @@ class Inks : public QObject {
     Q_PROPERTY(QColor ground READ ground NOTIFY changed FINAL)
     /// For strokes, bars and symbols.
     Q_PROPERTY(korvel::InkTable fills READ fills NOTIFY changed FINAL)
+    /// For the rims of what is painted in the fill of the same name.
+    Q_PROPERTY(korvel::RimTable rims READ rims NOTIFY changed FINAL)
     /// For text on the ground.
     Q_PROPERTY(korvel::InkTable texts READ texts NOTIFY changed FINAL)
 
@@ -66,6 +86,7 @@ class Inks : public QObject {
     void setHighContrast(bool strong) { setAppearance(appearanceOf(dark(), strong)); }
     QColor ground() const;
     InkTable fills() const { return {fillColour, appearance_}; }
+    RimTable rims() const { return RimTable(appearance_); }
     InkTable texts() const { return {textColour, appearance_}; }
 
     /// The interface font, or the desktop's font of equal widths, in a size of logical pixels,

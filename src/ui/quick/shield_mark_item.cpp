@@ -32,13 +32,19 @@ void ShieldMarkItem::paint(QPainter* painter) {
     for (const Point& point : strokes.trace) {
         trace.lineTo(at(point));
     }
-    const auto stroke = [&](const QPainterPath& path, double units, Qt::PenCapStyle cap) {
-        QPen pen(colour(), units * strokes.scale, Qt::SolidLine, cap, Qt::RoundJoin);
-        pen.setMiterLimit(ShieldMark::kMiterLimit);
-        painter->strokePath(path, pen);
+    const auto drawStrokes = [&](const QColor& colour, qreal wider) {
+        const auto stroke = [&](const QPainterPath& path, double units, Qt::PenCapStyle cap) {
+            QPen pen(colour, units * strokes.scale + wider, Qt::SolidLine, cap, Qt::RoundJoin);
+            pen.setMiterLimit(ShieldMark::kMiterLimit);
+            painter->strokePath(path, pen);
+        };
+        stroke(outline, ShieldMark::kOutlineWidth, Qt::FlatCap);
+        stroke(trace, ShieldMark::kTraceWidth, Qt::RoundCap);
     };
-    stroke(outline, ShieldMark::kOutlineWidth, Qt::FlatCap);
-    stroke(trace, ShieldMark::kTraceWidth, Qt::RoundCap);
+    if (hasRim()) {
+        drawStrokes(rim(), 2 * rimWidth(*painter));
+    }
+    drawStrokes(colour(), 0);
 }
 
 } // namespace korvel

@@ -36,6 +36,13 @@ void SparkItem::paint(QPainter* painter) {
     QPen pen(stroke, Spark::kLineWidth, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
     pen.setMiterLimit(Spark::kMiterLimit);
     painter->translate(kOverscan, kOverscan);
+    if (hasRim()) {
+        QPen around = pen;
+        around.setColor(rim());
+        around.setWidthF(Spark::kLineWidth + 2 * rimWidth(*painter));
+        painter->strokePath(path, around);
+        painter->setCompositionMode(QPainter::CompositionMode_Source); // the line is translucent
+    }
     painter->strokePath(path, pen);
 }
 

@@ -72,10 +72,14 @@ QPainterPath infoCircle(const Lines& lines) {
         .subtracted(stroked(polyline({{12, 11.4}, {12, 17}}), lines.cutOut));
 }
 
+QPainterPath triangle() {
+    QPainterPath sharp = polyline({{12, 3.6}, {21.8, 20.4}, {2.2, 20.4}});
+    sharp.closeSubpath();
+    return sharp.united(stroked(sharp, 3.4));
+}
+
 QPainterPath warningTriangle(const Lines& lines) {
-    QPainterPath triangle = polyline({{12, 3.6}, {21.8, 20.4}, {2.2, 20.4}});
-    triangle.closeSubpath();
-    return triangle.united(stroked(triangle, 3.4))
+    return triangle()
         .subtracted(dot({12, 18}, lines.cutOut * 0.66))
         .subtracted(stroked(polyline({{12, 8.8}, {12, 14}}), lines.cutOut));
 }
@@ -185,6 +189,13 @@ QPainterPath symbolPath(const QString& name, SymbolWeight weight) {
         paths.insert(key, path);
     }
     return path;
+}
+
+QPainterPath symbolBody(const QString& name) {
+    if (name.endsWith(QLatin1String(".circle.fill"))) {
+        return disc();
+    }
+    return name == QLatin1String("exclamationmark.triangle.fill") ? triangle() : QPainterPath();
 }
 
 } // namespace korvel

@@ -14,4 +14,7 @@ inline constexpr qreal kSymbolGrid = 24;
 /// same path is handed out each time.
 QPainterPath symbolPath(const QString& name, SymbolWeight weight);
 
+/// The shape that the sign of a filled symbol is cut out of; empty for a symbol without a sign.
+QPainterPath symbolBody(const QString& name);
+
 } // namespace korvel

@@ -1,5 +1,9 @@
 #include "ui/quick/tinted_item.h"
 
+#include <algorithm>
+
+#include <QPainter>
+
 namespace korvel {
 
 TintedItem::TintedItem(QQuickItem* parent) : QQuickPaintedItem(parent) {
@@ -13,6 +17,20 @@ void TintedItem::setColour(const QColor& colour) {
     colour_ = colour;
     update();
     Q_EMIT colourChanged();
+}
+
+void TintedItem::setRim(const QColor& colour) {
+    if (rim_ == colour) {
+        return;
+    }
+    rim_ = colour;
+    update();
+    Q_EMIT rimChanged();
+}
+
+qreal TintedItem::rimWidth(const QPainter& painter) {
+    constexpr qreal kLeast = 0.6;
+    return std::max(kLeast, 1 / painter.deviceTransform().m11());
 }
 
 } // namespace korvel

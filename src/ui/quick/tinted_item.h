@@ -14,6 +14,7 @@ class TintedItem : public QQuickPaintedItem {
     Q_OBJECT
     QML_ANONYMOUS
     Q_PROPERTY(QColor colour READ colour WRITE setColour NOTIFY colourChanged FINAL)
+    Q_PROPERTY(QColor rim READ rim WRITE setRim NOTIFY rimChanged FINAL)
 
   public:
     explicit TintedItem(QQuickItem* parent = nullptr);
@@ -21,11 +22,24 @@ class TintedItem : public QQuickPaintedItem {
     QColor colour() const { return colour_; }
     void setColour(const QColor& colour);
 
+    /// The colour of a thin line along the edge of the drawing, which makes it seen where its own
+    /// colour is faint. Transparent, as it is at first: no such line.
+    QColor rim() const { return rim_; }
+    void setRim(const QColor& colour);
+
   Q_SIGNALS:
     void colourChanged();
+    void rimChanged();
+
+  protected:
+    bool hasRim() const { return rim_.alpha() > 0; }
+    /// How wide the rim is, in logical pixels, which the painter must still have as its units. One
+    /// of the screen's pixels at least.
+    static qreal rimWidth(const QPainter& painter);
 
   private:
     QColor colour_;
+    QColor rim_ = Qt::transparent;
 };
 
 } // namespace korvel

@@ -1,11 +1,13 @@
 #include "ui/content/contrast.h"
 
 #include <cmath>
+#include <optional>
 
 #include <gtest/gtest.h>
 
 #include "ui/content/ink_colours.h"
 #include "ui/content/perceived_colour.h"
+#include "ui/content/popover_sizes.h"
 
 namespace korvel {
 namespace {
@@ -118,6 +120,36 @@ TEST(InkColours, FillsAreThePaletteExactlyInBothAppearances) {
         EXPECT_EQ(fillColour(ink, Appearance::light), rgb(ink)) << name(ink);
         EXPECT_EQ(fillColour(ink, Appearance::dark), rgb(ink)) << name(ink);
         EXPECT_EQ(textColour(ink, Appearance::dark), rgb(ink)) << name(ink);
+    }
+}
+
+TEST(InkColours, TheRimOfAFillIsSeenOnTheGroundAndOnItsTrackInTheFillsHue) {
+    const Colour ground = groundColour(Appearance::light);
+    const Colour ink = textColour(Ink::primary, Appearance::light);
+    const auto over = [](double channel, double below) {
+        constexpr double kShare = PopoverSizes::kDialTrackOpacity; // the darkest of the tracks
+        return channel * kShare + below * (1 - kShare);
+    };
+    const Colour track{over(ink.red, ground.red), over(ink.green, ground.green),
+                       over(ink.blue, ground.blue)};
+    for (const Ink fill : kPalette) {
+        const std::optional<Colour> rim = rimColour(fill, Appearance::light);
+        ASSERT_TRUE(rim) << name(fill);
+        EXPECT_GE(contrastRatio(ground, *rim), 3) << name(fill);
+        EXPECT_GE(contrastRatio(track, *rim), 3) << name(fill);
+        EXPECT_LT(between(perceived(*rim).hue, perceived(rgb(fill)).hue), 1) << name(fill);
+    }
+}
+
+TEST(InkColours, WhatIsSeenWithoutARimHasNone) {
+    for (const Appearance appearance :
+         {Appearance::dark, Appearance::strongLight, Appearance::strongDark}) {
+        for (const Ink ink : kInks) {
+            EXPECT_FALSE(rimColour(ink, appearance)) << name(ink);
+        }
+    }
+    for (const Ink style : {Ink::primary, Ink::secondary, Ink::tertiary}) {
+        EXPECT_FALSE(rimColour(style, Appearance::light)) << name(style);
     }
 }
 

@@ -37,6 +37,19 @@ Item {
             return null;
         }
 
+        // Those drawings in a colour of the palette that have no rim of it.
+        function rimless(item) {
+            const palette = ["cyan", "pink", "good", "warn", "bad"];
+            const own = palette.find(name => item.rim && Qt.colorEqual(Qt.alpha(item.colour, 1), Inks.fills.of(name)));
+            const without = own && !Qt.colorEqual(item.rim, Inks.rims.of(own)) ? [`${item} ${item.objectName}`] : [];
+            return without.concat(...Array.from(item.children).map(rimless));
+        }
+
+        function drawings(item) {
+            const own = item.rim && item.visible ? 1 : 0;
+            return own + Array.from(item.children).reduce((sum, child) => sum + drawings(child), 0);
+        }
+
         function init() {
             theatre.play("strained");
             outside.maximumHeight = 2000;
@@ -91,6 +104,22 @@ Item {
             tryCompare(outside, "menuShown", true);
             keyClick(Qt.Key_Escape);
             tryCompare(outside, "menuShown", false);
+        }
+
+        function test_everyDrawingInAColourHasItsRim_data() {
+            const scenes = ["strained", "breakdown", "welcome", "awake_on", "update_downloading", "update_available"];
+            return scenes.map(scene => ({tag: scene}));
+        }
+
+        function test_everyDrawingInAColourHasItsRim(scene) {
+            theatre.play(scene.tag);
+            outside.layOut();
+            verify(drawings(window) > 10);
+            for (const dark of [false, true]) {
+                Inks.dark = dark;
+                compare(rimless(window), []);
+            }
+            Inks.dark = false;
         }
 
         name: "PopoverRoot"

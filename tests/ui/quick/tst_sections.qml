@@ -167,7 +167,7 @@ Item {
             verify(!one(view, "findSwapHolders").visible);
             compare(all(holders(), "size").length, 4);
             compare(all(holders(), "quit").filter(button => button.visible).length, 3);
-            verify(one(view, "note").visible);
+            verify(one(holders(), "note").visible);
             mouseClick(all(holders(), "quit")[1]);
             compare(theatre.terminated(), [6120]);
         }
