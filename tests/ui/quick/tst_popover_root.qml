@@ -37,11 +37,12 @@ Item {
             return null;
         }
 
-        // Those drawings in a colour of the palette that have no rim of it.
+        // Those drawings in a colour of the palette that have no rim of it, or are faint as a whole, rim and all.
         function rimless(item) {
             const palette = ["cyan", "pink", "good", "warn", "bad"];
             const own = palette.find(name => item.rim && Qt.colorEqual(Qt.alpha(item.colour, 1), Inks.fills.of(name)));
-            const without = own && !Qt.colorEqual(item.rim, Inks.rims.of(own)) ? [`${item} ${item.objectName}`] : [];
+            const seen = !own || (item.opacity === 1 && Qt.colorEqual(item.rim, Inks.rims.of(own)));
+            const without = seen ? [] : [`${item} ${item.objectName}`];
             return without.concat(...Array.from(item.children).map(rimless));
         }
 
