@@ -23,7 +23,7 @@ Section {
     Label {
         objectName: "footnote"
         width: section.innerWidth
-        leftPadding: Theme.detailIndent
+        indent: Theme.detailIndent
         topPadding: Theme.footnoteTop
         color: Inks.texts.of("tertiary")
         font: Theme.footnote

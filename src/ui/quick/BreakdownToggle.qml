@@ -12,13 +12,15 @@ PlainButton {
     Accessible.name: text
 
     contentItem: Row {
-        leftPadding: -Theme.toggleOutdent
+        leftPadding: Theme.mirrored ? 0 : -Theme.toggleOutdent
+        rightPadding: -Theme.toggleOutdent - leftPadding
         spacing: Theme.chevronSpacing
 
         Symbol {
             anchors.verticalCenter: parent.verticalCenter
             bold: true
             colour: toggle.ink
+            mirrored: Theme.mirrored && !toggle.open
             name: toggle.open ? "chevron.down" : "chevron.right"
             size: Theme.toggleSymbol
         }

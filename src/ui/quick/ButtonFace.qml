@@ -20,7 +20,7 @@ Item {
 
         readonly property real reach: visible ? width + Theme.chevronSpacing : 0
 
-        x: face.symbolBehind ? face.width - width : 0
+        x: face.symbolBehind !== Theme.mirrored ? face.width - width : 0
         anchors.verticalCenter: face.verticalCenter
         bold: face.symbolBehind
         colour: face.ink
@@ -32,7 +32,7 @@ Item {
     Label {
         id: words
 
-        x: face.symbolBehind ? 0 : mark.reach
+        x: face.symbolBehind !== Theme.mirrored ? 0 : mark.reach
         width: face.width - mark.reach
         color: face.ink
         font: face.wordFont

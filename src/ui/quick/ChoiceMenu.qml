@@ -18,7 +18,7 @@ T.Menu {
     function openAt(button: Item) {
         const bottom = button.mapToItem(null, 0, button.height).y;
         const room = button.Window.height - bottom;
-        x = button.width - width;
+        x = Theme.mirrored ? 0 : button.width - width;
         y = room > height + Theme.focusReach ? button.height + Theme.focusReach : -height - Theme.focusReach;
         openedBy = button;
         byKeyboard = (button as PlainButton).visualFocus;
@@ -69,7 +69,7 @@ T.Menu {
             }
 
             contentItem: Label {
-                leftPadding: Theme.menuPadding * 2
+                indent: Theme.menuPadding * 2
                 color: Inks.texts.of("primary")
                 font: Theme.action
                 text: entry.text
@@ -84,6 +84,9 @@ T.Menu {
         currentIndex: menu.currentIndex
         interactive: false
         model: menu.contentModel
+        // The menu is none of the popover's pieces, which are mirrored with their root.
+        LayoutMirroring.enabled: Theme.mirrored
+        LayoutMirroring.childrenInherit: true
     }
 
     background: Rectangle {

@@ -21,6 +21,7 @@ Column {
 
             objectName: "name"
             width: Theme.captionWidth
+            anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
             color: Inks.texts.of("primary")
             font: Theme.factorName
@@ -41,6 +42,7 @@ Column {
             rim: Inks.rims.of(line.value.barColour)
             fraction: line.value.barFraction
             shortest: Theme.shortestFactorBar
+            mirrored: Theme.mirrored
             trackColour: Inks.texts.track(Theme.factorTrackOpacity)
         }
 
@@ -67,7 +69,7 @@ Column {
     Label {
         objectName: "detail"
         width: line.width
-        leftPadding: Theme.detailIndent
+        indent: Theme.detailIndent
         color: Inks.texts.of("tertiary")
         font: Theme.factorDetail
         maximumLineCount: 2

@@ -19,6 +19,7 @@ Section {
             id: warden
 
             objectName: "warden"
+            anchors.left: parent.left
             anchors.verticalCenter: quit.verticalCenter
             color: Inks.texts.of("tertiary")
             font: Theme.warden
@@ -41,9 +42,9 @@ Section {
 
         // Centred between the watchdog and the way out.
         Row {
-            readonly property real room: quit.x - warden.width - 2 * Theme.footerSpacing
+            readonly property real room: section.innerWidth - quit.width - warden.width - 2 * Theme.footerSpacing
 
-            x: warden.width + Theme.footerSpacing + Math.round(Math.max(0, room - width) / 2)
+            x: (Theme.mirrored ? quit.width : warden.width) + Theme.footerSpacing + Math.round(Math.max(0, room - width) / 2)
             spacing: Theme.symbolSpacing
 
             TextButton {

@@ -29,6 +29,7 @@ Section {
             id: cup
 
             objectName: "cup"
+            anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
             colour: section.content.awake.on ? Inks.fills.of("cyan") : Inks.fills.of("secondary")
             rim: Inks.rims.of(section.content.awake.on ? "cyan" : "secondary")

@@ -21,6 +21,7 @@ Column {
 
             objectName: "caption"
             width: Theme.captionWidth
+            anchors.left: parent.left
             anchors.baseline: percent.baseline
             color: Inks.texts.of("secondary")
             font: Theme.rowCaption
@@ -41,6 +42,7 @@ Column {
             rim: Inks.rims.of(row.value.colour)
             fraction: row.value.barFraction
             shortest: Theme.shortestRowBar
+            mirrored: Theme.mirrored
             trackColour: Inks.texts.track(Theme.rowTrackOpacity)
         }
 
@@ -82,7 +84,7 @@ Column {
     Label {
         objectName: "detail"
         width: row.width
-        leftPadding: Theme.detailIndent
+        indent: Theme.detailIndent
         color: Inks.texts.of("tertiary")
         font: Theme.rowDetail
         maximumLineCount: 2

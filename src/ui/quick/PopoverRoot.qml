@@ -8,6 +8,9 @@ Item {
     required property PopoverBridge content
     required property PopoverFrame frame
 
+    LayoutMirroring.enabled: Theme.mirrored
+    LayoutMirroring.childrenInherit: true
+
     width: panel.width + (frame.shadowed ? 2 * shadow.sideMargin : 0)
     height: panel.height + (frame.shadowed ? shadow.topMargin + shadow.bottomMargin : 0)
 

@@ -21,10 +21,12 @@ Item {
         id: frame
 
         objectName: "mark"
+        anchors.left: parent.left
         width: line.marked ? Theme.markFrame : 0
         height: line.height
 
         Rectangle {
+            anchors.left: parent.left
             width: Theme.markSize
             height: Theme.markSize
             anchors.verticalCenter: parent.verticalCenter

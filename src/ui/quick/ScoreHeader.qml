@@ -15,7 +15,8 @@ Item {
     ScoreDial {
         id: dial
 
-        x: Theme.sidePadding
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.sidePadding
         y: Theme.headerTop + Math.max(0, Math.round((column.height - height) / 2))
         animated: header.animated
         value: header.content.header
@@ -24,9 +25,13 @@ Item {
     Column {
         id: column
 
-        x: dial.x + dial.width + Theme.headerSpacing
+        anchors {
+            left: dial.right
+            leftMargin: Theme.headerSpacing
+            right: parent.right
+            rightMargin: Theme.sidePadding
+        }
         y: Theme.headerTop + Math.max(0, Math.round((dial.height - height) / 2))
-        width: header.width - x - Theme.sidePadding
         spacing: Theme.headerLineSpacing
 
         Label {
@@ -59,6 +64,7 @@ Item {
                 id: toggle
 
                 objectName: "toggle"
+                anchors.left: parent.left
                 y: Theme.toggleTop
                 open: header.content.header.breakdownShown
                 text: header.content.header.toggle

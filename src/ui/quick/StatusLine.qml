@@ -23,7 +23,8 @@ Item {
 
         objectName: "symbol"
         // Centred in a fixed place, so that the sentences begin on one line; beside the first line.
-        x: Math.round((Theme.symbolFrame - width) / 2)
+        anchors.left: parent.left
+        anchors.leftMargin: Math.round((Theme.symbolFrame - width) / 2)
         y: Math.max(0, Math.round((metrics.height - height) / 2))
         colour: Inks.fills.of(line.value.colour)
         rim: Inks.rims.of(line.value.colour)
@@ -35,8 +36,11 @@ Item {
         id: label
 
         objectName: "words"
-        x: Theme.symbolFrame + Theme.symbolSpacing
-        width: line.width - x
+        anchors {
+            left: parent.left
+            leftMargin: Theme.symbolFrame + Theme.symbolSpacing
+            right: parent.right
+        }
         color: Inks.texts.of(line.value.textStyle)
         font: Theme.status
         maximumLineCount: 8 // a sentence may name a process, at any length

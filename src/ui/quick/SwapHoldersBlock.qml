@@ -16,34 +16,44 @@ Column {
     leftPadding: Theme.holdersPadding
     rightPadding: Theme.holdersPadding
 
-    PlainButton {
-        id: button
+    Item {
+        width: block.innerWidth
+        height: button.height
+        visible: button.text !== ""
 
-        readonly property color ink: Inks.texts.of(hovered || down ? "primary" : "secondary")
+        PlainButton {
+            id: button
 
-        objectName: "findSwapHolders"
-        text: block.content.swapBlock.button
-        visible: text !== ""
-        Accessible.name: text
-        onClicked: block.content.findSwapHolders()
+            readonly property color ink: Inks.texts.of(hovered || down ? "primary" : "secondary")
 
-        contentItem: Row {
-            leftPadding: block.content.swapBlock.scanning ? 0 : -Theme.holdersOutdent
-            spacing: Theme.chevronSpacing
+            objectName: "findSwapHolders"
+            anchors.left: parent.left
+            text: block.content.swapBlock.button
+            Accessible.name: text
+            onClicked: block.content.findSwapHolders()
 
-            Symbol {
-                anchors.verticalCenter: parent.verticalCenter
-                bold: true
-                colour: button.ink
-                name: "chevron.right"
-                size: Theme.holdersSymbol
-                visible: !block.content.swapBlock.scanning
-            }
+            contentItem: Row {
+                readonly property real outdent: block.content.swapBlock.scanning ? 0 : Theme.holdersOutdent
 
-            Label {
-                color: button.ink
-                font: Theme.holdersButton
-                text: button.text
+                leftPadding: Theme.mirrored ? 0 : -outdent
+                rightPadding: -outdent - leftPadding
+                spacing: Theme.chevronSpacing
+
+                Symbol {
+                    anchors.verticalCenter: parent.verticalCenter
+                    bold: true
+                    colour: button.ink
+                    mirrored: Theme.mirrored
+                    name: "chevron.right"
+                    size: Theme.holdersSymbol
+                    visible: !block.content.swapBlock.scanning
+                }
+
+                Label {
+                    color: button.ink
+                    font: Theme.holdersButton
+                    text: button.text
+                }
             }
         }
     }

@@ -36,6 +36,7 @@ T.ToolTip {
         text: tip.text
         textFormat: Text.PlainText
         wrapMode: Text.Wrap
+        LayoutMirroring.enabled: Theme.mirrored
     }
 
     background: Rectangle {

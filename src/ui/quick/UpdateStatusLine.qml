@@ -23,7 +23,8 @@ Section {
             id: mark
 
             objectName: "symbol"
-            x: Math.round((Theme.symbolFrame - width) / 2)
+            anchors.left: parent.left
+            anchors.leftMargin: Math.round((Theme.symbolFrame - width) / 2)
             anchors.verticalCenter: parent.verticalCenter
             colour: Inks.fills.of(section.content.update.colour)
             rim: Inks.rims.of(section.content.update.colour)
@@ -34,7 +35,8 @@ Section {
 
         Spinner {
             objectName: "spinner"
-            x: Math.round((Theme.symbolFrame - width) / 2)
+            anchors.left: parent.left
+            anchors.leftMargin: Math.round((Theme.symbolFrame - width) / 2)
             anchors.verticalCenter: parent.verticalCenter
             visible: section.content.update.spinning
         }
@@ -48,7 +50,7 @@ Section {
                 leftMargin: bar.visible ? 0 : Theme.symbolFrame + Theme.symbolSpacing
                 verticalCenter: parent.verticalCenter
             }
-            width: bar.visible ? implicitWidth : (control.visible ? control.x - Theme.footerSpacing : line.width) - x
+            width: bar.visible ? implicitWidth : line.width - anchors.leftMargin - (control.visible ? control.width + Theme.footerSpacing : 0)
             color: Inks.texts.of("primary")
             font: section.content.update.small ? Theme.updateSmall : section.content.update.semibold ? Theme.actionSemibold : Theme.action
             maximumLineCount: 4 // what went wrong may take a few words
@@ -74,6 +76,7 @@ Section {
             rim: Inks.rims.of("cyan")
             fraction: section.content.update.progress
             shortest: 0
+            mirrored: Theme.mirrored
             trackColour: Inks.texts.track(Theme.rowTrackOpacity)
             visible: section.content.update.progressing
         }

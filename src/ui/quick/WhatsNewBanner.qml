@@ -62,6 +62,7 @@ Item {
                     id: mark
 
                     objectName: "mark"
+                    anchors.left: parent.left
                     anchors.verticalCenter: parent.verticalCenter
                     width: Theme.bannerMark
                     height: Theme.bannerMark
@@ -132,7 +133,8 @@ Item {
                 id: notes
 
                 objectName: "notes"
-                leftPadding: Theme.bannerNoteIndent
+                leftPadding: Theme.mirrored ? 0 : Theme.bannerNoteIndent
+                rightPadding: Theme.bannerNoteIndent - leftPadding
                 spacing: Theme.bannerNoteSpacing
                 visible: banner.content.banner.notes.length > 0
 
@@ -154,6 +156,7 @@ Item {
                         // A capsule as long as it is high.
                         GaugeBar {
                             objectName: "dot"
+                            anchors.left: parent.left
                             y: Theme.bannerDotTop
                             width: Theme.bannerDot
                             height: Theme.bannerDot
@@ -168,8 +171,11 @@ Item {
                             id: line
 
                             objectName: "line"
-                            x: Theme.bannerDot + Theme.bannerDotSpacing
-                            width: note.width - x
+                            anchors {
+                                left: parent.left
+                                leftMargin: Theme.bannerDot + Theme.bannerDotSpacing
+                                right: parent.right
+                            }
                             color: Inks.texts.of("secondary")
                             font: Theme.bannerNote
                             maximumLineCount: 6 // a note may be of any length

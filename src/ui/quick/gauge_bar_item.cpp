@@ -54,7 +54,7 @@ void GaugeBarItem::paint(QPainter* painter) {
         painter->drawRoundedRect(box, radius, radius);
     };
     drawCapsule({0, 0, width(), height()}, trackColour_);
-    const QRectF fill(0, 0, fillWidth(), height());
+    const QRectF fill(mirrored() ? width() - fillWidth() : 0, 0, fillWidth(), height());
     if (!hasRim()) {
         drawCapsule(fill, colour());
         return;

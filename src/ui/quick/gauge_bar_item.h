@@ -6,8 +6,8 @@
 
 namespace korvel {
 
-/// A bar with round ends on a track of the same shape, filled from the left. What is filled has the
-/// rim; the track then does not shine through a translucent fill.
+/// A bar with round ends on a track of the same shape, filled from the left, or mirrored. What is
+/// filled has the rim; the track then does not shine through a translucent fill.
 class GaugeBarItem : public korvel::TintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(GaugeBar)

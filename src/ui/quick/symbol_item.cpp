@@ -57,6 +57,10 @@ void SymbolItem::paint(QPainter* painter) {
     const qreal around = hasRim() ? rimWidth(*painter) / unit : 0;
     painter->translate((width() - side) / 2, (height() - side) / 2);
     painter->scale(unit, unit);
+    if (mirrored()) {
+        painter->translate(kSymbolGrid, 0);
+        painter->scale(-1, 1);
+    }
     const QPainterPath path = symbolPath(name_, bold_ ? SymbolWeight::bold : SymbolWeight::regular);
     painter->fillPath(path, colour());
     if (!hasRim()) {

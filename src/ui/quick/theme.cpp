@@ -43,6 +43,12 @@ void Theme::setMoves(bool moves) {
     }
 }
 
+void Theme::setMirrored(bool mirrored) {
+    if (std::exchange(mirrored_, mirrored) != mirrored) {
+        Q_EMIT mirroredChanged();
+    }
+}
+
 QFont Theme::made(const FontStyle& style) {
     const int weight = qtWeight(style.weight);
     return style.design == FontStyle::Design::monospaced ? Inks::monospaced(style.size, weight)

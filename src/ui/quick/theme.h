@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QFont>
+#include <QLocale>
 #include <QObject>
 #include <QVariant>
 #include <QtQmlIntegration>
@@ -20,6 +21,8 @@ class Theme : public QObject, private PopoverSizes, private PopoverFonts {
     QML_SINGLETON
     /// Whether a change may be seen to happen: nothing is animated where the user wants it still.
     Q_PROPERTY(bool moves READ moves WRITE setMoves NOTIFY movesChanged FINAL)
+    /// Whether the views are laid out from right to left, as the language of the user's system is.
+    Q_PROPERTY(bool mirrored READ mirrored WRITE setMirrored NOTIFY mirroredChanged FINAL)
     Q_PROPERTY(qreal popoverWidth MEMBER kPopoverWidth CONSTANT FINAL)
     Q_PROPERTY(qreal sidePadding MEMBER kSidePadding CONSTANT FINAL)
     Q_PROPERTY(qreal popoverRadius MEMBER kPopoverRadius CONSTANT FINAL)
@@ -172,17 +175,21 @@ class Theme : public QObject, private PopoverSizes, private PopoverFonts {
 
     bool moves() const { return moves_; }
     void setMoves(bool moves);
+    bool mirrored() const { return mirrored_; }
+    void setMirrored(bool mirrored);
 
     /// The curve of an animation that begins at once and ends gently.
     static QVariantList easeOut() { return {0.0, 0.0, 0.58, 1.0, 1.0, 1.0}; }
 
   Q_SIGNALS:
     void movesChanged();
+    void mirroredChanged();
 
   private:
     static QFont made(const FontStyle& style);
 
     bool moves_ = true;
+    bool mirrored_ = QLocale::system().textDirection() == Qt::RightToLeft;
 
     QFont dialNumber_ = made(kDialNumber);
     QFont verdict_ = made(kVerdict);

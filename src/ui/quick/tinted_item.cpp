@@ -28,6 +28,15 @@ void TintedItem::setRim(const QColor& colour) {
     Q_EMIT rimChanged();
 }
 
+void TintedItem::setMirrored(bool mirrored) {
+    if (mirrored_ == mirrored) {
+        return;
+    }
+    mirrored_ = mirrored;
+    update();
+    Q_EMIT mirroredChanged();
+}
+
 qreal TintedItem::rimWidth(const QPainter& painter) {
     constexpr qreal kLeast = 0.6;
     return std::max(kLeast, 1 / painter.deviceTransform().m11());

@@ -15,6 +15,7 @@ class TintedItem : public QQuickPaintedItem {
     QML_ANONYMOUS
     Q_PROPERTY(QColor colour READ colour WRITE setColour NOTIFY colourChanged FINAL)
     Q_PROPERTY(QColor rim READ rim WRITE setRim NOTIFY rimChanged FINAL)
+    Q_PROPERTY(bool mirrored READ mirrored WRITE setMirrored NOTIFY mirroredChanged FINAL)
 
   public:
     explicit TintedItem(QQuickItem* parent = nullptr);
@@ -27,9 +28,14 @@ class TintedItem : public QQuickPaintedItem {
     QColor rim() const { return rim_; }
     void setRim(const QColor& colour);
 
+    /// Whether a drawing that has a left and a right is drawn the other way round.
+    bool mirrored() const { return mirrored_; }
+    void setMirrored(bool mirrored);
+
   Q_SIGNALS:
     void colourChanged();
     void rimChanged();
+    void mirroredChanged();
 
   protected:
     bool hasRim() const { return rim_.alpha() > 0; }
@@ -40,6 +46,7 @@ class TintedItem : public QQuickPaintedItem {
   private:
     QColor colour_;
     QColor rim_ = Qt::transparent;
+    bool mirrored_ = false;
 };
 
 } // namespace korvel

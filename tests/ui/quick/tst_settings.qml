@@ -51,6 +51,7 @@ Item {
         function init() {
             outside.maximumHeight = 5000;
             Theme.moves = true;
+            Theme.mirrored = false;
             Inks.dark = false;
             Inks.highContrast = false;
         }
@@ -136,6 +137,93 @@ Item {
             Inks.highContrast = true;
             verify(ring.border.width >= 2 * usual);
             verify(contrast(ring.border.color, Inks.ground) >= 3);
+        }
+
+        // Every piece that is seen, with what it takes of the width.
+        function pieces(item, found = []) {
+            for (let i = 0; i < item.children.length; ++i) {
+                const child = item.children[i];
+                if (child.visible && child.width > 0) {
+                    found.push({item: child, left: child.mapToItem(view, 0, 0).x, width: child.width});
+                    pieces(child, found);
+                }
+            }
+            return found;
+        }
+
+        function nameOf(item) {
+            return (item.objectName || item.toString()) + (item.text ? " \"" + item.text + "\"" : "");
+        }
+
+        function test_everyPieceIsMirrored_data() {
+            return [
+                {tag: "healthy"}, {tag: "strained"}, {tag: "breakdown_strained"}, {tag: "scan_running"},
+                {tag: "scan_done"}, {tag: "awake_on"}, {tag: "welcome"}, {tag: "reclaim_waiting"},
+                {tag: "reclaim_done"}, {tag: "update_available"}, {tag: "update_downloading"},
+                {tag: "update_checking"}, {tag: "update_failed"}, {tag: "short_screen", height: 420}
+            ];
+        }
+
+        function test_everyPieceIsMirrored(row) {
+            outside.maximumHeight = row.height ?? 5000;
+            Theme.moves = false;
+            play(row.tag);
+            const usual = pieces(view);
+            verify(usual.length > 100);
+            Theme.mirrored = true;
+            settle();
+            const mirrored = pieces(view);
+            compare(mirrored.length, usual.length);
+            for (let i = 0; i < usual.length; ++i) {
+                const name = nameOf(usual[i].item);
+                compare(mirrored[i].item, usual[i].item, name);
+                fuzzyCompare(mirrored[i].width, usual[i].width, 0.01, name);
+                // The middle of what is left may be between two pixels.
+                fuzzyCompare(mirrored[i].left, view.width - usual[i].left - usual[i].width, 1, name);
+            }
+        }
+
+        function test_linesBeginAtTheRightWhereTheyAreMirrored() {
+            play("breakdown");
+            const name = one(view, "verdict");
+            const percent = one(view, "percent");
+            const detail = one(one(view, "rows"), "detail");
+            compare([name.effectiveHorizontalAlignment, percent.effectiveHorizontalAlignment], [Text.AlignLeft, Text.AlignRight]);
+            compare([detail.leftPadding, detail.rightPadding], [60, 0]);
+            Theme.mirrored = true;
+            compare([name.effectiveHorizontalAlignment, percent.effectiveHorizontalAlignment], [Text.AlignRight, Text.AlignLeft]);
+            compare([detail.leftPadding, detail.rightPadding], [0, 60]);
+        }
+
+        function test_barsAndChevronsAreDrawnTheOtherWay() {
+            play("breakdown");
+            const mirrored = () => [one(view, "toggle").contentItem.children[0], one(view, "findSwapHolders").contentItem.children[0]]
+                .concat(all(view, "bar"), all(view, "progress")).map(drawing => drawing.mirrored);
+            compare(mirrored().filter(Boolean), []);
+            Theme.mirrored = true;
+            verify(mirrored().length > 10);
+            // Open, the chevron points down.
+            compare(mirrored().indexOf(false), 0);
+            compare(mirrored().lastIndexOf(false), 0);
+            play("healthy");
+            compare(mirrored().indexOf(false), -1);
+        }
+
+        function test_theMenuOpensAtTheSideOfItsButton() {
+            Theme.moves = false;
+            for (const mirrored of [false, true]) {
+                Theme.mirrored = mirrored;
+                play("healthy");
+                const control = one(view, "awakeControl");
+                mouseClick(control);
+                tryCompare(outside, "menuShown", true);
+                const menu = Array.from(control.data).find(child => child.choices !== undefined);
+                compare(menu.x, mirrored ? 0 : control.width - menu.width);
+                const label = menu.itemAt(0).contentItem;
+                compare(label.effectiveHorizontalAlignment, mirrored ? Text.AlignRight : Text.AlignLeft);
+                keyClick(Qt.Key_Escape);
+                tryCompare(outside, "menuShown", false);
+            }
         }
 
         name: "Settings"
