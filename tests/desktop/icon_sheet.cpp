@@ -1,6 +1,9 @@
-// korvel-icon-sheet FILE.png: every size, value and panel colour of the tray icon in one picture,
-// once as it is and once magnified, for a person to look at.
+// korvel-icon-sheet FILE.png: the tray icon in the sizes that panels draw, on a light and on a dark
+// panel, each row once without and once with the mark of a machine that is kept awake.
+//     --large: the small sizes, those that only some panels ask for among them, magnified four
+//     times
 #include <array>
+#include <span>
 
 #include <QGuiApplication>
 #include <QImage>
@@ -12,32 +15,33 @@
 namespace {
 
 constexpr std::array kSizes = {16, 22, 24, 32, 48, 64};
+constexpr std::array kSmallSizes = {16, 18, 20, 22, 24, 28, 32};
 constexpr std::array kScores = {0, 7, 19, 42, 55, 68, 71, 87, 93, 100};
-constexpr std::array<QRgb, 4> kPanels = {0xfff6f5f4, 0xffd4d0c8, 0xff2e3436, 0xff000000};
-constexpr int kCell = 72;
+constexpr std::array<QRgb, 2> kPanels = {0xfff6f5f4, 0xff2e3436};
+constexpr int kGap = 8; // pixels between two icons
 
-int rowHeight(int size, int magnified) {
-    return size * magnified + 8;
-}
-
-void drawRows(QPainter& painter, int& y, int magnified, bool awake) {
+/// Draws all rows, and gives the height that they take.
+int drawRows(QPainter& painter, std::span<const int> sizes, int magnified) {
+    const int cell = sizes.back() * magnified + kGap;
+    int y = 0;
     for (const QRgb panel : kPanels) {
-        for (const int size : kSizes) {
-            if (magnified > 1 && size > 32) {
-                continue;
+        for (const int size : sizes) {
+            for (const bool awake : {false, true}) {
+                const int side = size * magnified;
+                painter.fillRect(0, y, cell * static_cast<int>(kScores.size()), side + kGap,
+                                 QColor::fromRgb(panel));
+                int x = kGap / 2;
+                for (const int score : kScores) {
+                    painter.drawImage(
+                        QRect(x, y + kGap / 2, side, side),
+                        korvel::platform::drawTrayIcon(korvel::statusTitle(score, awake), size));
+                    x += cell;
+                }
+                y += side + kGap;
             }
-            const int cell = magnified > 1 ? size * magnified + 8 : kCell;
-            painter.fillRect(0, y, 2000, rowHeight(size, magnified), QColor::fromRgba(panel));
-            int x = 4;
-            for (const int score : kScores) {
-                const QImage image =
-                    korvel::platform::drawTrayIcon(korvel::statusTitle(score, awake), size);
-                painter.drawImage(QRect(x, y + 4, size * magnified, size * magnified), image);
-                x += cell;
-            }
-            y += rowHeight(size, magnified);
         }
     }
+    return y;
 }
 
 } // namespace
@@ -46,12 +50,15 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
     const QString file = application.arguments().value(1, QStringLiteral("icons.png"));
-    const bool awake = application.arguments().contains(QStringLiteral("--awake"));
-    const int magnified = application.arguments().contains(QStringLiteral("--large")) ? 4 : 1;
-    QImage sheet(magnified > 1 ? 1400 : 10 * kCell + 8, 4000, QImage::Format_RGB32);
+    const bool large = application.arguments().contains(QStringLiteral("--large"));
+    const std::span<const int> sizes =
+        large ? std::span<const int>(kSmallSizes) : std::span<const int>(kSizes);
+    const int magnified = large ? 4 : 1;
+    constexpr int kTallest = 4000;
+    QImage sheet(static_cast<int>(kScores.size()) * (sizes.back() * magnified + kGap), kTallest,
+                 QImage::Format_RGB32);
     QPainter painter(&sheet);
-    int y = 0;
-    drawRows(painter, y, magnified, awake);
+    const int height = drawRows(painter, sizes, magnified);
     painter.end();
-    return sheet.copy(0, 0, sheet.width(), y).save(file) ? 0 : 1;
+    return sheet.copy(0, 0, sheet.width(), height).save(file) ? 0 : 1;
 }

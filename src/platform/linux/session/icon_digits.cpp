@@ -28,7 +28,7 @@ struct Skeleton {
     explicit Skeleton(const DigitMetrics& m)
         : left(m.stroke / 2.0), right(m.width - left), top(left), bottom(m.height - left),
           middle(halfDown(m.height - m.stroke) + left),
-          radius(std::min({(right - left) / 2, (bottom - top) / 4, m.stroke * 1.5})) {}
+          radius(std::min({(right - left) / 2, (middle - top) / 2, m.stroke * 1.0})) {}
 
     QRectF corner(double x, double y) const { return {x, y, 2 * radius, 2 * radius}; }
     QRectF topLeft(double y) const { return corner(left, y); }
@@ -43,26 +43,28 @@ struct Skeleton {
     }
 };
 
-QPainterPath one(const DigitMetrics& m, bool narrow) {
-    const int left =
-        narrow ? m.width - m.stroke : halfDown(m.width - m.stroke) + (m.width >= 6 ? 1 : 0);
-    const double stem = left + m.stroke / 2.0;
-    const double flag = narrow ? stem : std::max(1.0, stem - m.width * 0.45);
-    QPainterPath path(QPointF(stem, m.height));
-    path.lineTo(stem, m.stroke / 2.0);
-    path.lineTo(narrow ? stem - m.stroke : flag, m.stroke / 2.0 + m.stroke * 0.75);
+/// The outline of a 1: a stem at the right with a flag down to the left edge.
+QPainterPath one(const DigitMetrics& m) {
+    const double stem = m.oneWidth - m.stroke;
+    const double drop = std::min(stem * 0.6, m.height / 4.0);
+    QPainterPath path(QPointF(stem, 0));
+    path.lineTo(m.oneWidth, 0);
+    path.lineTo(m.oneWidth, m.height);
+    path.lineTo(stem, m.height);
+    path.lineTo(stem, m.stroke * 1.2);
+    path.lineTo(0, drop + m.stroke * 1.2);
+    path.lineTo(0, drop);
+    path.closeSubpath();
     return path;
 }
 
-QPainterPath skeletonOf(char16_t digit, const DigitMetrics& m) {
+QPainterPath skeletonOf(char digit, const DigitMetrics& m) {
     const Skeleton s(m);
     QPainterPath path;
     switch (digit) {
-    case u'0':
+    case '0':
         return s.bowl(s.top, s.bottom);
-    case u'1':
-        return one(m, false);
-    case u'2':
+    case '2':
         path.moveTo(s.left, s.top + 1.5 * s.radius);
         path.lineTo(s.left, s.top + s.radius);
         path.arcTo(s.topLeft(s.top), 180, -90);
@@ -72,7 +74,7 @@ QPainterPath skeletonOf(char16_t digit, const DigitMetrics& m) {
         path.lineTo(s.left, s.bottom);
         path.lineTo(m.width, s.bottom);
         return path;
-    case u'3':
+    case '3':
         path.moveTo(0, s.top);
         path.lineTo(s.right - s.radius, s.top);
         path.arcTo(s.topRight(s.top), 90, -90);
@@ -85,7 +87,7 @@ QPainterPath skeletonOf(char16_t digit, const DigitMetrics& m) {
         path.arcTo(s.bottomRight(s.bottom), 0, -90);
         path.lineTo(0, s.bottom);
         return path;
-    case u'4': {
+    case '4': {
         const int drop = (m.height - m.stroke) / 5;
         const double bar = s.middle + drop;
         const double stem = s.right - (m.width >= 7 ? halfDown(m.stroke) : 0);
@@ -96,7 +98,7 @@ QPainterPath skeletonOf(char16_t digit, const DigitMetrics& m) {
         path.lineTo(m.width, bar);
         return path;
     }
-    case u'5':
+    case '5':
         path.moveTo(m.width, s.top);
         path.lineTo(s.left, s.top);
         path.lineTo(s.left, s.middle);
@@ -106,23 +108,23 @@ QPainterPath skeletonOf(char16_t digit, const DigitMetrics& m) {
         path.arcTo(s.bottomRight(s.bottom), 0, -90);
         path.lineTo(0, s.bottom);
         return path;
-    case u'6':
+    case '6':
         path = s.bowl(s.middle, s.bottom);
         path.moveTo(s.left, s.bottom - s.radius);
         path.lineTo(s.left, s.top + s.radius);
         path.arcTo(s.topLeft(s.top), 180, -90);
         path.lineTo(m.width - m.stroke / 2.0, s.top);
         return path;
-    case u'7':
+    case '7':
         path.moveTo(0, s.top);
         path.lineTo(s.right, s.top);
         path.lineTo(s.left + (s.right - s.left) * 0.2, m.height + s.top);
         return path;
-    case u'8':
+    case '8':
         path = s.bowl(s.top, s.middle);
         path.addPath(s.bowl(s.middle, s.bottom));
         return path;
-    case u'9':
+    case '9':
         path = s.bowl(s.top, s.middle);
         path.moveTo(s.right, s.top + s.radius);
         path.lineTo(s.right, s.bottom - s.radius);
@@ -134,45 +136,37 @@ QPainterPath skeletonOf(char16_t digit, const DigitMetrics& m) {
     }
 }
 
-bool narrowOne(const QString& digits, qsizetype at) {
-    return at == 0 && digits.size() > 2 && digits[at] == u'1';
-}
-
-int advance(const QString& digits, qsizetype at, const DigitMetrics& m) {
-    return narrowOne(digits, at) ? m.stroke + (m.stroke - 1) / 2 : m.width;
+int widthOf(char digit, const DigitMetrics& m) {
+    return digit == '1' ? m.oneWidth : m.width;
 }
 
 } // namespace
 
-int digitsWidth(const QString& digits, const DigitMetrics& metrics) {
-    int width = 0;
-    for (qsizetype at = 0; at < digits.size(); ++at) {
-        width += advance(digits, at, metrics) + (at > 0 ? metrics.gap : 0);
+int digitsWidth(std::string_view digits, const DigitMetrics& metrics) {
+    int width = -metrics.gap;
+    for (const char digit : digits) {
+        width += widthOf(digit, metrics) + metrics.gap;
     }
     return width;
 }
 
-void drawDigits(QPainter& painter, const QString& digits, const DigitMetrics& metrics,
+void drawDigits(QPainter& painter, std::string_view digits, const DigitMetrics& metrics,
                 const QColor& ink) {
     QPainterPathStroker stroker;
     stroker.setWidth(metrics.stroke);
     stroker.setCapStyle(Qt::FlatCap);
     stroker.setJoinStyle(Qt::MiterJoin);
-    stroker.setCurveThreshold(0.05);
+    stroker.setCurveThreshold(0.1);
 
     int x = 0;
-    for (qsizetype at = 0; at < digits.size(); ++at) {
-        const int width = advance(digits, at, metrics);
-        DigitMetrics cell = metrics;
-        cell.width = width;
-        QPainterPath outline = stroker.createStroke(
-            narrowOne(digits, at) ? one(cell, true) : skeletonOf(digits[at].unicode(), cell));
+    for (const char digit : digits) {
+        QPainterPath outline =
+            digit == '1' ? one(metrics) : stroker.createStroke(skeletonOf(digit, metrics));
         outline.setFillRule(Qt::WindingFill);
-        // Cuts the ends of slanted strokes flush; the flag of a narrow 1 may stand out at the left.
-        const int overhang = narrowOne(digits, at) ? metrics.stroke : 0;
+        const int width = widthOf(digit, metrics);
         painter.save();
         painter.translate(x, 0);
-        painter.setClipRect(QRect(-overhang, 0, width + overhang, metrics.height));
+        painter.setClipRect(QRect(0, 0, width, metrics.height)); // cuts slanted ends flush
         painter.fillPath(outline, ink);
         painter.restore();
         x += width + metrics.gap;

@@ -2,6 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
 
 #include <QIconEngine>
 #include <QPainter>
@@ -9,67 +13,65 @@
 #include <QPixmap>
 
 #include "platform/linux/session/icon_digits.h"
+#include "platform/linux/session/pixel_digits.h"
 
 namespace korvel::platform {
 
 namespace {
 
-constexpr QRgb kInk =
-    0xff101418; // near black: a contrast of 6.5:1 or more on each colour of the score
-
-/// Where things stand in a square of a given size, in whole pixels.
-struct Layout {
-    double radius = 0;
-    int digitsTop = 0;
-    DigitMetrics digits;
-    int cupTop = 0;
-    int cupHeight = 0;
-};
+// Near black: a contrast of 6.5:1 or more on each colour of the score.
+constexpr QRgb kInk = 0xff080a0c;
 
 int rounded(double value) {
     return static_cast<int>(std::lround(value));
 }
 
-Layout layoutFor(const QString& digits, bool cup, int pixels) {
-    Layout layout;
-    layout.radius = pixels * 0.24;
-    const auto count = digits.size();
-    const int margin = rounded(pixels * (pixels < 20 ? 0.06 : 0.085));
-    const int room = pixels - 2 * margin;
-
-    // A height is even or odd as the square's is, so that the number can stand exactly in the
-    // middle.
-    const auto inTheMiddle = [pixels](double height) {
-        const int whole = rounded(height);
+/// The sizes of digits in strokes in a square of so many pixels. What is as even or odd as the
+/// square can stand exactly in its middle: the height, the gap of a pair, the width of a single
+/// digit, the 1 of 100. In a pair a 1 is narrower than another digit by an even number.
+DigitMetrics strokesFor(std::size_t count, int pixels) {
+    const auto likeSquare = [pixels](double size) {
+        const int whole = static_cast<int>(size);
         return whole + (pixels - whole) % 2;
     };
-    DigitMetrics& m = layout.digits;
-    m.gap = std::max(1, rounded(pixels * 0.075));
+    const auto oneBeside = [](int width, int stroke) {
+        const int one = std::max(stroke, width * 3 / 5);
+        return std::min(width, one + (width - one) % 2);
+    };
+    DigitMetrics m;
+    m.height = likeSquare(pixels * 0.625);
     if (count > 2) {
-        m.height = inTheMiddle(pixels * 0.62);
-        m.stroke = std::max(1, rounded(pixels * 0.1));
-        m.width =
-            (room - 2 * m.gap - digitsWidth(QStringLiteral("100"), {0, m.height, m.stroke, 0})) / 2;
+        const int room = pixels - 2 * std::max(1, rounded(pixels * 0.085));
+        m.stroke = std::max(1, rounded(pixels * 0.09));
+        m.gap = std::max(1, rounded(pixels * 0.055));
+        m.oneWidth = likeSquare(m.stroke * 1.6);
+        m.width = (room - m.oneWidth - 2 * m.gap) / 2;
     } else if (count == 2) {
-        m.height = inTheMiddle(pixels * 0.62);
+        const int room = pixels - 2 * std::max(1, rounded(pixels * 0.12));
+        m.stroke = std::max(1, rounded(pixels * 0.105));
+        m.gap = likeSquare(std::max(1.0, pixels * 0.07));
+        m.width = (room - m.gap) / 2;
+        m.oneWidth = oneBeside(m.width, m.stroke);
+    } else {
         m.stroke = std::max(1, rounded(pixels * 0.125));
-        m.width = std::min((room - m.gap) / 2, rounded(pixels * 0.38));
-    } else {
-        m.height = inTheMiddle(pixels * 0.66);
-        m.stroke = std::max(1, rounded(pixels * 0.135));
-        m.width = rounded(pixels * 0.44);
+        m.width = likeSquare(pixels * 0.4);
+        m.oneWidth = oneBeside(m.width, m.stroke);
     }
-    if (cup) {
-        m.height = rounded(pixels * 0.48);
-        layout.cupHeight = rounded(pixels * 0.22);
-        const int between = std::max(1, rounded(pixels * 0.06));
-        const int all = m.height + between + layout.cupHeight;
-        layout.cupTop = (pixels - all) / 2;
-        layout.digitsTop = layout.cupTop + layout.cupHeight + between;
-    } else {
-        layout.digitsTop = (pixels - m.height) / 2;
+    return m;
+}
+
+void drawNumber(QImage& image, std::string_view digits) {
+    if (drawPixelNumber(image, digits, kInk)) {
+        return;
     }
-    return layout;
+    const int pixels = image.width();
+    const DigitMetrics metrics = strokesFor(digits.size(), pixels);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QPoint topLeft((pixels - digitsWidth(digits, metrics)) / 2,
+                         (pixels - metrics.height) / 2);
+    painter.translate(topLeft);
+    drawDigits(painter, digits, metrics, QColor::fromRgb(kInk));
 }
 
 QColor opaque(const Colour& colour) {
@@ -77,25 +79,64 @@ QColor opaque(const Colour& colour) {
     return {channel(colour.red), channel(colour.green), channel(colour.blue)};
 }
 
-/// A cup from the side, with its handle at the right.
-void drawCup(QPainter& painter, int pixels, int top, int height, const QColor& ink) {
-    const int width = rounded(height * 1.5);
-    const int leftPixel = (pixels - width) / 2 - (height > 5 ? 1 : 0);
-    const double left = leftPixel;
-    QPainterPath bowl;
-    bowl.moveTo(left, top);
-    bowl.lineTo(left + width, top);
-    bowl.lineTo(left + width, top + height * 0.4);
-    bowl.quadTo(left + width, top + height, left + width * 0.62, top + height);
-    bowl.lineTo(left + width * 0.38, top + height);
-    bowl.quadTo(left, top + height, left, top + height * 0.4);
-    bowl.closeSubpath();
-    painter.fillPath(bowl, ink);
-    const double stroke = std::max(1.0, height * 0.2);
-    painter.setPen(QPen(ink, stroke));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawEllipse(
-        QRectF(left + width - stroke, top + stroke / 2, height * 0.55, height * 0.5));
+/// A rounded square, that much smaller than the picture on each side.
+QPainterPath plainTile(double pixels, double inset) {
+    const double side = pixels - 2 * inset;
+    const double radius = pixels * 0.24 - inset;
+    QPainterPath path;
+    path.addRoundedRect(QRectF(inset, inset, side, side), radius, radius);
+    return path;
+}
+
+/// The tile as a cup from the side: nearly square above, round below, and so low that its saucer
+/// has room under it. It has as much room for the number as the plain tile.
+QPainterPath cupTile(double pixels, double bottom, double inset) {
+    const double left = inset;
+    const double right = pixels - inset;
+    const double low = bottom - inset;
+    const double above = 2 * std::max(0.0, pixels * 0.08 - inset);
+    const double below = 2 * std::max(0.0, pixels * 0.28 - inset);
+    QPainterPath path(QPointF(left, low - below / 2));
+    path.arcTo(left, inset, above, above, 180, -90);
+    path.arcTo(right - above, inset, above, above, 90, -90);
+    path.arcTo(right - below, low - below, below, below, 0, -90);
+    path.arcTo(left, low - below, below, below, 270, -90);
+    path.closeSubpath();
+    return path;
+}
+
+/// A plate under the cup, as wide as the picture.
+void drawSaucer(QPainter& painter, int pixels, int height, const QColor& face, const QColor& rim) {
+    const int top = pixels - height;
+    const int slant = height - 1;
+    QPainterPath plate(QPointF(0, top));
+    plate.lineTo(pixels, top);
+    plate.lineTo(pixels, top + 1);
+    plate.lineTo(pixels - slant, pixels);
+    plate.lineTo(slant, pixels);
+    plate.lineTo(0, top + 1);
+    plate.closeSubpath();
+    painter.fillPath(plate, rim);
+    painter.fillRect(QRect(slant, top, pixels - 2 * slant, height - height / 2), face);
+}
+
+void drawTile(QPainter& painter, int pixels, bool cup, const QColor& colour) {
+    // A rim a shade darker keeps the tile's edge on a light panel.
+    const QColor shade = colour.darker(135);
+    const double rim = std::max(1.0, std::floor(pixels / 24.0));
+    if (!cup) {
+        painter.fillPath(plainTile(pixels, 0), shade);
+        painter.fillPath(plainTile(pixels, rim), colour);
+        return;
+    }
+    const int saucer = std::max(1, rounded(pixels * 0.07));
+    painter.fillPath(cupTile(pixels, pixels - saucer, 0), shade);
+    // Darker still where it stands, so that cup and saucer are two things at any size.
+    painter.setClipRect(QRectF(0, pixels - saucer - rim, pixels, rim));
+    painter.fillPath(cupTile(pixels, pixels - saucer, 0), colour.darker(240));
+    painter.setClipping(false);
+    painter.fillPath(cupTile(pixels, pixels - saucer, rim), colour);
+    drawSaucer(painter, pixels, saucer, colour, shade);
 }
 
 } // namespace
@@ -106,31 +147,11 @@ QImage drawTrayIcon(const StatusTitle& title, int pixels) {
     if (pixels < 8) {
         return image;
     }
-    const QString digits = QString::number(title.score);
-    const Layout layout = layoutFor(digits, title.awake, pixels);
-    const QColor ink = QColor::fromRgba(kInk);
-    const QColor colour = opaque(title.colour);
-
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    // A rim a shade darker keeps the tile's edge on a light panel.
-    QPainterPath tile;
-    tile.addRoundedRect(QRectF(0, 0, pixels, pixels), layout.radius, layout.radius);
-    painter.fillPath(tile, colour.darker(135));
-    const double rim = std::max(1.0, std::floor(pixels / 24.0));
-    QPainterPath face;
-    face.addRoundedRect(QRectF(rim, rim, pixels - 2 * rim, pixels - 2 * rim), layout.radius - rim,
-                        layout.radius - rim);
-    painter.fillPath(face, colour);
-
-    const int width = digitsWidth(digits, layout.digits);
-    const int left = (pixels - width) / 2;
-    painter.translate(left, layout.digitsTop);
-    drawDigits(painter, digits, layout.digits, ink);
-    painter.resetTransform();
-    if (title.awake) {
-        drawCup(painter, pixels, layout.cupTop, layout.cupHeight, ink);
-    }
+    drawTile(painter, pixels, title.awake, opaque(title.colour));
+    painter.end();
+    drawNumber(image, std::to_string(std::clamp<std::int64_t>(title.score, 0, 100)));
     return image;
 }
 

@@ -13,11 +13,11 @@ namespace korvel::platform {
 
 namespace {
 
-/// What panels draw at their usual sizes, plain and at twice the scale. Each is a picture of its
-/// own, because the digits of one that is scaled are blurred.
-constexpr int kSizes[] = {16, 22, 24, 32, 44, 48};
+/// What panels draw, plain and the usual sizes at twice the scale. Each is a picture of its own,
+/// because the digits of one that is scaled are blurred.
+constexpr int kSizes[] = {16, 18, 20, 22, 24, 28, 32, 44, 48};
 
-constexpr std::size_t kMostKept = 4; // of 26 KB each
+constexpr std::size_t kMostKept = 4; // of 32 KB each
 
 TrayPixmap paint(const StatusTitle& title, int pixels) {
     const QImage image = drawTrayIcon(title, pixels).convertToFormat(QImage::Format_ARGB32);
