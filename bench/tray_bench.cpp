@@ -1,11 +1,12 @@
 /// What a changed score costs in a tray: shows an icon, changes it twenty times a second, and
 /// prints the milliseconds of processor time that each change took, in all threads of this process.
 ///
-///     korvel_tray_bench item|icon|bare
+///     korvel_tray_bench item|icon|bare|paint
 ///
 /// item: the program's own item on the bus, with its menu and its tooltip.
 /// icon: the same picture and tooltip through Qt's tray icon.
 /// bare: Qt's tray icon with a plain square and a number as its tooltip.
+/// paint: only the painting of the pictures in all sizes; shows nothing, and needs no panel.
 
 #include <cstdio>
 #include <ctime>
@@ -24,6 +25,7 @@
 
 #include "app/status_title.h"
 #include "platform/linux/session/tray_icon.h"
+#include "platform/linux/session/tray_pixmaps.h"
 #include "platform/linux/session/tray_status_bar.h"
 
 namespace {
@@ -65,6 +67,18 @@ std::function<void(int)> throughQt(std::function<QIcon(int)> picture,
     };
 }
 
+double millisecondsOfPainting() {
+    constexpr int kScores = 101;
+    constexpr int kRounds = 20;
+    const double before = processorMilliseconds();
+    for (int round = 0; round < kRounds; ++round) {
+        for (int score = 0; score < kScores; ++score) {
+            platform::TrayPixmapCache().of(statusTitle(score, round % 2 == 1)); // nothing is kept
+        }
+    }
+    return (processorMilliseconds() - before) / (kRounds * kScores);
+}
+
 QIcon plainSquare(int score) {
     constexpr int kPixels = 22;
     QPixmap square(kPixels, kPixels);
@@ -77,6 +91,11 @@ QIcon plainSquare(int score) {
 int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     const std::string_view kind = argc > 1 ? argv[1] : "";
+    if (kind == "paint") {
+        millisecondsOfPainting(); // what only the first painting costs
+        std::printf("%.3f\n", millisecondsOfPainting());
+        return 0;
+    }
     platform::TrayStatusBar bar;
     std::function<void(int)> show;
     if (kind == "item") {
@@ -87,7 +106,7 @@ int main(int argc, char** argv) {
     } else if (kind == "bare") {
         show = throughQt(plainSquare, [](int score) { return std::to_string(score); });
     } else {
-        std::fputs("usage: korvel_tray_bench item|icon|bare\n", stderr);
+        std::fputs("usage: korvel_tray_bench item|icon|bare|paint\n", stderr);
         return 2;
     }
     int changes = 0;
