@@ -22,14 +22,26 @@ namespace {
 // Near black: a contrast of 6.5:1 or more on each colour of the score.
 constexpr QRgb kInk = 0xff080a0c;
 
+constexpr int kLarge = 40; // pixels
+
 int rounded(double value) {
     return static_cast<int>(std::lround(value));
 }
 
 /// The sizes of digits in strokes in a square of so many pixels. What is as even or odd as the
 /// square can stand exactly in its middle: the height, the gap of a pair, the width of a single
-/// digit, the 1 of 100. In a pair a 1 is narrower than another digit by an even number.
+/// digit, the 1 of 100. In a pair a 1 is narrower than another digit by an even number. Large ones
+/// are those of half the size doubled: some hosts take the largest picture and halve it, and then
+/// strokes lie on whole pixels again.
 DigitMetrics strokesFor(std::size_t count, int pixels) {
+    if (pixels >= kLarge && pixels % 2 == 0) {
+        const DigitMetrics half = strokesFor(count, pixels / 2);
+        return {.width = 2 * half.width,
+                .oneWidth = 2 * half.oneWidth,
+                .height = 2 * half.height,
+                .stroke = 2 * half.stroke,
+                .gap = 2 * half.gap};
+    }
     const auto likeSquare = [pixels](double size) {
         const int whole = static_cast<int>(size);
         return whole + (pixels - whole) % 2;
@@ -39,7 +51,7 @@ DigitMetrics strokesFor(std::size_t count, int pixels) {
         return std::min(width, one + (width - one) % 2);
     };
     DigitMetrics m;
-    m.height = likeSquare(pixels * 0.625);
+    m.height = likeSquare(pixels * 0.62);
     if (count > 2) {
         const int room = pixels - 2 * std::max(1, rounded(pixels * 0.085));
         m.stroke = std::max(1, rounded(pixels * 0.09));
@@ -48,7 +60,7 @@ DigitMetrics strokesFor(std::size_t count, int pixels) {
         m.width = (room - m.oneWidth - 2 * m.gap) / 2;
     } else if (count == 2) {
         const int room = pixels - 2 * std::max(1, rounded(pixels * 0.12));
-        m.stroke = std::max(1, rounded(pixels * 0.105));
+        m.stroke = std::max(1, rounded(pixels * 0.1));
         m.gap = likeSquare(std::max(1.0, pixels * 0.07));
         m.width = (room - m.gap) / 2;
         m.oneWidth = oneBeside(m.width, m.stroke);

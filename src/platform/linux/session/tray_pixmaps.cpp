@@ -13,11 +13,12 @@ namespace korvel::platform {
 
 namespace {
 
-/// What panels draw, plain and the usual sizes at twice the scale. Each is a picture of its own,
-/// because the digits of one that is scaled are blurred.
-constexpr int kSizes[] = {16, 18, 20, 22, 24, 28, 32, 44, 48};
+/// What panels draw, and 16 and 22 at twice the scale. Each is a picture of its own, because the
+/// digits of one that is scaled are blurred. Some panels scale the largest all the same, most of
+/// them to 22; so the largest is twice that.
+constexpr int kSizes[] = {16, 18, 20, 22, 24, 28, 32, 44};
 
-constexpr std::size_t kMostKept = 4; // of 32 KB each
+constexpr std::size_t kMostKept = 4; // of 23 KB each
 
 TrayPixmap paint(const StatusTitle& title, int pixels) {
     const QImage image = drawTrayIcon(title, pixels).convertToFormat(QImage::Format_ARGB32);

@@ -209,7 +209,7 @@ TEST_F(StatusNotifierItemTest, ItsPicturesAreThoseOfTheTitleInNetworkByteOrder) 
                 << "pixel " << i << " of " << pixmap.width;
         }
     }
-    EXPECT_EQ(sizes, (std::vector<int>{16, 18, 20, 22, 24, 28, 32, 44, 48}));
+    EXPECT_EQ(sizes, (std::vector<int>{16, 18, 20, 22, 24, 28, 32, 44}));
     EXPECT_TRUE(runUntil([this] { return fetched_ > 0; })) << "nobody was told of the host";
 }
 

@@ -268,6 +268,15 @@ TEST(TrayIcon, TheNumberIsInTheMiddleAndInsideAtAnyOtherSizeToo) {
     }
 }
 
+TEST(TrayIcon, TheNumberOf44PixelsIsOnWholePixelsStillWhenItIsHalved) {
+    for (int score = 0; score <= 100; ++score) {
+        const QRect box = boxOf(inkOf(draw(score, 44)));
+        for (const int place : {box.left(), box.top(), box.width(), box.height()}) {
+            EXPECT_EQ(place % 2, 0) << "score " << score;
+        }
+    }
+}
+
 TEST(TrayIcon, IsDrawnFromTheTitlesValuesAndNotFromItsText) {
     StatusTitle title = statusTitle(87, true);
     title.runs = statusTitle(12, false).runs;
