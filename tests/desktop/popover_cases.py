@@ -27,13 +27,13 @@ time.sleep(600)
 """
 METRICS = {
     "CPU": r"CPU \d+%, load \d+\.\d\d across \d+ cores",
-    "MEMORY": r"MEMORY \d+%, \d+\.\d GB free to use · .+",
-    "SWAP": r"SWAP \d+%, (\d+\.\d GB held · frees as apps quit|actively paging, genuine pressure)",
-    "THERMAL": r"THERMAL (\d+%, Linux thermal state: .+|—, not reported here)",
-    "DISK": r"DISK (\d+%, -?\d+ GB free|—, not reported here)",
+    "MEMORY": r"Memory \d+%, \d+\.\d GB free to use, [^;]+",
+    "SWAP": r"Swap \d+%, (\d+\.\d GB held, frees as apps quit|actively paging, genuine pressure)",
+    "THERMAL": r"Thermal( \d+%, Linux thermal state: [^;]+|, not reported here)",
+    "DISK": r"Disk( \d+%, -?\d+ GB free|, not reported here)",
 }
 VERDICTS = [(88, "Excellent"), (72, "Healthy"), (55, "Fair"), (35, "Strained"), (0, "Critical")]
-FACTOR = r"(Memory|Disk|CPU|Load|Swap|Thermal) (—|−\d+), .+"
+FACTOR = r"(Memory|Disk|CPU|Load|Swap|Thermal), (no|\d+) points? lost, .+"
 
 
 @contextlib.contextmanager

@@ -55,6 +55,7 @@ struct PopoverContent {
     struct QuitButton {
         std::string label; ///< what a screen reader calls it
         std::string tooltip;
+        std::string description; ///< what a screen reader says after the label
 
         bool operator==(const QuitButton&) const = default;
     };
@@ -134,6 +135,9 @@ struct PopoverContent {
     static constexpr const char* kKeepAwake = "Keep awake";
     static constexpr const char* kKeepAwakeTooltip =
         "Stops the display and system idle-sleeping. Always released when Korvel quits.";
+
+    /// What a screen reader says of the button that looks for the holders of the swap.
+    static constexpr const char* kFindHoldersDescription = "Finds the processes that hold swap";
 
     /// What the crosses are called that put the greeting away, and a waiting preview.
     static constexpr const char* kDismiss = "Dismiss";

@@ -5,13 +5,15 @@
 #include <fmt/format.h>
 
 #include "core/snapshot.h"
+#include "ui/content/spoken.h"
 
 namespace korvel {
 
 namespace {
 
-PopoverContent::QuitButton quitButton(const ProcInfo& process, std::string tooltip) {
-    return {"Quit " + process.name, std::move(tooltip)};
+PopoverContent::QuitButton quitButton(const ProcInfo& process, std::string tooltip,
+                                      std::string description) {
+    return {"Quit " + spokenName(process.name), std::move(tooltip), std::move(description)};
 }
 
 } // namespace
@@ -28,7 +30,8 @@ PopoverContent::SwapHolders swapHoldersOf(const std::vector<ProcInfo>& holders, 
         PopoverContent::ProcessLine line{
             holder.id, holder.name, fmt::format("{:.1f} GB", holder.gb), {}};
         if (!holder.isSelf(processes)) {
-            line.quit = quitButton(holder, "Quit this app to free its swap");
+            const std::string tooltip = "Quit this app to free its swap";
+            line.quit = quitButton(holder, tooltip, tooltip);
         }
         block.holders.push_back(std::move(line));
     }
@@ -43,8 +46,8 @@ std::vector<PopoverContent::ProcessLine> heaviestOf(const Snapshot& snap,
         PopoverContent::ProcessLine line{
             process.id, process.name, fmt::format("{:.2f} GB", process.gb), {}};
         if (!process.isSelf(processes)) {
-            line.quit = quitButton(process,
-                                   "Quit " + process.name + ". Sends SIGTERM so it closes cleanly");
+            const std::string deed = "Sends SIGTERM so it closes cleanly";
+            line.quit = quitButton(process, "Quit " + process.name + ". " + deed, deed);
         }
         lines.push_back(std::move(line));
     }

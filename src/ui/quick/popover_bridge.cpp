@@ -33,6 +33,7 @@ PopoverBridge::PopoverBridge(ContentView& root, Words words, AwakeWords awakeWor
       heaviest_(Rows::own, this) {}
 
 void PopoverBridge::setContent(const PopoverContent& content) {
+    set(spoken_, values_.spoken(content), &PopoverBridge::spokenChanged);
     BannerValue banner = content.banner ? values_.of(*content.banner) : banner_;
     banner.shown = content.banner.has_value();
     set(banner_, std::move(banner), &PopoverBridge::bannerChanged);

@@ -21,6 +21,7 @@ class PopoverBridge final : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Made by the popover")
+    Q_PROPERTY(korvel::SpokenValue spoken READ spoken NOTIFY spokenChanged FINAL)
     Q_PROPERTY(korvel::BannerValue banner READ banner NOTIFY bannerChanged FINAL)
     Q_PROPERTY(korvel::HeaderValue header READ header NOTIFY headerChanged FINAL)
     Q_PROPERTY(korvel::KeyedListModel* breakdown READ breakdown CONSTANT FINAL)
@@ -58,6 +59,7 @@ class PopoverBridge final : public QObject {
     Q_INVOKABLE void dismissPreview();
     Q_INVOKABLE void terminate();
 
+    SpokenValue spoken() const { return spoken_; }
     BannerValue banner() const { return banner_; }
     HeaderValue header() const { return header_; }
     KeyedListModel* breakdown() { return &breakdown_; } ///< of FactorValue
@@ -74,6 +76,7 @@ class PopoverBridge final : public QObject {
     QString reclaimResult() const { return reclaimResult_; }
 
   Q_SIGNALS:
+    void spokenChanged();
     void bannerChanged();
     void headerChanged();
     void swapBlockChanged();
@@ -90,6 +93,7 @@ class PopoverBridge final : public QObject {
 
     ContentView& root_;
     ValueMaker values_;
+    SpokenValue spoken_;
     BannerValue banner_;
     HeaderValue header_;
     SwapHoldersValue swapBlock_;

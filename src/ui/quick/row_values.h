@@ -92,15 +92,17 @@ struct ProcessValue {
     Q_PROPERTY(bool canQuit MEMBER canQuit FINAL)
     Q_PROPERTY(QString quit MEMBER quit FINAL)
     Q_PROPERTY(QString tip MEMBER tip FINAL)
+    Q_PROPERTY(QString quitDescription MEMBER quitDescription FINAL)
     Q_PROPERTY(QString spoken MEMBER spoken FINAL)
 
   public:
     int pid = 0;
     QString name;
     QString size;
-    bool canQuit = false; ///< there is a button
-    QString quit;         ///< the button's name
-    QString tip;          ///< the button's
+    bool canQuit = false;    ///< there is a button
+    QString quit;            ///< the button's name
+    QString tip;             ///< the button's
+    QString quitDescription; ///< what a screen reader says after the button's name
     QString spoken;
 
     bool operator==(const ProcessValue&) const = default;

@@ -10,6 +10,37 @@ namespace korvel {
 /// What each of the popover's sections shows, but for its lists. Colours are names of the
 /// palette's.
 
+/// What a screen reader says of each section as a whole, in one sentence; empty: of its lines
+/// alone.
+struct SpokenValue {
+    Q_GADGET
+    QML_VALUE_TYPE(spokenValue)
+    Q_PROPERTY(QString opening MEMBER opening FINAL)
+    Q_PROPERTY(QString banner MEMBER banner FINAL)
+    Q_PROPERTY(QString header MEMBER header FINAL)
+    Q_PROPERTY(QString breakdown MEMBER breakdown FINAL)
+    Q_PROPERTY(QString status MEMBER status FINAL)
+    Q_PROPERTY(QString rows MEMBER rows FINAL)
+    Q_PROPERTY(QString heaviest MEMBER heaviest FINAL)
+    Q_PROPERTY(QString awake MEMBER awake FINAL)
+    Q_PROPERTY(QString footer MEMBER footer FINAL)
+    Q_PROPERTY(QString result MEMBER result FINAL)
+
+  public:
+    QString opening; ///< as the popover opens
+    QString banner;
+    QString header;
+    QString breakdown;
+    QString status;
+    QString rows;
+    QString heaviest;
+    QString awake;
+    QString footer;
+    QString result; ///< of clearing disk space
+
+    bool operator==(const SpokenValue&) const = default;
+};
+
 /// The card that greets the user.
 struct BannerValue {
     Q_GADGET
@@ -17,6 +48,7 @@ struct BannerValue {
     Q_PROPERTY(bool shown MEMBER shown FINAL)
     Q_PROPERTY(QString heading MEMBER heading FINAL)
     Q_PROPERTY(QString subline MEMBER subline FINAL)
+    Q_PROPERTY(QString sublineSpoken MEMBER sublineSpoken FINAL)
     Q_PROPERTY(QList<QString> notes MEMBER notes FINAL)
     Q_PROPERTY(QString dismissTip MEMBER dismissTip FINAL)
 
@@ -24,6 +56,7 @@ struct BannerValue {
     bool shown = false; ///< the texts outlast it, for as long as the card fades
     QString heading;
     QString subline;
+    QString sublineSpoken; ///< as a screen reader says it
     QList<QString> notes;
     QString dismissTip;
 
@@ -40,6 +73,7 @@ struct HeaderValue {
     Q_PROPERTY(QString spoken MEMBER spoken FINAL)
     Q_PROPERTY(QString verdict MEMBER verdict FINAL)
     Q_PROPERTY(QString machine MEMBER machine FINAL)
+    Q_PROPERTY(QString machineSpoken MEMBER machineSpoken FINAL)
     Q_PROPERTY(QString toggle MEMBER toggle FINAL)
     Q_PROPERTY(bool breakdownShown MEMBER breakdownShown FINAL)
 
@@ -50,7 +84,8 @@ struct HeaderValue {
     QString spoken; ///< what a screen reader says of the dial
     QString verdict;
     QString machine;
-    QString toggle; ///< the label of the button that opens the breakdown
+    QString machineSpoken; ///< as a screen reader says it
+    QString toggle;        ///< the label of the button that opens the breakdown
     bool breakdownShown = false;
 
     bool operator==(const HeaderValue&) const = default;
@@ -62,12 +97,14 @@ struct SwapHoldersValue {
     QML_VALUE_TYPE(swapHoldersValue)
     Q_PROPERTY(bool scanning MEMBER scanning FINAL)
     Q_PROPERTY(QString button MEMBER button FINAL)
+    Q_PROPERTY(QString buttonDescription MEMBER buttonDescription FINAL)
     Q_PROPERTY(QString note MEMBER note FINAL)
 
   public:
     bool scanning = false;
-    QString button; ///< empty: there is a list in its place
-    QString note;   ///< under the list
+    QString button;            ///< empty: there is a list in its place
+    QString buttonDescription; ///< what a screen reader says after its name
+    QString note;              ///< under the list
 
     bool operator==(const SwapHoldersValue&) const = default;
 };

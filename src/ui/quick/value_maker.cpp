@@ -1,6 +1,7 @@
 #include "ui/quick/value_maker.h"
 
 #include "ui/content/paintable.h"
+#include "ui/content/spoken.h"
 
 namespace korvel {
 
@@ -29,7 +30,7 @@ FactorValue ValueMaker::of(const PopoverContent::FactorLine& line) const {
     value.barColour = named(line.barColour);
     value.lostColour = named(line.lostColour);
     value.detail = text(line.detail);
-    value.spoken = value.name + QLatin1Char(' ') + value.lost + QLatin1String(", ") + value.detail;
+    value.spoken = plain(spokenFactor(line, words_));
     return value;
 }
 
@@ -55,8 +56,7 @@ MetricValue ValueMaker::of(const Row& row) const {
         value.sparkValues = QList<qreal>(row.spark->values.begin(), row.spark->values.end());
     }
     value.holdsSwap = row.label == kSwapLabel;
-    value.spoken =
-        value.label + QLatin1Char(' ') + value.percent + QLatin1String(", ") + value.detail;
+    value.spoken = plain(spokenRow(row, words_));
     return value;
 }
 
@@ -69,8 +69,9 @@ ProcessValue ValueMaker::of(const PopoverContent::ProcessLine& line) const {
     if (line.quit) {
         value.quit = plain(line.quit->label);
         value.tip = text(line.quit->tooltip);
+        value.quitDescription = text(line.quit->description);
     }
-    value.spoken = value.name + QLatin1String(", ") + value.size;
+    value.spoken = plain(spokenProcess(line));
     return value;
 }
 
@@ -79,10 +80,27 @@ BannerValue ValueMaker::of(const PopoverContent::Banner& banner) const {
     value.shown = true;
     value.heading = text(banner.heading);
     value.subline = text(banner.subline);
+    value.sublineSpoken = plain(spokenText(words_(banner.subline)));
     for (const std::string& note : banner.notes) {
         value.notes.append(text(note));
     }
     value.dismissTip = text(PopoverContent::kDismiss);
+    return value;
+}
+
+SpokenValue ValueMaker::spoken(const PopoverContent& content) const {
+    const SpokenSections said = spokenSections(content, words_);
+    SpokenValue value;
+    value.opening = plain(said.opening);
+    value.banner = plain(said.banner);
+    value.header = plain(said.header);
+    value.breakdown = plain(said.breakdown);
+    value.status = plain(said.status);
+    value.rows = plain(said.rows);
+    value.heaviest = plain(said.heaviest);
+    value.awake = plain(said.awake);
+    value.footer = plain(said.footer);
+    value.result = plain(said.result);
     return value;
 }
 
@@ -94,6 +112,7 @@ HeaderValue ValueMaker::of(const PopoverContent::Header& header) const {
     value.spoken = text(header.spoken);
     value.verdict = text(header.verdict);
     value.machine = text(header.line);
+    value.machineSpoken = plain(spokenTime(spokenText(words_(header.line))));
     value.toggle = text(header.toggle);
     value.breakdownShown = header.breakdownShown;
     return value;
@@ -103,6 +122,7 @@ SwapHoldersValue ValueMaker::of(const PopoverContent::SwapHolders& block) const 
     SwapHoldersValue value;
     value.scanning = block.scanning;
     value.button = text(block.button);
+    value.buttonDescription = text(PopoverContent::kFindHoldersDescription);
     value.note = text(block.note);
     return value;
 }

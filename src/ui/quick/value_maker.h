@@ -24,6 +24,8 @@ class ValueMaker {
     MetricValue of(const Row& row) const;
     ProcessValue of(const PopoverContent::ProcessLine& line) const;
 
+    /// What a screen reader says of the sections.
+    SpokenValue spoken(const PopoverContent& content) const;
     BannerValue of(const PopoverContent::Banner& banner) const;
     HeaderValue of(const PopoverContent::Header& header) const;
     SwapHoldersValue of(const PopoverContent::SwapHolders& block) const;

@@ -90,11 +90,31 @@ TEST_F(Bridge, SaysEachRowToAScreenReaderAsOneSentence) {
     stage.root.toggleBreakdown();
     render();
     EXPECT_EQ(at<FactorValue>(bridge.breakdown(), 0).spoken,
-              "Memory −14, 2.8 GB free to use · macOS is under pressure");
+              "Memory, 14 points lost, 2.8 GB free to use, macOS is under pressure");
     EXPECT_EQ(at<MetricValue>(bridge.rows(), 0).spoken, "CPU 46%, load 6.20 across 8 cores");
     EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).spoken, "browser, 3.42 GB");
     EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).quit, "Quit browser");
+    EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).quitDescription,
+              "Sends SIGTERM so it closes cleanly");
     EXPECT_EQ(bridge.header().spoken, "Health score 65");
+    EXPECT_EQ(bridge.header().machineSpoken, "8 cores, 16 GB, up 3 days 4 hours");
+}
+
+TEST_F(Bridge, SaysNothingToAScreenReaderThatCannotBePainted) {
+    stage.show(hostileReading());
+    render();
+    const QString sentence = bridge.spoken().heaviest;
+    for (int row = 0; row < bridge.heaviest()->rowCount(); ++row) {
+        const auto process = at<ProcessValue>(bridge.heaviest(), row);
+        EXPECT_TRUE(sentence.contains(process.spoken)) << row;
+        for (const QString& said : {process.spoken, process.quit, process.quitDescription}) {
+            for (const QChar c : said) {
+                EXPECT_TRUE(c.isPrint()) << row;
+            }
+        }
+    }
+    EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 0).quit, "Quit " + QString(255, 'W'));
+    EXPECT_EQ(at<ProcessValue>(bridge.heaviest(), 6).spoken, "مرحبا, 0.40 GB");
 }
 
 TEST_F(Bridge, OnlyTheSwapRowHoldsTheBlockOfTheHolders) {
@@ -124,7 +144,7 @@ TEST_F(Bridge, AnEqualReadingIsNotAnnounced) {
     busier.uptime = "3d 5h";
     stage.show(busier);
     render();
-    EXPECT_EQ(own.count, 1);
+    EXPECT_EQ(own.count, 2); // what is shown, and what is said
 }
 
 TEST_F(Bridge, AProcessKeepsItsRowThroughANewOrder) {
