@@ -9,6 +9,7 @@ Section {
 
     required property PopoverBridge content
 
+    sentence: content.spoken.breakdown
     bottomPadding: Theme.breakdownBottom
     spacing: Theme.factorSpacing
 
@@ -20,7 +21,7 @@ Section {
         }
     }
 
-    Label {
+    SpokenLabel {
         objectName: "footnote"
         width: section.innerWidth
         indent: Theme.detailIndent
@@ -28,8 +29,5 @@ Section {
         color: Inks.texts.of("tertiary")
         font: Theme.footnote
         text: section.content.footnote
-        Accessible.ignored: !visible
-        Accessible.name: text
-        Accessible.role: Accessible.StaticText
     }
 }

@@ -7,9 +7,26 @@ PlainButton {
 
     required property bool open
 
+    // What it has opened, in one sentence; empty while closed.
+    required property string told
+
     readonly property color ink: Inks.texts.of(hovered || down ? "primary" : "secondary")
 
-    Accessible.name: text
+    // Stands still while the button has the keyboard: a screen reader would say each change.
+    property string heard
+
+    description: heard
+    onToldChanged: {
+        if ((told === "") !== (heard === "")) {
+            heard = told;
+        }
+    }
+
+    Binding on heard {
+        restoreMode: Binding.RestoreNone
+        value: toggle.told
+        when: !toggle.activeFocus
+    }
 
     contentItem: Row {
         leftPadding: Theme.mirrored ? 0 : -Theme.toggleOutdent

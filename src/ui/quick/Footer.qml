@@ -7,6 +7,7 @@ Section {
 
     required property PopoverBridge content
 
+    sentence: content.spoken.footer
     bottomPadding: Theme.footerPadding
     topPadding: Theme.footerPadding
 
@@ -15,7 +16,7 @@ Section {
         width: section.innerWidth
         implicitHeight: quit.height
 
-        Label {
+        SpokenLabel {
             id: warden
 
             objectName: "warden"
@@ -24,10 +25,7 @@ Section {
             color: Inks.texts.of("tertiary")
             font: Theme.warden
             text: section.content.footer.warden
-            Accessible.ignored: false
             Accessible.description: section.content.footer.wardenTip
-            Accessible.name: text
-            Accessible.role: Accessible.StaticText
 
             HoverHandler {
                 id: pointer
@@ -67,7 +65,7 @@ Section {
                 leftInset: 0
                 rightInset: 0
                 visible: section.content.footer.dismissible
-                Accessible.name: section.content.footer.dismiss
+                spoken: section.content.footer.dismiss
                 onClicked: section.content.dismissPreview()
 
                 contentItem: Item {

@@ -9,6 +9,7 @@ Section {
 
     required property PopoverBridge content
 
+    sentence: content.spoken.heaviest
     bottomPadding: Theme.processesPadding
     topPadding: Theme.processesPadding
 

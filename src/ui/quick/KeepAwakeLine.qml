@@ -11,6 +11,7 @@ Section {
 
     property alias menuShown: menu.visible
 
+    sentence: content.spoken.awake
     bottomPadding: Theme.keepAwakePadding
     topPadding: Theme.keepAwakePadding
 
@@ -37,7 +38,7 @@ Section {
             size: Theme.actionSymbol
         }
 
-        Label {
+        SpokenLabel {
             id: label
 
             objectName: "label"
@@ -48,11 +49,9 @@ Section {
             }
             color: Inks.texts.of("primary")
             font: Theme.action
+            spoken: section.content.spoken.awake // with what remains, which stands beside it
             text: section.content.awake.label
-            Accessible.ignored: false
             Accessible.description: section.content.awake.tip
-            Accessible.name: text
-            Accessible.role: Accessible.StaticText
         }
 
         Label {
@@ -68,9 +67,6 @@ Section {
             font: Theme.remaining
             text: section.content.awake.remaining
             visible: text !== ""
-            Accessible.ignored: !visible
-            Accessible.name: text
-            Accessible.role: Accessible.StaticText
         }
 
         TextButton {
@@ -86,7 +82,7 @@ Section {
             symbolBehind: true
             symbolSize: Theme.toggleSymbol
             text: section.content.awake.control
-            Accessible.description: section.content.awake.label
+            description: section.content.awake.label
             onClicked: {
                 if (section.content.awake.on) {
                     section.content.disableAwake();

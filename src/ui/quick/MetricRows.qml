@@ -9,6 +9,7 @@ Section {
 
     required property PopoverBridge content
 
+    sentence: content.spoken.rows
     bottomPadding: Theme.rowsPadding
     topPadding: Theme.rowsPadding
     spacing: Theme.rowsSpacing

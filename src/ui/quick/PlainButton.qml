@@ -8,6 +8,8 @@ T.AbstractButton {
     id: button
 
     property string tip
+    property string spoken: text // its name
+    property string description: tip // what a screen reader says after it
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
@@ -20,7 +22,8 @@ T.AbstractButton {
 
     Accessible.ignored: !visible
     Accessible.role: Accessible.Button
-    Accessible.description: tip
+    Accessible.name: spoken
+    Accessible.description: description !== spoken ? description : ""
     // The toolkit's own press action for screen readers reports success and clicks nothing.
     Accessible.onPressAction: clicked()
     Keys.onReturnPressed: clicked()

@@ -14,7 +14,8 @@ Item {
 
     implicitHeight: Theme.processHeight
 
-    Accessible.role: Accessible.ListItem
+    // A group, which screen readers say on the way to the button in it; of a list's entry some do not.
+    Accessible.role: Accessible.Grouping
     Accessible.name: value.spoken
 
     Item {
@@ -38,7 +39,7 @@ Item {
         }
     }
 
-    Label {
+    SpokenLabel {
         objectName: "name"
         anchors {
             left: frame.right
@@ -49,6 +50,7 @@ Item {
         clip: true // signs stacked on a letter would reach into the lines above and below
         color: Inks.texts.of("primary")
         font: line.nameFont
+        spoken: line.value.spoken
         text: line.value.name
     }
 
@@ -74,6 +76,7 @@ Item {
             verticalCenter: parent.verticalCenter
         }
         text: line.value.quit
+        description: line.value.quitDescription
         tip: line.value.tip
         visible: line.value.canQuit
         onClicked: line.quit(line.value.pid)

@@ -11,7 +11,6 @@ PlainButton {
     rightInset: 0
     topInset: 0
     bottomInset: 0
-    Accessible.name: text
 
     contentItem: Item {
         Symbol {

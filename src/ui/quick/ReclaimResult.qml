@@ -10,14 +10,12 @@ Section {
     bottomPadding: Theme.resultPadding
     topPadding: Theme.resultPadding
 
-    Label {
+    SpokenLabel {
         objectName: "result"
         width: section.innerWidth
         color: Inks.texts.of("cyan")
         font: Theme.result
+        spoken: section.content.spoken.result
         text: section.content.reclaimResult
-        Accessible.ignored: !visible
-        Accessible.name: text
-        Accessible.role: Accessible.StaticText
     }
 }

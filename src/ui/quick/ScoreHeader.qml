@@ -12,6 +12,9 @@ Item {
     implicitWidth: Theme.popoverWidth
     implicitHeight: Theme.headerTop + Math.max(dial.height, column.height) + Theme.headerBottom
 
+    Accessible.name: content.spoken.header
+    Accessible.role: Accessible.Grouping
+
     ScoreDial {
         id: dial
 
@@ -34,26 +37,21 @@ Item {
         y: Theme.headerTop + Math.max(0, Math.round((dial.height - height) / 2))
         spacing: Theme.headerLineSpacing
 
-        Label {
+        SpokenLabel {
             objectName: "verdict"
             width: column.width
             color: Inks.texts.of(header.content.header.colour)
             font: Theme.verdict
             text: header.content.header.verdict
-            Accessible.ignored: false
-            Accessible.name: text
-            Accessible.role: Accessible.StaticText
         }
 
-        Label {
+        SpokenLabel {
             objectName: "machineLine"
             width: column.width
             color: Inks.texts.of("secondary")
             font: Theme.machineLine
+            spoken: header.content.header.machineSpoken
             text: header.content.header.machine
-            Accessible.ignored: false
-            Accessible.name: text
-            Accessible.role: Accessible.StaticText
         }
 
         Item {
@@ -67,6 +65,7 @@ Item {
                 anchors.left: parent.left
                 y: Theme.toggleTop
                 open: header.content.header.breakdownShown
+                told: header.content.spoken.breakdown
                 text: header.content.header.toggle
                 onClicked: header.content.toggleBreakdown()
             }

@@ -17,9 +17,12 @@ FocusScope {
     readonly property real contentHeight: column.implicitHeight
 
     // Brings every piece into its place now, and not when the next picture is drawn: the popover
-    // opens at its final height.
+    // opens at its final height. The keyboard begins at the top again.
     function layOut() {
         layOutColumns(column);
+        if (!animated) {
+            flickable.forceActiveFocus(Qt.OtherFocusReason);
+        }
     }
 
     // The inner columns first: the outer ones stack their heights.
@@ -56,6 +59,10 @@ FocusScope {
     Flickable {
         id: flickable
 
+        // The score and its verdict. It stands still while nothing in it has the keyboard yet: a screen
+        // reader would say each change.
+        property string heard
+
         // Moves the content up by that many pixels, as far as there is content.
         function scrollBy(distance: real) {
             const furthest = Math.max(0, contentHeight - height);
@@ -74,6 +81,16 @@ FocusScope {
         }
 
         objectName: "scroll"
+        focus: true
+        Accessible.name: heard
+        Accessible.role: Accessible.Section
+
+        Binding on heard {
+            restoreMode: Binding.RestoreNone
+            value: root.content.spoken.opening
+            when: !flickable.activeFocus || !root.animated
+        }
+
         anchors.fill: parent
         boundsBehavior: Flickable.StopAtBounds
         clip: interactive
@@ -133,10 +150,15 @@ FocusScope {
                 content: root.content
             }
 
-            Breakdown {
-                objectName: "breakdown"
-                content: root.content
-                visible: root.content.header.breakdownShown
+            // What is not always there is made when it is: of what was hidden before, some screen readers
+            // believe that it still is.
+            Repeater {
+                model: root.content.header.breakdownShown ? 1 : 0
+
+                Breakdown {
+                    objectName: "breakdown"
+                    content: root.content
+                }
             }
 
             Divider {}
@@ -145,6 +167,7 @@ FocusScope {
                 id: status
 
                 objectName: "status"
+                sentence: root.content.spoken.status
                 bottomPadding: Theme.statusPadding
                 spacing: Theme.statusSpacing
                 topPadding: Theme.statusPadding
@@ -181,14 +204,15 @@ FocusScope {
             }
 
             Divider {
-                visible: update.visible
+                visible: root.content.update.shown
             }
 
-            UpdateStatusLine {
-                id: update
+            Repeater {
+                model: root.content.update.shown ? 1 : 0
 
-                content: root.content
-                visible: root.content.update.shown
+                UpdateStatusLine {
+                    content: root.content
+                }
             }
 
             Divider {}
@@ -198,14 +222,15 @@ FocusScope {
             }
 
             Divider {
-                visible: result.visible
+                visible: root.content.reclaimResult !== ""
             }
 
-            ReclaimResult {
-                id: result
+            Repeater {
+                model: root.content.reclaimResult === "" ? 0 : 1
 
-                content: root.content
-                visible: root.content.reclaimResult !== ""
+                ReclaimResult {
+                    content: root.content
+                }
             }
         }
     }

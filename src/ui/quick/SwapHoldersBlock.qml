@@ -29,7 +29,7 @@ Column {
             objectName: "findSwapHolders"
             anchors.left: parent.left
             text: block.content.swapBlock.button
-            Accessible.name: text
+            description: block.content.swapBlock.buttonDescription
             onClicked: block.content.findSwapHolders()
 
             contentItem: Row {
@@ -69,18 +69,18 @@ Column {
         }
     }
 
-    Label {
-        objectName: "note"
-        width: block.innerWidth
-        color: Inks.texts.of("tertiary")
-        font: Theme.holdersNote
-        maximumLineCount: 2
-        text: block.content.swapBlock.note
-        topPadding: Theme.holdersNoteTop
-        visible: text !== ""
-        wrapMode: Text.Wrap
-        Accessible.ignored: !visible
-        Accessible.name: text
-        Accessible.role: Accessible.StaticText
+    Repeater {
+        model: block.content.swapBlock.note === "" ? 0 : 1
+
+        SpokenLabel {
+            objectName: "note"
+            width: block.innerWidth
+            color: Inks.texts.of("tertiary")
+            font: Theme.holdersNote
+            maximumLineCount: 2
+            text: block.content.swapBlock.note
+            topPadding: Theme.holdersNoteTop
+            wrapMode: Text.Wrap
+        }
     }
 }

@@ -9,8 +9,6 @@ PlainButton {
     property real symbolSize: Theme.actionSymbol
     property bool symbolBehind: false
 
-    Accessible.name: text
-
     contentItem: ButtonFace {
         ink: Inks.texts.of(button.enabled && (button.hovered || button.down) ? "primary" : "secondary")
         symbol: button.symbol

@@ -9,6 +9,7 @@ Section {
 
     required property PopoverBridge content
 
+    sentence: content.update.control !== "" ? content.update.words : ""
     bottomPadding: Theme.updatePadding
     topPadding: Theme.updatePadding
 
@@ -41,7 +42,7 @@ Section {
             visible: section.content.update.spinning
         }
 
-        Label {
+        SpokenLabel {
             id: words
 
             objectName: "words"
@@ -56,9 +57,6 @@ Section {
             maximumLineCount: 4 // what went wrong may take a few words
             text: section.content.update.words
             wrapMode: bar.visible ? Text.NoWrap : Text.Wrap
-            Accessible.ignored: !section.visible
-            Accessible.name: text
-            Accessible.role: Accessible.StaticText
         }
 
         GaugeBar {

@@ -20,6 +20,10 @@ Item {
     opacity: shown ? 1 : 0
     visible: opacity > 0
 
+    Accessible.ignored: !shown
+    Accessible.name: content.spoken.banner
+    Accessible.role: Accessible.Grouping
+
     Behavior on opacity {
         enabled: banner.animated
 
@@ -82,26 +86,21 @@ Item {
                     }
                     spacing: Theme.bannerLineSpacing
 
-                    Label {
+                    SpokenLabel {
                         objectName: "heading"
                         width: words.width
                         color: Inks.texts.of("primary")
                         font: Theme.bannerHeading
                         text: banner.content.banner.heading
-                        Accessible.ignored: !banner.visible
-                        Accessible.name: text
-                        Accessible.role: Accessible.StaticText
                     }
 
-                    Label {
+                    SpokenLabel {
                         objectName: "subline"
                         width: words.width
                         color: Inks.texts.of("secondary")
                         font: Theme.bannerSubline
+                        spoken: banner.content.banner.sublineSpoken
                         text: banner.content.banner.subline
-                        Accessible.ignored: !banner.visible
-                        Accessible.name: text
-                        Accessible.role: Accessible.StaticText
                     }
                 }
 
@@ -117,7 +116,7 @@ Item {
                     bottomInset: 0
                     padding: Theme.bannerDismissPadding
                     tip: banner.content.banner.dismissTip
-                    Accessible.name: banner.content.banner.dismissTip
+                    spoken: banner.content.banner.dismissTip
                     onClicked: banner.content.dismissWhatsNew()
 
                     contentItem: Symbol {
@@ -149,7 +148,7 @@ Item {
                         objectName: "note"
                         width: column.innerWidth - Theme.bannerNoteIndent
                         height: line.height
-                        Accessible.ignored: !banner.visible
+                        Accessible.ignored: !visible
                         Accessible.name: modelData
                         Accessible.role: Accessible.StaticText
 

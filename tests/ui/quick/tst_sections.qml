@@ -125,19 +125,18 @@ Item {
 
         function test_theBreakdownOpensAndClosesByItsButton() {
             play("healthy");
-            const breakdown = one(view, "breakdown");
-            verify(!breakdown.visible);
+            compare(all(view, "breakdown").length, 0);
             const closed = view.height;
             mouseClick(one(view, "toggle"));
             theatre.render();
             settle();
-            verify(breakdown.visible);
+            verify(one(view, "breakdown").visible);
             verify(view.height > closed);
             compare(one(view, "toggle").text, "hide breakdown");
             mouseClick(one(view, "toggle"));
             theatre.render();
             settle();
-            verify(!breakdown.visible);
+            compare(all(view, "breakdown").length, 0);
             compare(view.height, closed);
         }
 
@@ -319,6 +318,126 @@ Item {
             compare(one(view, "number").parent.Accessible.name, "Health score 65");
         }
 
+        // What a screen reader is told of: each thing that it sees, in order, a group before what is in it.
+        function told(item, found = []) {
+            if (item.visible) {
+                if (item.Accessible.role !== Accessible.NoRole && !item.Accessible.ignored) {
+                    found.push(item);
+                }
+                for (let i = 0; i < item.children.length; ++i) {
+                    told(item.children[i], found);
+                }
+            }
+            return found;
+        }
+
+
+        // The popover opens.
+        function open() {
+            view.animated = false;
+            view.layOut();
+            view.animated = true;
+        }
+
+        function test_eachSectionIsOneSentenceForAScreenReader() {
+            play("breakdown");
+            compare(one(view, "header").Accessible.name, "Health score 65, Fair, 8 cores, 16 GB, up 3 days 4 hours");
+            verify(one(view, "breakdown").Accessible.name.startsWith("Points lost, out of 100: Memory 14, "));
+            verify(one(view, "rows").Accessible.name.startsWith("CPU 46%, load 6.20 across 8 cores; Memory 82%, "));
+            verify(one(view, "heaviest").Accessible.name.startsWith("Heaviest processes: browser, 3.42 GB; desktop-shell, "));
+            compare(one(view, "keepAwake").parent.Accessible.name, "Keep awake, off");
+            compare(one(view, "footer").parent.Accessible.name, "Warden off: Watchdog is not running");
+            for (const section of ["header", "breakdown", "rows", "heaviest"]) {
+                compare(one(view, section).Accessible.role, Accessible.Grouping);
+                compare(one(view, section).Accessible.ignored, false);
+            }
+        }
+
+        function test_aSentenceHoldsTheLinesOfItsSection_data() {
+            return [{tag: "healthy"}, {tag: "strained"}, {tag: "awake_on"}, {tag: "update_available"}];
+        }
+
+        function test_aSentenceHoldsTheLinesOfItsSection(row) {
+            play(row.tag);
+            for (const section of [one(view, "header"), one(view, "rows"), one(view, "heaviest"), one(view, "keepAwake").parent]) {
+                const lines = told(section).filter(item => item.Accessible.role === Accessible.StaticText);
+                verify(lines.length > 0);
+                for (const line of lines) {
+                    verify(section.Accessible.name.indexOf(line.Accessible.name) >= 0, line.Accessible.name);
+                }
+            }
+        }
+
+        function test_nothingIsWithoutANameForAScreenReader_data() {
+            return ["healthy", "breakdown", "strained", "scan_running", "scan_done", "hostile_names", "empty", "awake_on",
+                    "reclaim_waiting", "reclaim_done", "welcome", "update_available"].map(scene => ({tag: scene}));
+        }
+
+        function test_nothingIsWithoutANameForAScreenReader(row) {
+            play(row.tag);
+            const seen = told(view);
+            verify(seen.length > 10);
+            for (const item of seen) {
+                verify(item.Accessible.name !== "", item.objectName + " has no name");
+            }
+        }
+
+        function test_aNameThatIsCutIsSaidWhole() {
+            play("hostile_names");
+            const lines = all(one(view, "heaviest"), "name");
+            verify(lines[0].truncated);
+            compare(lines[0].Accessible.name, "W".repeat(255) + ", 12.50 GB");
+            const button = all(one(view, "heaviest"), "quit")[0];
+            compare(button.Accessible.name, "Quit " + "W".repeat(255));
+            compare(button.Accessible.description, "Sends SIGTERM so it closes cleanly");
+            compare(button.parent.Accessible.name, lines[0].Accessible.name);
+            compare(button.parent.Accessible.role, Accessible.Grouping);
+            compare(lines[7].Accessible.name, "unnamed process, 0.20 GB");
+        }
+
+        function test_openingTheKeyboardIsOnTheScoreAndItsVerdict() {
+            play("healthy");
+            open();
+            const scroll = one(view, "scroll");
+            verify(scroll.activeFocus);
+            compare(scroll.Accessible.name, "Korvel, health score 97, Excellent");
+            keyClick(Qt.Key_Tab);
+            compare(view.Window.activeFocusItem.objectName, "toggle");
+            open();
+            verify(scroll.activeFocus);
+        }
+
+        function test_whatHasTheKeyboardDoesNotChangeItsName() {
+            play("healthy");
+            open();
+            const scroll = one(view, "scroll");
+            play("fair");
+            compare(scroll.Accessible.name, "Korvel, health score 97, Excellent");
+            keyClick(Qt.Key_Tab);
+            compare(scroll.Accessible.name, "Korvel, health score 65, Fair");
+            play("healthy");
+            compare(scroll.Accessible.name, "Korvel, health score 97, Excellent");
+        }
+
+        function test_theButtonOfTheBreakdownSaysWhatItOpened() {
+            play("fair");
+            const toggle = one(view, "toggle");
+            toggle.forceActiveFocus(Qt.TabFocusReason);
+            compare(toggle.Accessible.description, "");
+            keyClick(Qt.Key_Space);
+            theatre.render();
+            const told = toggle.Accessible.description;
+            verify(told.startsWith("Points lost, out of 100: Memory 14, "));
+            theatre.worsen();
+            compare(toggle.Accessible.description, told);
+            one(view, "quitProgram").forceActiveFocus(Qt.TabFocusReason);
+            verify(toggle.Accessible.description !== told);
+            toggle.forceActiveFocus(Qt.TabFocusReason);
+            keyClick(Qt.Key_Space);
+            theatre.render();
+            compare(toggle.Accessible.description, "");
+        }
+
         function test_actionSectionsHaveTheirPaddings() {
             play("reclaim_done");
             const keepAwake = one(view, "keepAwake");
@@ -339,7 +458,7 @@ Item {
         function test_withoutAResultThePopoverEndsWithTheFooter() {
             play("healthy");
             const footer = one(view, "footer");
-            compare(one(view, "result").parent.visible, false);
+            compare(all(view, "result").length, 0);
             compare(topOf(footer) + footer.height + 10, view.height);
         }
 

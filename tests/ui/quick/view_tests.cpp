@@ -51,6 +51,12 @@ class Theatre : public QObject {
 
     Q_INVOKABLE void render() { bridge_.setContent(stage_.root.content()); }
 
+    /// The next reading is one of a machine that is short of everything.
+    Q_INVOKABLE void worsen() {
+        stage_.show(strainedReading());
+        render();
+    }
+
     /// The next reading brings the heaviest processes in the other order.
     Q_INVOKABLE void reverseHeaviest() {
         Snapshot snap = *stage_.model->snap;
