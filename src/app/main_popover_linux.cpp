@@ -74,6 +74,7 @@ std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root, Words wor
     if (platform::desktopKnowsShadows()) {
         desktop.declareShadow = platform::declareShadow;
         desktop.placing = x11Placing();
+        desktop.isX11 = true;
     } else {
         desktop.makeKey = platform::activateByToken;
         if (display == platform::DisplayChoice::layer) {

@@ -54,6 +54,13 @@ QImage grabWithAlpha(QQuickWindow& window) {
     return picture;
 }
 
+/// Of a picture of the window, what is to be seen: the rest is there for drawing alone.
+QImage shownOf(const QQuickWindow& window, const QImage& picture) {
+    const QQuickItem& root = *window.contentItem()->childItems().first();
+    const QSizeF shown = root.property("shown").toSizeF() * window.devicePixelRatio();
+    return picture.copy(QRect(QPoint(), shown.toSize()));
+}
+
 void preferDark(bool dark) {
     QPalette palette;
     palette.setColor(QPalette::Window, dark ? Qt::black : Qt::white);
@@ -105,7 +112,7 @@ bool draw(ContentView& root, bool dark, const QString& file, const PictureView& 
                                                .declareShadow = [](QWindow&, const QMargins&) {}});
     popover.show(*item, {});
     QQuickWindow* window = shownWindow();
-    return window && use(*window, view) && grabWithAlpha(*window).save(file);
+    return window && use(*window, view) && shownOf(*window, grabWithAlpha(*window)).save(file);
 }
 
 } // namespace

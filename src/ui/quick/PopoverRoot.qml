@@ -1,18 +1,24 @@
 import QtQuick
 import Korvel
 
-// All of the popover's window: the panel, and around it the shadow where there is one.
+// All of the popover's window: the panel, around it the shadow where there is one, and at the right and at
+// the bottom what the window must be larger for all of it to be drawn.
 Item {
     id: root
 
     required property PopoverBridge content
     required property PopoverFrame frame
 
+    readonly property size shown: Qt.size(
+        panel.width + (frame.shadowed ? 2 * shadow.sideMargin : 0),
+        panel.height + (frame.shadowed ? shadow.topMargin + shadow.bottomMargin : 0))
+
     LayoutMirroring.enabled: Theme.mirrored
     LayoutMirroring.childrenInherit: true
 
-    width: panel.width + (frame.shadowed ? 2 * shadow.sideMargin : 0)
-    height: panel.height + (frame.shadowed ? shadow.topMargin + shadow.bottomMargin : 0)
+    width: frame.windowLength(shown.width, frame.scale)
+    height: frame.windowLength(shown.height, frame.scale)
+    onShownChanged: frame.shown = shown
 
     Connections {
         target: root.frame
@@ -25,7 +31,8 @@ Item {
     Shadow {
         id: shadow
 
-        anchors.fill: parent
+        width: root.shown.width
+        height: root.shown.height
         colour: Qt.alpha("black", Inks.dark ? Theme.shadowOpacityDark : Theme.shadowOpacity)
         radius: panel.radius
         visible: root.frame.shadowed

@@ -3,9 +3,11 @@
 #include <optional>
 
 #include <QObject>
+#include <QSize>
 #include <QtQmlIntegration>
 
 #include "ui/content/popover_height.h"
+#include "ui/quick/drawn_length.h"
 
 namespace korvel {
 
@@ -21,8 +23,12 @@ class PopoverFrame : public QObject {
     Q_PROPERTY(bool rounded READ rounded WRITE setRounded NOTIFY changed FINAL)
     /// Whether the window is larger than the panel by a shadow.
     Q_PROPERTY(bool shadowed READ shadowed WRITE setShadowed NOTIFY changed FINAL)
+    /// Pixels of the screen to one logical pixel, in width and in height.
+    Q_PROPERTY(qreal scale READ scale WRITE setScale NOTIFY changed FINAL)
     /// Whether a change is seen to happen.
     Q_PROPERTY(bool animated READ animated WRITE setAnimated NOTIFY changed FINAL)
+    /// Said by the root: what is to be seen of the window, from the left and the top.
+    Q_PROPERTY(QSizeF shown READ shown WRITE setShown NOTIFY shownChanged FINAL)
     /// Said by the root: an open menu takes the Escape key.
     Q_PROPERTY(bool menuShown READ menuShown WRITE setMenuShown NOTIFY changed FINAL)
 
@@ -35,13 +41,27 @@ class PopoverFrame : public QObject {
     void setRounded(bool rounded) { set(rounded_, rounded); }
     bool shadowed() const { return shadowed_; }
     void setShadowed(bool shadowed) { set(shadowed_, shadowed); }
+    qreal scale() const { return scale_; }
+    void setScale(qreal scale) { set(scale_, scale); }
+    /// How long a window must be for this much of it to be drawn at that scale.
+    Q_INVOKABLE static qreal windowLength(qreal needed, qreal scale) {
+        return lengthDrawing(qRound(needed), scale);
+    }
     bool animated() const { return animated_; }
     void setAnimated(bool animated) { set(animated_, animated); }
+    QSizeF shown() const { return shown_; }
+    void setShown(QSizeF shown) {
+        if (shown_ != shown) {
+            shown_ = shown;
+            Q_EMIT shownChanged();
+        }
+    }
     bool menuShown() const { return menuShown_; }
     void setMenuShown(bool shown) { set(menuShown_, shown); }
 
   Q_SIGNALS:
     void changed();
+    void shownChanged();
     /// Asks the root to bring every piece into its place now, and not when it is next drawn.
     void layOut();
 
@@ -58,7 +78,9 @@ class PopoverFrame : public QObject {
     bool bordered_ = true;
     bool rounded_ = false;
     bool shadowed_ = false;
+    qreal scale_ = 1;
     bool animated_ = true;
+    QSizeF shown_;
     bool menuShown_ = false;
 };
 

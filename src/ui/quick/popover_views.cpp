@@ -1,5 +1,6 @@
 #include "ui/quick/popover_views.h"
 
+#include <cmath>
 #include <utility>
 
 #include <QAbstractEventDispatcher>
@@ -100,7 +101,18 @@ void PopoverViews::load() {
                                  {QStringLiteral("frame"), QVariant::fromValue(&frame_)}});
     view_->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverRoot.qml")));
     view_->installEventFilter(this);
+    connect(view_.get(), &QWindow::widthChanged, this, &PopoverViews::drawAllAnew);
+    connect(view_.get(), &QWindow::heightChanged, this, &PopoverViews::drawAllAnew);
     Q_EMIT loaded();
+}
+
+/// A window of another size has another picture, in memory that holds the old one in rows of
+/// another length. Qt draws all of it only where the size differs in the whole logical pixels that
+/// it is rounded down to. With another clip above them, all nodes of the scene are new ones.
+void PopoverViews::drawAllAnew() {
+    if (frame_.scale() != std::floor(frame_.scale())) {
+        view_->rootObject()->setClip(!view_->rootObject()->clip());
+    }
 }
 
 void PopoverViews::unload() {

@@ -77,6 +77,7 @@ class PopoverViews final : public QObject {
     void unload();
     void contentWillChange();
     void render();
+    void drawAllAnew();
 
     ContentView& root_;
     Options options_;

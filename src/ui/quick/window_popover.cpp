@@ -12,6 +12,7 @@
 #include <QScreen>
 
 #include "ui/content/popover_height.h"
+#include "ui/quick/drawn_length.h"
 #include "ui/quick/popover_place.h"
 #include "ui/quick/shadow_item.h"
 
@@ -47,6 +48,7 @@ WindowPopover::WindowPopover(ContentView& root, PopoverDesktop desktop)
     connect(&views_, &PopoverViews::unloading, this, &WindowPopover::unloading);
     connect(&views_, &PopoverViews::rendered, this, &WindowPopover::dress);
     connect(&views_, &PopoverViews::escaped, this, &WindowPopover::close);
+    connect(&views_.frame(), &PopoverFrame::shownChanged, this, &WindowPopover::cut);
 }
 
 void WindowPopover::show(platform::StatusItem& item, const platform::ActivationRequest& request) {
@@ -75,7 +77,7 @@ void WindowPopover::show(platform::StatusItem& item, const platform::ActivationR
     views_.show();
     if (desktop_.placing) {
         desktop_.placing->shown(
-            *views_.window(), [this] { return shadowMargins(); }, [this] { closeByClick(); });
+            *views_.window(), [this] { return margins(); }, [this] { closeByClick(); });
     }
 }
 
@@ -143,15 +145,17 @@ void WindowPopover::loaded() {
     if (desktop_.stand) {
         desktop_.stand->adopt(*window);
     }
-    if (desktop_.sizeIsFixed) {
-        // Qt's Wayland lets no window out of its least and greatest size, those of a moment ago.
-        const auto follow = [this] {
-            fixSize();
+    // Before the window takes the size on a later turn.
+    const auto follow = [this] {
+        fixSize();
+        if (desktop_.sizeIsFixed) {
+            // Qt's Wayland lets no window out of its least and greatest size, those of a moment
+            // ago.
             views_.fit();
-        };
-        connect(window->rootObject(), &QQuickItem::widthChanged, this, follow);
-        connect(window->rootObject(), &QQuickItem::heightChanged, this, follow);
-    }
+        }
+    };
+    connect(window->rootObject(), &QQuickItem::widthChanged, this, follow);
+    connect(window->rootObject(), &QQuickItem::heightChanged, this, follow);
     place();
 }
 
@@ -186,14 +190,18 @@ void WindowPopover::place() {
     if (!views_.window()) {
         return;
     }
+    if (screen && !desktop_.stand) {
+        views_.window()->setScreen(screen);
+    }
+    views_.frame().setScale(views_.window()->devicePixelRatio());
     fixSize();
+    cut();
     if (desktop_.stand) {
-        desktop_.stand->fit(*views_.window(), shadowMargins());
+        desktop_.stand->fit(*views_.window(), margins());
         return;
     }
     if (screen) {
-        const QMargins margins = shadowMargins();
-        views_.window()->setScreen(screen);
+        const QMargins margins = this->margins();
         const QSize panel = views_.window()->size().shrunkBy(margins);
         const QRect free = freeBeside(panel_, screen->geometry(), screen->availableGeometry());
         wanted_ = placeAt(anchor_, panel, free) - QPoint(margins.left(), margins.top());
@@ -206,14 +214,44 @@ void WindowPopover::place() {
 
 /// At no moment is the least size greater than the greatest.
 void WindowPopover::fixSize() {
+    QQuickView* window = views_.window();
+    const QSize size = views_.size();
+    // On a scaled screen Qt asks X11 window managers for sizes in steps of one logical pixel, in
+    // whole pixels of the screen; counted from this size, no step is lacking to it.
+    if (desktop_.isX11) {
+        window->setBaseSize(size);
+    }
     if (!desktop_.sizeIsFixed) {
         return;
     }
-    QQuickView* window = views_.window();
-    const QSize size = views_.size();
     window->setMinimumSize(size.boundedTo(window->maximumSize()));
     window->setMaximumSize(size);
     window->setMinimumSize(size);
+}
+
+/// Leaves of the window what is to be seen, and of that what is drawn: a window manager may have
+/// set another size.
+void WindowPopover::cut() {
+    QQuickView* window = views_.window();
+    if (!desktop_.isX11 || !window) {
+        return;
+    }
+    const qreal scale = views_.frame().scale();
+    const QSize drawn(drawnLength(window->width(), scale), drawnLength(window->height(), scale));
+    const QSize seen = views_.frame().shown().toSize().boundedTo(drawn);
+    const QRegion mask = seen == window->size() ? QRegion() : QRegion(QRect(QPoint(), seen));
+    if (mask != window->mask()) {
+        window->setMask(mask);
+    }
+}
+
+/// What of the window is not the panel.
+QMargins WindowPopover::margins() {
+    const QSize shown = views_.frame().shown().toSize();
+    const qreal scale = views_.frame().scale();
+    const QSize spare =
+        QSize(lengthDrawing(shown.width(), scale), lengthDrawing(shown.height(), scale)) - shown;
+    return shadowMargins() + QMargins(0, 0, spare.width(), spare.height());
 }
 
 QMargins WindowPopover::shadowMargins() {

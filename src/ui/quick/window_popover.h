@@ -71,6 +71,9 @@ struct PopoverDesktop {
     std::optional<PopoverStand> stand{}; ///< nullopt: the window is moved to its place
     /// Whether the window allows no size but its own: a compositor that tiles leaves it as it is.
     bool sizeIsFixed = false;
+    /// Whether it is an X server: a window manager is given hints at a window's sizes, and a window
+    /// can be cut, so that outside of its mask is seen what is behind it.
+    bool isX11 = false;
     /// Gives the shown window the keyboard, which the desktop grants by the token of the click;
     /// empty: Qt does it.
     std::function<void(QWindow&, const std::string& token)> makeKey{};
@@ -100,9 +103,11 @@ class WindowPopover final : public QObject, public platform::Popover {
     void unloading();
     void dress();
     QMargins shadowMargins();
+    QMargins margins();
     void declareShadow();
     void place();
     void fixSize();
+    void cut();
     void resized();
     void moved();
     void checkSize();

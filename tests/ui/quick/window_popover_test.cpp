@@ -138,6 +138,30 @@ TEST_F(FixedWindow, FollowsItsContent) {
     }
 }
 
+/// One whose size is agreed with a window manager.
+class HintedWindow : public OpenWindow {
+  protected:
+    HintedWindow() : OpenWindow(desktop()) {}
+
+    static PopoverDesktop desktop() {
+        PopoverDesktop x11 = silentDesktop();
+        x11.isX11 = true;
+        return x11;
+    }
+};
+
+TEST_F(HintedWindow, HasTheSizeFromWhichAWindowManagerCountsItsSteps) {
+    EXPECT_EQ(view->baseSize(), size);
+    for (const int grown : {51, -80}) {
+        size.rheight() += grown;
+        view->rootObject()->setHeight(size.height());
+        EXPECT_EQ(view->baseSize(), size); // before the window takes it on a later turn
+        settle();
+        EXPECT_EQ(view->size(), size);
+        EXPECT_EQ(view->baseSize(), size);
+    }
+}
+
 /// One that a desktop gives the keyboard by a token.
 class GuardedWindow : public OpenWindow {
   protected:
