@@ -132,10 +132,10 @@ FILE = {"dirent.h", "fcntl.h", "sys/stat.h", "sys/types.h", "unistd.h"}
 QT_CORE = set("""
     QAbstractEventDispatcher QAbstractListModel QAbstractNativeEventFilter QBuffer QByteArray QByteArrayView
     QCoreApplication QDeadlineTimer QDir QElapsedTimer QEvent QEventLoop QFile QFileInfo QHash QJsonArray
-    QJsonDocument QJsonObject QLibraryInfo QList QLocale QMap QMargins QMetaMethod QMetaType QObject QPoint QPointF
-    QPointer QProcess QRect QRectF QSaveFile QSize QSocketNotifier QStandardPaths QString QStringList QStringView
-    QTemporaryDir QTemporaryFile QThread QThreadPool QTimer QUrl QVariant QVariantList QVariantMap Qt QtEndian
-    QtGlobal
+    QJsonDocument QJsonObject QLibraryInfo QList QLocale QMap QMargins QMetaMethod QMetaProperty QMetaType QObject
+    QPoint QPointF QPointer QProcess QRect QRectF QSaveFile QSignalBlocker QSize QSocketNotifier QStandardPaths
+    QString QStringList QStringView QTemporaryDir QTemporaryFile QThread QThreadPool QTimer QUrl QVariant
+    QVariantList QVariantMap Qt QtEndian QtGlobal
 """.split())
 QT_GUI = set("""
     QAction QColor QColorSpace QCursor QFont QFontDatabase QFontMetricsF QGuiApplication QIcon QIconEngine QImage
@@ -152,7 +152,7 @@ QT_DBUS = set("""
     QDBusServiceWatcher QDBusUnixFileDescriptor QDBusVariant QDBusVirtualObject
 """.split())
 QT_QUICK = set("""
-    QQmlContext QQmlEngine QQuickItem QQuickPaintedItem QQuickView QQuickWindow QSGRendererInterface QtQmlIntegration
+    QQmlContext QQmlEngine QQuickItem QQuickView QQuickWindow QSGRendererInterface QSGSimpleTextureNode QtQmlIntegration
 """.split())
 TESTING = {"gtest/gtest.h", "gmock/gmock.h"}
 ARCHIVE = {"archive.h", "archive_entry.h"}

@@ -2,18 +2,132 @@
 
 namespace korvel {
 
-/// Every size of the popover, in logical pixels where nothing else is said: what its views are laid
-/// out by.
-struct PopoverSizes {
+/// What the popover's views are laid out by, in logical pixels at the usual size of text. `Theme`
+/// brings each to whole pixels of the screen.
+struct PopoverLengths {
     // The panel.
-    static constexpr double kPopoverWidth = 340;
-    static constexpr double kSidePadding = 16;
-    static constexpr double kPopoverRadius = 10;
-    static constexpr double kCornerInset =
-        3; ///< where the corner's arc has left the edge by no more
-    static constexpr double kShadowOpacity = 0.32;
-    static constexpr double kShadowOpacityDark = 0.6;
+    double popoverWidth = 340;
+    double sidePadding = 16;
+    double popoverRadius = 10;
+    double borderWidth = 1;
+    double cornerInset = 3; ///< where the corner's arc has left the edge by no more
 
+    // Scrolling.
+    double scrollStep = 40;   ///< of an arrow key
+    double revealMargin = 12; ///< around what is brought into sight
+    double scrollBarWidth = 10;
+    double scrollBarPadding = 3;
+    double scrollBarEndPadding = 6;
+
+    // The header.
+    double headerTop = 14;
+    double headerBottom = 12;
+    double headerSpacing = 14;
+    double headerLineSpacing = 2;
+    double dialSize = 56;
+    double toggleTop = 1;
+    double toggleOutdent = 1; ///< the chevron does not fill its box
+
+    // The breakdown.
+    double breakdownBottom = 12;
+    double factorSpacing = 7;
+    double factorLineSpacing = 2;
+    double pointsWidth = 26;
+    double shortestFactorBar = 2;
+    double footnoteTop = 1;
+
+    // The status lines.
+    double statusPadding = 12;
+    double statusSpacing = 6;
+    double symbolFrame = 14; ///< where the symbols of sentences are centred
+
+    // The metrics.
+    double rowsPadding = 11;
+    double rowsSpacing = 10;
+    double rowLineSpacing = 8; ///< between the pieces of a line
+    double rowSpacing = 4;     ///< between the line and what is under it
+    double captionWidth = 52;
+    double detailIndent = 60;
+    double barHeight = 4;
+    double shortestRowBar = 3; ///< even 0 % shows a stub
+    double sparkWidth = 44;
+    double sparkHeight = 14;
+    double percentWidth = 32;
+
+    // The processes.
+    double holdersPadding = 16;
+    double holdersTop = 2;
+    double holdersBottom = 6;
+    double holdersOutdent = 2; ///< the chevron does not fill its box
+    double holdersNoteTop = 2;
+    double processesPadding = 11;
+    double processesSpacing = 4;
+    double processHeight = 20;
+    double markFrame = 12;
+    double markSize = 6;
+    double quitSize = 20;
+    double quitReach = 4; ///< how far the button's edge lies outside its symbol
+
+    // The greeting: a card, which brings its own distance from the popover's edges.
+    double bannerTop = 12;
+    double bannerSide = 14;
+    double bannerBottom = 12;
+    double bannerPadding = 11;
+    double bannerRadius = 9;
+    double bannerSpacing = 9;
+    double bannerLineSpacing = 1;
+    double bannerMark = 22;
+    double bannerDismissPadding = 4;
+    double bannerNoteSpacing = 4;
+    double bannerNoteIndent = 1;
+    double bannerDotTop = 5;
+    double bannerDotSpacing = 6;
+
+    // The lines at the bottom.
+    double updatePadding = 10;
+    double spinnerSize = 12;
+    double keepAwakePadding = 9;
+    double footerPadding = 10;
+    double footerSpacing = 8;
+    double resultPadding = 10;
+    double dismissSize = 12;
+
+    // Buttons, tips and menus.
+    double focusRing = 1.5;
+    double focusRingStrong = 3; ///< in high contrast
+    double focusReach = 3;
+    double focusRadius = 5;
+    double menuWidth = 140;
+    double menuPadding = 4;
+    double menuItemHeight = 22;
+    double menuItemRadius = 3;
+    double tipSidePadding = 8;
+    double tipPadding = 5;
+
+    // Beside symbols.
+    double symbolSpacing = 6;
+    double chevronSpacing = 4;
+};
+
+/// The sizes of what is drawn smooth at any size, in logical pixels at the usual size of text.
+struct PopoverMarkSizes {
+    double dialLineWidth = 5;
+    double spinnerLineWidth = 1.5;
+    double bannerDot = 3.5;
+
+    // The symbols, as of the letters beside them.
+    double toggleSymbol = 7;
+    double calmSymbol = 11;
+    double alertSymbol = 10;
+    double holdersSymbol = 8;
+    double quitSymbol = 10;
+    double actionSymbol = 11;
+    double dismissSymbol = 9;
+    double updateSymbol = 12;
+};
+
+/// What is the same at any size: opacities beside the primary colour, shares, times.
+struct PopoverConstants {
     // How faint a track or a line is beside the primary colour.
     static constexpr double kDialTrackOpacity = 0.1;
     static constexpr double kRowTrackOpacity = 0.08;
@@ -24,124 +138,23 @@ struct PopoverSizes {
     static constexpr double kScrollBarOpacity = 0.22;
     static constexpr double kScrollBarOpacityActive = 0.45;
 
-    // Scrolling.
-    static constexpr double kScrollStep = 40;   ///< of an arrow key
-    static constexpr double kRevealMargin = 12; ///< around what is brought into sight
-    static constexpr double kScrollBarWidth = 10;
-    static constexpr double kScrollBarPadding = 3;
-    static constexpr double kScrollBarEndPadding = 6;
-    static constexpr double kShortestScrollBar = 0.1; ///< share of its height
-
-    // The header.
-    static constexpr double kHeaderTop = 14;
-    static constexpr double kHeaderBottom = 12;
-    static constexpr double kHeaderSpacing = 14;
-    static constexpr double kHeaderLineSpacing = 2;
-    static constexpr double kDialSize = 56;
-    static constexpr double kDialLineWidth = 5;
-    static constexpr int kScoreAnimation = 350; ///< milliseconds
-    static constexpr double kToggleTop = 1;
-    static constexpr double kToggleOutdent = 1; ///< the chevron does not fill its box
-
-    // The breakdown.
-    static constexpr double kBreakdownBottom = 12;
-    static constexpr double kFactorSpacing = 7;
-    static constexpr double kFactorLineSpacing = 2;
-    static constexpr double kPointsWidth = 26;
-    static constexpr double kShortestFactorBar = 2;
-    static constexpr double kFootnoteTop = 1;
-
-    // The status lines.
-    static constexpr double kStatusPadding = 12;
-    static constexpr double kStatusSpacing = 6;
-    static constexpr double kSymbolFrame = 14; ///< where the symbols of sentences are centred
-
-    // The metrics.
-    static constexpr double kRowsPadding = 11;
-    static constexpr double kRowsSpacing = 10;
-    static constexpr double kRowLineSpacing = 8; ///< between the pieces of a line
-    static constexpr double kRowSpacing = 4;     ///< between the line and what is under it
-    static constexpr double kCaptionWidth = 52;
-    static constexpr double kDetailIndent = 60;
-    static constexpr double kBarHeight = 4;
-    static constexpr double kShortestRowBar = 3; ///< even 0 % shows a stub
-    static constexpr double kSparkWidth = 44;
-    static constexpr double kSparkHeight = 14;
-    static constexpr double kPercentWidth = 32;
-
-    // The processes.
-    static constexpr double kHoldersPadding = 16;
-    static constexpr double kHoldersTop = 2;
-    static constexpr double kHoldersBottom = 6;
-    static constexpr double kHoldersOutdent = 2; ///< the chevron does not fill its box
-    static constexpr double kHoldersNoteTop = 2;
-    static constexpr double kProcessesPadding = 11;
-    static constexpr double kProcessesSpacing = 4;
-    static constexpr double kProcessHeight = 20;
-    static constexpr double kMarkFrame = 12;
-    static constexpr double kMarkSize = 6;
+    static constexpr double kShadowOpacity = 0.32;
+    static constexpr double kShadowOpacityDark = 0.6;
     static constexpr double kMarkOpacity = 0.5;
-    static constexpr double kQuitSize = 20;
-    static constexpr double kQuitReach = 4; ///< how far the button's edge lies outside its symbol
-
-    // The greeting: a card, which brings its own distance from the popover's edges.
-    static constexpr double kBannerTop = 12;
-    static constexpr double kBannerSide = 14;
-    static constexpr double kBannerBottom = 12;
-    static constexpr double kBannerPadding = 11;
-    static constexpr double kBannerRadius = 9;
     static constexpr double kBannerFillOpacity = 0.09;
     static constexpr double kBannerStrokeOpacity = 0.28;
-    static constexpr double kBannerSpacing = 9;
-    static constexpr double kBannerLineSpacing = 1;
-    static constexpr double kBannerMark = 22;
-    static constexpr double kBannerDismissPadding = 4;
-    static constexpr double kBannerNoteSpacing = 4;
-    static constexpr double kBannerNoteIndent = 1;
-    static constexpr double kBannerDot = 3.5;
-    static constexpr double kBannerDotTop = 5;
-    static constexpr double kBannerDotSpacing = 6;
     static constexpr double kBannerDotOpacity = 0.7;
-    static constexpr int kBannerAnimation = 200; ///< milliseconds
 
-    // The lines at the bottom.
-    static constexpr double kUpdatePadding = 10;
-    static constexpr double kSpinnerSize = 12;
-    static constexpr double kSpinnerLineWidth = 1.5;
-    static constexpr double kSpinnerArc = 0.3; ///< share of the circle
-    static constexpr int kSpinnerTurn = 1000;  ///< milliseconds
-    static constexpr double kKeepAwakePadding = 9;
-    static constexpr double kFooterPadding = 10;
-    static constexpr double kFooterSpacing = 8;
-    static constexpr double kResultPadding = 10;
-    static constexpr double kDismissSize = 12;
+    static constexpr double kShortestScrollBar = 0.1; ///< share of its height
+    static constexpr double kSpinnerArc = 0.3;        ///< share of the circle
+    /// The share of a button's size that its word shrinks to before it is cut.
+    static constexpr double kSmallestWord = 0.8;
 
-    // Buttons, tips and menus.
-    static constexpr double kFocusRing = 1.5;
-    static constexpr double kFocusRingStrong = 3; ///< in high contrast
-    static constexpr double kFocusReach = 3;
-    static constexpr double kFocusRadius = 5;
-    static constexpr double kSmallestWord =
-        0.8; ///< share of a button's size that its word shrinks to before it is cut
-    static constexpr double kMenuWidth = 140;
-    static constexpr double kMenuPadding = 4;
-    static constexpr double kMenuItemHeight = 22;
-    static constexpr double kMenuItemRadius = 3;
-    static constexpr double kTipSidePadding = 8;
-    static constexpr double kTipPadding = 5;
-    static constexpr int kTipDelay = 600; ///< milliseconds
-
-    // The symbols' sizes, as of the letters beside them.
-    static constexpr double kToggleSymbol = 7;
-    static constexpr double kCalmSymbol = 11;
-    static constexpr double kAlertSymbol = 10;
-    static constexpr double kHoldersSymbol = 8;
-    static constexpr double kQuitSymbol = 10;
-    static constexpr double kActionSymbol = 11;
-    static constexpr double kDismissSymbol = 9;
-    static constexpr double kUpdateSymbol = 12;
-    static constexpr double kSymbolSpacing = 6;
-    static constexpr double kChevronSpacing = 4;
+    // Milliseconds.
+    static constexpr int kScoreAnimation = 350;
+    static constexpr int kBannerAnimation = 200;
+    static constexpr int kSpinnerTurn = 1000; ///< for one turn
+    static constexpr int kTipDelay = 600;
 };
 
 } // namespace korvel

@@ -14,7 +14,7 @@ namespace korvel {
 struct Spark {
     static constexpr std::size_t kPoints = 60;
     static constexpr double kLowestTop = 20; ///< keeps a quiet series low in its box
-    static constexpr Size kFrame{PopoverSizes::kSparkWidth, PopoverSizes::kSparkHeight};
+    static constexpr Size kFrame{PopoverLengths{}.sparkWidth, PopoverLengths{}.sparkHeight};
     static constexpr double kLineWidth = 1.3; ///< logical pixels; butt caps, round joins
     static constexpr double kMiterLimit = 10;
     static constexpr double kOpacity = 0.85;

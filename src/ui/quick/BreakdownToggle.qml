@@ -34,7 +34,7 @@ PlainButton {
         spacing: Theme.chevronSpacing
 
         Symbol {
-            anchors.verticalCenter: parent.verticalCenter
+            y: Theme.grid.middle(parent.height, height)
             bold: true
             colour: toggle.ink
             mirrored: Theme.mirrored && !toggle.open

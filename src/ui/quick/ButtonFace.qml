@@ -12,7 +12,7 @@ Item {
     required property font wordFont
     required property string word
 
-    implicitWidth: words.implicitWidth + mark.reach
+    implicitWidth: Theme.grid.holding(words.implicitWidth) + mark.reach
     implicitHeight: words.height
 
     Symbol {
@@ -21,7 +21,7 @@ Item {
         readonly property real reach: visible ? width + Theme.chevronSpacing : 0
 
         x: face.symbolBehind !== Theme.mirrored ? face.width - width : 0
-        anchors.verticalCenter: face.verticalCenter
+        y: Theme.grid.middle(face.height, height)
         bold: face.symbolBehind
         colour: face.ink
         name: face.symbol

@@ -63,8 +63,8 @@ T.Menu {
             Accessible.onPressAction: menu.choose(index)
             onTriggered: menu.choose(index)
 
-            background: Rectangle {
-                color: entry.highlighted || entry.hovered ? Inks.texts.wash(Theme.highlightOpacity) : "transparent"
+            background: Plate {
+                colour: entry.highlighted || entry.hovered ? Inks.texts.wash(Theme.highlightOpacity) : "transparent"
                 radius: Theme.menuItemRadius
             }
 
@@ -89,9 +89,10 @@ T.Menu {
         LayoutMirroring.childrenInherit: true
     }
 
-    background: Rectangle {
-        border.color: Qt.tint(Inks.ground, Inks.texts.track(Theme.borderOpacity))
-        color: Inks.dark ? Qt.lighter(Inks.ground, 1.5) : "white"
+    background: Plate {
+        borderColour: Qt.tint(Inks.ground, Inks.texts.track(Theme.borderOpacity))
+        borderWidth: Theme.borderWidth
+        colour: Inks.dark ? Qt.lighter(Inks.ground, 1.5) : "white"
         radius: Theme.focusRadius
     }
 }

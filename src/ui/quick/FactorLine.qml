@@ -22,7 +22,7 @@ Column {
             objectName: "name"
             width: Theme.captionWidth
             anchors.left: parent.left
-            anchors.verticalCenter: parent.verticalCenter
+            y: Theme.grid.middle(parent.height, height)
             color: Inks.texts.of("primary")
             font: Theme.factorName
             text: line.value.name
@@ -35,8 +35,8 @@ Column {
                 leftMargin: Theme.rowLineSpacing
                 right: pointsFrame.left
                 rightMargin: Theme.rowLineSpacing
-                verticalCenter: parent.verticalCenter
             }
+            y: Theme.grid.middle(parent.height, height)
             height: Theme.barHeight
             colour: Inks.fills.of(line.value.barColour)
             rim: Inks.rims.of(line.value.barColour)
@@ -58,7 +58,7 @@ Column {
                 id: points
 
                 anchors.right: parent.right
-                y: nameLabel.y + nameLabel.baselineOffset - baselineOffset
+                y: Theme.grid.place(nameLabel.y + nameLabel.baselineOffset - baselineOffset)
                 colour: Inks.texts.of(line.value.lostColour)
                 font: Theme.factorPoints
                 text: line.value.lost

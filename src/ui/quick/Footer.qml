@@ -21,7 +21,7 @@ Section {
 
             objectName: "warden"
             anchors.left: parent.left
-            anchors.verticalCenter: quit.verticalCenter
+            y: Theme.grid.middle(parent.height, height)
             color: Inks.texts.of("tertiary")
             font: Theme.warden
             text: section.content.footer.warden
@@ -42,7 +42,7 @@ Section {
         Row {
             readonly property real room: section.innerWidth - quit.width - warden.width - 2 * Theme.footerSpacing
 
-            x: (Theme.mirrored ? quit.width : warden.width) + Theme.footerSpacing + Math.round(Math.max(0, room - width) / 2)
+            x: Theme.grid.place((Theme.mirrored ? quit.width : warden.width) + Theme.footerSpacing + Math.max(0, room - width) / 2)
             spacing: Theme.symbolSpacing
 
             TextButton {
@@ -70,7 +70,8 @@ Section {
 
                 contentItem: Item {
                     Symbol {
-                        anchors.centerIn: parent
+                        x: Theme.grid.middle(parent.width, width)
+                        y: Theme.grid.middle(parent.height, height)
                         colour: dismiss.down || dismiss.hovered ? Inks.fills.of("primary") : Inks.fills.of("tertiary")
                         name: "xmark"
                         size: Theme.dismissSymbol

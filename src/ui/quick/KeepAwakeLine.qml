@@ -31,7 +31,7 @@ Section {
 
             objectName: "cup"
             anchors.left: parent.left
-            anchors.verticalCenter: parent.verticalCenter
+            y: Theme.grid.middle(parent.height, height)
             colour: section.content.awake.on ? Inks.fills.of("cyan") : Inks.fills.of("secondary")
             rim: Inks.rims.of(section.content.awake.on ? "cyan" : "secondary")
             name: "cup.and.saucer.fill"
@@ -45,8 +45,8 @@ Section {
             anchors {
                 left: cup.right
                 leftMargin: Theme.symbolSpacing
-                verticalCenter: parent.verticalCenter
             }
+            y: Theme.grid.middle(parent.height, height)
             color: Inks.texts.of("primary")
             font: Theme.action
             spoken: section.content.spoken.awake // with what remains, which stands beside it
@@ -73,10 +73,8 @@ Section {
             id: control
 
             objectName: "awakeControl"
-            anchors {
-                right: parent.right
-                verticalCenter: parent.verticalCenter
-            }
+            anchors.right: parent.right
+            y: Theme.grid.middle(parent.height, height)
             font: Theme.awakeControl
             symbol: section.content.awake.on ? "" : "chevron.down"
             symbolBehind: true

@@ -35,8 +35,8 @@ Column {
                 leftMargin: Theme.rowLineSpacing
                 right: row.value.hasSpark ? spark.left : percent.left
                 rightMargin: Theme.rowLineSpacing
-                verticalCenter: parent.verticalCenter
             }
+            y: Theme.grid.middle(parent.height, height)
             height: Theme.barHeight
             colour: Inks.fills.of(row.value.colour)
             rim: Inks.rims.of(row.value.colour)
@@ -53,14 +53,15 @@ Column {
             anchors {
                 right: percent.left
                 rightMargin: Theme.rowLineSpacing
-                verticalCenter: parent.verticalCenter
             }
+            y: Theme.grid.middle(parent.height, height)
             width: Theme.sparkWidth
             height: Theme.sparkHeight
             visible: row.value.hasSpark
 
             Spark {
-                anchors.centerIn: parent
+                x: Theme.grid.middle(parent.width, width)
+                y: Theme.grid.middle(parent.height, height)
                 colour: Inks.fills.of(row.value.sparkColour)
                 rim: Inks.rims.of(row.value.sparkColour)
                 values: row.value.sparkValues
@@ -73,7 +74,7 @@ Column {
             objectName: "percent"
             width: Theme.percentWidth
             anchors.right: parent.right
-            anchors.verticalCenter: parent.verticalCenter
+            y: Theme.grid.middle(parent.height, height)
             color: Inks.texts.of(row.value.colour)
             font: Theme.rowPercent
             horizontalAlignment: Text.AlignRight

@@ -29,10 +29,10 @@ T.AbstractButton {
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 
-    background: Rectangle {
-        border.color: Inks.texts.of("cyan")
-        border.width: Inks.highContrast ? Theme.focusRingStrong : Theme.focusRing
-        color: "transparent"
+    background: Plate {
+        objectName: "ring"
+        borderColour: Inks.texts.of("cyan")
+        borderWidth: Inks.highContrast ? Theme.focusRingStrong : Theme.focusRing
         radius: Theme.focusRadius
         visible: button.visualFocus
     }

@@ -2,7 +2,7 @@ import QtQuick
 import Korvel
 
 // The popover's panel: the ground under the sections, as tall as they are, up to a limit.
-Rectangle {
+Panel {
     id: root
 
     required property PopoverBridge content
@@ -22,13 +22,14 @@ Rectangle {
     }
 
     width: Theme.popoverWidth
-    height: Math.min(view.contentHeight, maximumHeight)
-    border.color: Qt.tint(Inks.ground, Inks.texts.track(Theme.borderOpacity))
-    border.width: bordered ? 1 : 0
-    color: Inks.ground
+    height: Math.min(Math.ceil(view.contentHeight), maximumHeight)
+    borderColour: Qt.tint(Inks.ground, Inks.texts.track(Theme.borderOpacity))
+    borderWidth: bordered ? Theme.borderWidth : 0
+    colour: Inks.ground
     radius: rounded ? Theme.popoverRadius : 0
 
     Item {
+        objectName: "sight"
         anchors.fill: parent
         anchors.margins: root.inset
         clip: root.inset > 0

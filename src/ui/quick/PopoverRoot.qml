@@ -41,8 +41,8 @@ Item {
     PopoverPanel {
         id: panel
 
-        x: root.frame.shadowed ? shadow.sideMargin : 0
-        y: root.frame.shadowed ? shadow.topMargin : 0
+        x: root.frame.shadowed ? Theme.grid.place(shadow.sideMargin) : 0
+        y: root.frame.shadowed ? Theme.grid.place(shadow.topMargin) : 0
         animated: root.frame.animated && Theme.moves
         bordered: root.frame.bordered
         content: root.content

@@ -26,15 +26,17 @@ Item {
         width: line.marked ? Theme.markFrame : 0
         height: line.height
 
-        Rectangle {
+        // A capsule as long as it is high.
+        GaugeBar {
             anchors.left: parent.left
+            y: Theme.grid.middle(parent.height, height)
             width: Theme.markSize
             height: Theme.markSize
-            anchors.verticalCenter: parent.verticalCenter
-            antialiasing: true
-            color: Inks.fills.of("cyan")
-            opacity: Theme.markOpacity
-            radius: Theme.markSize / 2
+            colour: Inks.fills.faint("cyan", Theme.markOpacity)
+            fraction: 1
+            rim: Inks.rims.of("cyan")
+            shortest: 0
+            trackColour: "transparent"
             visible: line.marked
         }
     }
@@ -61,8 +63,8 @@ Item {
         anchors {
             right: parent.right
             rightMargin: Theme.quitSize - Theme.quitReach + Theme.rowLineSpacing - Theme.quitReach
-            verticalCenter: parent.verticalCenter
         }
+        y: Theme.grid.middle(parent.height, height)
         colour: Inks.texts.of("secondary")
         font: line.sizeFont
         text: line.value.size
@@ -73,8 +75,8 @@ Item {
         anchors {
             right: parent.right
             rightMargin: -Theme.quitReach
-            verticalCenter: parent.verticalCenter
         }
+        y: Theme.grid.middle(parent.height, height)
         text: line.value.quit
         description: line.value.quitDescription
         tip: line.value.tip

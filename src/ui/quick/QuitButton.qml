@@ -14,7 +14,8 @@ PlainButton {
 
     contentItem: Item {
         Symbol {
-            anchors.centerIn: parent
+            x: Theme.grid.middle(parent.width, width)
+            y: Theme.grid.middle(parent.height, height)
             colour: button.down || button.hovered ? Inks.fills.of("bad") : Inks.fills.of("tertiary")
             rim: Inks.rims.of(button.down || button.hovered ? "bad" : "tertiary")
             name: "xmark.circle.fill"

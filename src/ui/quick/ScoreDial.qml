@@ -38,7 +38,8 @@ Item {
 
     Digits {
         objectName: "number"
-        anchors.centerIn: parent
+        x: Theme.grid.middle(parent.width, width)
+        y: Theme.grid.middle(parent.height, height)
         colour: Inks.texts.of(dial.value.colour)
         font: Theme.dialNumber
         text: dial.value.number

@@ -20,7 +20,7 @@ Item {
 
         anchors.left: parent.left
         anchors.leftMargin: Theme.sidePadding
-        y: Theme.headerTop + Math.max(0, Math.round((column.height - height) / 2))
+        y: Theme.headerTop + Math.max(0, Theme.grid.middle(column.height, height))
         animated: header.animated
         value: header.content.header
     }
@@ -34,7 +34,7 @@ Item {
             right: parent.right
             rightMargin: Theme.sidePadding
         }
-        y: Theme.headerTop + Math.max(0, Math.round((dial.height - height) / 2))
+        y: Theme.headerTop + Math.max(0, Theme.grid.middle(dial.height, height))
         spacing: Theme.headerLineSpacing
 
         SpokenLabel {

@@ -126,9 +126,10 @@ FocusScope {
             visible: flickable.interactive
             Accessible.ignored: true // what has the keyboard comes into sight by itself
 
-            contentItem: Rectangle {
-                antialiasing: true
-                color: Inks.texts.track(scrollBar.hovered || scrollBar.pressed ? Theme.scrollBarOpacityActive : Theme.scrollBarOpacity)
+            // As dark as a veil of the primary colour, but nothing shows through.
+            contentItem: Plate {
+                objectName: "thumb"
+                colour: Qt.tint(Inks.ground, Inks.texts.track(scrollBar.hovered || scrollBar.pressed ? Theme.scrollBarOpacityActive : Theme.scrollBarOpacity))
                 radius: width / 2
             }
         }
@@ -136,6 +137,7 @@ FocusScope {
         Column {
             id: column
 
+            y: flickable.contentY - Theme.grid.place(flickable.contentY) // on whole pixels of the screen
             width: root.width
 
             WhatsNewBanner {

@@ -24,8 +24,8 @@ Item {
         objectName: "symbol"
         // Centred in a fixed place, so that the sentences begin on one line; beside the first line.
         anchors.left: parent.left
-        anchors.leftMargin: Math.round((Theme.symbolFrame - width) / 2)
-        y: Math.max(0, Math.round((metrics.height - height) / 2))
+        anchors.leftMargin: Theme.grid.middle(Theme.symbolFrame, width)
+        y: Math.max(0, Theme.grid.middle(metrics.height, height))
         colour: Inks.fills.of(line.value.colour)
         rim: Inks.rims.of(line.value.colour)
         name: line.value.symbol

@@ -40,7 +40,7 @@ Column {
                 spacing: Theme.chevronSpacing
 
                 Symbol {
-                    anchors.verticalCenter: parent.verticalCenter
+                    y: Theme.grid.middle(parent.height, height)
                     bold: true
                     colour: button.ink
                     mirrored: Theme.mirrored

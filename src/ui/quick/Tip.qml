@@ -14,7 +14,7 @@ T.ToolTip {
     readonly property real longest: Theme.popoverWidth - 2 * Theme.sidePadding
 
     parent: target
-    x: target ? Math.round((target.width - width) / 2) : 0
+    x: target ? Theme.grid.middle(target.width, width) : 0
     y: below ? target.height + Theme.focusReach : -height - Theme.focusReach
     implicitWidth: Math.min(longest, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
@@ -39,9 +39,10 @@ T.ToolTip {
         LayoutMirroring.enabled: Theme.mirrored
     }
 
-    background: Rectangle {
-        border.color: Qt.tint(Inks.ground, Inks.texts.track(Theme.borderOpacity))
-        color: Inks.dark ? Qt.lighter(Inks.ground, 1.5) : "white"
+    background: Plate {
+        borderColour: Qt.tint(Inks.ground, Inks.texts.track(Theme.borderOpacity))
+        borderWidth: Theme.borderWidth
+        colour: Inks.dark ? Qt.lighter(Inks.ground, 1.5) : "white"
         radius: Theme.focusRadius
     }
 }

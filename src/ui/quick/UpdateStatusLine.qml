@@ -25,8 +25,8 @@ Section {
 
             objectName: "symbol"
             anchors.left: parent.left
-            anchors.leftMargin: Math.round((Theme.symbolFrame - width) / 2)
-            anchors.verticalCenter: parent.verticalCenter
+            anchors.leftMargin: Theme.grid.middle(Theme.symbolFrame, width)
+            y: Theme.grid.middle(parent.height, height)
             colour: Inks.fills.of(section.content.update.colour)
             rim: Inks.rims.of(section.content.update.colour)
             name: section.content.update.symbol
@@ -37,8 +37,8 @@ Section {
         Spinner {
             objectName: "spinner"
             anchors.left: parent.left
-            anchors.leftMargin: Math.round((Theme.symbolFrame - width) / 2)
-            anchors.verticalCenter: parent.verticalCenter
+            anchors.leftMargin: Theme.grid.middle(Theme.symbolFrame, width)
+            y: Theme.grid.middle(parent.height, height)
             visible: section.content.update.spinning
         }
 
@@ -49,9 +49,9 @@ Section {
             anchors {
                 left: parent.left
                 leftMargin: bar.visible ? 0 : Theme.symbolFrame + Theme.symbolSpacing
-                verticalCenter: parent.verticalCenter
             }
-            width: bar.visible ? implicitWidth : line.width - anchors.leftMargin - (control.visible ? control.width + Theme.footerSpacing : 0)
+            y: Theme.grid.middle(parent.height, height)
+            width: bar.visible ? Theme.grid.holding(implicitWidth) : line.width - anchors.leftMargin - (control.visible ? control.width + Theme.footerSpacing : 0)
             color: Inks.texts.of("primary")
             font: section.content.update.small ? Theme.updateSmall : section.content.update.semibold ? Theme.actionSemibold : Theme.action
             maximumLineCount: 4 // what went wrong may take a few words
@@ -67,8 +67,8 @@ Section {
                 left: words.right
                 leftMargin: Theme.rowLineSpacing
                 right: parent.right
-                verticalCenter: parent.verticalCenter
             }
+            y: Theme.grid.middle(parent.height, height)
             height: Theme.barHeight
             colour: Inks.fills.of("cyan")
             rim: Inks.rims.of("cyan")
@@ -84,7 +84,7 @@ Section {
 
             objectName: "updateControl"
             anchors.right: parent.right
-            anchors.verticalCenter: parent.verticalCenter
+            y: Theme.grid.middle(parent.height, height)
             font: Theme.action
             text: section.content.update.control
             visible: text !== ""

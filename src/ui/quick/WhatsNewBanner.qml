@@ -34,7 +34,7 @@ Item {
         }
     }
 
-    Rectangle {
+    Plate {
         id: card
 
         objectName: "card"
@@ -42,10 +42,9 @@ Item {
         y: Theme.bannerTop
         width: banner.width - 2 * Theme.bannerSide
         height: column.height
-        antialiasing: true
-        border.color: Inks.fills.faint("cyan", Theme.bannerStrokeOpacity)
-        border.width: 1
-        color: Qt.alpha(Inks.fills.of("cyan"), Theme.bannerFillOpacity)
+        borderColour: Inks.fills.faint("cyan", Theme.bannerStrokeOpacity)
+        borderWidth: Theme.borderWidth
+        colour: Qt.alpha(Inks.fills.of("cyan"), Theme.bannerFillOpacity)
         radius: Theme.bannerRadius
 
         Column {
@@ -67,7 +66,7 @@ Item {
 
                     objectName: "mark"
                     anchors.left: parent.left
-                    anchors.verticalCenter: parent.verticalCenter
+                    y: Theme.grid.middle(parent.height, height)
                     width: Theme.bannerMark
                     height: Theme.bannerMark
                     colour: Inks.fills.of("cyan")
@@ -82,8 +81,8 @@ Item {
                         leftMargin: Theme.bannerSpacing
                         right: dismiss.left
                         rightMargin: Theme.bannerSpacing
-                        verticalCenter: parent.verticalCenter
                     }
+                    y: Theme.grid.middle(parent.height, height)
                     spacing: Theme.bannerLineSpacing
 
                     SpokenLabel {
@@ -109,7 +108,7 @@ Item {
 
                     objectName: "dismissBanner"
                     anchors.right: parent.right
-                    anchors.verticalCenter: parent.verticalCenter
+                    y: Theme.grid.middle(parent.height, height)
                     leftInset: 0
                     rightInset: 0
                     topInset: 0

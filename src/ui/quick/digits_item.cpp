@@ -63,8 +63,8 @@ qreal DigitsItem::forEachPiece(Visit visit) const {
 void DigitsItem::layOut() {
     const QFontMetricsF metrics(font_);
     const qreal width = forEachPiece([](qreal, const QString&) {});
-    setImplicitSize(std::ceil(width), std::ceil(metrics.height()));
-    setBaselineOffset(std::ceil(metrics.ascent()));
+    setImplicitSize(grid().holding(width), grid().holding(metrics.height()));
+    setBaselineOffset(grid().holding(metrics.ascent()));
     update();
 }
 

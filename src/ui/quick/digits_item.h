@@ -30,6 +30,9 @@ class DigitsItem : public korvel::TintedItem {
     void textChanged();
     void fontChanged();
 
+  protected:
+    void gridChanged() override { layOut(); }
+
   private:
     /// Walks over the pieces that are drawn as one, and returns the width of all.
     template <typename Visit>

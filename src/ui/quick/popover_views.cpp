@@ -1,6 +1,7 @@
 #include "ui/quick/popover_views.h"
 
 #include <cmath>
+#include <functional>
 #include <utility>
 
 #include <QAbstractEventDispatcher>
@@ -15,6 +16,28 @@
 #include "ui/quick/register_views.h"
 
 namespace korvel {
+
+namespace {
+
+/// Tells when the pixels of its window's screen are other ones.
+class ScaleWatch : public QQuickItem {
+  public:
+    ScaleWatch(QQuickItem* parent, std::function<void()> changed)
+        : QQuickItem(parent), changed_(std::move(changed)) {}
+
+  protected:
+    void itemChange(ItemChange change, const ItemChangeData& data) override {
+        QQuickItem::itemChange(change, data);
+        if (change == ItemDevicePixelRatioHasChanged) {
+            changed_();
+        }
+    }
+
+  private:
+    std::function<void()> changed_;
+};
+
+} // namespace
 
 PopoverViews::PopoverViews(ContentView& root, Options options)
     : root_(root), options_(std::move(options)),
@@ -34,6 +57,7 @@ void PopoverViews::prepare() {
         load();
     }
     frame_.setAnimated(false);
+    followScale();
     render();
     Q_EMIT frame_.layOut();
     frame_.setAnimated(true);
@@ -99,7 +123,10 @@ void PopoverViews::load() {
     view_->setResizeMode(QQuickView::SizeViewToRootObject);
     view_->setInitialProperties({{QStringLiteral("content"), QVariant::fromValue(bridge_.get())},
                                  {QStringLiteral("frame"), QVariant::fromValue(&frame_)}});
+    followScale();
+    view_->engine()->setProperty(ScreenScale::kEngineProperty, QVariant::fromValue(&screenScale_));
     view_->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverRoot.qml")));
+    new ScaleWatch(view_->contentItem(), [this] { followScale(); }); // which the parent takes
     view_->installEventFilter(this);
     connect(view_.get(), &QWindow::widthChanged, this, &PopoverViews::drawAllAnew);
     connect(view_.get(), &QWindow::heightChanged, this, &PopoverViews::drawAllAnew);
@@ -113,6 +140,12 @@ void PopoverViews::drawAllAnew() {
     if (frame_.scale() != std::floor(frame_.scale())) {
         view_->rootObject()->setClip(!view_->rootObject()->clip());
     }
+}
+
+void PopoverViews::followScale() {
+    const qreal ratio = view_->effectiveDevicePixelRatio();
+    frame_.setScale(ratio);
+    screenScale_.setPixelRatio(ratio);
 }
 
 void PopoverViews::unload() {

@@ -12,6 +12,7 @@
 #include "ui/quick/desktop_style.h"
 #include "ui/quick/popover_bridge.h"
 #include "ui/quick/popover_frame.h"
+#include "ui/quick/screen_scale.h"
 
 class QQuickView;
 
@@ -60,6 +61,9 @@ class PopoverViews final : public QObject {
     QQuickView* window() const { return view_.get(); }
     /// What they need, in points; once they are prepared.
     QSize size() const;
+    /// Lays the views out on the pixels of the screen that their window is on now; by themselves
+    /// they are when that is another scale.
+    void followScale();
     /// Gives the window the size of the views now; by itself it takes it on a later turn.
     void fit();
 
@@ -84,6 +88,7 @@ class PopoverViews final : public QObject {
     Observation observation_;
     DesktopStyle style_; ///< from the start, so that it is known at the first opening
     PopoverFrame frame_;
+    ScreenScale screenScale_;
     QTimer unloading_;
     bool shown_ = false;
     bool renderPending_ = false;

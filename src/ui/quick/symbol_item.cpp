@@ -35,11 +35,15 @@ void SymbolItem::setSize(qreal size) {
         return;
     }
     size_ = size;
-    // Somewhat taller than the letters; an even side stays whole at one and a half times the size.
-    constexpr qreal kHalfSide = 0.6;
-    const qreal side = 2 * qRound(size * kHalfSide);
-    setImplicitSize(side, side);
+    gridChanged();
     Q_EMIT sizeChanged();
+}
+
+/// Somewhat taller than the letters; an even side stays whole at one and a half times the size.
+void SymbolItem::gridChanged() {
+    constexpr qreal kHalfSide = 0.6;
+    const qreal side = grid().length(2 * qRound(size_ * kHalfSide));
+    setImplicitSize(side, side);
 }
 
 void SymbolItem::setBold(bool bold) {

@@ -31,6 +31,9 @@ class SymbolItem : public korvel::TintedItem {
     void sizeChanged();
     void boldChanged();
 
+  protected:
+    void gridChanged() override;
+
   private:
     QString name_;
     qreal size_ = 0;

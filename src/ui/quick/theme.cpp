@@ -2,10 +2,13 @@
 
 #include <utility>
 
+#include <QMetaProperty>
 #include <QQmlEngine>
+#include <QSignalBlocker>
 
 #include "ui/quick/desktop_style.h"
 #include "ui/quick/inks.h"
+#include "ui/quick/screen_scale.h"
 
 namespace korvel {
 
@@ -27,12 +30,22 @@ int qtWeight(FontStyle::Weight weight) {
 
 } // namespace
 
+Theme::Theme(QObject* parent) : QObject(parent) {
+    fit();
+}
+
 Theme* Theme::create(QQmlEngine* engine, QJSEngine*) {
     auto* theme = new Theme(nullptr); // the engine takes it
     if (const DesktopStyle* style = DesktopStyle::of(*engine)) {
         const auto follow = [theme, style] { theme->setMoves(style->values().moves); };
         follow();
         connect(style, &DesktopStyle::changed, theme, follow);
+    }
+    const auto* screen = engine->property(ScreenScale::kEngineProperty).value<ScreenScale*>();
+    if (screen) {
+        const auto follow = [theme, screen] { theme->setPixelRatio(screen->pixelRatio()); };
+        follow();
+        connect(screen, &ScreenScale::changed, theme, follow);
     }
     return theme;
 }
@@ -47,6 +60,26 @@ void Theme::setMirrored(bool mirrored) {
     if (std::exchange(mirrored_, mirrored) != mirrored) {
         Q_EMIT mirroredChanged();
     }
+}
+
+void Theme::setPixelRatio(qreal ratio) {
+    const PixelGrid grid(ratio);
+    if (std::exchange(grid_, grid) != grid) {
+        fit();
+        Q_EMIT changed();
+    }
+}
+
+void Theme::fit() {
+    const QSignalBlocker once(this); // `changed` says it of all
+    const Theme usual;
+    for (int i = staticMetaObject.propertyOffset(); i < staticMetaObject.propertyCount(); ++i) {
+        const QMetaProperty property = staticMetaObject.property(i);
+        if (property.typeId() == QMetaType::Double && !property.isConstant()) {
+            property.write(this, grid_.length(property.read(&usual).toDouble()));
+        }
+    }
+    static_cast<PopoverMarkSizes&>(*this) = usual;
 }
 
 QFont Theme::made(const FontStyle& style) {

@@ -1,16 +1,21 @@
 #pragma once
 
 #include <QColor>
-#include <QQuickPaintedItem>
+#include <QQuickItem>
 #include <QtQmlIntegration>
+
+#include "ui/quick/pixel_grid.h"
+
+class QPainter;
 
 namespace korvel {
 
 /// A drawing in one colour. Drawings are painted with QPainter, because it draws the same on every
-/// scene graph, the software one included, smooth on all of them and at the screen's own
-/// resolution, and knows line caps, joins and miter limits. (Name this base with its namespace: the
-/// tools that check QML find it by that alone.)
-class TintedItem : public QQuickPaintedItem {
+/// scene graph, the software one included, and knows line caps, joins and miter limits. The picture
+/// has as many pixels as the screen has there: Qt Quick's own painted item is of whole logical
+/// pixels, so at a fractional scale its picture is shrunk or drawn out by one of the screen's.
+/// (Name this base with its namespace: the tools that check QML find it by that alone.)
+class TintedItem : public QQuickItem {
     Q_OBJECT
     QML_ANONYMOUS
     Q_PROPERTY(QColor colour READ colour WRITE setColour NOTIFY colourChanged FINAL)
@@ -32,6 +37,9 @@ class TintedItem : public QQuickPaintedItem {
     bool mirrored() const { return mirrored_; }
     void setMirrored(bool mirrored);
 
+    /// In logical pixels from the item's corner, with smooth edges.
+    virtual void paint(QPainter* painter) = 0;
+
   Q_SIGNALS:
     void colourChanged();
     void rimChanged();
@@ -42,6 +50,13 @@ class TintedItem : public QQuickPaintedItem {
     /// How wide the rim is, in logical pixels, which the painter must still have as its units. One
     /// of the screen's pixels at least.
     static qreal rimWidth(const QPainter& painter);
+
+    /// Of the screen that it is on; of a usual one before it is on any.
+    PixelGrid grid() const;
+    /// Called when that is another one.
+    virtual void gridChanged() {}
+    void itemChange(ItemChange change, const ItemChangeData& data) override;
+    QSGNode* updatePaintNode(QSGNode* node, UpdatePaintNodeData*) override;
 
   private:
     QColor colour_;

@@ -193,7 +193,7 @@ void WindowPopover::place() {
     if (screen && !desktop_.stand) {
         views_.window()->setScreen(screen);
     }
-    views_.frame().setScale(views_.window()->devicePixelRatio());
+    views_.followScale();
     fixSize();
     cut();
     if (desktop_.stand) {

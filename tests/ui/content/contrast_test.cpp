@@ -127,7 +127,7 @@ TEST(InkColours, TheRimOfAFillIsSeenOnTheGroundAndOnItsTrackInTheFillsHue) {
     const Colour ground = groundColour(Appearance::light);
     const Colour ink = textColour(Ink::primary, Appearance::light);
     const auto over = [](double channel, double below) {
-        constexpr double kShare = PopoverSizes::kDialTrackOpacity; // the darkest of the tracks
+        constexpr double kShare = PopoverConstants::kDialTrackOpacity; // the darkest of the tracks
         return channel * kShare + below * (1 - kShare);
     };
     const Colour track{over(ink.red, ground.red), over(ink.green, ground.green),

@@ -42,7 +42,7 @@ TEST(HighContrast, TextHasSevenToOneOnTheGroundAndOnWhatIsLaidUnderIt) {
     for (const Appearance appearance : kStrong) {
         const Colour ground = groundColour(appearance);
         const Colour card =
-            laid(fillColour(Ink::cyan, appearance), PopoverSizes::kBannerFillOpacity, ground);
+            laid(fillColour(Ink::cyan, appearance), PopoverConstants::kBannerFillOpacity, ground);
         for (const Ink ink : kStyles) {
             EXPECT_GE(contrastRatio(ground, textColour(ink, appearance)), kText) << name(ink);
         }
@@ -53,8 +53,9 @@ TEST(HighContrast, TextHasSevenToOneOnTheGroundAndOnWhatIsLaidUnderIt) {
             EXPECT_GE(contrastRatio(card, textColour(ink, appearance)), kText) << name(ink);
         }
         const Colour primary = textColour(Ink::primary, appearance);
-        EXPECT_GE(contrastRatio(laid(primary, PopoverSizes::kHighlightOpacity, ground), primary),
-                  kText);
+        EXPECT_GE(
+            contrastRatio(laid(primary, PopoverConstants::kHighlightOpacity, ground), primary),
+            kText);
     }
 }
 

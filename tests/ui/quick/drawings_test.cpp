@@ -12,6 +12,7 @@
 #include "ui/quick/digits_item.h"
 #include "ui/quick/gauge_bar_item.h"
 #include "ui/quick/inks.h"
+#include "ui/quick/plate_item.h"
 #include "ui/quick/shadow_item.h"
 #include "ui/quick/shield_mark_item.h"
 #include "ui/quick/spark_item.h"
@@ -20,7 +21,7 @@
 namespace korvel {
 namespace {
 
-QImage painted(QQuickPaintedItem& item) {
+QImage painted(TintedItem& item) {
     QImage image(item.size().toSize(), QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     QPainter painter(&image);
@@ -112,6 +113,56 @@ TEST(GaugeBars, HaveRoundEnds) {
     EXPECT_LT(image.pixelColor(39, 3).alpha(), 200);
     EXPECT_TRUE(near(image.pixelColor(10, 2), Qt::red));
     EXPECT_TRUE(near(image.pixelColor(30, 2), Qt::blue));
+}
+
+class Plates : public testing::Test {
+  protected:
+    Plates() {
+        plate.setSize({40, 30});
+        plate.setColour(Qt::red);
+        plate.setBorderColour(Qt::blue);
+        plate.setBorderWidth(2);
+        plate.setRadius(8);
+    }
+
+    PlateItem plate;
+};
+
+TEST_F(Plates, HaveABorderOfOneWidthAlongTheirInside) {
+    const QImage image = painted(plate);
+    const struct {
+        int x, y;
+        QColor colour;
+    } rows[] = {{20, 0, Qt::blue},  {20, 1, Qt::blue},  {20, 2, Qt::red},   {20, 27, Qt::red},
+                {20, 28, Qt::blue}, {20, 29, Qt::blue}, {0, 15, Qt::blue},  {1, 15, Qt::blue},
+                {2, 15, Qt::red},   {37, 15, Qt::red},  {38, 15, Qt::blue}, {39, 15, Qt::blue}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(image.pixelColor(row.x, row.y), row.colour) << row.x << "," << row.y;
+    }
+    EXPECT_EQ(image.pixelColor(0, 0).alpha(), 0);
+    EXPECT_EQ(image.pixelColor(39, 29).alpha(), 0);
+}
+
+TEST_F(Plates, LetNothingOfTheirGroundOutOfAnOpaqueBorder) {
+    const QImage image = painted(plate);
+    for (int i = 0; i < 5; ++i) { // across the round corner, from outside
+        EXPECT_EQ(image.pixelColor(i, i).red() > 0 && image.pixelColor(i, i).alpha() < 255, false)
+            << i;
+    }
+}
+
+TEST_F(Plates, HaveTheirGroundUnderABorderThatShowsIt) {
+    plate.setBorderColour(QColor(0, 0, 255, 64));
+    const QColor edge = painted(plate).pixelColor(20, 0);
+    EXPECT_EQ(edge.alpha(), 255);
+    EXPECT_NEAR(edge.red(), 191, 2);
+}
+
+TEST_F(Plates, ShowThePartOfTheirShapeThatIsInTheItem) {
+    const QImage whole = painted(plate);
+    plate.setSize({40, 10});
+    plate.setShape({0, -20, 40, 30});
+    EXPECT_EQ(painted(plate), whole.copy(0, 20, 40, 10));
 }
 
 TEST(Sparks, DrawNothingForFewerThanTwoValues) {

@@ -30,7 +30,8 @@
 namespace korvel {
 namespace {
 
-using Sizes = PopoverSizes;
+constexpr PopoverLengths kLengths;
+constexpr PopoverMarkSizes kMarks;
 
 constexpr double kSeen = 3; ///< the contrast that a drawing is to have
 const char* const kColours[] = {"cyan", "pink", "good", "warn", "bad"};
@@ -63,23 +64,23 @@ Drawing bar(const char* name, QSizeF size, double fraction, double opacity) {
 
 Drawing dial() {
     auto item = std::make_unique<DialItem>();
-    item->setSize({Sizes::kDialSize, Sizes::kDialSize});
-    item->setLineWidth(Sizes::kDialLineWidth);
+    item->setSize({kLengths.dialSize, kLengths.dialSize});
+    item->setLineWidth(kMarks.dialLineWidth);
     item->setFraction(kFraction);
     item->setTrackColour(Qt::transparent);
-    const double side = Sizes::kDialSize - Sizes::kDialLineWidth;
-    const QRectF ring(Sizes::kDialLineWidth / 2, Sizes::kDialLineWidth / 2, side, side);
+    const double side = kLengths.dialSize - kMarks.dialLineWidth;
+    const QRectF ring(kMarks.dialLineWidth / 2, kMarks.dialLineWidth / 2, side, side);
     QPainterPath arc;
     arc.arcMoveTo(ring, 90);
     arc.arcTo(ring, 90, -360 * kFraction);
-    const QPainterPathStroker wide(QPen(Qt::black, Sizes::kDialLineWidth, {}, Qt::RoundCap));
+    const QPainterPathStroker wide(QPen(Qt::black, kMarks.dialLineWidth, {}, Qt::RoundCap));
     return {"dial", std::move(item), wide.createStroke(arc)};
 }
 
 Drawing symbol(const char* name) {
     auto item = std::make_unique<SymbolItem>();
     item->setName(name);
-    item->setSize(Sizes::kCalmSymbol);
+    item->setSize(kMarks.calmSymbol);
     item->setWidth(item->implicitWidth());
     item->setHeight(item->implicitHeight());
     const double unit = item->width() / kSymbolGrid;
@@ -90,7 +91,7 @@ Drawing symbol(const char* name) {
 
 Drawing shield() {
     auto item = std::make_unique<ShieldMarkItem>();
-    item->setSize({Sizes::kBannerMark, Sizes::kBannerMark});
+    item->setSize({kLengths.bannerMark, kLengths.bannerMark});
     const ShieldMark::Strokes strokes = ShieldMark::strokes({item->width(), item->height()});
     const auto at = [](const Point& point) { return QPointF(point.x, point.y); };
     QPainterPath outline(at(strokes.outlineStart));
@@ -123,10 +124,12 @@ Drawing spark(const char* name, const std::function<double(int)>& value) {
 
 std::vector<Drawing> drawings() {
     std::vector<Drawing> all;
-    all.push_back(bar("bar", {164, Sizes::kBarHeight}, kFraction, 1));
-    all.push_back(bar("stub", {164, Sizes::kBarHeight}, 3.0 / 164, 1));
-    all.push_back(bar("mark", {Sizes::kMarkSize, Sizes::kMarkSize}, 1, Sizes::kMarkOpacity));
-    all.push_back(bar("dot", {Sizes::kBannerDot, Sizes::kBannerDot}, 1, Sizes::kBannerDotOpacity));
+    all.push_back(bar("bar", {164, kLengths.barHeight}, kFraction, 1));
+    all.push_back(bar("stub", {164, kLengths.barHeight}, 3.0 / 164, 1));
+    all.push_back(
+        bar("mark", {kLengths.markSize, kLengths.markSize}, 1, PopoverConstants::kMarkOpacity));
+    all.push_back(
+        bar("dot", {kMarks.bannerDot, kMarks.bannerDot}, 1, PopoverConstants::kBannerDotOpacity));
     all.push_back(dial());
     for (const char* name :
          {"checkmark.circle.fill", "info.circle.fill", "xmark.circle.fill",
@@ -140,7 +143,7 @@ std::vector<Drawing> drawings() {
     return all;
 }
 
-QImage seen(QQuickPaintedItem& item, double scale) {
+QImage seen(TintedItem& item, double scale) {
     const QSizeF size = item.size() * scale;
     QImage image(qCeil(size.width()), qCeil(size.height()), QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
@@ -224,11 +227,11 @@ TEST(Rims, EveryDrawingInAColourIsSeenOnALightGround) {
 
 TEST(Rims, ABarIsSeenAllAlongItsStraightEdges) {
     const Inks inks(nullptr);
-    Drawing drawing = bar("bar", {100, Sizes::kBarHeight}, 1, 1);
+    Drawing drawing = bar("bar", {100, kLengths.barHeight}, 1, 1);
     drawing.edge = QPainterPath({2, 0});
     drawing.edge.lineTo(98, 0);
-    drawing.edge.moveTo(98, Sizes::kBarHeight);
-    drawing.edge.lineTo(2, Sizes::kBarHeight);
+    drawing.edge.moveTo(98, kLengths.barHeight);
+    drawing.edge.lineTo(2, kLengths.barHeight);
     for (const char* colour : kColours) {
         tint(drawing, inks, colour);
         for (const double scale : {1.0, 1.25, 1.5, 1.75, 2.0, 3.0}) {
@@ -262,7 +265,7 @@ TEST(Rims, TheStylesOfInkHaveNone) {
 
 TEST(Rims, OfABarThatIsShorterThanTheyAreWideStayWithinItsFill) {
     for (const double filled : {0.0, 0.5, 1.0}) {
-        const Drawing drawing = bar("bar", {100, Sizes::kBarHeight}, filled / 100, 1);
+        const Drawing drawing = bar("bar", {100, kLengths.barHeight}, filled / 100, 1);
         tint(drawing, Inks(nullptr), "cyan");
         const QImage image = seen(*drawing.item, 2);
         for (int x = qCeil(2 * filled); x < image.width(); ++x) {

@@ -69,7 +69,7 @@ Item {
             compare(placeOf(card), Qt.point(14, 12));
             compare(card.width, 340 - 2 * 14);
             compare(card.radius, 9);
-            compare(card.border.width, 1);
+            compare(card.borderWidth, 1);
             const header = one(view, "header");
             compare(placeOf(header).y, 12 + card.height + 12);
         }
@@ -77,11 +77,11 @@ Item {
         function test_theCardIsTintedCyan() {
             const card = one(bannerOf("welcome"), "card");
             const cyan = Inks.fills.of("cyan");
-            fuzzyCompare(card.color.a, 0.09, 0.005);
-            fuzzyCompare(card.border.color.a, 0.28, 0.005);
+            fuzzyCompare(card.colour.a, 0.09, 0.005);
+            fuzzyCompare(card.borderColour.a, 0.28, 0.005);
             for (const channel of ["r", "g", "b"]) {
-                fuzzyCompare(card.color[channel], cyan[channel], 0.01);
-                fuzzyCompare(card.border.color[channel], cyan[channel], 0.01);
+                fuzzyCompare(card.colour[channel], cyan[channel], 0.01);
+                fuzzyCompare(card.borderColour[channel], cyan[channel], 0.01);
             }
         }
 

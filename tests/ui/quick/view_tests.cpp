@@ -1,5 +1,6 @@
 // Runs the tst_*.qml of this folder on the program's own views.
 
+#include <QGuiApplication>
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QtQuickTest>
@@ -9,6 +10,7 @@
 #include "ui/quick/popover_bridge.h"
 #include "ui/quick/register_views.h"
 #include "ui/quick/scenes.h"
+#include "ui/quick/screen_scale.h"
 
 namespace korvel {
 
@@ -155,10 +157,13 @@ class Setup : public QObject {
     void qmlEngineAvailable(QQmlEngine* engine) {
         engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
         engine->rootContext()->setContextProperty("theatre", &theatre_);
+        screenScale_.setPixelRatio(qGuiApp->devicePixelRatio());
+        engine->setProperty(ScreenScale::kEngineProperty, QVariant::fromValue(&screenScale_));
     }
 
   private:
     Theatre theatre_;
+    ScreenScale screenScale_;
 };
 
 } // namespace korvel
