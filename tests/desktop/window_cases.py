@@ -1,5 +1,7 @@
 """The popover's window on desktops with and without a compositor."""
 
+import os
+import subprocess
 import time
 
 import ground
@@ -105,3 +107,30 @@ def compositor_that_comes_and_goes_while_open_is_followed():
         wait_for("square corners", lambda: (shown := picture(place)) and len(set(corners_of(
             shown, 0, 0, shown.width - 1, shown.height - 1))) == 1)
         equal(place.popover(), window, "the window")
+
+
+@case(LAUNCHER)
+def larger_text_of_the_portal_and_of_the_x_server_widens_the_open_popover():
+    with screen_reader(portal=2) as (place, _):
+        window = place.popover()
+
+        def wide(factor):
+            wait_for(f"a popover {factor} times as wide",
+                     lambda: geometry(place, window)[2] == factor * PANEL, 15)
+
+        def scale_text(factor):
+            place.call("org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
+                       "com.oxbrook.korvel.test.Set", "org.gnome.desktop.interface",
+                       "text-scaling-factor", f"<{factor}>")
+
+        wide(1)
+        scale_text(1.5)
+        wide(1.5)
+        scale_text(1.0)
+        wide(1)
+        daemon = place.spawn([os.path.join(os.path.dirname(os.path.abspath(__file__)), "fake_xsettings")],
+                             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        for font, factor in (("Sans 20", 2), ("Sans 12", 1.2), ("Sans 10", 1)):
+            print(font, file=daemon.stdin, flush=True)
+            equal(daemon.stdout.readline(), "done\n", "the daemon's answer")
+            wide(factor)

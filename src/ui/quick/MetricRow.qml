@@ -60,6 +60,8 @@ Column {
             visible: row.value.hasSpark
 
             Spark {
+                width: implicitWidth * Theme.textScale
+                height: implicitHeight * Theme.textScale
                 x: Theme.grid.middle(parent.width, width)
                 y: Theme.grid.middle(parent.height, height)
                 colour: Inks.fills.of(row.value.sparkColour)

@@ -23,7 +23,10 @@ void SparkItem::setValues(const QList<qreal>& values) {
 void SparkItem::paint(QPainter* painter) {
     Spark spark;
     spark.values.assign(values_.begin(), values_.end());
-    const Polyline line = spark.path({width() - 2 * kOverscan, height() - 2 * kOverscan});
+    const qreal scale = height() / implicitHeight();
+    const qreal overscan = kOverscan * scale;
+    const qreal lineWidth = Spark::kLineWidth * scale;
+    const Polyline line = spark.path({width() - 2 * overscan, height() - 2 * overscan});
     if (line.empty()) {
         return;
     }
@@ -33,13 +36,13 @@ void SparkItem::paint(QPainter* painter) {
     }
     QColor stroke = colour();
     stroke.setAlphaF(static_cast<float>(Spark::kOpacity));
-    QPen pen(stroke, Spark::kLineWidth, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
+    QPen pen(stroke, lineWidth, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
     pen.setMiterLimit(Spark::kMiterLimit);
-    painter->translate(kOverscan, kOverscan);
+    painter->translate(overscan, overscan);
     if (hasRim()) {
         QPen around = pen;
         around.setColor(rim());
-        around.setWidthF(Spark::kLineWidth + 2 * rimWidth(*painter));
+        around.setWidthF(lineWidth + 2 * rimWidth(*painter));
         painter->strokePath(path, around);
         painter->setCompositionMode(QPainter::CompositionMode_Source); // the line is translucent
     }

@@ -15,7 +15,7 @@ class SparkItem : public korvel::TintedItem {
     Q_PROPERTY(QList<qreal> values READ values WRITE setValues NOTIFY valuesChanged FINAL)
 
   public:
-    static constexpr qreal kOverscan = 2; ///< logical pixels
+    static constexpr qreal kOverscan = 2; ///< logical pixels, in the item's implicit size
 
     explicit SparkItem(QQuickItem* parent = nullptr);
 

@@ -37,7 +37,10 @@ Theme::Theme(QObject* parent) : QObject(parent) {
 Theme* Theme::create(QQmlEngine* engine, QJSEngine*) {
     auto* theme = new Theme(nullptr); // the engine takes it
     if (const DesktopStyle* style = DesktopStyle::of(*engine)) {
-        const auto follow = [theme, style] { theme->setMoves(style->values().moves); };
+        const auto follow = [theme, style] {
+            theme->setMoves(style->values().moves);
+            theme->setTextScale(style->values().textScale);
+        };
         follow();
         connect(style, &DesktopStyle::changed, theme, follow);
     }
@@ -70,16 +73,44 @@ void Theme::setPixelRatio(qreal ratio) {
     }
 }
 
+void Theme::setTextScale(qreal scale) {
+    if (std::exchange(textScale_, scale) != scale) {
+        fit();
+        Q_EMIT changed();
+    }
+}
+
 void Theme::fit() {
     const QSignalBlocker once(this); // `changed` says it of all
     const Theme usual;
-    for (int i = staticMetaObject.propertyOffset(); i < staticMetaObject.propertyCount(); ++i) {
-        const QMetaProperty property = staticMetaObject.property(i);
-        if (property.typeId() == QMetaType::Double && !property.isConstant()) {
-            property.write(this, grid_.length(property.read(&usual).toDouble()));
+    const auto setEach = [this](int type, auto value) {
+        for (int i = staticMetaObject.propertyOffset(); i < staticMetaObject.propertyCount(); ++i) {
+            const QMetaProperty property = staticMetaObject.property(i);
+            if (property.typeId() == type && property.isWritable()) {
+                property.write(this, value(property));
+            }
         }
-    }
-    static_cast<PopoverMarkSizes&>(*this) = usual;
+    };
+    setEach(QMetaType::QFont, [&](const QMetaProperty& property) {
+        auto font = property.read(&usual).value<QFont>();
+        font.setPointSizeF(font.pointSizeF() * textScale_);
+        return font;
+    });
+    setEach(QMetaType::Double, [&](const QMetaProperty& property) {
+        return property.read(&usual).toDouble() * textScale_;
+    });
+    const PopoverMarkSizes marks = *this;
+    // Lines stay as thin as they are, and the panel's corners, behind which the shadow is, as
+    // round.
+    borderWidth = usual.borderWidth;
+    focusRing = usual.focusRing;
+    focusRingStrong = usual.focusRingStrong;
+    popoverRadius = usual.popoverRadius;
+    cornerInset = usual.cornerInset;
+    setEach(QMetaType::Double, [this](const QMetaProperty& property) {
+        return grid_.length(property.read(this).toDouble());
+    });
+    static_cast<PopoverMarkSizes&>(*this) = marks;
 }
 
 QFont Theme::made(const FontStyle& style) {

@@ -27,6 +27,8 @@ class Theme : public QObject,
     QML_ELEMENT
     QML_SINGLETON
     Q_PROPERTY(korvel::PixelGrid grid READ grid NOTIFY changed FINAL)
+    /// How many times its usual size text has, and all that is laid out with it.
+    Q_PROPERTY(qreal textScale READ textScale NOTIFY changed FINAL)
     /// Whether a change may be seen to happen: nothing is animated where the user wants it still.
     Q_PROPERTY(bool moves READ moves WRITE setMoves NOTIFY movesChanged FINAL)
     /// Whether the views are laid out from right to left, as the language of the user's system is.
@@ -184,6 +186,9 @@ class Theme : public QObject,
 
     bool moves() const { return moves_; }
     void setMoves(bool moves);
+    qreal textScale() const { return textScale_; }
+    /// Sets everything for text that is so many times as large as usual.
+    Q_INVOKABLE void setTextScale(qreal scale);
     bool mirrored() const { return mirrored_; }
     void setMirrored(bool mirrored);
     PixelGrid grid() const { return grid_; }
@@ -205,6 +210,7 @@ class Theme : public QObject,
     static QFont made(const FontStyle& style);
 
     PixelGrid grid_;
+    qreal textScale_ = 1;
     bool moves_ = true;
     bool mirrored_ = QLocale::system().textDirection() == Qt::RightToLeft;
 

@@ -47,7 +47,7 @@ TEST(Themes, HaveLengthsOfWholePixelsAtEveryScale) {
              ++i) {
             const QMetaProperty property = theme.metaObject()->property(i);
             const QString name = QLatin1String(property.name());
-            if (property.typeId() != QMetaType::Double || property.isConstant()) {
+            if (property.typeId() != QMetaType::Double || !property.isWritable()) {
                 continue;
             }
             const double pixels = property.read(&theme).toDouble() * ratio;

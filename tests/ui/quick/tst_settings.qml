@@ -6,7 +6,7 @@ import Korvel
 Item {
     id: root
 
-    width: 700
+    width: 1100
     height: 1000
 
     PopoverFrame {
@@ -51,6 +51,7 @@ Item {
         function init() {
             outside.maximumHeight = 5000;
             Theme.moves = true;
+            Theme.setTextScale(1);
             Theme.mirrored = false;
             Inks.dark = false;
             Inks.highContrast = false;
@@ -224,6 +225,86 @@ Item {
                 keyClick(Qt.Key_Escape);
                 tryCompare(outside, "menuShown", false);
             }
+        }
+
+        function test_theWidthGrowsWithTheText_data() {
+            return [{tag: "1", width: 340}, {tag: "1.25", width: 425}, {tag: "1.5", width: 510}, {tag: "2", width: 680}];
+        }
+
+        function test_theWidthGrowsWithTheText(row) {
+            play("healthy");
+            const lines = () => [one(view, "awakeControl").background.borderWidth, Theme.borderWidth, Theme.popoverRadius];
+            const thin = lines();
+            const size = Theme.rowDetail.pointSize;
+            Theme.setTextScale(Number(row.tag));
+            settle();
+            compare(view.width, row.width);
+            fuzzyCompare(Theme.rowDetail.pointSize, size * Number(row.tag), 0.01);
+            compare(lines(), thin);
+        }
+
+        // Every text that is seen, in the width that it has.
+        function texts() {
+            return pieces(view).map(piece => piece.item).filter(item => item.text !== undefined && item.truncated !== undefined && item.text !== "");
+        }
+
+        function test_noTextIsCutThatIsNotCutAtTheUsualSize_data() {
+            const rows = [];
+            for (const scene of ["healthy", "strained", "breakdown_strained", "scan_done", "scan_running", "awake_on",
+                                 "welcome", "reclaim_waiting", "reclaim_done", "update_available", "update_downloading"]) {
+                for (const scale of [1.1, 1.25, 1.5, 2, 3]) {
+                    rows.push({tag: scene + " " + scale, scene: scene, scale: scale});
+                }
+            }
+            return rows;
+        }
+
+        function test_noTextIsCutThatIsNotCutAtTheUsualSize(row) {
+            Theme.moves = false;
+            play(row.scene);
+            const cut = () => texts().filter(text => text.truncated || text.contentWidth > text.width + 0.5).map(nameOf);
+            const usual = cut();
+            Theme.setTextScale(row.scale);
+            settle();
+            compare(cut(), usual);
+            // And none lies over another, nor beside the popover.
+            const seen = texts().map(text => ({text: text, place: text.mapToItem(view, 0, 0)}));
+            for (const one of seen) {
+                verify(one.place.x >= 0 && one.place.x + one.text.width <= view.width + 0.01, nameOf(one.text));
+                for (const other of seen) {
+                    const over = one !== other &&
+                        one.place.x < other.place.x + other.text.width - 0.5 && other.place.x < one.place.x + one.text.width - 0.5 &&
+                        one.place.y < other.place.y + other.text.height - 0.5 && other.place.y < one.place.y + one.text.height - 0.5;
+                    verify(!over, nameOf(one.text) + " over " + nameOf(other.text));
+                }
+            }
+        }
+
+        function test_numbersOfFixedWidthHaveRoom_data() {
+            return [{tag: "1"}, {tag: "1.25"}, {tag: "1.5"}, {tag: "2"}, {tag: "3"}];
+        }
+
+        function test_numbersOfFixedWidthHaveRoom(row) {
+            Theme.setTextScale(Number(row.tag));
+            play("breakdown_strained");
+            const percents = all(view, "percent");
+            compare(percents.length, 5);
+            for (const percent of percents) {
+                verify(percent.contentWidth <= percent.width, percent.text);
+                verify(!percent.truncated);
+            }
+            for (const points of all(view, "points")) {
+                verify(points.children[0].width <= points.width);
+            }
+        }
+
+        function test_theHeightEndsWhereTheScreenDoes() {
+            outside.maximumHeight = 700;
+            play("breakdown_strained");
+            Theme.setTextScale(2);
+            settle();
+            compare(view.height, 700);
+            verify(one(view, "scroll").interactive);
         }
 
         name: "Settings"
