@@ -64,7 +64,12 @@ T.Menu {
             onTriggered: menu.choose(index)
 
             background: Plate {
-                colour: entry.highlighted || entry.hovered ? Inks.texts.wash(Theme.highlightOpacity) : "transparent"
+                readonly property bool chosen: entry.highlighted || entry.hovered
+
+                // What is laid under text is too faint to say it in high contrast.
+                borderColour: Inks.texts.of("primary")
+                borderWidth: chosen && Inks.highContrast ? Theme.focusRing : 0
+                colour: chosen ? Inks.texts.wash(Theme.highlightOpacity) : "transparent"
                 radius: Theme.menuItemRadius
             }
 

@@ -140,6 +140,26 @@ Item {
             verify(contrast(ring.borderColour, Inks.ground) >= 3);
         }
 
+        function test_theChosenLineOfTheMenuHasABorderInHighContrast() {
+            Theme.moves = false;
+            play("healthy");
+            Inks.highContrast = true;
+            const control = one(view, "awakeControl");
+            control.forceActiveFocus(Qt.TabFocusReason);
+            keyClick(Qt.Key_Space);
+            tryCompare(outside, "menuShown", true);
+            const menu = Array.from(control.data).find(child => child.choices !== undefined);
+            verify(menu.itemAt(0).highlighted);
+            const border = index => menu.itemAt(index).background.borderWidth;
+            verify(border(0) > 0);
+            compare(border(1), 0);
+            verify(contrast(menu.itemAt(0).background.borderColour, Inks.ground) >= 3);
+            Inks.highContrast = false;
+            compare(border(0), 0);
+            keyClick(Qt.Key_Escape);
+            tryCompare(outside, "menuShown", false);
+        }
+
         // Every piece that is seen, with what it takes of the width; not the two sides of the panel's border.
         function pieces(item, found = []) {
             for (let i = 0; i < item.children.length; ++i) {
