@@ -111,14 +111,14 @@ def why_not_compared():
     return ""
 
 
-def draw(tree, drawer, name, scale, folder):
-    """Draws a scene; gives the two pictures by colour."""
+def draw(tree, drawer, name, scale, folder, told=None):
+    """Draws a scene; gives the two pictures by colour. `told`: what the environment has besides."""
     scenario, done = tree.scenes()[name]
     base = folder / f"{name}@{scale}"
     # Nothing of the desktop's own settings.
     environment = {"PATH": os.environ["PATH"], "LANG": "C.UTF-8", "HOME": str(folder), "XDG_RUNTIME_DIR": str(folder),
                    "XDG_CACHE_HOME": str(folder), "QT_LOGGING_RULES": "*=false",
-                   "FONTCONFIG_FILE": str(tree.source / "tests/ui/pictures/fonts.conf")}
+                   "FONTCONFIG_FILE": str(tree.source / "tests/ui/pictures/fonts.conf"), **(told or {})}
     drawn = subprocess.run([drawer, "--to", str(base), "--scale", scale, *done, str(scenario)], env=environment,
                            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False, timeout=60)
     if drawn.returncode != 0:
