@@ -20,7 +20,7 @@ Reclaim reclaimOf(const Model& model) {
     if (*model.scanning) {
         return {"Scanning…", "", false, false, Reclaim::Action::none};
     }
-    return {"Reclaim", "trash", false, false, Reclaim::Action::preview};
+    return {Reclaim::kAtRest, "trash", false, false, Reclaim::Action::preview};
 }
 
 } // namespace

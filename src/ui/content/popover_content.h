@@ -114,6 +114,7 @@ struct PopoverContent {
 
     /// The button that clears disk space, in its four states.
     struct ReclaimButton {
+        static constexpr const char* kAtRest = "Reclaim"; ///< its text while nothing is under way
         enum class Action { none, preview, run };
 
         std::string text;

@@ -18,6 +18,7 @@ struct PopoverLengths {
     double scrollBarWidth = 10;
     double scrollBarPadding = 3;
     double scrollBarEndPadding = 6;
+    double fadeHeight = 16; ///< of what is about to scroll out of sight
 
     // The header.
     double headerTop = 14;
@@ -62,11 +63,11 @@ struct PopoverLengths {
     double holdersNoteTop = 2;
     double processesPadding = 11;
     double processesSpacing = 4;
-    double processHeight = 20;
+    double processHeight = 24;
     double markFrame = 12;
     double markSize = 6;
-    double quitSize = 20;
-    double quitReach = 4; ///< how far the button's edge lies outside its symbol
+    double quitSize = 24;
+    double quitReach = 6; ///< how far the button's edge lies outside its symbol
 
     // The greeting: a card, which brings its own distance from the popover's edges.
     double bannerTop = 12;
@@ -90,16 +91,20 @@ struct PopoverLengths {
     double footerPadding = 10;
     double footerSpacing = 8;
     double resultPadding = 10;
-    double dismissSize = 12;
+    double dismissSize = 16;
 
     // Buttons, tips and menus.
+    double targetHeight = 24; ///< of what takes a click, at the least
+    double targetSpacing = 8; ///< between two of them in a line, at the least
+    double capsuleHeight = 20;
+    double capsulePadding = 9;
     double focusRing = 1.5;
     double focusRingStrong = 3; ///< in high contrast
     double focusReach = 3;
     double focusRadius = 5;
     double menuWidth = 140;
     double menuPadding = 4;
-    double menuItemHeight = 22;
+    double menuItemHeight = 24;
     double menuItemRadius = 3;
     double tipSidePadding = 8;
     double tipPadding = 5;
@@ -135,6 +140,12 @@ struct PopoverConstants {
     static constexpr double kDividerOpacity = 0.1;
     static constexpr double kBorderOpacity = 0.18;
     static constexpr double kHighlightOpacity = 0.12;
+    static constexpr double kCapsuleOpacity = 0.08;
+    static constexpr double kCapsuleOpacityHovered = 0.14;
+    static constexpr double kCapsuleOpacityPressed = 0.2;
+    static constexpr double kCallOpacity = 0.22; ///< of cyan, under what awaits the user
+    static constexpr double kCallOpacityHovered = 0.32;
+    static constexpr double kCallOpacityPressed = 0.42;
     static constexpr double kScrollBarOpacity = 0.22;
     static constexpr double kScrollBarOpacityActive = 0.45;
 

@@ -1,10 +1,11 @@
 import QtQuick
 import Korvel
 
-// A word, behind or before its symbol where it has one.
+// A word, behind or before its symbol where it has one, or behind a spinner in its place.
 Item {
     id: face
 
+    required property bool busy
     required property string symbol
     required property real symbolSize
     required property bool symbolBehind
@@ -18,7 +19,7 @@ Item {
     Symbol {
         id: mark
 
-        readonly property real reach: visible ? width + Theme.chevronSpacing : 0
+        readonly property real reach: visible || face.busy ? width + Theme.chevronSpacing : 0
 
         x: face.symbolBehind !== Theme.mirrored ? face.width - width : 0
         y: Theme.grid.middle(face.height, height)
@@ -26,7 +27,13 @@ Item {
         colour: face.ink
         name: face.symbol
         size: face.symbolSize
-        visible: face.symbol !== ""
+        visible: face.symbol !== "" && !face.busy
+    }
+
+    Spinner {
+        x: mark.x + Theme.grid.middle(mark.width, width)
+        y: Theme.grid.middle(face.height, height)
+        visible: face.busy
     }
 
     Label {

@@ -14,7 +14,7 @@ Section {
     Item {
         objectName: "footer"
         width: section.innerWidth
-        implicitHeight: quit.height
+        implicitHeight: quit.lineHeight
 
         SpokenLabel {
             id: warden
@@ -38,16 +38,31 @@ Section {
             }
         }
 
-        // Centred between the watchdog and the way out.
+        // Where the button at rest is centred between the watchdog and the way out; a longer word begins there
+        // as well, as far as there is room for it.
         Row {
-            readonly property real room: section.innerWidth - quit.width - warden.width - 2 * Theme.footerSpacing
+            readonly property real room: section.innerWidth - quit.width - warden.width - 2 * Theme.targetSpacing
+            readonly property real begin: Math.max(0, Math.min((room - rest.implicitWidth) / 2, room - width))
+            readonly property real start: -Theme.grid.holding(-warden.width - Theme.targetSpacing - begin) // not beyond
 
-            x: Theme.grid.place((Theme.mirrored ? quit.width : warden.width) + Theme.footerSpacing + Math.max(0, room - width) / 2)
-            spacing: Theme.symbolSpacing
+            x: Theme.mirrored ? section.innerWidth - start - width : start
+            y: Theme.grid.middle(parent.height, height)
+            spacing: Theme.targetSpacing
+
+            TextButton {
+                id: rest
+
+                font: Theme.action
+                symbol: "trash"
+                text: section.content.footer.reclaimAtRest
+                visible: false
+            }
 
             TextButton {
                 objectName: "reclaim"
                 width: Math.min(implicitWidth, parent.room - (dismiss.visible ? dismiss.width + parent.spacing : 0))
+                busy: !enabled
+                look: section.content.footer.dismissible ? TextButton.Look.Call : TextButton.Look.Plain
                 enabled: section.content.footer.reclaimEnabled
                 font: section.content.footer.reclaimSemibold ? Theme.actionSemibold : Theme.action
                 symbol: section.content.footer.reclaimSymbol
@@ -61,7 +76,6 @@ Section {
 
                 objectName: "dismiss"
                 width: Theme.dismissSize
-                height: quit.height
                 leftInset: 0
                 rightInset: 0
                 visible: section.content.footer.dismissible
@@ -69,9 +83,11 @@ Section {
                 onClicked: section.content.dismissPreview()
 
                 contentItem: Item {
+                    implicitHeight: childrenRect.height
+
                     Symbol {
                         x: Theme.grid.middle(parent.width, width)
-                        y: Theme.grid.middle(parent.height, height)
+                        y: Theme.grid.middle(dismiss.availableHeight, height)
                         colour: dismiss.down || dismiss.hovered ? Inks.fills.of("primary") : Inks.fills.of("tertiary")
                         name: "xmark"
                         size: Theme.dismissSymbol
@@ -85,6 +101,7 @@ Section {
 
             objectName: "quitProgram"
             anchors.right: parent.right
+            y: Theme.grid.middle(parent.height, height)
             font: Theme.action
             symbol: "power"
             text: section.content.footer.quit

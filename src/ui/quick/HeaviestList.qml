@@ -3,11 +3,13 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Korvel
 
-// The heaviest processes.
+// The heaviest processes; nothing where there is none to list.
 Section {
     id: section
 
     required property PopoverBridge content
+
+    readonly property bool empty: lines.count === 0
 
     sentence: content.spoken.heaviest
     bottomPadding: Theme.processesPadding
@@ -26,6 +28,8 @@ Section {
     }
 
     Repeater {
+        id: lines
+
         model: section.content.heaviest
 
         ProcessLine {

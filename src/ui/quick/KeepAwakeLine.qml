@@ -20,7 +20,7 @@ Section {
 
         objectName: "keepAwake"
         width: section.innerWidth
-        implicitHeight: control.height
+        implicitHeight: Math.max(label.height, control.lineHeight)
 
         HoverHandler {
             id: pointer
@@ -76,6 +76,7 @@ Section {
             anchors.right: parent.right
             y: Theme.grid.middle(parent.height, height)
             font: Theme.awakeControl
+            look: TextButton.Look.Quiet
             symbol: section.content.awake.on ? "" : "chevron.down"
             symbolBehind: true
             symbolSize: Theme.toggleSymbol

@@ -3,7 +3,7 @@ import QtQuick.Templates as T
 import Korvel
 
 // A button without a frame. It shows that it has the keyboard, and while the pointer rests on it,
-// its tip.
+// its tip. It takes clicks above and below what is seen of it: it is higher than its line.
 T.AbstractButton {
     id: button
 
@@ -11,12 +11,19 @@ T.AbstractButton {
     property string spoken: text // its name
     property string description: tip // what a screen reader says after it
 
+    readonly property real lineHeight: implicitContentHeight
+
+    // Of the plate behind what is seen: only the ring of the keyboard, unless it has a colour.
+    property color plate: "transparent"
+    property real plateRadius: Theme.focusRadius
+
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
     leftInset: -Theme.focusReach
     rightInset: -Theme.focusReach
-    topInset: -Theme.focusReach
-    bottomInset: -Theme.focusReach
+    topInset: topPadding - Theme.focusReach
+    bottomInset: bottomPadding - Theme.focusReach
+    verticalPadding: Theme.grid.place(Math.max(0, (Theme.targetHeight - implicitContentHeight) / 2))
     focusPolicy: Qt.TabFocus
     hoverEnabled: true
 
@@ -31,10 +38,11 @@ T.AbstractButton {
 
     background: Plate {
         objectName: "ring"
-        borderColour: Inks.texts.of("cyan")
-        borderWidth: Inks.highContrast ? Theme.focusRingStrong : Theme.focusRing
-        radius: Theme.focusRadius
-        visible: button.visualFocus
+        borderColour: Inks.texts.of(button.visualFocus ? "cyan" : "primary")
+        borderWidth: !button.visualFocus ? (Inks.highContrast ? Theme.borderWidth : 0) : Inks.highContrast ? Theme.focusRingStrong : Theme.focusRing
+        colour: button.plate
+        radius: button.plateRadius
+        visible: button.visualFocus || button.plate.a > 0
     }
 
     TipLoader {

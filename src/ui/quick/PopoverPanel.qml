@@ -30,16 +30,23 @@ Panel {
 
     Item {
         objectName: "sight"
-        anchors.fill: parent
-        anchors.margins: root.inset
+        anchors {
+            fill: parent
+            topMargin: root.inset
+            bottomMargin: root.inset
+        }
         clip: root.inset > 0
 
         ScrolledSections {
             id: view
 
-            anchors.fill: parent
-            anchors.margins: -root.inset
+            anchors {
+                fill: parent
+                topMargin: -root.inset
+                bottomMargin: -root.inset
+            }
             content: root.content
+            inset: root.inset
             focus: true
         }
     }

@@ -7,6 +7,7 @@ PlainButton {
 
     width: Theme.quitSize
     height: Theme.quitSize
+    verticalPadding: 0
     leftInset: 0
     rightInset: 0
     topInset: 0

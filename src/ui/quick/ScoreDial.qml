@@ -17,8 +17,15 @@ Item {
     Accessible.name: value.spoken
 
     Dial {
+        // The stroke lies on the circle, half of it outside.
+        readonly property real overscan: Theme.grid.holding(lineWidth / 2)
+
         objectName: "arc"
-        anchors.fill: parent
+        anchors {
+            fill: parent
+            margins: -overscan
+        }
+        diameter: dial.width
         colour: Inks.fills.of(dial.value.colour)
         rim: Inks.rims.of(dial.value.colour)
         fraction: dial.value.score / 100
@@ -36,12 +43,24 @@ Item {
         }
     }
 
-    Digits {
+    // Each digit has its own width, so that no gap stands beside a 1. What another number moves is seen to move.
+    Label {
         objectName: "number"
-        x: Theme.grid.middle(parent.width, width)
+        x: Theme.grid.middle(parent.width, implicitWidth)
         y: Theme.grid.middle(parent.height, height)
-        colour: Inks.texts.of(dial.value.colour)
+        color: Inks.texts.of(dial.value.colour)
+        elide: Text.ElideNone
         font: Theme.dialNumber
         text: dial.value.number
+
+        Behavior on x {
+            enabled: dial.animated
+
+            NumberAnimation {
+                duration: Theme.scoreAnimation
+                easing.type: Easing.BezierSpline
+                easing.bezierCurve: Theme.easeOut
+            }
+        }
     }
 }

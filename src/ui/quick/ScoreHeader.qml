@@ -56,14 +56,14 @@ Item {
 
         Item {
             width: column.width
-            height: Theme.toggleTop + toggle.height
+            height: Theme.toggleTop + toggle.lineHeight
 
             BreakdownToggle {
                 id: toggle
 
                 objectName: "toggle"
                 anchors.left: parent.left
-                y: Theme.toggleTop
+                y: Theme.toggleTop - topPadding
                 open: header.content.header.breakdownShown
                 told: header.content.spoken.breakdown
                 text: header.content.header.toggle

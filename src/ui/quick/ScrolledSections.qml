@@ -14,6 +14,7 @@ FocusScope {
     // False while the popover is filled before it opens: what changes then is not to move or fade.
     property bool animated: true
     property alias menuShown: keepAwake.menuShown
+    property real inset: 0 // of the edges that content scrolls under
     readonly property real contentHeight: column.implicitHeight
 
     // Brings every piece into its place now, and not when the next picture is drawn: the popover
@@ -32,6 +33,46 @@ FocusScope {
         }
         if (item instanceof Column) {
             (item as Column).forceLayout();
+        }
+    }
+
+    // How much is left of a line across the popover, at that height of the content: none at an edge that
+    // content goes on beyond, where it would stand out of the round corners.
+    function presence(y: real): real {
+        const top = flickable.atYBeginning ? Infinity : y - flickable.contentY - inset;
+        const bottom = flickable.atYEnd ? Infinity : flickable.contentY + flickable.height - inset - y;
+        return Math.max(0, Math.min(1, top / Theme.fadeHeight, bottom / Theme.fadeHeight));
+    }
+
+    component Line: Divider {
+        opacity: root.presence(y)
+    }
+
+    // The ground comes over what is about to leave through this edge.
+    component Fade: Rectangle {
+        id: fade
+
+        property real hidden // how far the content goes on beyond the edge
+        property bool atBottom: false
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            leftMargin: Theme.scrollBarWidth // that of the scroll bar, at whichever side it is
+            rightMargin: Theme.scrollBarWidth
+        }
+        height: root.inset + Theme.fadeHeight
+        opacity: Math.min(1, hidden / Theme.fadeHeight)
+        visible: hidden > 0
+        gradient: Gradient {
+            GradientStop {
+                color: fade.atBottom ? Qt.alpha(Inks.ground, 0) : Inks.ground
+                position: fade.atBottom ? 0 : root.inset / fade.height
+            }
+            GradientStop {
+                color: fade.atBottom ? Inks.ground : Qt.alpha(Inks.ground, 0)
+                position: fade.atBottom ? 1 - root.inset / fade.height : 1
+            }
         }
     }
 
@@ -163,7 +204,7 @@ FocusScope {
                 }
             }
 
-            Divider {}
+            Line {}
 
             Section {
                 id: status
@@ -183,21 +224,26 @@ FocusScope {
                 }
             }
 
-            Divider {}
+            Line {}
 
             MetricRows {
                 objectName: "rows"
                 content: root.content
             }
 
-            Divider {}
-
-            HeaviestList {
-                objectName: "heaviest"
-                content: root.content
+            Line {
+                visible: heaviest.visible
             }
 
-            Divider {}
+            HeaviestList {
+                id: heaviest
+
+                objectName: "heaviest"
+                content: root.content
+                visible: !empty
+            }
+
+            Line {}
 
             KeepAwakeLine {
                 id: keepAwake
@@ -205,7 +251,7 @@ FocusScope {
                 content: root.content
             }
 
-            Divider {
+            Line {
                 visible: root.content.update.shown
             }
 
@@ -217,13 +263,13 @@ FocusScope {
                 }
             }
 
-            Divider {}
+            Line {}
 
             Footer {
                 content: root.content
             }
 
-            Divider {
+            Line {
                 visible: root.content.reclaimResult !== ""
             }
 
@@ -235,5 +281,17 @@ FocusScope {
                 }
             }
         }
+    }
+
+    Fade {
+        objectName: "fadeTop"
+        hidden: flickable.contentY
+    }
+
+    Fade {
+        objectName: "fadeBottom"
+        anchors.bottom: parent.bottom
+        atBottom: true
+        hidden: Math.max(0, flickable.contentHeight - flickable.height - flickable.contentY)
     }
 }

@@ -18,7 +18,7 @@ Column {
 
     Item {
         width: block.innerWidth
-        height: button.height
+        height: button.lineHeight
         visible: button.text !== ""
 
         PlainButton {
@@ -28,25 +28,29 @@ Column {
 
             objectName: "findSwapHolders"
             anchors.left: parent.left
+            y: Theme.grid.middle(parent.height, height)
             text: block.content.swapBlock.button
             description: block.content.swapBlock.buttonDescription
             onClicked: block.content.findSwapHolders()
 
             contentItem: Row {
-                readonly property real outdent: block.content.swapBlock.scanning ? 0 : Theme.holdersOutdent
-
-                leftPadding: Theme.mirrored ? 0 : -outdent
-                rightPadding: -outdent - leftPadding
+                leftPadding: Theme.mirrored ? 0 : -Theme.holdersOutdent
+                rightPadding: -Theme.holdersOutdent - leftPadding
                 spacing: Theme.chevronSpacing
 
                 Symbol {
                     y: Theme.grid.middle(parent.height, height)
                     bold: true
-                    colour: button.ink
+                    colour: block.content.swapBlock.scanning ? "transparent" : button.ink
                     mirrored: Theme.mirrored
                     name: "chevron.right"
                     size: Theme.holdersSymbol
-                    visible: !block.content.swapBlock.scanning
+
+                    Spinner {
+                        width: parent.width
+                        height: parent.height
+                        visible: block.content.swapBlock.scanning
+                    }
                 }
 
                 Label {

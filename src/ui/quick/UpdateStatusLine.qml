@@ -18,7 +18,13 @@ Section {
 
         objectName: "update"
         width: section.innerWidth
-        implicitHeight: Math.max(words.height, control.visible ? control.height : 0)
+        implicitHeight: Math.max(words.height, control.visible ? control.lineHeight : 0)
+
+        FontMetrics {
+            id: metrics
+
+            font: words.font
+        }
 
         Symbol {
             id: mark
@@ -26,7 +32,7 @@ Section {
             objectName: "symbol"
             anchors.left: parent.left
             anchors.leftMargin: Theme.grid.middle(Theme.symbolFrame, width)
-            y: Theme.grid.middle(parent.height, height)
+            y: words.y + Theme.grid.middle(metrics.height, height) // beside the first line
             colour: Inks.fills.of(section.content.update.colour)
             rim: Inks.rims.of(section.content.update.colour)
             name: section.content.update.symbol
@@ -86,6 +92,7 @@ Section {
             anchors.right: parent.right
             y: Theme.grid.middle(parent.height, height)
             font: Theme.action
+            look: TextButton.Look.Call
             text: section.content.update.control
             visible: text !== ""
             onClicked: section.content.pressUpdate()

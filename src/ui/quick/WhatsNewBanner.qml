@@ -3,7 +3,8 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Korvel
 
-// The card that greets after a first installation or an update, until it is dismissed.
+// The card that greets after a first installation or an update, until it is dismissed; as it fades it gives its
+// room to what is below.
 Item {
     id: banner
 
@@ -15,7 +16,8 @@ Item {
     readonly property bool shown: content.banner.shown
 
     width: Theme.popoverWidth
-    implicitHeight: Theme.bannerTop + card.height + Theme.bannerBottom
+    implicitHeight: Theme.grid.place(opacity * (Theme.bannerTop + card.height + Theme.bannerBottom))
+    clip: opacity < 1
     enabled: shown
     opacity: shown ? 1 : 0
     visible: opacity > 0
@@ -107,12 +109,15 @@ Item {
                     id: dismiss
 
                     objectName: "dismissBanner"
+                    // It takes clicks in more than its padding.
                     anchors.right: parent.right
+                    anchors.rightMargin: padding - horizontalPadding
                     y: Theme.grid.middle(parent.height, height)
-                    leftInset: 0
-                    rightInset: 0
-                    topInset: 0
-                    bottomInset: 0
+                    leftInset: horizontalPadding - padding
+                    rightInset: leftInset
+                    topInset: topPadding - padding
+                    bottomInset: bottomPadding - padding
+                    horizontalPadding: verticalPadding
                     padding: Theme.bannerDismissPadding
                     tip: banner.content.banner.dismissTip
                     spoken: banner.content.banner.dismissTip

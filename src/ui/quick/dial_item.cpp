@@ -24,6 +24,15 @@ void DialItem::setTrackColour(const QColor& colour) {
     Q_EMIT trackColourChanged();
 }
 
+void DialItem::setDiameter(qreal diameter) {
+    if (diameter_ == diameter) {
+        return;
+    }
+    diameter_ = diameter;
+    update();
+    Q_EMIT diameterChanged();
+}
+
 void DialItem::setLineWidth(qreal width) {
     if (lineWidth_ == width) {
         return;
@@ -34,7 +43,8 @@ void DialItem::setLineWidth(qreal width) {
 }
 
 void DialItem::paint(QPainter* painter) {
-    const qreal side = std::min(width(), height()) - lineWidth_;
+    const qreal inside = std::min(width(), height()) - lineWidth_;
+    const qreal side = diameter_ > 0 ? diameter_ : inside;
     const QRectF ring((width() - side) / 2, (height() - side) / 2, side, side);
     painter->setBrush(Qt::NoBrush);
     painter->setPen(QPen(trackColour_, lineWidth_));

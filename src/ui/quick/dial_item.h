@@ -6,13 +6,14 @@
 
 namespace korvel {
 
-/// A ring, and over it an arc from twelve o'clock clockwise. The strokes lie inside the item.
+/// A ring, and over it an arc from twelve o'clock clockwise.
 class DialItem : public korvel::TintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(Dial)
     Q_PROPERTY(qreal fraction READ fraction WRITE setFraction NOTIFY fractionChanged FINAL)
     Q_PROPERTY(
         QColor trackColour READ trackColour WRITE setTrackColour NOTIFY trackColourChanged FINAL)
+    Q_PROPERTY(qreal diameter READ diameter WRITE setDiameter NOTIFY diameterChanged FINAL)
     Q_PROPERTY(qreal lineWidth READ lineWidth WRITE setLineWidth NOTIFY lineWidthChanged FINAL)
 
   public:
@@ -23,6 +24,10 @@ class DialItem : public korvel::TintedItem {
     void setFraction(qreal fraction);
     QColor trackColour() const { return trackColour_; }
     void setTrackColour(const QColor& colour);
+    /// Of the circle on whose line the strokes are drawn; 0, as it is at first: the largest whose
+    /// strokes lie inside the item.
+    qreal diameter() const { return diameter_; }
+    void setDiameter(qreal diameter);
     qreal lineWidth() const { return lineWidth_; }
     void setLineWidth(qreal width);
 
@@ -31,11 +36,13 @@ class DialItem : public korvel::TintedItem {
   Q_SIGNALS:
     void fractionChanged();
     void trackColourChanged();
+    void diameterChanged();
     void lineWidthChanged();
 
   private:
     qreal fraction_ = 0;
     QColor trackColour_;
+    qreal diameter_ = 0;
     qreal lineWidth_ = 1;
 };
 

@@ -168,6 +168,7 @@ struct FooterValue {
     Q_PROPERTY(QString warden MEMBER warden FINAL)
     Q_PROPERTY(QString wardenTip MEMBER wardenTip FINAL)
     Q_PROPERTY(QString reclaim MEMBER reclaim FINAL)
+    Q_PROPERTY(QString reclaimAtRest MEMBER reclaimAtRest FINAL)
     Q_PROPERTY(QString reclaimSymbol MEMBER reclaimSymbol FINAL)
     Q_PROPERTY(bool reclaimSemibold MEMBER reclaimSemibold FINAL)
     Q_PROPERTY(bool reclaimEnabled MEMBER reclaimEnabled FINAL)
@@ -179,6 +180,7 @@ struct FooterValue {
     QString warden;
     QString wardenTip;
     QString reclaim;
+    QString reclaimAtRest; ///< what it says while nothing is under way
     QString reclaimSymbol; ///< empty: none
     bool reclaimSemibold = false;
     bool reclaimEnabled = false;

@@ -166,6 +166,7 @@ FooterValue ValueMaker::of(const PopoverContent::Footer& footer) const {
     value.warden = text(footer.warden);
     value.wardenTip = text(footer.wardenTooltip);
     value.reclaim = text(footer.reclaim.text);
+    value.reclaimAtRest = text(PopoverContent::ReclaimButton::kAtRest);
     value.reclaimSymbol = QString::fromStdString(footer.reclaim.symbol);
     value.reclaimSemibold = footer.reclaim.semibold;
     value.reclaimEnabled = footer.reclaim.action != PopoverContent::ReclaimButton::Action::none;

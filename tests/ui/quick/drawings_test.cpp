@@ -81,6 +81,20 @@ TEST_F(Dials, AScoreOfNothingDrawsNoArcNotEvenADot) {
     }
 }
 
+TEST_F(Dials, TheStrokeLiesOnTheCircleThatItIsGiven) {
+    dial.setSize({62, 62});
+    dial.setDiameter(56);
+    dial.setFraction(1);
+    const QImage image = painted(dial);
+    const struct {
+        int distance; ///< from the middle
+        bool inked;
+    } rows[] = {{24, false}, {26, true}, {29, true}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(image.pixelColor(31 + row.distance, 31).alpha() > 128, row.inked) << row.distance;
+    }
+}
+
 TEST_F(Dials, AFullScoreIsAFullCircle) {
     dial.setFraction(1);
     for (const double degrees : {1.0, 90.0, 180.0, 270.0, 359.0}) {

@@ -172,6 +172,11 @@ const std::vector<Scene>& scenes() {
              stage.show(fairReading());
              stage.model->reclaiming = true;
          }},
+        {"reclaim_scanning",
+         [](Stage& stage) {
+             stage.show(fairReading());
+             stage.model->scanning = true;
+         }},
         {"reclaim_done",
          [](Stage& stage) {
              stage.show(fairReading());

@@ -119,7 +119,7 @@ Item {
             compare(leftOf(dial), 16);
             compare(topOf(dial), 14);
             const status = one(view, "status");
-            compare(one(view, "toggle").parent.height - one(view, "toggle").height, 1);
+            compare(one(view, "toggle").parent.height - one(view, "toggle").lineHeight, 1);
             compare(topOf(status), 14 + 56 + 12 + 1);
         }
 
@@ -285,12 +285,16 @@ Item {
             compare(one(view, "arc").fraction, 0.1);
         }
 
-        function test_emptyListsLeaveTheirCaption() {
+        function test_aListOfNothingIsNotThereNorIsItsLine() {
             play("empty");
             const heaviest = one(view, "heaviest");
             compare(all(heaviest, "quit").length, 0);
-            verify(one(heaviest, "caption").visible);
+            verify(!heaviest.visible);
+            const rows = one(view, "rows");
+            compare(topOf(one(view, "keepAwake").parent), topOf(rows) + rows.height + 1);
             compare(one(view, "number").text, "0");
+            play("healthy");
+            verify(heaviest.visible);
         }
 
         function test_namesAreShownAsTyped() {

@@ -100,7 +100,7 @@ Item {
             const middle = item => item.mapToItem(card, 0, item.height / 2).y;
             const dismiss = one(card, "dismissBanner");
             fuzzyCompare(middle(dismiss), middle(mark), 1);
-            compare(dismiss.mapToItem(card, dismiss.width, 0).x, card.width - 11);
+            compare(dismiss.mapToItem(card, dismiss.width - dismiss.rightInset, 0).x, card.width - 11);
             compare(dismiss.padding, 4);
             compare(dismiss.tip, "Dismiss");
         }
@@ -166,6 +166,11 @@ Item {
             verify(!theatre.greets());
             verify(!banner.enabled);
             verify(banner.opacity > 0.9, "it was gone at once");
+            const whole = 12 + one(banner, "card").height + 12;
+            tryVerify(() => banner.opacity < 0.6 && banner.opacity > 0);
+            fuzzyCompare(banner.height, banner.opacity * whole, 1);
+            verify(banner.clip);
+            fuzzyCompare(placeOf(one(view, "header")).y, banner.height, 1);
             tryCompare(banner, "opacity", 0);
             compare(one(banner, "heading").text, heading);
             verify(!banner.visible);

@@ -28,6 +28,7 @@ class Theatre : public QObject {
         stage_.model->swapHolders = std::vector<ProcInfo>();
         stage_.model->scanningSwap = false;
         stage_.model->reclaiming = false;
+        stage_.model->scanning = false;
         stage_.model->reclaimPreview = std::nullopt;
         stage_.model->reclaimResult = std::nullopt;
         stage_.root.disableAwake();
