@@ -58,7 +58,9 @@ QImage grabWithAlpha(QQuickWindow& window) {
 QImage shownOf(const QQuickWindow& window, const QImage& picture) {
     const QQuickItem& root = *window.contentItem()->childItems().first();
     const QSizeF shown = root.property("shown").toSizeF() * window.devicePixelRatio();
-    return picture.copy(QRect(QPoint(), shown.toSize()));
+    // Without what is only in part within it: nothing says what a window has there.
+    const QSize whole(static_cast<int>(shown.width()), static_cast<int>(shown.height()));
+    return picture.copy(QRect(QPoint(), whole));
 }
 
 void preferDark(bool dark) {
