@@ -142,5 +142,7 @@ def popover_of_a_size_that_it_did_not_ask_for_shows_the_same_picture():
                 wait_for(f"a window without {columns} columns", taken)
                 narrow = still_picture(place, window)
                 check(columns <= width - narrow.width <= columns + 2, f"{narrow.width} of {width} columns are shown")
-                equal(narrow.rgb == picture.crop(0, 0, narrow.width, narrow.height).rgb, True,
-                      f"the same picture without {columns} columns")
+                whole = picture.crop(0, 0, narrow.width, narrow.height)
+                # Qt may blend a piece in another way, which rounds otherwise.
+                off = max(abs(a - b) for a, b in zip(narrow.rgb, whole.rgb))
+                check(off <= 1, f"without {columns} columns the picture differs by up to {off} levels")
