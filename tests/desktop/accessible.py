@@ -106,10 +106,11 @@ class Tree:
         return self.nodes(lambda node: node.role in ("push button", "button"))
 
     def find(self, name, seconds=10):
-        """The one node of that name, waited for."""
+        """The one node of that name, waited for; that of a line, where its group is called the same."""
 
         def look():
             found = self.nodes(lambda node: node.name == name)
+            found = [node for node in found if node.role != "panel"] or found
             if len(found) > 1:
                 raise Failure(f"{len(found)} things are called {name!r}")
             return found

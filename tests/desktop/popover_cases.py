@@ -106,7 +106,7 @@ def picture(place):
 
 def arc_begins(place):
     """Whether the score's arc is seen at twelve o'clock of its place in the header."""
-    return picture(place).crop(40, 15, 8, 3).box(PALETTE)
+    return picture(place).crop(40, 12, 8, 4).box(PALETTE)
 
 
 def beside_the_dial(place):
