@@ -76,7 +76,7 @@ def update_is_found_installed_relaunched_and_greeted():
         opened(place)  # by itself
         tree.find(f"Updated to 1.{NEW}")
         shown = [node.name for node in tree.nodes()]
-        for line in (f"Was 1.{OLD} · what changed", "Faster sampling", "Fixed <b>swap</b> readout",
+        for line in (f"Was 1.{OLD}, what changed", "Faster sampling", "Fixed <b>swap</b> readout",
                      "New icon"):
             check(line in shown, f"{line!r} is not shown")
         check("A fourth line" not in shown, "more than three notes are shown")
