@@ -83,11 +83,11 @@ Section {
                 onClicked: section.content.dismissPreview()
 
                 contentItem: Item {
-                    implicitHeight: childrenRect.height
+                    implicitHeight: Theme.dismissSize
 
                     Symbol {
                         x: Theme.grid.middle(parent.width, width)
-                        y: Theme.grid.middle(dismiss.availableHeight, height)
+                        y: Theme.grid.middle(parent.height, height)
                         colour: dismiss.down || dismiss.hovered ? Inks.fills.of("primary") : Inks.fills.of("tertiary")
                         name: "xmark"
                         size: Theme.dismissSymbol

@@ -170,6 +170,7 @@ Item {
             tryVerify(() => banner.opacity < 0.6 && banner.opacity > 0);
             fuzzyCompare(banner.height, banner.opacity * whole, 1);
             verify(banner.clip);
+            view.layOut();
             fuzzyCompare(placeOf(one(view, "header")).y, banner.height, 1);
             tryCompare(banner, "opacity", 0);
             compare(one(banner, "heading").text, heading);
