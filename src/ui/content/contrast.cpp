@@ -18,6 +18,21 @@ platform::Colour inLevels(const platform::Colour& colour) {
     return {level(colour.red), level(colour.green), level(colour.blue)};
 }
 
+platform::Colour shade(const PerceivedColour& colour, double lightness) {
+    return inLevels(shown({lightness, colour.chroma, colour.hue}));
+}
+
+/// The lightness nearest to `weak` for which `isEnough` says so, seen from `strong`, for which it
+/// is taken to.
+template <typename IsEnough>
+double nearestThat(double strong, double weak, IsEnough isEnough) {
+    while (std::abs(strong - weak) > kFinest) {
+        const double middle = (strong + weak) / 2;
+        (isEnough(middle) ? strong : weak) = middle;
+    }
+    return strong;
+}
+
 bool isDarkerBy(const platform::Colour& ground, const platform::Colour& colour, double contrast) {
     return relativeLuminance(colour) < relativeLuminance(ground) &&
            contrastRatio(ground, colour) >= contrast;
@@ -42,20 +57,26 @@ platform::Colour darkenedOn(const platform::Colour& ground, const platform::Colo
         return colour;
     }
     const PerceivedColour original = perceived(colour);
-    const auto shade = [&](double lightness) {
-        return inLevels(shown({lightness, original.chroma, original.hue}));
-    };
-    double enough = 0;
-    double tooLight = original.lightness;
-    while (tooLight - enough > kFinest) {
-        const double middle = (enough + tooLight) / 2;
-        (isDarkerBy(ground, shade(middle), contrast) ? enough : tooLight) = middle;
-    }
-    return enough > 0 ? shade(enough) : platform::Colour{};
+    const double enough = nearestThat(0, original.lightness, [&](double lightness) {
+        return isDarkerBy(ground, shade(original, lightness), contrast);
+    });
+    return enough > 0 ? shade(original, enough) : platform::Colour{};
 }
 
 platform::Colour readableOn(const platform::Colour& ground, const platform::Colour& colour) {
     return darkenedOn(ground, colour, kReadableContrast);
+}
+
+platform::Colour strongOn(const platform::Colour& ground, const platform::Colour& colour,
+                          double contrast) {
+    if (contrastRatio(ground, colour) >= contrast) {
+        return colour;
+    }
+    const PerceivedColour original = perceived(colour);
+    const double away = relativeLuminance(ground) > relativeLuminance(colour) ? 0 : 1;
+    return shade(original, nearestThat(away, original.lightness, [&](double lightness) {
+                     return contrastRatio(ground, shade(original, lightness)) >= contrast;
+                 }));
 }
 
 } // namespace korvel

@@ -1,7 +1,6 @@
 #include "ui/content/ink_colours.h"
 
 #include "ui/content/contrast.h"
-#include "ui/content/strong_colour.h"
 
 namespace korvel {
 

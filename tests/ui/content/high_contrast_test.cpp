@@ -6,7 +6,6 @@
 #include "ui/content/ink_colours.h"
 #include "ui/content/perceived_colour.h"
 #include "ui/content/popover_sizes.h"
-#include "ui/content/strong_colour.h"
 
 namespace korvel {
 namespace {
