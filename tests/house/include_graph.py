@@ -139,8 +139,8 @@ QT_CORE = set("""
 """.split())
 QT_GUI = set("""
     QAction QColor QColorSpace QCursor QFont QFontDatabase QFontMetricsF QGuiApplication QIcon QIconEngine QImage
-    QKeyEvent QPainter QPainterPath QPainterPathStroker QPalette QPen QPixmap QRasterWindow QScreen QSessionManager
-    QSurfaceFormat QWindow
+    QKeyEvent QPaintDevice QPaintEngine QPainter QPainterPath QPainterPathStroker QPalette QPen QPixmap QRasterWindow
+    QScreen QSessionManager QSurfaceFormat QWindow
 """.split())
 QT_WIDGETS = {"QApplication", "QMenu", "QSystemTrayIcon"}
 QT_NETWORK = set("""

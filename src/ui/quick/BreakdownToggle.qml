@@ -34,6 +34,7 @@ PlainButton {
         spacing: Theme.chevronSpacing
 
         Symbol {
+            objectName: "chevron"
             y: Theme.grid.middle(parent.height, height)
             bold: true
             colour: toggle.ink
@@ -43,6 +44,7 @@ PlainButton {
         }
 
         Label {
+            objectName: "word"
             color: toggle.ink
             font: Theme.toggle
             text: toggle.text

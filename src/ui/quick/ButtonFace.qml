@@ -21,6 +21,7 @@ Item {
 
         readonly property real reach: visible || face.busy ? width + Theme.chevronSpacing : 0
 
+        objectName: "sign"
         x: face.symbolBehind !== Theme.mirrored ? face.width - width : 0
         y: Theme.grid.middle(face.height, height)
         bold: face.symbolBehind
@@ -39,6 +40,7 @@ Item {
     Label {
         id: words
 
+        objectName: "word"
         x: face.symbolBehind !== Theme.mirrored ? 0 : mark.reach
         width: face.width - mark.reach
         color: face.ink

@@ -3,6 +3,8 @@ import Korvel
 
 // A line across the popover, as thin as the screen can draw it, and the room of a border.
 Item {
+    objectName: "divider"
+
     implicitWidth: Theme.popoverWidth
     implicitHeight: Theme.borderWidth
 

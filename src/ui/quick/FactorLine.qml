@@ -57,6 +57,7 @@ Column {
             Digits {
                 id: points
 
+                objectName: "lost"
                 anchors.right: parent.right
                 y: Theme.grid.place(nameLabel.y + nameLabel.baselineOffset - baselineOffset)
                 colour: Inks.texts.of(line.value.lostColour)

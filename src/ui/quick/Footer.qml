@@ -86,6 +86,7 @@ Section {
                     implicitHeight: Theme.dismissSize
 
                     Symbol {
+                        objectName: "cross"
                         x: Theme.grid.middle(parent.width, width)
                         y: Theme.grid.middle(parent.height, height)
                         colour: dismiss.down || dismiss.hovered ? Inks.fills.of("primary") : Inks.fills.of("tertiary")

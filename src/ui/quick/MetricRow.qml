@@ -60,6 +60,7 @@ Column {
             visible: row.value.hasSpark
 
             Spark {
+                objectName: "trail"
                 width: implicitWidth * Theme.textScale
                 height: implicitHeight * Theme.textScale
                 x: Theme.grid.middle(parent.width, width)

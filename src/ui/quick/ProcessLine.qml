@@ -28,6 +28,7 @@ Item {
 
         // A capsule as long as it is high.
         GaugeBar {
+            objectName: "bullet"
             anchors.left: parent.left
             y: Theme.grid.middle(parent.height, height)
             width: Theme.markSize

@@ -15,6 +15,7 @@ PlainButton {
 
     contentItem: Item {
         Symbol {
+            objectName: "cross"
             x: Theme.grid.middle(parent.width, width)
             y: Theme.grid.middle(parent.height, height)
             colour: button.down || button.hovered ? Inks.fills.of("bad") : Inks.fills.of("tertiary")

@@ -39,6 +39,7 @@ Column {
                 spacing: Theme.chevronSpacing
 
                 Symbol {
+                    objectName: "chevron"
                     y: Theme.grid.middle(parent.height, height)
                     bold: true
                     colour: block.content.swapBlock.scanning ? "transparent" : button.ink
@@ -54,6 +55,7 @@ Column {
                 }
 
                 Label {
+                    objectName: "word"
                     color: button.ink
                     font: Theme.holdersButton
                     text: button.text

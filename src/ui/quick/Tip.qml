@@ -15,7 +15,7 @@ T.ToolTip {
 
     parent: target
     x: target ? Theme.grid.middle(target.width, width) : 0
-    y: below ? target.height + Theme.focusReach : -height - Theme.focusReach
+    y: !target ? 0 : below ? target.height + Theme.focusReach : -height - Theme.focusReach
     implicitWidth: Math.min(longest, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
     margins: Theme.focusReach

@@ -124,6 +124,7 @@ Item {
                     onClicked: banner.content.dismissWhatsNew()
 
                     contentItem: Symbol {
+                        objectName: "cross"
                         bold: true
                         colour: Inks.texts.of(dismiss.hovered || dismiss.down ? "primary" : "secondary")
                         name: "xmark"

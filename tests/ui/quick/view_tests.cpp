@@ -68,6 +68,26 @@ class Theatre : public QObject {
         render();
     }
 
+    /// Brings every section that is there only at times, above what is shown.
+    Q_INVOKABLE void showEverything() {
+        stage_.simulated.whatsNew->kind = {WhatsNew::Kind::Case::installed, ""};
+        stage_.simulated.updater->state = update_state::Available{"1.1.0"};
+        stage_.model->reclaimResult = "nothing to reclaim right now";
+        stage_.root.toggleBreakdown();
+        render();
+    }
+
+    /// What an item's own changes are animated by.
+    Q_INVOKABLE QList<QObject*> animationsOf(QObject* item) const {
+        QList<QObject*> found;
+        for (QObject* child : item->findChildren<QObject*>()) {
+            if (child->inherits("QQuickNumberAnimation")) {
+                found.append(child);
+            }
+        }
+        return found;
+    }
+
     Q_INVOKABLE void setScore(int score) {
         Snapshot snap = *stage_.model->snap;
         snap.score = score;
