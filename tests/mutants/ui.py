@@ -88,7 +88,7 @@ def section_blocks(text):
             pieces.append(match[2])
         elif pieces[-1] == "Repeater":
             pieces[-1] = match[2]
-    return column.start(), [name for name in pieces if name != "Divider"]
+    return column.start(), [name for name in pieces if name not in ("Divider", "Line")]
 
 
 def swap_sections(plan, file, text):
