@@ -13,8 +13,7 @@ struct PopoverLengths {
     double cornerInset = 3; ///< where the corner's arc has left the edge by no more
 
     // Scrolling.
-    double scrollStep = 40;   ///< of an arrow key
-    double revealMargin = 12; ///< around what is brought into sight
+    double scrollStep = 40; ///< of an arrow key
     double scrollBarWidth = 10;
     double scrollBarPadding = 3;
     double scrollBarEndPadding = 6;

@@ -47,6 +47,7 @@ Section {
                 leftMargin: Theme.symbolSpacing
             }
             y: Theme.grid.middle(parent.height, height)
+            width: Theme.grid.holding(implicitWidth)
             color: Inks.texts.of("primary")
             font: Theme.action
             spoken: section.content.spoken.awake // with what remains, which stands beside it

@@ -16,6 +16,7 @@ T.AbstractButton {
     // Of the plate behind what is seen: only the ring of the keyboard, unless it has a colour.
     property color plate: "transparent"
     property real plateRadius: Theme.focusRadius
+    property bool edged: false // in high contrast
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
@@ -39,7 +40,7 @@ T.AbstractButton {
     background: Plate {
         objectName: "ring"
         borderColour: Inks.texts.of(button.visualFocus ? "cyan" : "primary")
-        borderWidth: !button.visualFocus ? (Inks.highContrast ? Theme.borderWidth : 0) : Inks.highContrast ? Theme.focusRingStrong : Theme.focusRing
+        borderWidth: !button.visualFocus ? (button.edged && Inks.highContrast ? Theme.borderWidth : 0) : Inks.highContrast ? Theme.focusRingStrong : Theme.focusRing
         colour: button.plate
         radius: button.plateRadius
         visible: button.visualFocus || button.plate.a > 0

@@ -43,7 +43,7 @@ Item {
 
         x: root.frame.shadowed ? Theme.grid.place(shadow.sideMargin) : 0
         y: root.frame.shadowed ? Theme.grid.place(shadow.topMargin) : 0
-        animated: root.frame.animated && Theme.moves
+        animated: root.frame.animated
         bordered: root.frame.bordered
         content: root.content
         maximumHeight: root.frame.maximumHeight

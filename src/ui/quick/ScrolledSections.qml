@@ -112,7 +112,7 @@ FocusScope {
 
         // Brings a piece of the content that has got the keyboard into sight.
         function reveal(item: Item) {
-            const margin = Theme.revealMargin;
+            const margin = root.inset + Theme.fadeHeight; // clear of what fades at the edge
             const top = item.mapToItem(contentItem, 0, 0).y;
             if (top - margin < contentY) {
                 scrollBy(top - margin - contentY);
@@ -183,13 +183,13 @@ FocusScope {
 
             WhatsNewBanner {
                 objectName: "banner"
-                animated: root.animated
+                animated: root.animated && Theme.moves
                 content: root.content
             }
 
             ScoreHeader {
                 objectName: "header"
-                animated: root.animated
+                animated: root.animated && Theme.moves
                 content: root.content
             }
 

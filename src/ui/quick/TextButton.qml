@@ -16,6 +16,7 @@ PlainButton {
 
     readonly property bool capsule: look !== TextButton.Look.Plain
 
+    edged: look === TextButton.Look.Call
     leftInset: capsule ? 0 : -Theme.focusReach
     rightInset: capsule ? 0 : -Theme.focusReach
     topInset: capsule ? Theme.grid.middle(height, Theme.capsuleHeight) : topPadding - Theme.focusReach

@@ -144,8 +144,8 @@ void PopoverViews::drawAllAnew() {
 
 void PopoverViews::followScale() {
     const qreal ratio = view_->effectiveDevicePixelRatio();
+    screenScale_.setPixelRatio(ratio); // the lengths, before what is made of them
     frame_.setScale(ratio);
-    screenScale_.setPixelRatio(ratio);
 }
 
 void PopoverViews::unload() {

@@ -49,7 +49,6 @@ class Theme : public QObject,
     Q_PROPERTY(qreal scrollBarOpacity MEMBER kScrollBarOpacity CONSTANT FINAL)
     Q_PROPERTY(qreal scrollBarOpacityActive MEMBER kScrollBarOpacityActive CONSTANT FINAL)
     Q_PROPERTY(qreal scrollStep MEMBER scrollStep NOTIFY changed FINAL)
-    Q_PROPERTY(qreal revealMargin MEMBER revealMargin NOTIFY changed FINAL)
     Q_PROPERTY(qreal scrollBarWidth MEMBER scrollBarWidth NOTIFY changed FINAL)
     Q_PROPERTY(qreal scrollBarPadding MEMBER scrollBarPadding NOTIFY changed FINAL)
     Q_PROPERTY(qreal scrollBarEndPadding MEMBER scrollBarEndPadding NOTIFY changed FINAL)

@@ -51,7 +51,7 @@ PixelGrid TintedItem::grid() const {
 
 void TintedItem::itemChange(ItemChange change, const ItemChangeData& data) {
     QQuickItem::itemChange(change, data);
-    if (change == ItemSceneChange || change == ItemDevicePixelRatioHasChanged) {
+    if (change == ItemDevicePixelRatioHasChanged || (change == ItemSceneChange && data.window)) {
         gridChanged();
         update();
     }

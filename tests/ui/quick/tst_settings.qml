@@ -77,6 +77,20 @@ Item {
             compare(one(view, "arc").fraction, 0.2);
         }
 
+        function test_whereNothingShallMoveTheKeyboardStaysWhereItIs() {
+            Theme.moves = false;
+            play("healthy");
+            const button = one(view, "awakeControl");
+            button.forceActiveFocus(Qt.TabFocusReason);
+            outside.layOut();
+            verify(button.activeFocus);
+            const scroll = one(view, "scroll");
+            scroll.forceActiveFocus(Qt.TabFocusReason);
+            const heard = scroll.Accessible.name;
+            theatre.setScore(20);
+            compare(scroll.Accessible.name, heard);
+        }
+
         function test_whereNothingShallMoveTheGreetingGoesAtOnce() {
             play("welcome");
             const banner = one(view, "banner");
