@@ -160,6 +160,7 @@ class Desktop:
         keep = ("PATH", "LANG", "LD_LIBRARY_PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS",
                 "QT_SCALE_FACTOR")
         self.environment = {name: os.environ[name] for name in keep if name in os.environ}
+        self.environment.setdefault("LANG", "C.UTF-8")  # what the tools print is read as that
         self.environment.update(HOME=self.home, XDG_RUNTIME_DIR=self.runtime, NO_AT_BRIDGE="1",
                                 XDG_CONFIG_HOME=os.path.join(self.home, ".config"),
                                 LSAN_OPTIONS="print_suppressions=0:suppressions=" + LEAKS)

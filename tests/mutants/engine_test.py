@@ -60,6 +60,8 @@ class Places(unittest.TestCase):
             with self.subTest(kind):
                 self.assertGreaterEqual(sum(kind in name for name in names), least)
         self.assertIn("int mutant() const", changed["src/ui/quick/theme.h"])
+        listed = set(engine.read_survivors(SOURCE / "tests/mutants/ui.survivors"))
+        self.assertEqual(listed - set(names), set(), "listed, and no longer made")
 
 
 class Survivors(unittest.TestCase):
@@ -89,8 +91,9 @@ class Survivors(unittest.TestCase):
             for tests, every, noticed in (
                     ([["true"], ["false"], ["false"]], False, ["1"]),
                     ([["true"], ["false"], ["false"]], True, ["1", "2"]),
-                    ([["true"]], True, []), ([["sh", "-c", script]], False, ["0"]), ([["sleep", "5"]], False, ["0"])):
-                named = [engine.program_test(str(at), command, 0.5) for at, command in enumerate(tests)]
+                    ([["true"]], True, []), ([["sh", "-c", script]], False, ["0"]), ([["sleep", "600"]], False, ["0"])):
+                named = [engine.program_test(str(at), command, 0.5 if command[0] == "sleep" else 60)
+                         for at, command in enumerate(tests)]
                 self.assertEqual(engine.noticed_by(mutant, named, Path(folder), every), noticed)
 
     def test_a_test_is_not_asked_of_what_it_is_not_made_of(self):
