@@ -26,7 +26,7 @@ from PIL import Image, ImageChops
 
 COLOURS = ("light", "dark")
 SCALES = ("1", "2")
-# These are drawn in the scales between as well.
+# Some are drawn at scales that are no whole number as well.
 FRACTIONS = ("1.25", "1.5", "1.75", "2.25")
 AT_FRACTIONS = ("breakdown", "remedies_waiting", "update_available")
 # Besides the scenarios: by name, the scenario and what is done then.
