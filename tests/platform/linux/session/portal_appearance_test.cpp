@@ -155,13 +155,13 @@ TEST_F(PortalAppearanceTest, ASizeThatTheDisplaysScaleHasInItIsNotAppliedAgain) 
     double displayScale = 1;
     PortalAppearance appearance(program_, [&] { return displayScale; });
     EXPECT_EQ(answered(appearance, settings_), false);
-    struct Case {
+    struct Scales {
         double displayScale;
         double textScale;
     };
-    for (const Case& c : {Case{1, 1.5}, Case{1.25, 1.5}, Case{1.5, 1}, Case{3, 1}}) {
-        displayScale = c.displayScale;
-        EXPECT_EQ(appearance.textScale(), c.textScale) << c.displayScale;
+    for (const Scales& scales : {Scales{1, 1.5}, Scales{1.25, 1.5}, Scales{1.5, 1}, Scales{3, 1}}) {
+        displayScale = scales.displayScale;
+        EXPECT_EQ(appearance.textScale(), scales.textScale) << scales.displayScale;
     }
 }
 
