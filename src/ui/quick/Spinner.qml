@@ -13,10 +13,10 @@ Dial {
     lineWidth: Theme.spinnerLineWidth
     trackColour: Inks.texts.track(Theme.dialTrackOpacity)
 
-    NumberAnimation on rotation {
+    NumberAnimation on start {
         duration: Theme.spinnerTurn
         from: 0
-        to: 360
+        to: 1
         loops: Animation.Infinite
         running: Theme.moves && spinner.visible && spinner.Window.visibility !== Window.Hidden
     }

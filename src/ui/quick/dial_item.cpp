@@ -6,42 +6,6 @@
 
 namespace korvel {
 
-void DialItem::setFraction(qreal fraction) {
-    if (fraction_ == fraction) {
-        return;
-    }
-    fraction_ = fraction;
-    update();
-    Q_EMIT fractionChanged();
-}
-
-void DialItem::setTrackColour(const QColor& colour) {
-    if (trackColour_ == colour) {
-        return;
-    }
-    trackColour_ = colour;
-    update();
-    Q_EMIT trackColourChanged();
-}
-
-void DialItem::setDiameter(qreal diameter) {
-    if (diameter_ == diameter) {
-        return;
-    }
-    diameter_ = diameter;
-    update();
-    Q_EMIT diameterChanged();
-}
-
-void DialItem::setLineWidth(qreal width) {
-    if (lineWidth_ == width) {
-        return;
-    }
-    lineWidth_ = width;
-    update();
-    Q_EMIT lineWidthChanged();
-}
-
 void DialItem::paint(QPainter* painter) {
     const qreal inside = std::min(width(), height()) - lineWidth_;
     const qreal side = diameter_ > 0 ? diameter_ : inside;
@@ -62,7 +26,8 @@ void DialItem::paint(QPainter* painter) {
         constexpr int kCircle = 360 * 16;
         constexpr int kTwelveOClock = kCircle / 4;
         painter->setPen(QPen(colour, width, Qt::SolidLine, Qt::RoundCap));
-        painter->drawArc(ring, kTwelveOClock, -qRound(fraction_ * kCircle));
+        painter->drawArc(ring, kTwelveOClock - qRound(start_ * kCircle),
+                         -qRound(fraction_ * kCircle));
     };
     if (!hasRim()) {
         drawArc(colour(), lineWidth_);

@@ -6,11 +6,12 @@
 
 namespace korvel {
 
-/// A ring, and over it an arc from twelve o'clock clockwise.
+/// A ring, and over it an arc, clockwise.
 class DialItem : public korvel::TintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(Dial)
     Q_PROPERTY(qreal fraction READ fraction WRITE setFraction NOTIFY fractionChanged FINAL)
+    Q_PROPERTY(qreal start READ start WRITE setStart NOTIFY startChanged FINAL)
     Q_PROPERTY(
         QColor trackColour READ trackColour WRITE setTrackColour NOTIFY trackColourChanged FINAL)
     Q_PROPERTY(qreal diameter READ diameter WRITE setDiameter NOTIFY diameterChanged FINAL)
@@ -21,26 +22,33 @@ class DialItem : public korvel::TintedItem {
 
     /// The share of the ring that the arc covers, 0 to 1; nothing is drawn of it at 0.
     qreal fraction() const { return fraction_; }
-    void setFraction(qreal fraction);
+    void setFraction(qreal fraction) { set(fraction_, fraction, &DialItem::fractionChanged); }
+    /// Where the arc begins: the share of the ring from twelve o'clock to there, 0 to 1.
+    qreal start() const { return start_; }
+    void setStart(qreal start) { set(start_, start, &DialItem::startChanged); }
     QColor trackColour() const { return trackColour_; }
-    void setTrackColour(const QColor& colour);
+    void setTrackColour(const QColor& colour) {
+        set(trackColour_, colour, &DialItem::trackColourChanged);
+    }
     /// Of the circle on whose line the strokes are drawn; 0, as it is at first: the largest whose
     /// strokes lie inside the item.
     qreal diameter() const { return diameter_; }
-    void setDiameter(qreal diameter);
+    void setDiameter(qreal diameter) { set(diameter_, diameter, &DialItem::diameterChanged); }
     qreal lineWidth() const { return lineWidth_; }
-    void setLineWidth(qreal width);
+    void setLineWidth(qreal width) { set(lineWidth_, width, &DialItem::lineWidthChanged); }
 
     void paint(QPainter* painter) override;
 
   Q_SIGNALS:
     void fractionChanged();
+    void startChanged();
     void trackColourChanged();
     void diameterChanged();
     void lineWidthChanged();
 
   private:
     qreal fraction_ = 0;
+    qreal start_ = 0;
     QColor trackColour_;
     qreal diameter_ = 0;
     qreal lineWidth_ = 1;

@@ -26,15 +26,6 @@ void GaugeBarItem::setShortest(qreal shortest) {
     Q_EMIT fillWidthChanged();
 }
 
-void GaugeBarItem::setTrackColour(const QColor& colour) {
-    if (trackColour_ == colour) {
-        return;
-    }
-    trackColour_ = colour;
-    update();
-    Q_EMIT trackColourChanged();
-}
-
 qreal GaugeBarItem::fillWidth() const {
     return std::max(width() * fraction_, shortest_);
 }

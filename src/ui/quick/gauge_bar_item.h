@@ -27,7 +27,9 @@ class GaugeBarItem : public korvel::TintedItem {
     qreal shortest() const { return shortest_; }
     void setShortest(qreal shortest);
     QColor trackColour() const { return trackColour_; }
-    void setTrackColour(const QColor& colour);
+    void setTrackColour(const QColor& colour) {
+        set(trackColour_, colour, &GaugeBarItem::trackColourChanged);
+    }
     /// The width that is filled; logical pixels.
     qreal fillWidth() const;
 

@@ -23,42 +23,6 @@ PlateItem::PlateItem(QQuickItem* parent) : TintedItem(parent) {
     setColour(Qt::transparent);
 }
 
-void PlateItem::setRadius(qreal radius) {
-    if (radius_ == radius) {
-        return;
-    }
-    radius_ = radius;
-    update();
-    Q_EMIT radiusChanged();
-}
-
-void PlateItem::setBorderWidth(qreal width) {
-    if (borderWidth_ == width) {
-        return;
-    }
-    borderWidth_ = width;
-    update();
-    Q_EMIT borderWidthChanged();
-}
-
-void PlateItem::setBorderColour(const QColor& colour) {
-    if (borderColour_ == colour) {
-        return;
-    }
-    borderColour_ = colour;
-    update();
-    Q_EMIT borderColourChanged();
-}
-
-void PlateItem::setShape(const QRectF& shape) {
-    if (shape_ == shape) {
-        return;
-    }
-    shape_ = shape;
-    update();
-    Q_EMIT shapeChanged();
-}
-
 void PlateItem::paint(QPainter* painter) {
     const QRectF box = shape_.isEmpty() ? boundingRect() : shape_;
     const qreal w = borderWidth_;

@@ -26,14 +26,16 @@ class PlateItem : public korvel::TintedItem {
     explicit PlateItem(QQuickItem* parent = nullptr);
 
     qreal radius() const { return radius_; }
-    void setRadius(qreal radius);
+    void setRadius(qreal radius) { set(radius_, radius, &PlateItem::radiusChanged); }
     qreal borderWidth() const { return borderWidth_; }
-    void setBorderWidth(qreal width);
+    void setBorderWidth(qreal width) { set(borderWidth_, width, &PlateItem::borderWidthChanged); }
     QColor borderColour() const { return borderColour_; }
-    void setBorderColour(const QColor& colour);
+    void setBorderColour(const QColor& colour) {
+        set(borderColour_, colour, &PlateItem::borderColourChanged);
+    }
 
     QRectF shape() const { return shape_; }
-    void setShape(const QRectF& shape);
+    void setShape(const QRectF& shape) { set(shape_, shape, &PlateItem::shapeChanged); }
 
     void paint(QPainter* painter) override;
 

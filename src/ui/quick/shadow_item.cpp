@@ -20,15 +20,6 @@ qreal strength(qreal distance) {
 
 } // namespace
 
-void ShadowItem::setRadius(qreal radius) {
-    if (radius_ == radius) {
-        return;
-    }
-    radius_ = radius;
-    update();
-    Q_EMIT radiusChanged();
-}
-
 QImage ShadowItem::corner(qreal scale) const {
     // Far enough inwards that the panel, which stands higher than its shadow, covers the rest.
     const int side = static_cast<int>(std::ceil((kReach + radius_ + 2 * kDrop) * scale));

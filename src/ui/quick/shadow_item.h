@@ -28,7 +28,7 @@ class ShadowItem : public korvel::TintedItem {
     static constexpr QMargins kMargins{kReach, kReach - kDrop, kReach, kReach + kDrop};
 
     qreal radius() const { return radius_; }
-    void setRadius(qreal radius);
+    void setRadius(qreal radius) { set(radius_, radius, &ShadowItem::radiusChanged); }
     int sideMargin() const { return kMargins.left(); }
     int topMargin() const { return kMargins.top(); }
     int bottomMargin() const { return kMargins.bottom(); }

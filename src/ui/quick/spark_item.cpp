@@ -11,15 +11,6 @@ SparkItem::SparkItem(QQuickItem* parent) : TintedItem(parent) {
     setImplicitSize(Spark::kFrame.width + 2 * kOverscan, Spark::kFrame.height + 2 * kOverscan);
 }
 
-void SparkItem::setValues(const QList<qreal>& values) {
-    if (values_ == values) {
-        return;
-    }
-    values_ = values;
-    update();
-    Q_EMIT valuesChanged();
-}
-
 void SparkItem::paint(QPainter* painter) {
     Spark spark;
     spark.values.assign(values_.begin(), values_.end());

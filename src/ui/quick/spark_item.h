@@ -21,7 +21,7 @@ class SparkItem : public korvel::TintedItem {
 
     /// Oldest first; fewer than two draw nothing.
     QList<qreal> values() const { return values_; }
-    void setValues(const QList<qreal>& values);
+    void setValues(const QList<qreal>& values) { set(values_, values, &SparkItem::valuesChanged); }
 
     void paint(QPainter* painter) override;
 

@@ -21,15 +21,6 @@ double contrastOf(const QColor& a, const QColor& b) {
 
 } // namespace
 
-void SymbolItem::setName(const QString& name) {
-    if (name_ == name) {
-        return;
-    }
-    name_ = name;
-    update();
-    Q_EMIT nameChanged();
-}
-
 void SymbolItem::setSize(qreal size) {
     if (size_ == size) {
         return;
@@ -44,15 +35,6 @@ void SymbolItem::gridChanged() {
     constexpr qreal kHalfSide = 0.6;
     const qreal side = grid().length(2 * qRound(size_ * kHalfSide));
     setImplicitSize(side, side);
-}
-
-void SymbolItem::setBold(bool bold) {
-    if (bold_ == bold) {
-        return;
-    }
-    bold_ = bold;
-    update();
-    Q_EMIT boldChanged();
 }
 
 void SymbolItem::paint(QPainter* painter) {

@@ -18,11 +18,11 @@ class SymbolItem : public korvel::TintedItem {
     using TintedItem::TintedItem;
 
     QString name() const { return name_; }
-    void setName(const QString& name);
+    void setName(const QString& name) { set(name_, name, &SymbolItem::nameChanged); }
     qreal size() const { return size_; }
     void setSize(qreal size);
     bool bold() const { return bold_; }
-    void setBold(bool bold);
+    void setBold(bool bold) { set(bold_, bold, &SymbolItem::boldChanged); }
 
     void paint(QPainter* painter) override;
 

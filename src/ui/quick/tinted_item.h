@@ -26,16 +26,16 @@ class TintedItem : public QQuickItem {
     explicit TintedItem(QQuickItem* parent = nullptr);
 
     QColor colour() const { return colour_; }
-    void setColour(const QColor& colour);
+    void setColour(const QColor& colour) { set(colour_, colour, &TintedItem::colourChanged); }
 
     /// The colour of a thin line along the edge of the drawing, which makes it seen where its own
     /// colour is faint. Transparent, as it is at first: no such line.
     QColor rim() const { return rim_; }
-    void setRim(const QColor& colour);
+    void setRim(const QColor& colour) { set(rim_, colour, &TintedItem::rimChanged); }
 
     /// Whether a drawing that has a left and a right is drawn the other way round.
     bool mirrored() const { return mirrored_; }
-    void setMirrored(bool mirrored);
+    void setMirrored(bool mirrored) { set(mirrored_, mirrored, &TintedItem::mirroredChanged); }
 
     /// In logical pixels from the item's corner, with smooth edges.
     virtual void paint(QPainter* painter) = 0;
@@ -46,6 +46,16 @@ class TintedItem : public QQuickItem {
     void mirroredChanged();
 
   protected:
+    /// Sets what the drawing depends on; where it is another value, draws anew and tells of it.
+    template <typename T, typename Item>
+    void set(T& member, const T& value, void (Item::*changed)()) {
+        if (member != value) {
+            member = value;
+            update();
+            Q_EMIT(static_cast<Item*>(this)->*changed)();
+        }
+    }
+
     bool hasRim() const { return rim_.alpha() > 0; }
     /// How wide the rim is, in logical pixels, which the painter must still have as its units. One
     /// of the screen's pixels at least.

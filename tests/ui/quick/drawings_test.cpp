@@ -71,6 +71,15 @@ TEST_F(Dials, TheArcRunsClockwiseFromTwelveOClock) {
     EXPECT_TRUE(near(ringAt(340), Qt::blue));
 }
 
+TEST_F(Dials, TheArcBeginsWhereItIsTold) {
+    dial.setFraction(0.25);
+    dial.setStart(0.5);
+    EXPECT_TRUE(near(ringAt(90), Qt::blue));
+    EXPECT_TRUE(near(ringAt(190), Qt::red));
+    EXPECT_TRUE(near(ringAt(260), Qt::red));
+    EXPECT_TRUE(near(ringAt(290), Qt::blue));
+}
+
 TEST_F(Dials, AScoreOfNothingDrawsNoArcNotEvenADot) {
     dial.setFraction(0);
     const QImage image = painted(dial);

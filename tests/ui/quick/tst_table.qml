@@ -414,7 +414,7 @@ Item {
                 compare(Array.from(animations[0].easing.bezierCurve), row.curve);
             } else {
                 compare(animations[0].easing.type, Easing.Linear);
-                compare([animations[0].from, animations[0].to, animations[0].loops < 0], [0, 360, true]);
+                compare([animations[0].from, animations[0].to, animations[0].loops < 0], [0, 1, true]);
             }
         }
 

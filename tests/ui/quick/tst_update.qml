@@ -225,8 +225,8 @@ Item {
             const line = updateOf(row.tag);
             const spinner = one(line, "spinner");
             verify(spinner.visible);
-            const before = spinner.rotation;
-            tryVerify(() => spinner.rotation !== before);
+            const before = spinner.start;
+            tryVerify(() => spinner.start !== before);
             compare(one(line, "words").text, row.words);
             verify(!one(line, "symbol").visible);
             verify(!one(line, "updateControl").visible);
