@@ -21,7 +21,7 @@ Panel {
         view.layOut();
     }
 
-    width: Theme.popoverWidth
+    width: Math.ceil(Theme.popoverWidth)
     height: Math.min(Math.ceil(view.contentHeight), maximumHeight)
     borderColour: Qt.tint(Inks.ground, Inks.texts.track(Theme.borderOpacity))
     borderWidth: bordered ? Theme.borderWidth : 0

@@ -16,8 +16,8 @@ Item {
     LayoutMirroring.enabled: Theme.mirrored
     LayoutMirroring.childrenInherit: true
 
-    width: frame.windowLength(shown.width, frame.scale)
-    height: frame.windowLength(shown.height, frame.scale)
+    width: frame.windowLength(shown.width, Theme.grid.ratio)
+    height: frame.windowLength(shown.height, Theme.grid.ratio)
     onShownChanged: frame.shown = shown
 
     Connections {

@@ -23,8 +23,6 @@ class PopoverFrame : public QObject {
     Q_PROPERTY(bool rounded READ rounded WRITE setRounded NOTIFY changed FINAL)
     /// Whether the window is larger than the panel by a shadow.
     Q_PROPERTY(bool shadowed READ shadowed WRITE setShadowed NOTIFY changed FINAL)
-    /// Pixels of the screen to one logical pixel, in width and in height.
-    Q_PROPERTY(qreal scale READ scale WRITE setScale NOTIFY changed FINAL)
     /// Whether a change is seen to happen.
     Q_PROPERTY(bool animated READ animated WRITE setAnimated NOTIFY changed FINAL)
     /// Said by the root: what is to be seen of the window, from the left and the top.
@@ -41,8 +39,6 @@ class PopoverFrame : public QObject {
     void setRounded(bool rounded) { set(rounded_, rounded); }
     bool shadowed() const { return shadowed_; }
     void setShadowed(bool shadowed) { set(shadowed_, shadowed); }
-    qreal scale() const { return scale_; }
-    void setScale(qreal scale) { set(scale_, scale); }
     /// How long a window must be for this much of it to be drawn at that scale.
     Q_INVOKABLE static qreal windowLength(qreal needed, qreal scale) {
         return lengthDrawing(qRound(needed), scale);
@@ -78,7 +74,6 @@ class PopoverFrame : public QObject {
     bool bordered_ = true;
     bool rounded_ = false;
     bool shadowed_ = false;
-    qreal scale_ = 1;
     bool animated_ = true;
     QSizeF shown_;
     bool menuShown_ = false;

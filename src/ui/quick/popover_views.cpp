@@ -137,15 +137,13 @@ void PopoverViews::load() {
 /// another length. Qt draws all of it only where the size differs in the whole logical pixels that
 /// it is rounded down to. With another clip above them, all nodes of the scene are new ones.
 void PopoverViews::drawAllAnew() {
-    if (frame_.scale() != std::floor(frame_.scale())) {
+    if (scale() != std::floor(scale())) {
         view_->rootObject()->setClip(!view_->rootObject()->clip());
     }
 }
 
 void PopoverViews::followScale() {
-    const qreal ratio = view_->effectiveDevicePixelRatio();
-    screenScale_.setPixelRatio(ratio); // the lengths, before what is made of them
-    frame_.setScale(ratio);
+    screenScale_.setPixelRatio(view_->effectiveDevicePixelRatio());
 }
 
 void PopoverViews::unload() {

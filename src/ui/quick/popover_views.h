@@ -64,6 +64,8 @@ class PopoverViews final : public QObject {
     /// Lays the views out on the pixels of the screen that their window is on now; by themselves
     /// they are when that is another scale.
     void followScale();
+    /// How many of the screen's pixels are laid out for one logical pixel.
+    qreal scale() const { return screenScale_.pixelRatio(); }
     /// Gives the window the size of the views now; by itself it takes it on a later turn.
     void fit();
 

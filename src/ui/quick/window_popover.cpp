@@ -236,7 +236,7 @@ void WindowPopover::cut() {
     if (!desktop_.isX11 || !window) {
         return;
     }
-    const qreal scale = views_.frame().scale();
+    const qreal scale = views_.scale();
     const QSize drawn(drawnLength(window->width(), scale), drawnLength(window->height(), scale));
     const QSize seen = views_.frame().shown().toSize().boundedTo(drawn);
     const QRegion mask = seen == window->size() ? QRegion() : QRegion(QRect(QPoint(), seen));
@@ -248,7 +248,7 @@ void WindowPopover::cut() {
 /// What of the window is not the panel.
 QMargins WindowPopover::margins() {
     const QSize shown = views_.frame().shown().toSize();
-    const qreal scale = views_.frame().scale();
+    const qreal scale = views_.scale();
     const QSize spare =
         QSize(lengthDrawing(shown.width(), scale), lengthDrawing(shown.height(), scale)) - shown;
     return shadowMargins() + QMargins(0, 0, spare.width(), spare.height());

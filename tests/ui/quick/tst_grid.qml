@@ -42,13 +42,16 @@ Item {
 
         function test_everyPieceIsOnWholePixels_data() {
             return ["healthy", "strained", "breakdown", "scan_done", "scan_running", "reclaim_waiting", "welcome",
-                "update_available", "update_failed", "update_downloading", "empty"].map(scene => ({tag: scene}));
+                "update_available", "update_failed", "update_downloading", "empty"].map(scene => ({tag: scene, textScale: 1}))
+                .concat([1.1, 1.33].map(scale => ({tag: "healthy", textScale: scale})));
         }
 
         function test_everyPieceIsOnWholePixels(row) {
+            Theme.setTextScale(row.textScale);
             theatre.play(row.tag);
             grabImage(view);
             view.layOut();
+            compare([view.width, view.height], [Math.round(view.width), Math.round(view.height)]); // as windows are
             const seen = pieces(view);
             verify(seen.length > 40, `only ${seen.length} pieces`);
             for (const piece of seen) {
@@ -81,6 +84,10 @@ Item {
                 verify(!between(top), `the dial is at ${top}, scrolled by ${y}`);
             }
             view.maximumHeight = Infinity;
+        }
+
+        function cleanup() {
+            Theme.setTextScale(1);
         }
 
         name: "Grid"
