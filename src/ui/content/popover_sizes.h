@@ -88,7 +88,6 @@ struct PopoverLengths {
     double spinnerSize = 12;
     double keepAwakePadding = 9;
     double footerPadding = 10;
-    double footerSpacing = 8;
     double resultPadding = 10;
     double dismissSize = 16;
 

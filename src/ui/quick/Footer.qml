@@ -43,7 +43,7 @@ Section {
         Row {
             readonly property real room: section.innerWidth - quit.width - warden.width - 2 * Theme.targetSpacing
             readonly property real begin: Math.max(0, Math.min((room - rest.implicitWidth) / 2, room - width))
-            readonly property real start: -Theme.grid.holding(-warden.width - Theme.targetSpacing - begin) // not beyond
+            readonly property real start: Theme.grid.before(warden.width + Theme.targetSpacing + begin)
 
             x: Theme.mirrored ? section.innerWidth - start - width : start
             y: Theme.grid.middle(parent.height, height)
@@ -61,9 +61,8 @@ Section {
             TextButton {
                 objectName: "reclaim"
                 width: Math.min(implicitWidth, parent.room - (dismiss.visible ? dismiss.width + parent.spacing : 0))
-                busy: !enabled
+                busy: !section.content.footer.reclaimEnabled
                 look: section.content.footer.dismissible ? TextButton.Look.Call : TextButton.Look.Plain
-                enabled: section.content.footer.reclaimEnabled
                 font: section.content.footer.reclaimSemibold ? Theme.actionSemibold : Theme.action
                 symbol: section.content.footer.reclaimSymbol
                 text: section.content.footer.reclaim

@@ -9,7 +9,7 @@ PlainButton {
     enum Look { Plain, Quiet, Call }
 
     property int look: TextButton.Look.Plain
-    property bool busy: false // a spinner stands for its symbol
+    property bool busy: false // a spinner stands for its symbol; it keeps the keyboard
     property string symbol
     property real symbolSize: Theme.actionSymbol
     property bool symbolBehind: false
@@ -36,7 +36,7 @@ PlainButton {
 
     contentItem: ButtonFace {
         busy: button.busy
-        ink: Inks.texts.of(button.enabled && (button.capsule || button.hovered || button.down) ? "primary" : "secondary")
+        ink: Inks.texts.of(!button.busy && (button.capsule || button.hovered || button.down) ? "primary" : "secondary")
         symbol: button.symbol
         symbolBehind: button.symbolBehind
         symbolSize: button.symbolSize

@@ -57,7 +57,7 @@ Section {
                 leftMargin: bar.visible ? 0 : Theme.symbolFrame + Theme.symbolSpacing
             }
             y: Theme.grid.middle(parent.height, height)
-            width: bar.visible ? Theme.grid.holding(implicitWidth) : line.width - anchors.leftMargin - (control.visible ? control.width + Theme.footerSpacing : 0)
+            width: bar.visible ? Theme.grid.holding(implicitWidth) : line.width - anchors.leftMargin - (control.visible ? control.width + Theme.targetSpacing : 0)
             color: Inks.texts.of("primary")
             font: section.content.update.small ? Theme.updateSmall : section.content.update.semibold ? Theme.actionSemibold : Theme.action
             maximumLineCount: 4 // what went wrong may take a few words

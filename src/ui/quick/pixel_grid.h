@@ -21,6 +21,8 @@ class PixelGrid {
     Q_INVOKABLE qreal length(qreal length) const;
     /// The nearest place between two screen pixels.
     Q_INVOKABLE qreal place(qreal place) const;
+    /// The last place between two screen pixels that is not beyond `place`.
+    Q_INVOKABLE qreal before(qreal place) const;
     /// As few whole screen pixels as hold `extent`.
     Q_INVOKABLE qreal holding(qreal extent) const;
     /// Where something of the extent `inner` stands in the middle of `outer`.

@@ -120,7 +120,6 @@ class Theme : public QObject,
     Q_PROPERTY(int spinnerTurn MEMBER kSpinnerTurn CONSTANT FINAL)
     Q_PROPERTY(qreal keepAwakePadding MEMBER keepAwakePadding NOTIFY changed FINAL)
     Q_PROPERTY(qreal footerPadding MEMBER footerPadding NOTIFY changed FINAL)
-    Q_PROPERTY(qreal footerSpacing MEMBER footerSpacing NOTIFY changed FINAL)
     Q_PROPERTY(qreal resultPadding MEMBER resultPadding NOTIFY changed FINAL)
     Q_PROPERTY(qreal dismissSize MEMBER dismissSize NOTIFY changed FINAL)
     Q_PROPERTY(qreal targetHeight MEMBER targetHeight NOTIFY changed FINAL)

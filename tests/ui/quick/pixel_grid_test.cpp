@@ -15,18 +15,28 @@ TEST(PixelGrids, BringLengthsAndPlacesToWholePixels) {
     const struct {
         double ratio;
         double given;
-        double length, place, holding; ///< in pixels
+        double length, place, holding, before; ///< in pixels
     } rows[] = {
-        {1, 10, 10, 10, 10},   {1, 3.5, 4, 4, 4},      {1.25, 1, 1, 1, 2},
-        {1.5, 1, 2, 2, 2},     {1.75, 14, 25, 25, 25}, {1.75, 10.1, 18, 18, 18},
-        {2, 0.4, 1, 1, 1},     {1.75, 0.1, 1, 0, 1},   {1.75, 0, 0, 0, 0},
-        {1.75, -2, 0, -4, -3}, {2.25, 4, 9, 9, 9},     {1.75, 3 / 1.75 + 1e-12, 3, 3, 3},
+        {1, 10, 10, 10, 10, 10},
+        {1, 3.5, 4, 4, 4, 3},
+        {1.25, 1, 1, 1, 2, 1},
+        {1.5, 1, 2, 2, 2, 1},
+        {1.75, 14, 25, 25, 25, 24},
+        {1.75, 10.1, 18, 18, 18, 17},
+        {2, 0.4, 1, 1, 1, 0},
+        {1.75, 0.1, 1, 0, 1, 0},
+        {1.75, 0, 0, 0, 0, 0},
+        {1.75, -2, 0, -4, -3, -4},
+        {2.25, 4, 9, 9, 9, 9},
+        {1.75, 3 / 1.75 + 1e-12, 3, 3, 3, 3},
+        {1.75, 3 / 1.75 - 1e-12, 3, 3, 3, 3},
     };
     for (const auto& row : rows) {
         const PixelGrid grid(row.ratio);
         EXPECT_DOUBLE_EQ(grid.length(row.given) * row.ratio, row.length) << row.given;
         EXPECT_DOUBLE_EQ(grid.place(row.given) * row.ratio, row.place) << row.given;
         EXPECT_DOUBLE_EQ(grid.holding(row.given) * row.ratio, row.holding) << row.given;
+        EXPECT_DOUBLE_EQ(grid.before(row.given) * row.ratio, row.before) << row.given;
     }
 }
 
