@@ -94,10 +94,5 @@ T.Menu {
         LayoutMirroring.childrenInherit: true
     }
 
-    background: Plate {
-        borderColour: Qt.tint(Inks.ground, Inks.texts.track(Theme.borderOpacity))
-        borderWidth: Theme.borderWidth
-        colour: Inks.dark ? Qt.lighter(Inks.ground, 1.5) : "white"
-        radius: Theme.focusRadius
-    }
+    background: RaisedPlate {}
 }

@@ -39,10 +39,5 @@ T.ToolTip {
         LayoutMirroring.enabled: Theme.mirrored
     }
 
-    background: Plate {
-        borderColour: Qt.tint(Inks.ground, Inks.texts.track(Theme.borderOpacity))
-        borderWidth: Theme.borderWidth
-        colour: Inks.dark ? Qt.lighter(Inks.ground, 1.5) : "white"
-        radius: Theme.focusRadius
-    }
+    background: RaisedPlate {}
 }

@@ -10,11 +10,13 @@ Loader {
     required property bool wanted
 
     active: wanted && tip !== ""
-    onLoaded: {
-        const made = item as Tip;
-        made.target = target;
-        made.text = tip;
-    }
+    onLoaded: (item as Tip).target = target
 
     sourceComponent: Tip {}
+
+    Binding {
+        property: "text"
+        target: loader.item
+        value: loader.tip
+    }
 }

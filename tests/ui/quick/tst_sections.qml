@@ -197,6 +197,17 @@ Item {
             }
         }
 
+        function test_aTipThatIsShownFollowsWhatItSays() {
+            play("healthy");
+            const button = all(view, "quit")[0];
+            mouseMove(button, 10, 10);
+            tryVerify(() => all(root.Window.contentItem, "tip").length === 1);
+            button.tip = "Quit another";
+            compare(all(root.Window.contentItem, "tip")[0].text, "Quit another");
+            mouseMove(view, 5, 5);
+            play("hostile_names"); // has none of these processes
+        }
+
         function test_theKeyboardStaysOnItsProcessThroughANewOrder() {
             play("healthy");
             const list = one(view, "heaviest");
