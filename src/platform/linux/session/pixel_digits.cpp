@@ -9,9 +9,9 @@ namespace korvel::platform {
 
 namespace {
 
-// The digits from 0 on, as they stand side by side. Those of one table are equally wide but for the
-// 1, which is narrower by an even number of pixels: where two of them can stand exactly in the
-// middle, any two can. Upright strokes are of two pixels or three.
+// The digits from 0 on, as they stand side by side; for 100, a 0 and a 1. Those of one table are
+// equally wide but for the 1, which is narrower by an even number of pixels: where two of them can
+// stand exactly in the middle, any two can. Upright strokes are of two pixels or three.
 // clang-format off
 constexpr std::array<std::string_view, 10> k5x10 = {{
     ".###. .## .###. .###. ...## ##### .###. ##### .###. .###.",
