@@ -23,6 +23,9 @@ namespace {
 constexpr int kAsks = 3;  ///< for one size, of a desktop that sets another
 constexpr int kMoves = 3; ///< to one place, of a desktop that chooses another
 constexpr auto kMovedAgain = std::chrono::seconds(2); ///< after it was placed
+/// A menu that ends takes the keyboard from the window and gives it back, on a busy machine a
+/// moment later.
+constexpr auto kLeft = std::chrono::milliseconds(100);
 constexpr double kClosingClick = 0.4; ///< seconds within which the click that closed it arrives
 
 constexpr Qt::WindowFlags kTool = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
@@ -49,6 +52,9 @@ WindowPopover::WindowPopover(ContentView& root, PopoverDesktop desktop)
     connect(&views_, &PopoverViews::rendered, this, &WindowPopover::dress);
     connect(&views_, &PopoverViews::escaped, this, &WindowPopover::close);
     connect(&views_.frame(), &PopoverFrame::shownChanged, this, &WindowPopover::cut);
+    left_.setSingleShot(true);
+    left_.setInterval(kLeft);
+    connect(&left_, &QTimer::timeout, this, &WindowPopover::closeByClick);
 }
 
 void WindowPopover::show(platform::StatusItem& item, const platform::ActivationRequest& request) {
@@ -84,6 +90,7 @@ void WindowPopover::show(platform::StatusItem& item, const platform::ActivationR
 void WindowPopover::close() {
     if (shown()) {
         item_ = nullptr;
+        left_.stop();
         views_.hide();
         if (desktop_.stand) {
             desktop_.stand->closed();
@@ -303,10 +310,11 @@ void WindowPopover::checkSize() {
 void WindowPopover::activeChanged() {
     if (views_.window()->isActive()) {
         wasActive_ = true;
+        left_.stop();
         // Some window managers hear of it only once they look after the window.
         declareShadow();
-    } else if (wasActive_) {
-        closeByClick();
+    } else if (wasActive_ && shown()) {
+        left_.start();
     }
 }
 

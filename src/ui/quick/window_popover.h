@@ -13,6 +13,7 @@
 #include <QRect>
 #include <QScreen>
 #include <QSize>
+#include <QTimer>
 
 #include "platform/appearance.h"
 #include "platform/status_bar.h"
@@ -124,6 +125,7 @@ class WindowPopover final : public QObject, public platform::Popover {
     int moves_ = 0;                        ///< how often it was moved there again
     QDeadlineTimer movedAgainUntil_;       ///< later moves are the user's
     bool wasActive_ = false;
+    QTimer left_;           ///< runs from the loss of the keyboard, until it is closed by it
     bool checking_ = false; ///< on the next turn, whether the window has the views' size
     QSize asked_;           ///< the size that was asked for again
     int asks_ = 0;          ///< how often, for that size

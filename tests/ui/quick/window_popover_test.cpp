@@ -13,6 +13,7 @@
 #include <QQuickItem>
 #include <QQuickView>
 #include <QScreen>
+#include <QWindow>
 
 #include "platform/simulated/status_bar.h"
 #include "ui/quick/scenes.h"
@@ -111,6 +112,33 @@ TEST_F(OpenWindow, AsksAgainAtTheNextOpening) {
 }
 
 /// One whose size a compositor cannot change.
+TEST_F(OpenWindow, ClosesWhenAnotherWindowKeepsTheKeyboardAndNotWhenItGivesItBack) {
+    view->requestActivate();
+    settle();
+    ASSERT_TRUE(view->isActive());
+    QWindow menu;
+    menu.show();
+    const auto active = [this, &menu](bool ofMenu) {
+        (ofMenu ? &menu : view)->requestActivate();
+        settle();
+        ASSERT_EQ(menu.isActive(), ofMenu);
+        ASSERT_EQ(view->isActive(), !ofMenu);
+    };
+    const auto waitUntilClosed = [this](int milliseconds) {
+        const QDeadlineTimer deadline(milliseconds);
+        while (popover.shown() && !deadline.hasExpired()) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        }
+        return !popover.shown();
+    };
+    active(true);
+    EXPECT_TRUE(popover.shown());
+    active(false);
+    EXPECT_FALSE(waitUntilClosed(300));
+    active(true);
+    EXPECT_TRUE(waitUntilClosed(5000));
+}
+
 class FixedWindow : public OpenWindow {
   protected:
     FixedWindow() : OpenWindow(desktop()) {}
