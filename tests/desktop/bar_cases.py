@@ -13,10 +13,14 @@ BAR = 24  # pixels at the top of the screen
 PIECES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "contrib", "bars")
 COLOURS = {"excellent": GREEN, "healthy": GREEN, "fair": AMBER, "strained": RED, "critical": RED}
 
-# The program's own tool, and beside it the lines that it gave to the bar, and whether it is at work.
+# The program's own tool, and beside it the lines that it gave to the bar, and whether it is at work: for as long
+# as the test holds it there.
 KEPT = """#!/bin/sh
 touch '{log}.under-way'
 '{program}' "$@" | tee -a --output-error=exit '{log}'
+while [ -e '{log}.held' ]; do
+    sleep 0.1
+done
 rm '{log}.under-way'
 """
 I3_CONFIG = """# i3 config file (v4)
@@ -127,15 +131,21 @@ class Bar:
     def reading_is_under_way(self):
         return os.path.exists(self.log + ".under-way")
 
-    def click_opens(self, click, popover):
+    def click_opens(self, click, popover, hears=lambda: True):
+        """`hears` says whether the bar is able to hear of a click."""
         box = self.shown()
         program = Program(self.place)
         wait_for("the program's name", lambda: self.place.owner("com.oxbrook.korvel"))
         check(not popover(), "the popover is open before the click")
         # Bars that start the tool anew for each reading are deaf while they wait for it themselves.
+        held = self.log + ".held"
+        with open(held, "w", encoding="ascii"):
+            pass
         wait_for("a reading that is being taken", self.reading_is_under_way)
+        wait_for("the bar's ear", hears)
         click(*middle(box))
         wait_for("the popover", popover)
+        os.remove(held)
         check(program.running(), "the program ended")
 
 
@@ -161,9 +171,13 @@ def block_of_i3blocks_shows_the_score_and_opens_the_popover():
             return (block["full_text"], block["short_text"], block["color"]) == (
                 reading["text"], str(reading["percentage"]), colour)
 
+        def runs_no_block():
+            """It hears no click on a block that runs."""
+            return not place.run(["pgrep", "-P", place.run(["pgrep", "-x", "i3blocks"]).strip()]).strip()
+
         bar.start("i3", "-c", config)
         bar.follows_the_score(block_says)
-        bar.click_opens(place.click, place.popover)
+        bar.click_opens(place.click, place.popover, runs_no_block)
 
 
 @case("polybar", "openbox", "unshare")
