@@ -71,6 +71,8 @@ const Case kCases[] = {
     {kGnome, "gtk-theme", theme("HighContrast"), kContrast},
     {kGnome, "gtk-theme", theme("HighContrastInverse"), kContrast},
     {kGnome, "gtk-theme", theme("ContrastHighInverse"), kContrast},
+    {kGnome, "gtk-theme", theme("NotHighContrast"), kNothing},
+    {kGnome, "gtk-theme", theme("NotContrastHigh"), kNothing},
     {kAccess, "high-contrast", false, kNothing},
     {kAccess, "high-contrast", true, kContrast},
     {kKde, "AnimationDurationFactor", theme("0"), kStill},

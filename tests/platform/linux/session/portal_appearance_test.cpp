@@ -39,6 +39,21 @@ class FakeSettings : public QObject {
                                  const QDBusVariant& value);
 };
 
+/// Answers with something else.
+class FakeSettingsOfAnotherForm : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+
+  public:
+    int questions = 0;
+
+    // Its name is the protocol's. NOLINTNEXTLINE(readability-identifier-naming)
+    Q_SLOT QString ReadAll(const QStringList& /*wanted*/) {
+        ++questions;
+        return QStringLiteral("dark");
+    }
+};
+
 class PortalAppearanceTest : public testing::Test {
   protected:
     void SetUp() override {
@@ -110,6 +125,19 @@ TEST_F(PortalAppearanceTest, AsksAPortalThatComesLater) {
     EXPECT_FALSE(runFor(kQuiet, [&] { return appearance.prefersDark().has_value(); }));
     ASSERT_TRUE(portal_.registerService(kService));
     EXPECT_TRUE(runUntil([&] { return appearance.prefersDark() == true; }));
+}
+
+TEST_F(PortalAppearanceTest, WhatWasKnownStaysAfterAnAnswerOfAnotherForm) {
+    settings_.prefer(1);
+    PortalAppearance appearance(program_);
+    EXPECT_EQ(answered(appearance, settings_), true);
+    FakeSettingsOfAnotherForm other;
+    ASSERT_TRUE(portal_.unregisterService(kService));
+    portal_.unregisterObject(kPath);
+    ASSERT_TRUE(portal_.registerObject(kPath, &other, QDBusConnection::ExportAllSlots));
+    ASSERT_TRUE(portal_.registerService(kService));
+    EXPECT_TRUE(runUntil([&] { return other.questions == 1; }));
+    EXPECT_FALSE(runFor(kQuiet, [&] { return appearance.prefersDark() != true; }));
 }
 
 TEST_F(PortalAppearanceTest, OtherSettingsAreNoneOfItsBusiness) {

@@ -56,7 +56,7 @@ class Property {
 QByteArray three(bool big) {
     return Property(big, 3)
         .setting(1, "Gtk/FontName")
-        .value(QByteArray("Sans 15"))
+        .value(QByteArray("Größe 15"))
         .setting(2, "Some/Colour")
         .value(1)
         .value(2)
@@ -65,12 +65,26 @@ QByteArray three(bool big) {
         .bytes();
 }
 
-const QVariantMap kThree{{QStringLiteral("Gtk/FontName"), QStringLiteral("Sans 15")},
+const QVariantMap kThree{{QStringLiteral("Gtk/FontName"), QStringLiteral("Größe 15")},
                          {QStringLiteral("Gtk/EnableAnimations"), -1}};
 
 TEST(Xsettings, AreReadInBothOrdersOfBytes) {
     EXPECT_EQ(xsettings(three(false)), kThree);
     EXPECT_EQ(xsettings(three(true)), kThree);
+}
+
+TEST(Xsettings, NumbersHaveASign) {
+    EXPECT_EQ(xsettings(three(false))[QStringLiteral("Gtk/EnableAnimations")].toLongLong(), -1);
+}
+
+TEST(Xsettings, AreNoMoreThanTheirNumberSays) {
+    const QByteArray bytes = Property(false, 1)
+                                 .setting(0, "Gtk/EnableAnimations")
+                                 .value(1)
+                                 .setting(0, "Gtk/CursorBlink")
+                                 .value(1)
+                                 .bytes();
+    EXPECT_EQ(xsettings(bytes), (QVariantMap{{QStringLiteral("Gtk/EnableAnimations"), 1}}));
 }
 
 TEST(Xsettings, WhatIsCutOffEndsThem) {
@@ -85,11 +99,12 @@ TEST(Xsettings, WhatIsCutOffEndsThem) {
 }
 
 TEST(Xsettings, AKindThatNobodyKnowsEndsThem) {
-    const QByteArray bytes = Property(false, 2)
+    const QByteArray bytes = Property(false, 3)
                                  .setting(0, "Gtk/EnableAnimations")
                                  .value(1)
                                  .setting(9, "Gtk/FontName")
-                                 .value(QByteArray("Sans 15"))
+                                 .setting(0, "Gtk/CursorBlink")
+                                 .value(1)
                                  .bytes();
     EXPECT_EQ(xsettings(bytes), (QVariantMap{{QStringLiteral("Gtk/EnableAnimations"), 1}}));
 }
