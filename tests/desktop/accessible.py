@@ -69,6 +69,24 @@ class Tree:
     def get(self, reference, interface, key):
         return self.call(reference, "org.freedesktop.DBus.Properties", "Get", interface, key)
 
+    def applications(self):
+        return self.children(("org.a11y.atspi.Registry", ROOT))
+
+    def bring(self, pid):
+        """Returns once that process has got all that programs have told on this bus until now.
+
+        What one of them told before it answers is on the bus before its answer, and what the bus
+        has for a connection it hands over in order."""
+        for application in self.applications():
+            self.get(application, ACCESSIBLE, "Name")
+        bus = self.bus.get_object("org.freedesktop.DBus", "/org/freedesktop/DBus", introspect=False)
+        its = [name for name in self.bus.list_names()
+               if name.startswith(":") and bus.GetConnectionUnixProcessID(name) == pid]
+        if not its:
+            raise Failure(f"process {pid} is not on the accessibility bus")
+        for name in its:
+            self.call((str(name), "/"), "org.freedesktop.DBus.Peer", "Ping")
+
     def children(self, reference):
         return [(str(name), str(path)) for name, path in
                 self.call(reference, ACCESSIBLE, "GetChildren")]
@@ -85,7 +103,7 @@ class Tree:
             for child in self.children(reference):
                 walk(child)
 
-        for application in self.children(("org.a11y.atspi.Registry", ROOT)):
+        for application in self.applications():
             if str(self.get(application, ACCESSIBLE, "Name")).lower() == "korvel":
                 for window in self.children(application):
                     walk(window)
