@@ -134,13 +134,12 @@ def popover_of_a_size_that_it_did_not_ask_for_shows_the_same_picture():
             # few times, and then leaves the desktop its way.
             for columns in (1, 3, 2):
 
-                def taken():
+                def kept():
                     place.xdotool("windowsize", window, width - columns, height)
-                    time.sleep(0.2)
-                    return geometry(place, window)[2] == width - columns
+                    narrow = still_picture(place, window)
+                    return narrow if geometry(place, window)[2] == width - columns else None
 
-                wait_for(f"a window without {columns} columns", taken)
-                narrow = still_picture(place, window)
+                narrow = wait_for(f"a window without {columns} columns", kept, 30)
                 check(columns <= width - narrow.width <= columns + 2, f"{narrow.width} of {width} columns are shown")
                 whole = picture.crop(0, 0, narrow.width, narrow.height)
                 # Qt may blend a piece in another way, which rounds otherwise.
