@@ -6,12 +6,12 @@
 
 #include <QFontMetricsF>
 #include <QImage>
-#include <QPainter>
 
 #include "ui/quick/dial_item.h"
 #include "ui/quick/digits_item.h"
 #include "ui/quick/gauge_bar_item.h"
 #include "ui/quick/inks.h"
+#include "ui/quick/painted.h"
 #include "ui/quick/plate_item.h"
 #include "ui/quick/shadow_item.h"
 #include "ui/quick/shield_mark_item.h"
@@ -20,15 +20,6 @@
 
 namespace korvel {
 namespace {
-
-QImage painted(TintedItem& item) {
-    QImage image(item.size().toSize(), QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    item.paint(&painter);
-    return image;
-}
 
 int paintedPixels(const QImage& image) {
     int count = 0;

@@ -3,22 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <QImage>
-#include <QPainter>
 
 #include "ui/quick/gauge_bar_item.h"
+#include "ui/quick/painted.h"
 #include "ui/quick/symbol_item.h"
 
 namespace korvel {
 namespace {
-
-QImage drawn(TintedItem& item) {
-    QImage image(item.size().toSize(), QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    item.paint(&painter);
-    return image;
-}
 
 /// Qt does not paint the two ends of a shape quite alike.
 void expectSame(const QImage& a, const QImage& b) {
@@ -40,11 +31,11 @@ TEST(MirroredDrawings, ABarIsFilledFromTheRight) {
         bar.setRim(rim);
         bar.setTrackColour(Qt::blue);
         bar.setFraction(0.25);
-        const QImage usual = drawn(bar);
+        const QImage usual = painted(bar);
         EXPECT_EQ(usual.pixelColor(5, 2), QColor(Qt::red));
         EXPECT_EQ(usual.pixelColor(34, 2), QColor(Qt::blue));
         bar.setMirrored(true);
-        expectSame(drawn(bar), usual.mirrored(true, false));
+        expectSame(painted(bar), usual.mirrored(true, false));
     }
 }
 
@@ -55,9 +46,9 @@ TEST(MirroredDrawings, AChevronPointsTheOtherWay) {
         chevron.setColour(Qt::red);
         chevron.setBold(bold);
         chevron.setName(QStringLiteral("chevron.right"));
-        const QImage usual = drawn(chevron);
+        const QImage usual = painted(chevron);
         chevron.setMirrored(true);
-        const QImage mirrored = drawn(chevron);
+        const QImage mirrored = painted(chevron);
         EXPECT_NE(mirrored, usual);
         expectSame(mirrored, usual.mirrored(true, false));
     }

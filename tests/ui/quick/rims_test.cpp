@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <QImage>
-#include <QPainter>
 #include <QPainterPath>
 #include <QPainterPathStroker>
 
@@ -22,6 +21,7 @@
 #include "ui/quick/dial_item.h"
 #include "ui/quick/gauge_bar_item.h"
 #include "ui/quick/inks.h"
+#include "ui/quick/painted.h"
 #include "ui/quick/shield_mark_item.h"
 #include "ui/quick/spark_item.h"
 #include "ui/quick/symbol_item.h"
@@ -143,17 +143,6 @@ std::vector<Drawing> drawings() {
     return all;
 }
 
-QImage seen(TintedItem& item, double scale) {
-    const QSizeF size = item.size() * scale;
-    QImage image(qCeil(size.width()), qCeil(size.height()), QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.scale(scale, scale);
-    item.paint(&painter);
-    return image;
-}
-
 void tint(const Drawing& drawing, const Inks& inks, const QString& colour) {
     QColor fill = inks.fills().of(colour);
     fill.setAlphaF(static_cast<float>(drawing.opacity));
@@ -193,7 +182,7 @@ struct EdgeContrast {
 };
 
 EdgeContrast contrastAlongEdge(const Drawing& drawing, double scale) {
-    const QImage image = seen(*drawing.item, scale);
+    const QImage image = painted(*drawing.item, scale);
     const bool isLine = drawing.lineWidth > 0;
     const int reach = isLine ? qCeil((drawing.lineWidth / 2 + 1) * scale) : 1;
     EdgeContrast result;
@@ -246,9 +235,9 @@ TEST(Rims, InADarkPopoverEveryDrawingIsAsWithoutARim) {
     for (const Drawing& drawing : drawings()) {
         for (const char* colour : kColours) {
             tint(drawing, inks, colour);
-            const QImage image = seen(*drawing.item, 2);
+            const QImage image = painted(*drawing.item, 2);
             drawing.item->setRim(Qt::transparent);
-            EXPECT_EQ(image, seen(*drawing.item, 2)) << drawing.name << " in " << colour;
+            EXPECT_EQ(image, painted(*drawing.item, 2)) << drawing.name << " in " << colour;
         }
     }
 }
@@ -267,7 +256,7 @@ TEST(Rims, OfABarThatIsShorterThanTheyAreWideStayWithinItsFill) {
     for (const double filled : {0.0, 0.5, 1.0}) {
         const Drawing drawing = bar("bar", {100, kLengths.barHeight}, filled / 100, 1);
         tint(drawing, Inks(nullptr), "cyan");
-        const QImage image = seen(*drawing.item, 2);
+        const QImage image = painted(*drawing.item, 2);
         for (int x = qCeil(2 * filled); x < image.width(); ++x) {
             for (int y = 0; y < image.height(); ++y) {
                 ASSERT_EQ(qAlpha(image.pixel(x, y)), 0) << filled << ": " << x << "," << y;
@@ -312,10 +301,10 @@ TEST(Rims, LeaveTheColourWithinAsItIs) {
     const Inks inks(nullptr);
     for (const Drawing& drawing : drawings()) {
         tint(drawing, inks, "cyan");
-        const QImage rimmed = seen(*drawing.item, 4);
+        const QImage rimmed = painted(*drawing.item, 4);
         drawing.item->setRim(Qt::transparent);
         const auto [core, kept] =
-            coreKept(seen(*drawing.item, 4), rimmed, drawing.lineWidth > 0 ? 1 : 4);
+            coreKept(painted(*drawing.item, 4), rimmed, drawing.lineWidth > 0 ? 1 : 4);
         EXPECT_GT(core, 0) << drawing.name;
         EXPECT_EQ(core, kept) << drawing.name;
     }
@@ -337,9 +326,9 @@ TEST(Rims, LieInsideOfShapesAndThinAroundLines) {
     const Inks inks(nullptr);
     for (const Drawing& drawing : drawings()) {
         tint(drawing, inks, "cyan");
-        const QRect rimmed = paintedBounds(seen(*drawing.item, 4));
+        const QRect rimmed = paintedBounds(painted(*drawing.item, 4));
         drawing.item->setRim(Qt::transparent);
-        const QRect plain = paintedBounds(seen(*drawing.item, 4));
+        const QRect plain = paintedBounds(painted(*drawing.item, 4));
         const int around = drawing.lineWidth > 0 ? 3 : 0; // 0.6 logical pixels
         EXPECT_TRUE(plain.adjusted(-around, -around, around, around).contains(rimmed))
             << drawing.name;
@@ -354,11 +343,11 @@ TEST(Rims, ASignIsInTheirColourWhereThatStandsOutAndElseAHole) {
     const QPoint inSign = (QPointF(12, 14) * pixels).toPoint();
     for (const char* colour : {"cyan", "good", "warn"}) {
         tint(drawing, inks, colour);
-        EXPECT_EQ(seen(*drawing.item, 4).pixelColor(inSign).name(), drawing.item->rim().name())
+        EXPECT_EQ(painted(*drawing.item, 4).pixelColor(inSign).name(), drawing.item->rim().name())
             << colour;
     }
     tint(drawing, inks, "bad");
-    EXPECT_EQ(seen(*drawing.item, 4).pixelColor(inSign).alpha(), 0);
+    EXPECT_EQ(painted(*drawing.item, 4).pixelColor(inSign).alpha(), 0);
 }
 
 } // namespace
