@@ -99,7 +99,7 @@ void Theme::fit() {
     setEach(QMetaType::Double, [&](const QMetaProperty& property) {
         return property.read(&usual).toDouble() * textScale_;
     });
-    const PopoverMarkSizes marks = *this;
+    const PopoverMarkSizes marks = static_cast<const PopoverMarkSizes&>(*this);
     // Lines stay as thin as they are, and the panel's corners, behind which the shadow is, as
     // round.
     borderWidth = usual.borderWidth;
