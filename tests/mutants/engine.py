@@ -49,7 +49,7 @@ def replace_each(pattern, instead, template):
     def rule(text):
         for match in compiled.finditer(text):
             group = "it" if "it" in compiled.groupindex else 0
-            others = instead(match[group])
+            others = [other for other in instead(match[group]) if other != match[group]]
             if others:
                 yield Place(match.start(group), match.end(group), others, template)
 

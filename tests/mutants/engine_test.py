@@ -25,6 +25,11 @@ class Places(unittest.TestCase):
         self.assertEqual([mutant.name for mutant in plan.mutants],
                          ["a.cpp: one 3; | 3 -> 4", "a.cpp: one 3; | 3 -> 0"])
 
+    def test_what_stands_there_already_is_no_mutant(self):
+        plan = engine.Plan()
+        self.assertEqual(plan.break_file("a.qml", "x = 7;", [NUMBER]), "x = 7;")
+        self.assertEqual(plan.mutants, [])
+
     def test_where_two_rules_meet_the_first_has_the_place(self):
         self.assertEqual(engine.Plan().break_file("a.qml", "x = 12;", [NUMBER, DIGIT]),
                          "x = (Theme.mutant === 1 ? (7) : (12));")

@@ -164,6 +164,7 @@ FocusScope {
             implicitWidth: Theme.scrollBarWidth
             minimumSize: Theme.shortestScrollBar
             policy: flickable.interactive ? T.ScrollBar.AlwaysOn : T.ScrollBar.AlwaysOff
+            hoverEnabled: true
             visible: flickable.interactive
             Accessible.ignored: true // what has the keyboard comes into sight by itself
 

@@ -62,6 +62,10 @@ Item {
 
         function test_everyTargetIsAtLeast24High(row) {
             play(row.tag);
+            if (row.tag === "welcome") { // which comes in slowly
+                tryVerify(() => all(view, item => item.objectName === "dismissBanner").length === 1);
+                compare(one("dismissBanner").width, one("dismissBanner").height);
+            }
             const targets = all(view, item => item instanceof PlainButton);
             verify(targets.length >= 4, `only ${targets.length}`);
             for (const target of targets) {
@@ -122,6 +126,14 @@ Item {
                 const ground = row.look === TextButton.Look.Call ? Inks.fills.of("cyan") : Inks.texts.of("primary");
                 verify(Qt.colorEqual(Qt.alpha(plate.colour, 1), ground));
                 fuzzyCompare(plate.colour.a, row.look === TextButton.Look.Call ? 0.22 : 0.08, 0.01);
+                mouseMove(button);
+                tryCompare(button, "hovered", true);
+                fuzzyCompare(plate.colour.a, row.look === TextButton.Look.Call ? 0.32 : 0.14, 0.01);
+                mousePress(button);
+                fuzzyCompare(plate.colour.a, row.look === TextButton.Look.Call ? 0.42 : 0.2, 0.01);
+                mouseMove(view, 5, 5); // off it: the release presses nothing
+                mouseRelease(view, 5, 5);
+                tryCompare(button, "hovered", false);
             }
             Inks.dark = false;
         }
@@ -221,10 +233,35 @@ Item {
             }
         }
 
-        function test_nothingShinesThroughTheThumb() {
+        function test_nothingShinesThroughTheThumbWhichIsDarkerUnderThePointer() {
             play("short_screen");
             view.maximumHeight = 420;
-            compare(one("thumb").colour.a, 1);
+            const thumb = one("thumb");
+            const veiled = opacity => Qt.colorEqual(thumb.colour, Qt.tint(Inks.ground, Inks.texts.track(opacity)));
+            mouseMove(view, 5, 5);
+            compare(thumb.colour.a, 1);
+            verify(veiled(0.22));
+            mouseMove(thumb, thumb.width / 2, thumb.height / 2);
+            tryVerify(() => veiled(0.45));
+            compare(thumb.colour.a, 1);
+        }
+
+        Component {
+            id: narrow
+
+            TextButton {
+                font: Theme.action
+                text: "Clear nothing worth clearing"
+                width: 60
+            }
+        }
+
+        function test_aWordThatIsTooLongIsMadeSmallerOnlyAsFarAsItCanBeRead() {
+            const button = createTemporaryObject(narrow, root);
+            const word = all(button, item => item.objectName === "word")[0];
+            grabImage(root);
+            verify(word.truncated);
+            fuzzyCompare(word.fontInfo.pointSize, Math.floor(0.8 * Theme.action.pointSize), 0.01);
         }
 
         name: "Actions"

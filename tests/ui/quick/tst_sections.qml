@@ -253,6 +253,11 @@ Item {
             tryCompare(scroll, "contentY", whole - 420);
             keyClick(Qt.Key_Home);
             compare(scroll.contentY, 0);
+            keyClick(Qt.Key_Down);
+            compare(scroll.contentY, 40);
+            keyClick(Qt.Key_Down);
+            keyClick(Qt.Key_Up);
+            compare(scroll.contentY, 40);
         }
 
         function test_whatGetsTheKeyboardIsScrolledIntoSight() {

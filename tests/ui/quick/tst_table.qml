@@ -354,6 +354,9 @@ Item {
                 for (const dark of [true, false]) {
                     Inks.dark = dark;
                     checkColour(item.color ?? item.colour, Inks[inks].of(row.expected.over), "under the pointer");
+                    if (inks === "fills") {
+                        checkColour(item.rim, Inks.rims.of(row.expected.over), "the rim under the pointer");
+                    }
                 }
                 mouseMove(root, root.width - 1, root.height - 1);
                 tryCompare(button, "hovered", false);

@@ -241,6 +241,7 @@ Item {
             compare(bar.fraction, 0.25);
             compare(bar.height, 4);
             compare(bar.x + bar.width, line.width);
+            compare(bar.x, one(line, "words").x + one(line, "words").width + Theme.rowLineSpacing);
             verify(!one(line, "spinner").visible);
             verify(!one(line, "updateControl").visible);
             verify(bar.x > one(line, "words").width);
