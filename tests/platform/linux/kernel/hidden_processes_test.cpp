@@ -29,7 +29,7 @@
 namespace korvel::platform {
 namespace {
 
-constexpr uid_t kNobody = 65534;
+constexpr uid_t kNobody = 54321; ///< runs nothing else: the usual number may, some service
 constexpr int kSkipped = 77;
 
 /// Mounts /proc in the tree, for this process alone, and goes on as another user than root. Why it
@@ -135,7 +135,7 @@ TEST(HiddenProcesses, AreMissingFromTheTableAndThatIsSaid) {
              {"hidepid=invisible", "own 2, others none, read none, hides yes"},
              {"hidepid=4", "own 2, others none, read none, hides yes"},
              {"hidepid=ptraceable", "own 2, others none, read none, hides yes"},
-             {"hidepid=2,gid=65534", "own 2, others listed, read some, hides no"},
+             {"hidepid=2,gid=54321", "own 2, others listed, read some, hides no"},
              {"subset=pid", "own 2, others listed, read some, hides no"},
              {"hidepid=2,subset=pid", "own 2, others none, read none, hides yes"},
          }) {
