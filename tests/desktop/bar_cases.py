@@ -173,7 +173,9 @@ def block_of_i3blocks_shows_the_score_and_opens_the_popover():
 
         def runs_no_block():
             """It hears no click on a block that runs."""
-            return not place.run(["pgrep", "-P", place.run(["pgrep", "-x", "i3blocks"]).strip()]).strip()
+            blocks = place.run(["pgrep", "-xf", f"i3blocks -c {place.folder}/i3blocks.conf"]).strip()
+            check(blocks, "i3blocks is not there")
+            return not place.run(["pgrep", "-P", blocks]).strip()
 
         bar.start("i3", "-c", config)
         bar.follows_the_score(block_says)
