@@ -174,15 +174,25 @@ def block_of_i3blocks_shows_the_score_and_opens_the_popover():
             return (block["full_text"], block["short_text"], block["color"]) == (
                 reading["text"], str(reading["percentage"]), colour)
 
+        def i3blocks():
+            pid = place.run(["pgrep", "-xf", f"i3blocks -c {place.folder}/i3blocks.conf"]).strip()
+            check(pid, "i3blocks is not there")
+            return pid
+
         def runs_no_block():
             """It hears no click on a block that runs."""
-            blocks = place.run(["pgrep", "-xf", f"i3blocks -c {place.folder}/i3blocks.conf"]).strip()
-            check(blocks, "i3blocks is not there")
-            return not place.run(["pgrep", "-P", blocks]).strip()
+            return not place.run(["pgrep", "-P", i3blocks()]).strip()
+
+        def click(x, y):
+            """As i3bar tells it. On a busy machine one of some ten clicks through i3bar itself is lost: the block
+            is not run.
+            """
+            with open(f"/proc/{i3blocks()}/fd/0", "wb", buffering=0) as clicks:
+                clicks.write(json.dumps({"name": "korvel", "button": 1, "x": x, "y": y}).encode() + b"\n")
 
         bar.start("i3", "-c", config)
         bar.follows_the_score(block_says)
-        bar.click_opens(place.click, place.popover, runs_no_block)
+        bar.click_opens(click, place.popover, runs_no_block)
 
 
 @case("polybar", "openbox", "unshare")
