@@ -145,7 +145,7 @@ class Bar:
             pass
         wait_for("a reading that is being taken", self.reading_is_under_way)
         if hears:
-            wait_for("the bar's ear", hears)
+            wait_for("a bar that hears clicks", hears)
         click(*middle(box))
         wait_for("the popover", popover)
         os.remove(held)

@@ -23,8 +23,8 @@ namespace {
 constexpr int kAsks = 3;  ///< for one size, of a desktop that sets another
 constexpr int kMoves = 3; ///< to one place, of a desktop that chooses another
 constexpr auto kMovedAgain = std::chrono::seconds(2); ///< after it was placed
-/// A menu that ends takes the keyboard from the window and gives it back, on a busy machine a
-/// moment later.
+/// How long it is without the keyboard before that closes it. A menu that ends takes it from the
+/// window and gives it back, on a busy machine a moment later.
 constexpr auto kLeft = std::chrono::milliseconds(100);
 constexpr double kClosingClick = 0.4; ///< seconds within which the click that closed it arrives
 
