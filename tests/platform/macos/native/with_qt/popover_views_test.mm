@@ -67,9 +67,13 @@ class PopoverViewsOnAppKit : public testing::Test {
         EXPECT_EQ(qtView().superview.frame.size.height, size.height());
     }
 
-    /// Lets the popover and Qt take turns until neither has anything left to do.
+    /// Lets the popover and Qt take turns until neither has anything left to do. The next frame is
+    /// drawn at once: Qt would wait some milliseconds for more to draw.
     static void settle() {
         do {
+            QCoreApplication::processEvents();
+            QEvent request(QEvent::UpdateRequest);
+            QCoreApplication::sendEvent(quickView(), &request);
             QCoreApplication::processEvents();
         } while ([openPopover() kitAnimateStep]);
     }
