@@ -33,8 +33,8 @@ class WrittenSection(unittest.TestCase):
 
     def test_a_page_without_one_such_place_is_refused(self):
         other_way_round = "<!-- /one -->\n<!-- one: written by script/one -->\n"
-        for page in ("", PAGE + PAGE, PAGE.replace("<!-- /one -->", ""), PAGE.replace("<!-- one: ", "<!-- 1: "),
-                     other_way_round):
+        for page in ("", PAGE + PAGE, PAGE + "<!-- /one -->\n", PAGE.replace("<!-- /one -->", ""),
+                     PAGE.replace("<!-- one: ", "<!-- 1: "), other_way_round):
             with self.subTest(page), self.assertRaises(ValueError):
                 replaced(page, "one", "new")
 
