@@ -86,12 +86,13 @@ def launch_ms(place, program):
 def changing(build, place, seconds):
     """Wake-ups a minute while the score is another one at each refresh: those of the demonstration
     on a machine that gets warm and cools down in turn. It is woken once more for each change of the
-    machine, 12 times a minute, which is counted too."""
+    machine, 12 times a minute, which is counted too. A program that has been started before: the first
+    start shows the popover, which works as well."""
     scenario = os.path.join(build, "changing.json")
     events = [{"at": 2.5 + 5 * i, "set": {"thermalState": (i + 1) % 2}}
               for i in range(seconds // 5 + 6)]
     with open(scenario, "w", encoding="utf-8") as file:
-        json.dump({"until": 5 * len(events), "events": events}, file)
+        json.dump({"until": 5 * len(events), "events": events, "defaults": {"seenBuild": 2**31 - 1}}, file)
     trace = subprocess.run([os.path.join(build, "bin", "korvel-sim"), scenario], check=True,
                            stdout=subprocess.PIPE, text=True).stdout
     lines = [json.loads(line) for line in trace.splitlines()]
@@ -101,6 +102,8 @@ def changing(build, place, seconds):
     process = place.spawn([os.path.join(build, "bin", "korvel-demo"), scenario])
     wait_for("the item", place.items)
     time.sleep(6)
+    if place.popover():
+        raise Failure("the demonstration shows its popover")
     woken = idle(process.pid, seconds)["wake_ups_per_minute"]
     place.end(process)
     wait_for("the tray without it", lambda: not place.items())
