@@ -11,8 +11,11 @@ namespace korvel::simulation {
 
 SimulatedProgram::SimulatedProgram(const Scenario& scenario,
                                    std::function<void(std::string_view)> print)
-    : ScriptedProgram(scenario), trace_([this] { return elapsed(); }, std::move(print)) {
-    watch();
+    : ScriptedProgram(scenario), traced_(bool(print)),
+      trace_([this] { return elapsed(); }, std::move(print)) {
+    if (traced_) {
+        watch();
+    }
 }
 
 void SimulatedProgram::watch() {
@@ -51,9 +54,12 @@ void SimulatedProgram::watch() {
 }
 
 std::unique_ptr<platform::Popover> SimulatedProgram::makePopover(ContentView& root) {
-    root.model().snap.didSet = [this, &root] { trace_.snapshot(*root.model().snap); };
-    auto popover =
-        std::make_unique<platform::SimulatedPopover>([this](bool shown) { trace_.popover(shown); });
+    std::function<void(bool)> onShown;
+    if (traced_) {
+        root.model().snap.didSet = [this, &root] { trace_.snapshot(*root.model().snap); };
+        onShown = [this](bool shown) { trace_.popover(shown); };
+    }
+    auto popover = std::make_unique<platform::SimulatedPopover>(std::move(onShown));
     popover_ = popover.get();
     return popover;
 }
@@ -84,7 +90,9 @@ void SimulatedProgram::traceChanges() {
 void SimulatedProgram::run() {
     platform::SimulatedRunLoop& runLoop = simulated().runLoop;
     launch([this](ContentView& root) { return makePopover(root); });
-    traceChanges();
+    if (traced_) {
+        traceChanges();
+    }
     std::string_view reason = "terminate";
     for (const ScenarioEvent& event : scenario().events) {
         runLoop.event(event.at, [this, &event] { event.act(*this); });
@@ -98,8 +106,10 @@ void SimulatedProgram::run() {
         atTheEnd(view());
     }
     end();
-    traceChanges();
-    trace_.exit(reason);
+    if (traced_) {
+        traceChanges();
+        trace_.exit(reason);
+    }
 }
 
 void SimulatedProgram::togglePopover() {
@@ -115,7 +125,9 @@ void SimulatedProgram::terminate() {
 }
 
 void SimulatedProgram::describePopover() {
-    trace_.content(view().content());
+    if (traced_) {
+        trace_.content(view().content());
+    }
 }
 
 } // namespace korvel::simulation

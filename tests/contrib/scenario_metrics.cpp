@@ -18,7 +18,7 @@ int main(int argc, char** argv) {
     if (!scenario) {
         return simulation::complain("scenario_metrics", argv[1], scenario.error());
     }
-    simulation::SimulatedProgram program(*scenario, [](std::string_view) {});
+    simulation::SimulatedProgram program(*scenario, {});
     program.run();
     const std::string text = snapshotMetrics(*program.model().snap, Rates::known, "simulated");
     const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();

@@ -155,6 +155,21 @@ TEST(SimRun, TheSameScenarioPrintsTheSameBytes) {
     EXPECT_EQ(once, traceOf(scenario));
 }
 
+TEST(SimRun, ARunWithoutAReaderEndsAsOneWithATrace) {
+    const Scenario scenario = *readScenario(R"({"until": 300, "events": [
+        {"at": 3, "do": "togglePopover"}, {"at": 9, "do": "describePopover"}]})");
+    std::string trace;
+    SimulatedProgram read(scenario, [&](std::string_view line) { trace += line; });
+    SimulatedProgram unread(scenario, {});
+    for (SimulatedProgram* program : {&read, &unread}) {
+        program->run();
+    }
+    EXPECT_EQ(unread.simulated().files.contents, read.simulated().files.contents);
+    EXPECT_EQ(unread.simulated().statusBar.titles.size(), read.simulated().statusBar.titles.size());
+    EXPECT_EQ(unread.elapsed(), 300);
+    EXPECT_FALSE(trace.empty());
+}
+
 TEST(SimRun, TwoHoursOfRefreshesStayOnTheBeat) {
     const TraceLines lines = runQuietScenario(R"({"until": 7200})");
     const std::vector<double> times = timesOf(lines, "snapshot");

@@ -139,7 +139,7 @@ PictureScreen::PictureScreen(const Scenario& scenario, double scale) {
 
 bool takePictures(const Scenario& scenario, const QString& base, const PictureView& view) {
     bool written = false;
-    SimulatedProgram program(scenario, [](std::string_view) {});
+    SimulatedProgram program(scenario, {});
     program.atTheEnd = [&](ContentView& root) {
         written = draw(root, false, base + QStringLiteral("-light.png"), view) &&
                   draw(root, true, base + QStringLiteral("-dark.png"), view);

@@ -14,7 +14,7 @@ class SimulatedAgents final : public Agents, public Logging {
     std::set<std::string> loaded; ///< labels
 
     bool isLoaded(const std::string& label) override {
-        note("isLoaded " + label);
+        note("isLoaded ", label);
         return loaded.count(label) != 0;
     }
 };

@@ -22,7 +22,7 @@ std::string SimulatedFileManager::makeWorkFolder(const std::string& name,
 }
 
 bool SimulatedFileManager::createDirectory(const std::string& path) {
-    note("createDirectory " + path);
+    note("createDirectory ", path);
     if (creates) {
         folders.insert(path);
     }
@@ -30,7 +30,7 @@ bool SimulatedFileManager::createDirectory(const std::string& path) {
 }
 
 Status<std::errc> SimulatedFileManager::move(const std::string& from, const std::string& to) {
-    note("move " + from + " " + to);
+    note("move ", from, " ", to);
     if (Status<std::errc> scripted = onMove ? onMove(from, to) : Status<std::errc>(); !scripted) {
         return scripted;
     }
@@ -51,30 +51,30 @@ Status<std::errc> SimulatedFileManager::move(const std::string& from, const std:
 }
 
 bool SimulatedFileManager::exchange(const std::string& one, const std::string& other) {
-    note("exchange " + one + " " + other);
+    note("exchange ", one, " ", other);
     return exchanges && folders.count(one) != 0 && folders.count(other) != 0;
 }
 
 Status<std::errc> SimulatedFileManager::flush(const std::string& folder) {
-    note("flush " + folder);
+    note("flush ", folder);
     return flushed;
 }
 
 Status<std::errc> SimulatedFileManager::recordReplacement(const std::string& workFolder,
                                                           const std::string& place) {
-    note("recordReplacement " + workFolder + " " + place);
+    note("recordReplacement ", workFolder, " ", place);
     return recorded;
 }
 
 void SimulatedFileManager::remove(const std::string& path) {
-    note("remove " + path);
+    note("remove ", path);
     std::erase_if(folders, [&](const std::string& folder) { return isWithin(folder, path); });
     std::erase_if(listings, [&](const auto& listing) { return isWithin(listing.first, path); });
     std::erase_if(files_.contents, [&](const auto& file) { return isWithin(file.first, path); });
 }
 
 std::optional<std::vector<std::string>> SimulatedFileManager::contents(const std::string& path) {
-    note("contents " + path);
+    note("contents ", path);
     if (folders.count(path) == 0) {
         return std::nullopt;
     }

@@ -3,7 +3,7 @@
 namespace korvel::platform {
 
 std::optional<std::string> SimulatedFiles::read(const std::string& path) {
-    note("read " + path);
+    note("read ", path);
     const auto found = contents.find(path);
     if (found == contents.end() || unreadable.count(path) != 0) {
         return std::nullopt;
@@ -12,7 +12,7 @@ std::optional<std::string> SimulatedFiles::read(const std::string& path) {
 }
 
 bool SimulatedFiles::write(const std::string& path, std::string_view bytes) {
-    note("write " + path);
+    note("write ", path);
     if (unwritable.count(path) != 0) {
         return false;
     }

@@ -16,7 +16,7 @@ void SimulatedHttp::later(double delay, std::function<void()> work) {
 
 void SimulatedHttp::get(const std::string& url, double timeout,
                         std::function<void(std::optional<HttpResponse>)> done) {
-    note("get " + url);
+    note("get ", url);
     urls.push_back(url);
     if (!document) {
         later(0, [done = std::move(done)] { done(std::nullopt); });
@@ -31,7 +31,7 @@ void SimulatedHttp::get(const std::string& url, double timeout,
 
 void SimulatedHttp::download(const std::string& url, const std::string& /*folder*/,
                              std::function<void(std::optional<HttpDownload>)> done) {
-    note("download " + url);
+    note("download ", url);
     urls.push_back(url);
     if (!archive) {
         later(0, [done = std::move(done)] { done(std::nullopt); });

@@ -16,7 +16,7 @@ const char* SimulatedPower::typeName(PowerAssertionType type) {
 
 std::optional<PowerAssertionId> SimulatedPower::create(PowerAssertionType type,
                                                        const std::string& name) {
-    note(std::string("create ") + typeName(type) + " " + name);
+    note("create ", typeName(type), " ", name);
     if (!(type == PowerAssertionType::noDisplaySleep ? grantsDisplay : grantsSystem)) {
         return std::nullopt;
     }
@@ -38,7 +38,7 @@ void SimulatedPower::release(PowerAssertionId id) {
     }
     const PowerAssertionType type = found->second;
     held.erase(found);
-    note(std::string("release ") + typeName(type));
+    note("release ", typeName(type));
     if (onChange) {
         onChange("release", type, id);
     }

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <fmt/format.h>
-
 namespace korvel::platform {
 
 const SimulatedProcess* SimulatedProcesses::find(std::int32_t pid) const {
@@ -26,14 +24,14 @@ std::vector<std::int32_t> SimulatedProcesses::listAllPids() {
 }
 
 std::optional<std::uint64_t> SimulatedProcesses::physFootprint(std::int32_t pid) {
-    note(fmt::format("physFootprint {}", pid));
+    note("physFootprint ", pid);
     const SimulatedProcess* process = find(pid);
     return process == nullptr ? std::nullopt : process->physFootprint;
 }
 
 std::string SimulatedProcesses::name(std::int32_t pid) {
     constexpr std::size_t kLongestName = 255; // bytes; the buffer's last one is its end
-    note(fmt::format("name {}", pid));
+    note("name ", pid);
     const SimulatedProcess* process = find(pid);
     return process == nullptr
                ? std::string()
@@ -47,7 +45,7 @@ std::optional<std::uint64_t> SimulatedProcesses::startTime(std::int32_t pid) {
 }
 
 void SimulatedProcesses::terminate(std::int32_t pid) {
-    note(fmt::format("terminate {}", pid));
+    note("terminate ", pid);
     terminated.push_back(pid);
     if (onTerminate) {
         onTerminate(pid);

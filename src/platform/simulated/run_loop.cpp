@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <vector>
 
-#include <fmt/format.h>
-
 namespace korvel::platform {
 
 struct SimulatedRunLoop::Scheduled {
@@ -43,12 +41,12 @@ void SimulatedRunLoop::async(Work work) {
 }
 
 void SimulatedRunLoop::after(double seconds, Work work) {
-    note(fmt::format("after {}", seconds));
+    note("after ", seconds);
     schedule(seconds, false, std::move(work));
 }
 
 std::unique_ptr<Timer> SimulatedRunLoop::once(double seconds, Work work) {
-    note(fmt::format("once {}", seconds));
+    note("once ", seconds);
     auto scheduled = schedule(seconds, false, std::move(work));
     scheduled->countsSleep = true;
     return std::make_unique<OwnedTimer>(std::move(scheduled));
@@ -82,7 +80,7 @@ void SimulatedRunLoop::enter(std::shared_ptr<Scheduled> scheduled) {
 }
 
 std::unique_ptr<Timer> SimulatedRunLoop::every(double seconds, Work work) {
-    note(fmt::format("every {}", seconds));
+    note("every ", seconds);
     return std::make_unique<OwnedTimer>(schedule(seconds, true, std::move(work)));
 }
 

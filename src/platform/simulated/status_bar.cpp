@@ -20,7 +20,9 @@ class SimulatedStatusBar::Item final : public StatusItem {
     }
 
     void setTitle(const StatusTitle& title) override {
-        bar_.note("setTitle " + title.text());
+        if (bar_.log != nullptr) {
+            bar_.note("setTitle ", title.text());
+        }
         bar_.titles.push_back(title);
         if (bar_.onTitle) {
             bar_.onTitle(title);

@@ -16,7 +16,7 @@ class SimulatedSwappedMemory final : public SwappedMemory, public Logging {
     std::map<std::int32_t, double> bytes; ///< by pid; cannot be told of any other
 
     std::optional<double> swappedOut(std::int32_t pid) override {
-        note("swappedOut " + std::to_string(pid));
+        note("swappedOut ", pid);
         const auto found = bytes.find(pid);
         return found == bytes.end() ? std::nullopt : std::optional<double>(found->second);
     }

@@ -24,7 +24,7 @@ class SimulatedArchive final : public Archive, public Logging {
     Status<ArchiveFault> unpacked; ///< what comes of it
 
     Status<ArchiveFault> unpack(const std::string& archive, const std::string& folder) override {
-        note("unpack " + archive + " " + folder);
+        note("unpack ", archive, " ", folder);
         files_.listings[folder] = entries;
         const std::string inside = folder + "/";
         for (const std::string& entry : entries) {
@@ -45,11 +45,11 @@ class SimulatedSignature final : public CodeSignature, public Logging {
     std::vector<std::int64_t> builds; ///< that were told to be in place
 
     std::optional<std::string> describe(const std::string& bundle) override {
-        note("describe " + bundle);
+        note("describe ", bundle);
         return description;
     }
     Status<BundleFault> verifyStrictly(const std::string& bundle, std::int64_t build) override {
-        note("verifyStrictly " + bundle + " " + std::to_string(build));
+        note("verifyStrictly ", bundle, " ", build);
         return verified;
     }
     void installed(std::int64_t build) override { builds.push_back(build); }
@@ -61,7 +61,7 @@ class SimulatedProgramLoader final : public ProgramLoader, public Logging {
     Status<LoadFault> loads; ///< what comes of a check
 
     Status<LoadFault> check(const std::string& bundle) override {
-        note("load " + bundle);
+        note("load ", bundle);
         return loads;
     }
 };
@@ -78,7 +78,7 @@ class SimulatedDigest final : public Digest, public Logging {
         if (!bytes) {
             return std::nullopt;
         }
-        note("sha256 " + path);
+        note("sha256 ", path);
         return digest ? digest(*bytes) : Sha256{};
     }
 

@@ -19,14 +19,14 @@ class SimulatedWorkspace final : public Workspace, public Logging {
     std::function<void(const std::string& bundle)> onRelaunch;
 
     void reveal(const std::string& path) override {
-        note("reveal " + path);
+        note("reveal ", path);
         revealed.push_back(path);
         if (onReveal) {
             onReveal(path);
         }
     }
     void relaunch(const std::string& bundle) override {
-        note("relaunch " + bundle);
+        note("relaunch ", bundle);
         relaunched.push_back(bundle);
         if (onRelaunch) {
             onRelaunch(bundle);
