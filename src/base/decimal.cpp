@@ -28,9 +28,9 @@ double outOfRange(std::string_view number) {
     // Where the first digit that counts stands before the dot, moved by the exponent.
     std::int64_t exponent = 0;
     const auto result = std::from_chars(power.data(), power.data() + power.size(), exponent);
-    if (result.ec == std::errc::result_out_of_range) {
-        exponent = std::numeric_limits<std::int32_t>::max();
-    }
+    // Farther away than the length of any text, and far from the limits of the type.
+    constexpr std::int64_t kFar = std::numeric_limits<std::int32_t>::max();
+    exponent = result.ec == std::errc::result_out_of_range ? kFar : std::min(exponent, kFar);
     const auto dot = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size()));
     const auto first = static_cast<std::int64_t>(mantissa.find_first_of("123456789"));
     const bool isLarge = dot - first + (isNegativePower ? -exponent : exponent) > 0;

@@ -79,13 +79,16 @@ TEST(JsonNumber, ReadsNothingElse) {
 TEST(JsonNumber, TooLargeIsUnreadableAndTooSmallIsZero) {
     const std::string zeros(400, '0');
     for (const std::string& large :
-         {std::string("1e309"), std::string("1e99999999999999999999"), "1" + zeros, "-1" + zeros,
-          "1" + zeros + "e-5", "0." + zeros + "1e+800", std::string("0.001e999")}) {
+         {std::string("1e309"), std::string("1e99999999999999999999"),
+          std::string("4e9223372036854775807"), std::string("4e2147483648"), "1" + zeros,
+          "-1" + zeros, "1" + zeros + "e-5", "0." + zeros + "1e+800", std::string("0.001e999")}) {
         EXPECT_EQ(parseJsonNumber(large), std::nullopt) << large;
     }
     for (const std::string& small :
-         {std::string("1e-400"), std::string("1e-99999999999999999999"), "0." + zeros + "1",
-          "0." + zeros + "1e+5", "1" + zeros + "e-900", std::string("1000e-999")}) {
+         {std::string("1e-400"), std::string("1e-99999999999999999999"),
+          std::string("0.04e-9223372036854775807"), std::string("4e-2147483648"),
+          "0." + zeros + "1", "0." + zeros + "1e+5", "1" + zeros + "e-900",
+          std::string("1000e-999")}) {
         EXPECT_EQ(parseJsonNumber(small), 0) << small;
         EXPECT_TRUE(std::signbit(*parseJsonNumber("-" + small))) << small;
     }
