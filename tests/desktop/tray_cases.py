@@ -9,6 +9,7 @@ import time
 from cases import (PALETTE, Program, Skip, case, check, desktop, equal, geometry, icon_box, middle, opened,
                    stays_closed, wait_for_icon, wait_for_item)
 from desktop import WATCHER, wait_for
+from remedy_cases import NAME
 from wayland_cases import SWAY_CONFIG, WaylandDesktop, qt_has_wayland
 
 BAR = 24  # pixels at the top of the screen
@@ -52,6 +53,27 @@ def item_is_registered_again_whenever_the_panel_starts():
                 wait_for_icon(place)
             place.end(panel, signal.SIGKILL)
             wait_for("no host", lambda: not place.owner(WATCHER))
+
+
+@case("xfce4-panel")
+def session_bus_that_comes_back_has_the_item_and_the_name_again():
+    with desktop(program=False) as place:
+        panel = place.start_panel("xfce4-panel")
+        program = Program(place)
+        wait_for_icon(place)
+        place.end(place.bus, signal.SIGKILL)
+        for gone in (panel, place.xfconf):
+            place.end(gone, signal.SIGKILL)
+        place.xfconf = None
+        place.start_bus()
+        place.start_panel("xfce4-panel")
+        wait_for("the item on the bus", place.items, 15)  # it is looked for every ten seconds
+        equal(len(place.items()), 1, "items")
+        wait_for_icon(place)
+        wait_for("the program's name", lambda: place.owner(NAME))
+        equal(Program(place).exit_status(), 0, "exit status of a further start")
+        opened(place)
+        check(program.running(), "the program ended")
 
 
 @case("xfce4-panel")

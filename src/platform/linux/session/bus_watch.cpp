@@ -4,13 +4,15 @@
 
 namespace korvel::platform {
 
-namespace {
+void tellWhenLost(const QDBusConnection& bus, QObject& receiver, const char* slot) {
+    // The library tells it as a signal of this object, which is not on the bus.
+    QDBusConnection(bus).connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                                 QStringLiteral("org.freedesktop.DBus.Local"),
+                                 QStringLiteral("Disconnected"), &receiver, slot);
+}
 
-constexpr int kRetryInterval = 10000; // milliseconds
-
-} // namespace
-
-BusWatch::BusWatch(QDBusConnection::BusType bus, QString connection, const QStringList& services)
+BusWatch::BusWatch(QDBusConnection::BusType bus, QString connection, const QStringList& services,
+                   std::chrono::milliseconds pause)
     : bus_(bus), connection_(std::move(connection)) {
     watcher_.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
     watcher_.setWatchedServices(services);
@@ -24,7 +26,7 @@ BusWatch::BusWatch(QDBusConnection::BusType bus, QString connection, const QStri
                 }
             });
     retry_.setTimerType(Qt::VeryCoarseTimer);
-    retry_.setInterval(kRetryInterval);
+    retry_.setInterval(pause);
     connect(&retry_, &QTimer::timeout, this, &BusWatch::look);
     connectToBus();
 }
@@ -43,18 +45,14 @@ void BusWatch::setWanted(bool wanted) {
 }
 
 bool BusWatch::connectToBus() {
-    QDBusConnection bus = QDBusConnection::connectToBus(bus_, connection_);
+    const QDBusConnection bus = QDBusConnection::connectToBus(bus_, connection_);
     connected_ = bus.isConnected();
     if (!connected_) {
         QDBusConnection::disconnectFromBus(connection_);
         return false;
     }
     watcher_.setConnection(bus);
-    // The library tells the end of a connection as a signal of this object, which is not on the
-    // bus.
-    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
-                SLOT(disconnected()));
+    tellWhenLost(bus, *this, SLOT(disconnected()));
     return true;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
 #include <QObject>
@@ -8,17 +10,24 @@
 
 namespace korvel::platform {
 
+/// Has `slot` of `receiver` called, without arguments, when this connection ends.
+void tellWhenLost(const QDBusConnection& bus, QObject& receiver, const char* slot);
+
 /// Tells when services appear on a bus and go, and when the bus itself goes away and is back. It
 /// has a connection of its own, because the library does not connect its shared one again.
 class BusWatch final : public QObject {
     Q_OBJECT
 
   public:
+    /// How long after one look for a bus that is away the next comes.
+    static constexpr std::chrono::milliseconds kPause = std::chrono::seconds(10);
+
     /// `connection` names the connection.
-    BusWatch(QDBusConnection::BusType bus, QString connection, const QStringList& services);
+    BusWatch(QDBusConnection::BusType bus, QString connection, const QStringList& services,
+             std::chrono::milliseconds pause = kPause);
     ~BusWatch() override;
 
-    /// Whether a bus that is away is looked for, every ten seconds. While it is not there is no
+    /// Whether a bus that is away is looked for, again and again. While it is not there is no
     /// timer, so that the program is not woken for nothing.
     void setWanted(bool wanted);
 

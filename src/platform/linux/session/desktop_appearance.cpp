@@ -7,8 +7,7 @@
 
 namespace korvel::platform {
 
-DesktopAppearance::DesktopAppearance()
-    : portal_(QDBusConnection::sessionBus(), x11TextScale), x11_([this] { judge(); }) {
+DesktopAppearance::DesktopAppearance() : portal_(x11TextScale), x11_([this] { judge(); }) {
     judge();
 }
 

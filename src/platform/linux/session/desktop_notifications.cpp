@@ -12,6 +12,7 @@
 
 #include "platform/identity.h"
 #include "platform/linux/session/bus_object.h"
+#include "platform/linux/session/session_bus.h"
 #include "platform/status_bar.h"
 
 namespace korvel::platform {
@@ -49,8 +50,19 @@ std::string printable(std::string text) {
 
 } // namespace
 
+DesktopNotifications::DesktopNotifications(Words words)
+    : DesktopNotifications(std::move(words), SessionBus::ofProgram().connection()) {
+    connect(&SessionBus::ofProgram(), &SessionBus::returned, this, &DesktopNotifications::useBus);
+}
+
 DesktopNotifications::DesktopNotifications(Words words, const QDBusConnection& bus)
     : bus_(bus), words_(std::move(words)) {}
+
+void DesktopNotifications::useBus(const QDBusConnection& bus) {
+    bus_ = bus;
+    listening_ = false;
+    forget();
+}
 
 std::string DesktopNotifications::body(const std::string& text, bool markup) {
     std::string plain = printable(text);

@@ -24,9 +24,12 @@ class DesktopNotifications final : public QObject, public Notifications {
   public:
     using Words = std::function<std::string(std::string)>;
 
-    /// `words` turns each text into the words of this desktop.
-    explicit DesktopNotifications(Words words,
-                                  const QDBusConnection& bus = QDBusConnection::sessionBus());
+    /// On the program's session bus. `words` turns each text into the words of this desktop.
+    explicit DesktopNotifications(Words words);
+    DesktopNotifications(Words words, const QDBusConnection& bus);
+
+    /// The bus is there again, on this connection; nobody on it shows anything of the program.
+    void useBus(const QDBusConnection& bus);
 
     /// Nothing: this desktop asks nobody for permission.
     void requestAuthorisation() override {}

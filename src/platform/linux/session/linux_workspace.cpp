@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include "platform/linux/session/bus_object.h"
+#include "platform/linux/session/session_bus.h"
 
 namespace korvel::platform {
 
@@ -31,8 +32,14 @@ std::string fileUri(const std::string& path) {
     return "file://" + QByteArray::fromStdString(path).toPercentEncoding("/").toStdString();
 }
 
-LinuxWorkspace::LinuxWorkspace(ChildProcesses& children, QDBusConnection bus)
-    : children_(children), bus_(std::move(bus)) {}
+LinuxWorkspace::LinuxWorkspace(ChildProcesses& children)
+    : LinuxWorkspace(children, SessionBus::ofProgram().connection()) {
+    QObject::connect(&SessionBus::ofProgram(), &SessionBus::returned, &replies_,
+                     [this](const QDBusConnection& bus) { bus_ = bus; });
+}
+
+LinuxWorkspace::LinuxWorkspace(ChildProcesses& children, const QDBusConnection& bus)
+    : children_(children), bus_(bus) {}
 
 void LinuxWorkspace::openFolderAround(const std::string& path) {
     const std::size_t slash = path.rfind('/');

@@ -4,7 +4,6 @@
 #include <QObject>
 
 #include "platform/child_process.h"
-#include "platform/linux/session/session_bus.h"
 #include "platform/workspace.h"
 
 namespace korvel::platform {
@@ -13,8 +12,9 @@ namespace korvel::platform {
 /// Where no such service answers, the folder around is opened with xdg-open.
 class LinuxWorkspace final : public Workspace {
   public:
-    /// `children` outlives it.
-    explicit LinuxWorkspace(ChildProcesses& children, QDBusConnection bus = sessionBusIfThere());
+    /// On the program's session bus. `children` outlives it.
+    explicit LinuxWorkspace(ChildProcesses& children);
+    LinuxWorkspace(ChildProcesses& children, const QDBusConnection& bus);
 
     /// `path` is absolute.
     void reveal(const std::string& path) override;

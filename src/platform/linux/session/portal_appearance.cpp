@@ -6,6 +6,8 @@
 #include <QDBusArgument>
 #include <QDBusMetaType>
 
+#include "platform/linux/session/session_bus.h"
+
 namespace korvel::platform {
 
 namespace {
@@ -16,16 +18,26 @@ const QString kInterface = QStringLiteral("org.freedesktop.portal.Settings");
 
 } // namespace
 
+PortalAppearance::PortalAppearance(std::function<double()> displayScale)
+    : PortalAppearance(SessionBus::ofProgram().connection(), std::move(displayScale)) {
+    connect(&SessionBus::ofProgram(), &SessionBus::returned, this, &PortalAppearance::useBus);
+}
+
 PortalAppearance::PortalAppearance(const QDBusConnection& bus, std::function<double()> displayScale)
-    : portal_(bus, kService, kPath, kInterface),
-      watcher_(kService, bus, QDBusServiceWatcher::WatchForRegistration),
-      displayScale_(std::move(displayScale)) {
-    if (!bus.isConnected()) {
-        return;
-    }
+    : portal_(bus, kService, kPath, kInterface), displayScale_(std::move(displayScale)) {
     // Qt looks the type up by its name in the slot's signature, or makes no connection.
     qRegisterMetaType<QDBusVariant>();
+    watcher_.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
+    watcher_.addWatchedService(kService);
     connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &PortalAppearance::ask);
+    if (bus.isConnected()) {
+        useBus(bus);
+    }
+}
+
+void PortalAppearance::useBus(const QDBusConnection& bus) {
+    portal_ = BusObject(bus, kService, kPath, kInterface);
+    watcher_.setConnection(bus);
     QDBusConnection(bus).connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"),
                                  this, SLOT(settingChanged(QString, QString, QDBusVariant)));
     ask();

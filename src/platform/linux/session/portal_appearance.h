@@ -21,10 +21,14 @@ class PortalAppearance final : public QObject, public Appearance {
     Q_OBJECT
 
   public:
-    /// `displayScale` tells by how much the display's scale enlarges text, where the desktop puts
-    /// its size of text into that too; empty: it does not.
-    explicit PortalAppearance(const QDBusConnection& bus = QDBusConnection::sessionBus(),
+    /// On the program's session bus. `displayScale` tells by how much the display's scale enlarges
+    /// text, where the desktop puts its size of text into that too; empty: it does not.
+    explicit PortalAppearance(std::function<double()> displayScale = {});
+    explicit PortalAppearance(const QDBusConnection& bus,
                               std::function<double()> displayScale = {});
+
+    /// The bus is there again, on this connection. What was known holds until the portal says more.
+    void useBus(const QDBusConnection& bus);
 
     std::optional<bool> prefersDark() const override { return settings_.dark; }
     double textScale() const override;

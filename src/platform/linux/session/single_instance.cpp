@@ -14,7 +14,6 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-#include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
 #include <QEventLoop>
@@ -23,6 +22,7 @@
 
 #include "platform/identity.h"
 #include "platform/linux/session/bus_object.h"
+#include "platform/linux/session/session_bus.h"
 #include "platform/status_bar.h"
 
 namespace korvel::platform {
@@ -82,6 +82,8 @@ bool SingleInstance::acquire(Start start, const LaunchToken& token) {
     const bool only = acquireName(start, token);
     if (only) {
         tryLock(); // whether or not it is free: the name decides
+        connect(&SessionBus::ofProgram(), &SessionBus::returned, this, &SingleInstance::useBus,
+                Qt::UniqueConnection);
     }
     return only;
 }
@@ -128,6 +130,14 @@ bool SingleInstance::acquireName(Start start, const LaunchToken& token) {
         names.unregisterService(busName()); // which leaves the queue
     }
     return owner;
+}
+
+void SingleInstance::useBus(const QDBusConnection& bus) {
+    constexpr std::uint32_t kInTheQueue = 0; // the bus's word for no flags
+    QDBusConnection(bus).registerObject(objectPath(), this, QDBusConnection::ExportScriptableSlots);
+    const QString daemon = QStringLiteral("org.freedesktop.DBus");
+    BusObject(bus, daemon, QStringLiteral("/org/freedesktop/DBus"), daemon)
+        .tell("RequestName", {busName(), kInTheQueue});
 }
 
 void SingleInstance::Activate(const QVariantMap& platformData) {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 
+#include <QDBusConnection>
 #include <QObject>
 #include <QVariantMap>
 
@@ -48,6 +49,9 @@ class SingleInstance final : public QObject {
     /// been asked to come to the front, and has got this process's token, unless the session
     /// started this one by itself. Runs the event loop while it waits.
     bool acquire(Start start, const LaunchToken& token = {});
+
+    /// The bus is there again, on this connection: takes the name there, without waiting.
+    void useBus(const QDBusConnection& bus);
 
     /// The D-Bus method: the program has been started once more.
     Q_SLOT Q_SCRIPTABLE void

@@ -9,6 +9,8 @@
 #include <QDeadlineTimer>
 #include <QThread>
 
+#include "platform/linux/session/session_bus.h"
+
 namespace korvel::platform {
 
 namespace {
@@ -53,6 +55,19 @@ SystemdAgents::SystemdAgents(const QDBusConnection& bus, std::chrono::millisecon
     connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &SystemdAgents::managerCame);
     connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this,
             &SystemdAgents::managerWent);
+}
+
+SystemdAgents::SystemdAgents() : SystemdAgents(SessionBus::ofProgram().connection()) {
+    connect(&SessionBus::ofProgram(), &SessionBus::returned, this, &SystemdAgents::useBus);
+}
+
+void SystemdAgents::useBus(const QDBusConnection& bus) {
+    bus_ = bus;
+    manager_ = BusObject(bus, managerName(), managerPath(), managerInterface());
+    started_ = false;
+    agents_.clear();
+    const std::lock_guard lock(mutex_);
+    loaded_.clear();
 }
 
 bool SystemdAgents::isLoaded(const std::string& label) {

@@ -18,7 +18,6 @@
 
 #include "platform/agents.h"
 #include "platform/linux/session/bus_object.h"
-#include "platform/linux/session/session_bus.h"
 #include "platform/linux/session/systemd_answers.h"
 
 namespace korvel::platform {
@@ -40,8 +39,13 @@ class SystemdAgents final : public QObject, public Agents {
   public:
     /// `settle`: how long the manager has to be quiet after signals before it is asked again; those
     /// of one change come close together.
-    explicit SystemdAgents(const QDBusConnection& bus = sessionBusIfThere(),
+    explicit SystemdAgents(const QDBusConnection& bus,
                            std::chrono::milliseconds settle = std::chrono::milliseconds(500));
+    /// On the program's session bus.
+    SystemdAgents();
+
+    /// The bus is there again, on this connection: what was known is asked anew.
+    void useBus(const QDBusConnection& bus);
 
     bool isLoaded(const std::string& label) override;
 

@@ -18,12 +18,17 @@ TrayHost::TrayHost(const QDBusConnection& bus, Calls calls, std::chrono::millise
                 ownerKnown_ = true;
                 ownerChanged(owner);
             });
-    // Not by the watcher's name: the library would ask the bus for its owner and wait.
-    bus_.connect(QString(), watcherPath(), watcherService(),
-                 QStringLiteral("StatusNotifierHostRegistered"), this, SLOT(hostRegistered()));
     grace_.setSingleShot(true);
     grace_.setInterval(grace);
     connect(&grace_, &QTimer::timeout, this, &TrayHost::graceOver);
+    lookForWatcher();
+    QMetaObject::invokeMethod(this, &TrayHost::lookAgain, Qt::QueuedConnection);
+}
+
+void TrayHost::lookForWatcher() {
+    // Not by the watcher's name: the library would ask the bus for its owner and wait.
+    bus_.connect(QString(), watcherPath(), watcherService(),
+                 QStringLiteral("StatusNotifierHostRegistered"), this, SLOT(hostRegistered()));
     const QString daemon = QStringLiteral("org.freedesktop.DBus");
     BusObject(bus_, daemon, QStringLiteral("/org/freedesktop/DBus"), daemon)
         .ask("GetNameOwner", {watcherService()}, *this, [this](const QDBusMessage& answer) {
@@ -32,7 +37,18 @@ TrayHost::TrayHost(const QDBusConnection& bus, Calls calls, std::chrono::millise
                 ownerChanged(QDBusReply<QString>(answer).value()); // empty: nobody
             }
         });
-    QMetaObject::invokeMethod(this, &TrayHost::lookAgain, Qt::QueuedConnection);
+}
+
+void TrayHost::busLost() {
+    ownerKnown_ = true;
+    ownerChanged(QString());
+}
+
+void TrayHost::useBus(const QDBusConnection& bus) {
+    bus_ = bus;
+    ownerKnown_ = false;
+    watcher_.setConnection(bus);
+    lookForWatcher();
 }
 
 void TrayHost::lookAgain() {

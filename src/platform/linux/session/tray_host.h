@@ -52,6 +52,12 @@ class TrayHost final : public QObject, protected QDBusContext {
     /// owner calls this at its own slow pace.
     void lookAgain();
 
+    /// The bus has gone, and its host with it.
+    void busLost();
+
+    /// A bus is there again, on this connection, and its watcher and host are looked for.
+    void useBus(const QDBusConnection& bus);
+
     /// Somebody has fetched the item's picture.
     void pictureFetched();
 
@@ -63,6 +69,7 @@ class TrayHost final : public QObject, protected QDBusContext {
 
   private:
     Q_SLOT void hostRegistered();
+    void lookForWatcher();
     void ownerChanged(const QString& owner);
     void registerItem();
     void askForHost();

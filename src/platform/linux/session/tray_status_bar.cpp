@@ -36,7 +36,7 @@ bool inWaylandSession() {
 } // namespace
 
 TraySession TraySession::ofProgram(Unasked unasked) {
-    return {.bus = sessionBusIfThere(),
+    return {.bus = SessionBus::ofProgram().connection(),
             .connect =
                 [](const QString& name) {
                     return sessionBusIsThere()
@@ -151,6 +151,11 @@ void TrayStatusItem::leaveBus() {
     QDBusConnection::disconnectFromBus(connectionName());
 }
 
+void TrayStatusItem::busLost() {
+    leaveBus();
+    host_.busLost();
+}
+
 void TrayStatusItem::kindChanged(TrayKind kind) {
     if (kind == TrayKind::xembed) {
         leaveBus();
@@ -215,6 +220,9 @@ TrayStatusBar::~TrayStatusBar() = default;
 std::unique_ptr<StatusItem> TrayStatusBar::makeStatusItem() {
     auto item = std::make_unique<TrayStatusItem>(menu_, TraySession::ofProgram(unasked_));
     item_ = item.get();
+    const SessionBus& bus = SessionBus::ofProgram();
+    connect(&bus, &SessionBus::lost, item_, &TrayStatusItem::busLost);
+    connect(&bus, &SessionBus::returned, item_, &TrayStatusItem::useBus);
     return item;
 }
 

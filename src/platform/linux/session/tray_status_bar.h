@@ -61,6 +61,12 @@ class TrayStatusItem final : public QObject, public StatusItem {
     /// Whether a tray has the icon, or is about to.
     bool isInTray() const { return host_.trayStands(); }
 
+    /// The bus has gone, and its hosts with it.
+    void busLost();
+
+    /// The bus is there again, on this connection.
+    void useBus(const QDBusConnection& bus) { host_.useBus(bus); }
+
   private:
     void registerItem();
     void leaveBus();

@@ -231,6 +231,21 @@ TEST_F(DesktopNotificationsTest, ABusThatDoesNotAnswerHoldsUpTheEndATenthOfASeco
     EXPECT_TRUE(runUntil([this] { return !service_.closed.empty(); })) << "it had left";
 }
 
+TEST_F(DesktopNotificationsTest, ABusThatIsBackIsPostedToAndHeard) {
+    post();
+    const PrivateBus second;
+    FakeNotifications there(second, QStringLiteral("service there"));
+    ASSERT_TRUE(there.take());
+    program_ = second.connect(QStringLiteral("program there"));
+    notifications_.useBus(program_);
+    there.number = 7; // as the one before it gave
+    post(there);
+    EXPECT_THAT(there.replaced, ElementsAre(0U)) << "nothing is shown there yet";
+    there.tell("ActionInvoked", {kShown, kOnTheWhole});
+    EXPECT_TRUE(runUntil([this] { return requests_.size() == 1; }));
+    QDBusConnection::disconnectFromBus(QStringLiteral("program there"));
+}
+
 TEST(DesktopNotifications, WithoutABusNothingHappens) {
     DesktopNotifications notifications([](std::string text) { return text; },
                                        QDBusConnection(QStringLiteral("never connected")));

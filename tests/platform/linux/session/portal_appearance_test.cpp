@@ -118,6 +118,26 @@ TEST_F(PortalAppearanceTest, FollowsThePortalWhileItRuns) {
     EXPECT_TRUE(runUntil([&] { return !appearance.prefersDark(); }));
 }
 
+TEST_F(PortalAppearanceTest, ThePortalOfABusThatIsBackIsAskedAndFollowed) {
+    settings_.prefer(1);
+    PortalAppearance appearance(program_);
+    EXPECT_EQ(answered(appearance, settings_), true);
+    const PrivateBus second;
+    QDBusConnection there = second.connect(QStringLiteral("portal there"));
+    FakeSettings other;
+    other.prefer(2);
+    ASSERT_TRUE(there.registerObject(
+        kPath, &other, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals));
+    ASSERT_TRUE(there.registerService(kService));
+    appearance.useBus(second.connect(QStringLiteral("program there")));
+    EXPECT_EQ(appearance.prefersDark(), true) << "what was known holds meanwhile";
+    EXPECT_TRUE(runUntil([&] { return appearance.prefersDark() == false; }));
+    Q_EMIT other.SettingChanged(kGroup, kKey, QDBusVariant(1U));
+    EXPECT_TRUE(runUntil([&] { return appearance.prefersDark() == true; }));
+    QDBusConnection::disconnectFromBus(QStringLiteral("program there"));
+    QDBusConnection::disconnectFromBus(QStringLiteral("portal there"));
+}
+
 TEST_F(PortalAppearanceTest, AsksAPortalThatComesLater) {
     settings_.prefer(1);
     ASSERT_TRUE(portal_.unregisterService(kService));

@@ -15,22 +15,30 @@ class PrivateBus {
         if (!config.open(QIODevice::WriteOnly)) {
             return;
         }
-        config.write("<busconfig><type>session</type><listen>unix:dir=" + folder_.path().toUtf8() +
-                     "</listen><servicedir>" + folder_.path().toUtf8() +
+        config.write("<busconfig><type>session</type><listen>unix:path=" + folder_.path().toUtf8() +
+                     "/bus</listen><servicedir>" + folder_.path().toUtf8() +
                      "</servicedir><auth>EXTERNAL</auth><policy context=\"default\">"
                      "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
                      "<allow own=\"*\"/></policy></busconfig>");
         config.close();
-        daemon_.start(QStringLiteral("dbus-daemon"),
-                      {QStringLiteral("--config-file=") + config.fileName(),
-                       QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
-        if (daemon_.waitForReadyRead(10000)) {
-            address_ = QString::fromUtf8(daemon_.readLine()).trimmed();
-        }
+        start();
     }
     PrivateBus(const PrivateBus&) = delete;
     PrivateBus& operator=(const PrivateBus&) = delete;
     ~PrivateBus() { stop(); }
+
+    /// Starts it again after a stop, where it was.
+    void start() {
+        daemon_.start(
+            QStringLiteral("dbus-daemon"),
+            {QStringLiteral("--config-file=") + folder_.filePath(QStringLiteral("bus.conf")),
+             QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
+        if (daemon_.waitForReadyRead(10000)) {
+            // Without the daemon's own number, as a desktop's address is.
+            address_ =
+                QString::fromUtf8(daemon_.readLine()).trimmed().section(QLatin1Char(','), 0, 0);
+        }
+    }
 
     void stop() {
         daemon_.kill();

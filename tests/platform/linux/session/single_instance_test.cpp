@@ -316,6 +316,21 @@ TEST_F(SingleInstanceTest, OneThatRelaunchesAndDoesNotEndIsActivatedAfterAWhile)
     EXPECT_NE(owner(), self());
 }
 
+TEST_F(SingleInstanceTest, ABusThatIsBackHasTheNameAgainAndAnAnswerToTheNextStart) {
+    const PrivateBus second;
+    ASSERT_FALSE(second.address().isEmpty());
+    const QDBusConnection back = second.connect(QStringLiteral("back"));
+    instance_.useBus(back);
+    EXPECT_TRUE(runUntil(
+        [&] { return back.interface()->serviceOwner(kName).value() == back.baseService(); }));
+    QDBusConnection next = second.connect(QStringLiteral("next"));
+    const BusObject program(next, kName, kPath, QStringLiteral("org.freedesktop.Application"));
+    program.tell("Activate", {QVariantMap()});
+    EXPECT_TRUE(runUntil([this] { return tokens_.size() == 1; }));
+    QDBusConnection::disconnectFromBus(QStringLiteral("next"));
+    QDBusConnection::disconnectFromBus(QStringLiteral("back"));
+}
+
 TEST_F(SingleInstanceTest, ARelaunchAfterItsEndWaitsForNobody) {
     EXPECT_TRUE(hasty_.acquire(Start::relaunch));
     EXPECT_EQ(owner(), self());

@@ -15,6 +15,7 @@
 
 #include "platform/linux/session/bus_with_manager.h"
 #include "platform/linux/session/event_loop.h"
+#include "platform/linux/session/session_bus.h"
 #include "platform/linux/session/systemd_answers.h"
 
 namespace korvel::platform {
@@ -79,6 +80,23 @@ TEST_F(SystemdAgentsTest, WithoutAManagerNoAgentIsLoaded) {
     SystemdAgents agents(connection_, kSettle);
     EXPECT_FALSE(agents.isLoaded(kLabel));
     EXPECT_FALSE(inLoop(agents));
+}
+
+TEST_F(SystemdAgentsTest, TheManagerOfABusThatIsBackIsAskedAnewAndFollowed) {
+    startManager();
+    manager_.setLoaded(kUnit, true);
+    SystemdAgents agents(connection_, kSettle);
+    EXPECT_TRUE(inLoop(agents));
+    const PrivateBus second;
+    manager_.setLoaded(kUnit, false);
+    startManager(second);
+    agents.useBus(second.connect(QStringLiteral("program there")));
+    EXPECT_FALSE(inLoop(agents));
+    EXPECT_TRUE(runUntil([&] { return manager_.subscriptions == 2; }));
+    manager_.setLoaded(kUnit, true);
+    inManager([&] { emit manager_.UnitFilesChanged(); });
+    EXPECT_TRUE(runUntil([&] { return agents.isLoaded(kLabel); })) << "what changes there is seen";
+    QDBusConnection::disconnectFromBus(QStringLiteral("program there"));
 }
 
 TEST_F(SystemdAgentsTest, WithoutARunningLoopTheManagerIsAskedEachTime) {

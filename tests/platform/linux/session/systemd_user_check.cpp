@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/session/event_loop.h"
+#include "platform/linux/session/session_bus.h"
 #include "platform/linux/session/systemd_agents.h"
 #include "platform/linux/session/systemd_query.h"
 

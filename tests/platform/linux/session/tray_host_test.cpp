@@ -251,6 +251,36 @@ TEST_F(TrayHostTest, AWatcherThatHangsHoldsUpNothingAndIsLeftForTheNext) {
     EXPECT_EQ(registrations_, 2) << "one with each";
 }
 
+TEST_F(TrayHostTest, ABusThatIsBackHasItsHostFoundAndTheItemRegisteredAgain) {
+    ASSERT_TRUE(watcher_.appear(panel_));
+    start();
+    ASSERT_TRUE(runUntil([this] { return registrations_ == 1; }));
+    host_->busLost();
+    const PrivateBus second;
+    FakeWatcher there;
+    program_ = second.connect(QStringLiteral("program 2"));
+    panel_ = second.connect(QStringLiteral("panel 3"));
+    ASSERT_TRUE(there.appear(panel_));
+    host_->useBus(program_);
+    EXPECT_TRUE(runUntil([&] { return registrations_ == 2 && there.questions == 1; }));
+    FakeWatcher::disappear(panel_);
+    settle();
+    ASSERT_TRUE(there.appear(panel_));
+    EXPECT_TRUE(runUntil([this] { return registrations_ == 3; })) << "what comes there is seen";
+    host_.reset();
+    QDBusConnection::disconnectFromBus(QStringLiteral("program 2"));
+    QDBusConnection::disconnectFromBus(QStringLiteral("panel 3"));
+}
+
+TEST_F(TrayHostTest, WithoutItsBusTheIconGoesToAnXembedTray) {
+    ASSERT_TRUE(watcher_.appear(panel_));
+    start();
+    ASSERT_TRUE(runUntil([this] { return host_->kind() == TrayKind::notifier; }));
+    xembed_ = true;
+    host_->busLost();
+    EXPECT_TRUE(runUntil([this] { return host_->kind() == TrayKind::xembed; }));
+}
+
 TEST_F(TrayHostTest, AnXembedTrayIsNotLookedForWhileThereIsAHost) {
     ASSERT_TRUE(watcher_.appear(panel_));
     start();
