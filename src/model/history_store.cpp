@@ -5,12 +5,13 @@
 #include <cmath>
 #include <limits>
 #include <string_view>
+#include <utility>
 
-#include <fmt/compile.h>
 #include <simdjson.h>
 
 #include "base/decimal.h"
 #include "base/fatal.h"
+#include "base/shortest_number.h"
 #include "base/utf8.h"
 
 namespace korvel {
@@ -62,17 +63,30 @@ std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& histor
     std::string text;
     text.reserve(history.size() * kLongestRow + 2);
     text += '[';
+    // In pieces: what was stored just now is slow to copy.
+    constexpr std::size_t kPiece = 8192;
+    std::array<char, kPiece> piece;
+    char* end = piece.data();
     for (const HistoryPoint& point : history) {
-        if (!std::isfinite(point.t) || !std::isfinite(point.cpu) || !std::isfinite(point.mem)) {
-            return std::nullopt;
+        if (piece.data() + piece.size() - end <
+            static_cast<std::ptrdiff_t>(kLongestRow + kShortestRoom)) {
+            text.append(piece.data(), end);
+            end = piece.data();
         }
-        std::array<char, kLongestRow> row;
-        char* const end =
-            fmt::format_to(row.data(), FMT_COMPILE("[{},{},{}]"), point.t, point.cpu, point.mem);
-        if (text.size() > 1) {
-            text += ',';
+        char before = '[';
+        for (const double number : {point.t, point.cpu, point.mem}) {
+            if (!std::isfinite(number)) {
+                return std::nullopt;
+            }
+            *end++ = std::exchange(before, ',');
+            end = writeShortest(end, number);
         }
-        text.append(row.data(), end);
+        *end++ = ']';
+        *end++ = ',';
+    }
+    text.append(piece.data(), end);
+    if (!history.empty()) {
+        text.pop_back(); // the last comma
     }
     text += ']';
     return text;

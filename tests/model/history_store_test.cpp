@@ -1,9 +1,11 @@
 #include "model/history_store.h"
 
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <set>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "support/generator.h"
@@ -63,6 +65,23 @@ TEST(EncodeHistory, NumbersStandInShortestForm) {
         {-0.0, "-0"}, {1700000000.123456, "1700000000.123456"}, {100.0 / 3, "33.333333333333336"}};
     for (const auto& row : cases) {
         EXPECT_EQ(encodeHistory({{row.number, 0, 0}}), "[[" + std::string(row.text) + ",0,0]]");
+    }
+}
+
+TEST(EncodeHistory, EachByteIsAsTheLibraryFormatsIt) {
+    test::Generator random(34);
+    for (int round = 0; round < 300; ++round) {
+        std::vector<HistoryPoint> points;
+        std::string expected;
+        for (std::uint64_t count = random.below(200); count > 0; --count) {
+            const bool any = random.below(4) == 0;
+            const double t = any ? random.anyFinite() : 1700000000 + random.between(0, 1e9);
+            const double cpu = any ? random.anyFinite() : random.between(0, 100);
+            const double mem = any ? random.anyFinite() : std::floor(random.between(0, 101));
+            points.emplace_back(t, cpu, mem);
+            expected += fmt::format("{}[{},{},{}]", expected.empty() ? "" : ",", t, cpu, mem);
+        }
+        ASSERT_EQ(encodeHistory(points), "[" + expected + "]");
     }
 }
 
