@@ -1,6 +1,7 @@
 #include "platform/linux/session/icon_digits.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include <QPainterPath>
 #include <QPainterPathStroker>
@@ -140,6 +141,23 @@ int widthOf(char digit, const DigitMetrics& m) {
     return digit == '1' ? m.oneWidth : m.width;
 }
 
+/// The digit alone, on nothing. The picture's edges cut slanted ends flush.
+QImage drawDigit(char digit, const DigitMetrics& m, const QColor& ink) {
+    QPainterPathStroker stroker;
+    stroker.setWidth(m.stroke);
+    stroker.setCapStyle(Qt::FlatCap);
+    stroker.setJoinStyle(Qt::MiterJoin);
+    stroker.setCurveThreshold(0.1);
+    QPainterPath outline = digit == '1' ? one(m) : stroker.createStroke(skeletonOf(digit, m));
+    outline.setFillRule(Qt::WindingFill);
+    QImage image(widthOf(digit, m), m.height, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillPath(outline, ink);
+    return image;
+}
+
 } // namespace
 
 int digitsWidth(std::string_view digits, const DigitMetrics& metrics) {
@@ -150,26 +168,26 @@ int digitsWidth(std::string_view digits, const DigitMetrics& metrics) {
     return width;
 }
 
-void drawDigits(QPainter& painter, std::string_view digits, const DigitMetrics& metrics,
-                const QColor& ink) {
-    QPainterPathStroker stroker;
-    stroker.setWidth(metrics.stroke);
-    stroker.setCapStyle(Qt::FlatCap);
-    stroker.setJoinStyle(Qt::MiterJoin);
-    stroker.setCurveThreshold(0.1);
+StrokeDigits::Size& StrokeDigits::size(const DigitMetrics& metrics) {
+    const auto found = std::find_if(sizes_.begin(), sizes_.end(),
+                                    [&](const Size& size) { return size.metrics == metrics; });
+    if (found != sizes_.end()) {
+        return *found;
+    }
+    sizes_.push_back({metrics, {}});
+    return sizes_.back();
+}
 
-    int x = 0;
+void StrokeDigits::draw(QPainter& painter, QPoint topLeft, std::string_view digits,
+                        const DigitMetrics& metrics) {
+    Size& pictures = size(metrics);
     for (const char digit : digits) {
-        QPainterPath outline =
-            digit == '1' ? one(metrics) : stroker.createStroke(skeletonOf(digit, metrics));
-        outline.setFillRule(Qt::WindingFill);
-        const int width = widthOf(digit, metrics);
-        painter.save();
-        painter.translate(x, 0);
-        painter.setClipRect(QRect(0, 0, width, metrics.height)); // cuts slanted ends flush
-        painter.fillPath(outline, ink);
-        painter.restore();
-        x += width + metrics.gap;
+        QImage& picture = pictures.digits.at(static_cast<std::size_t>(digit - '0'));
+        if (picture.isNull()) {
+            picture = drawDigit(digit, metrics, ink_);
+        }
+        painter.drawImage(topLeft, picture);
+        topLeft.rx() += picture.width() + metrics.gap;
     }
 }
 

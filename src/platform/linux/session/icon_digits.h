@@ -1,8 +1,11 @@
 #pragma once
 
+#include <array>
 #include <string_view>
+#include <vector>
 
 #include <QColor>
+#include <QImage>
 #include <QPainter>
 
 namespace korvel::platform {
@@ -23,8 +26,24 @@ struct DigitMetrics {
 /// Pixels from the left edge of the first digit to the right edge of the last one.
 int digitsWidth(std::string_view digits, const DigitMetrics& metrics);
 
-/// Fills the number with `ink`, its top left corner at the painter's origin.
-void drawDigits(QPainter& painter, std::string_view digits, const DigitMetrics& metrics,
-                const QColor& ink);
+/// Draws numbers in one ink. What a digit looks like in one size is found out once, and kept.
+class StrokeDigits {
+  public:
+    explicit StrokeDigits(const QColor& ink) : ink_(ink) {}
+
+    /// Draws the number, its top left corner at that pixel.
+    void draw(QPainter& painter, QPoint topLeft, std::string_view digits,
+              const DigitMetrics& metrics);
+
+  private:
+    struct Size {
+        DigitMetrics metrics;
+        std::array<QImage, 10> digits; ///< null: not drawn yet
+    };
+    Size& size(const DigitMetrics& metrics);
+
+    QColor ink_;
+    std::vector<Size> sizes_;
+};
 
 } // namespace korvel::platform

@@ -12,7 +12,6 @@
 #include <QPainterPath>
 #include <QPixmap>
 
-#include "platform/linux/session/icon_digits.h"
 #include "platform/linux/session/pixel_digits.h"
 
 namespace korvel::platform {
@@ -22,7 +21,8 @@ namespace {
 // Near black: a contrast of 6.5:1 or more on each colour of the score.
 constexpr QRgb kInk = 0xff080a0c;
 
-constexpr int kLarge = 40; // pixels
+constexpr int kLarge = 40;   // pixels
+constexpr int kSmallest = 8; // pixels
 
 int rounded(double value) {
     return static_cast<int>(std::lround(value));
@@ -70,20 +70,6 @@ DigitMetrics strokesFor(std::size_t count, int pixels) {
         m.oneWidth = oneBeside(m.width, m.stroke);
     }
     return m;
-}
-
-void drawNumber(QImage& image, std::string_view digits) {
-    if (drawPixelNumber(image, digits, kInk)) {
-        return;
-    }
-    const int pixels = image.width();
-    const DigitMetrics metrics = strokesFor(digits.size(), pixels);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const QPoint topLeft((pixels - digitsWidth(digits, metrics)) / 2,
-                         (pixels - metrics.height) / 2);
-    painter.translate(topLeft);
-    drawDigits(painter, digits, metrics, QColor::fromRgb(kInk));
 }
 
 QColor opaque(const Colour& colour) {
@@ -153,18 +139,53 @@ void drawTile(QPainter& painter, int pixels, bool cup, const QColor& colour) {
 
 } // namespace
 
-QImage drawTrayIcon(const StatusTitle& title, int pixels) {
+TrayIconPainter::TrayIconPainter() : digits_(QColor::fromRgb(kInk)) {}
+
+QImage TrayIconPainter::draw(const StatusTitle& title, int pixels) {
+    QImage image = tile(title, pixels);
+    if (pixels >= kSmallest) {
+        drawNumber(image, std::to_string(std::clamp<std::int64_t>(title.score, 0, 100)));
+    }
+    return image;
+}
+
+QImage TrayIconPainter::tile(const StatusTitle& title, int pixels) {
+    const Face face{.colour = title.colour, .awake = title.awake};
+    if (face_ != face) {
+        face_ = face;
+        tiles_.clear();
+    }
+    const auto found = std::find_if(tiles_.begin(), tiles_.end(), [pixels](const QImage& tile) {
+        return tile.width() == pixels;
+    });
+    if (found != tiles_.end()) {
+        return *found;
+    }
     QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
-    if (pixels < 8) {
-        return image;
+    if (pixels >= kSmallest) {
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        drawTile(painter, pixels, title.awake, opaque(title.colour));
     }
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    drawTile(painter, pixels, title.awake, opaque(title.colour));
-    painter.end();
-    drawNumber(image, std::to_string(std::clamp<std::int64_t>(title.score, 0, 100)));
+    tiles_.push_back(image);
     return image;
+}
+
+void TrayIconPainter::drawNumber(QImage& image, std::string_view digits) {
+    if (drawPixelNumber(image, digits, kInk)) {
+        return;
+    }
+    const int pixels = image.width();
+    const DigitMetrics metrics = strokesFor(digits.size(), pixels);
+    QPainter painter(&image);
+    digits_.draw(painter,
+                 {(pixels - digitsWidth(digits, metrics)) / 2, (pixels - metrics.height) / 2},
+                 digits, metrics);
+}
+
+QImage drawTrayIcon(const StatusTitle& title, int pixels) {
+    return TrayIconPainter().draw(title, pixels);
 }
 
 namespace {

@@ -1,8 +1,13 @@
 #pragma once
 
+#include <optional>
+#include <string_view>
+#include <vector>
+
 #include <QIcon>
 #include <QImage>
 
+#include "platform/linux/session/icon_digits.h"
 #include "platform/status_bar.h"
 
 namespace korvel::platform {
@@ -11,6 +16,28 @@ namespace korvel::platform {
 /// of the score's colour with the score on it. While the machine is kept awake the tile is a cup on
 /// a saucer, and the number is the same to the pixel. Transparent below 8 pixels.
 QImage drawTrayIcon(const StatusTitle& title, int pixels);
+
+/// Draws the same pictures, one after the other, and keeps what they share: the tile in each size
+/// and the digits. One that differs from the last only in its number costs a tenth of the first.
+class TrayIconPainter {
+  public:
+    TrayIconPainter();
+
+    QImage draw(const StatusTitle& title, int pixels);
+
+  private:
+    QImage tile(const StatusTitle& title, int pixels);
+    void drawNumber(QImage& image, std::string_view digits);
+
+    struct Face {
+        Colour colour;
+        bool awake = false;
+        bool operator==(const Face&) const = default;
+    };
+    std::optional<Face> face_;  ///< of the tiles
+    std::vector<QImage> tiles_; ///< each of another size
+    StrokeDigits digits_;
+};
 
 /// An icon that draws the title anew for each size it is asked for.
 QIcon trayIcon(const StatusTitle& title);

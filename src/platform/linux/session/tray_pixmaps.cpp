@@ -7,8 +7,6 @@
 #include <QImage>
 #include <QtEndian>
 
-#include "platform/linux/session/tray_icon.h"
-
 namespace korvel::platform {
 
 namespace {
@@ -20,8 +18,9 @@ constexpr int kSizes[] = {16, 18, 20, 22, 24, 28, 32, 44};
 
 constexpr std::size_t kMostKept = 4; // of 23 KB each
 
-TrayPixmap paint(const StatusTitle& title, int pixels) {
-    const QImage image = drawTrayIcon(title, pixels).convertToFormat(QImage::Format_ARGB32);
+TrayPixmap pixmapOf(const QImage& picture) {
+    const int pixels = picture.width();
+    const QImage image = picture.convertToFormat(QImage::Format_ARGB32);
     TrayPixmap pixmap{.width = pixels,
                       .height = pixels,
                       .bytes = QByteArray(image.sizeInBytes(), Qt::Uninitialized)};
@@ -41,7 +40,7 @@ const TrayPixmaps& TrayPixmapCache::of(const StatusTitle& title) {
     }
     TrayPixmaps pixmaps;
     for (const int pixels : kSizes) {
-        pixmaps.append(paint(title, pixels));
+        pixmaps.append(pixmapOf(painter_.draw(title, pixels)));
     }
     if (kept_.size() == kMostKept) {
         kept_.pop_back();

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "platform/linux/session/status_notifier_types.h"
+#include "platform/linux/session/tray_icon.h"
 #include "platform/status_bar.h"
 
 namespace korvel::platform {
@@ -22,6 +23,7 @@ class TrayPixmapCache {
         StatusTitle title;
         TrayPixmaps pixmaps;
     };
+    TrayIconPainter painter_;
     std::vector<Kept> kept_; ///< the last that was asked for first
 };
 

@@ -295,5 +295,26 @@ TEST(TrayIcon, OffersTheSizesThatPanelsDraw) {
     }
 }
 
+TEST(TrayIconPainter, WhatItKeepsLooksAsIfItWerePaintedAnew) {
+    TrayIconPainter painter;
+    for (const bool awake : {false, true, false}) {
+        for (int score = 0; score <= 100; ++score) {
+            for (const int pixels : {7, 8, 16, 22, 28, 32, 44, 45, 64}) {
+                ASSERT_EQ(painter.draw(statusTitle(score, awake), pixels),
+                          draw(score, pixels, awake))
+                    << score << " in " << pixels << (awake ? ", awake" : "");
+            }
+        }
+    }
+}
+
+TEST(TrayIconPainter, AnotherColourOfTheSameScoreIsPainted) {
+    TrayIconPainter painter;
+    StatusTitle title = statusTitle(70, false);
+    painter.draw(title, 32);
+    title.colour = {0, 0, 1};
+    EXPECT_EQ(painter.draw(title, 32), drawTrayIcon(title, 32));
+}
+
 } // namespace
 } // namespace korvel::platform
