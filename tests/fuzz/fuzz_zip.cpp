@@ -3,42 +3,13 @@
 #include <fstream>
 #include <string>
 
-#include <unistd.h>
-
 #include "fuzz/fuzz.h"
+#include "fuzz/work_folder.h"
 #include "platform/linux/update/relative_path.h"
 #include "platform/linux/update/zip_archive.h"
 #include "platform/linux/update/zip_index.h"
 
 namespace fs = std::filesystem;
-
-namespace {
-
-/// A folder for the archive and the folder that it is unpacked into, in memory where there is such
-/// a place. It goes after each input: the fuzzer ends without taking anything down.
-class WorkFolder {
-  public:
-    WorkFolder() {
-        const fs::path memory = "/dev/shm";
-        const fs::path base = fs::is_directory(memory) ? memory : fs::temp_directory_path();
-        std::string name = (base / "korvel-fuzz-XXXXXX").string();
-        require(::mkdtemp(name.data()) != nullptr, "a folder to work in");
-        path_ = name;
-    }
-    WorkFolder(const WorkFolder&) = delete;
-    WorkFolder& operator=(const WorkFolder&) = delete;
-    ~WorkFolder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-
-    const fs::path& path() const { return path_; }
-
-  private:
-    fs::path path_;
-};
-
-} // namespace
 
 // Any bytes are unpacked into the folder or refused; nothing comes to lie beside it, no link leads
 // out of it, and no more is there than the index told.
