@@ -112,7 +112,10 @@ TESTS = {
     "tests/support": UPDATE + MODEL,
     "tests/desktop": ["app", "platform/linux/session", "platform/posix", *CONTENT],
     "tests/faults": ["platform/linux/session", "platform/linux/update", "platform/posix", *UPDATE],
-    "tests/fuzz": ["platform/linux/kernel", "platform/linux/update", "platform/posix", *CONTENT],
+    "tests/fuzz": [
+        "platform/linux/kernel", "platform/linux/session", "platform/linux/update", "platform/posix", "simulation",
+        *CONTENT,
+    ],
 }
 
 # The outside headers.
@@ -220,6 +223,7 @@ TEST_OUTSIDE_OF = {
     "tests/report": JSON,
     "tests/desktop": QT_CORE | QT_GUI,
     "tests/faults": QT_CORE | {"sys/uio.h"},
+    "tests/fuzz": QT_CORE | JSON | {"unicode/uchar.h", "unicode/utf8.h"},  # second opinions
     "tests/platform/linux/kernel": {
         "linux/filter.h", "linux/fuse.h", "linux/sched.h", "linux/seccomp.h", "sys/ipc.h", "sys/prctl.h", "sys/shm.h",
     },
