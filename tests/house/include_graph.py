@@ -116,6 +116,7 @@ TESTS = {
         "platform/linux/kernel", "platform/linux/session", "platform/linux/update", "platform/posix", "simulation",
         *CONTENT,
     ],
+    "tests/swarm": ["simulation", "app", "platform/simulated", *CONTENT],
 }
 
 # The outside headers.

@@ -50,6 +50,9 @@ class SimulatedMachine::Reading final : public MachineReading {
 };
 
 std::unique_ptr<MachineReading> SimulatedMachine::read() {
+    if (onRead) {
+        onRead();
+    }
     return std::make_unique<Reading>(*this);
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -66,6 +67,7 @@ struct SimulatedReadings {
 class SimulatedMachine final : public Machine, public Logging {
   public:
     SimulatedReadings readings;
+    std::function<void()> onRead; ///< called when a reading begins; may be empty
 
     std::unique_ptr<MachineReading> read() override;
 

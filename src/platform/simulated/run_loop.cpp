@@ -74,6 +74,13 @@ std::size_t SimulatedRunLoop::waitingOnce() const {
         }));
 }
 
+std::size_t SimulatedRunLoop::waiting() const {
+    const auto running = std::count_if(timers_.begin(), timers_.end(),
+                                       [](const auto& entry) { return !entry.second->cancelled; });
+    return events_.size() + background_.size() + arrivals_.size() + queue_.size() +
+           static_cast<std::size_t>(running);
+}
+
 void SimulatedRunLoop::enter(std::shared_ptr<Scheduled> scheduled) {
     const std::pair key(scheduled->due(), scheduled->number);
     timers_.emplace(key, std::move(scheduled));
@@ -187,6 +194,7 @@ bool SimulatedRunLoop::turnAtThisInstant() {
         return false;
     }
     work();
+    work = nullptr; // what it held is gone by the end of its turn
     if (onTurnEnd) {
         onTurnEnd();
     }

@@ -59,6 +59,12 @@ class SimulatedRunLoop final : public RunLoop, public Logging {
     /// How many timers of `once` are running.
     std::size_t waitingOnce() const;
 
+    /// How many pieces of work wait for their time or their turn.
+    std::size_t waiting() const;
+
+    /// Whether the work that runs now is background work.
+    bool inBackground() const { return spent_.has_value(); }
+
     bool terminated() const { return terminated_; }
 
   private:
