@@ -10,6 +10,7 @@
 
 #include "base/decimal.h"
 #include "base/json_writer.h"
+#include "base/shortest_number.h"
 #include "base/whole_number.h"
 #include "fuzz/fuzz.h"
 #include "support/strict_history.h"
@@ -118,6 +119,9 @@ void fuzzWriter(double number) {
         require(text == "null", "what JSON has no form for is null");
         return;
     }
+    char room[korvel::kShortestRoom];
+    require(text == std::string_view(room, korvel::writeShortest(room, number)),
+            "both writers write the same");
     require(korvel::isJsonNumber(text), "a number is written as JSON has them");
     require(areSame(byLibrary(text), number), "the library reads the same number");
     require(korvel::parseJsonNumber(text) == number, "so is it read here");
