@@ -4,6 +4,12 @@
 
 namespace korvel::platform {
 
+void watchOn(QDBusServiceWatcher& watcher, const QDBusConnection& bus) {
+    // The library takes a connection of the same name for the same connection, and does nothing.
+    watcher.setConnection(QDBusConnection(QString()));
+    watcher.setConnection(bus);
+}
+
 void tellWhenLost(const QDBusConnection& bus, QObject& receiver, const char* slot) {
     // The library tells it as a signal of this object, which is not on the bus.
     QDBusConnection(bus).connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
@@ -51,7 +57,7 @@ bool BusWatch::connectToBus() {
         QDBusConnection::disconnectFromBus(connection_);
         return false;
     }
-    watcher_.setConnection(bus);
+    watchOn(watcher_, bus);
     tellWhenLost(bus, *this, SLOT(disconnected()));
     return true;
 }

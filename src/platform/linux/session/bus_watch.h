@@ -10,6 +10,9 @@
 
 namespace korvel::platform {
 
+/// Watches on this connection, also when it has the name of the one before it.
+void watchOn(QDBusServiceWatcher& watcher, const QDBusConnection& bus);
+
 /// Has `slot` of `receiver` called, without arguments, when this connection ends.
 void tellWhenLost(const QDBusConnection& bus, QObject& receiver, const char* slot);
 

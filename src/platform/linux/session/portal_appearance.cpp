@@ -6,6 +6,7 @@
 #include <QDBusArgument>
 #include <QDBusMetaType>
 
+#include "platform/linux/session/bus_watch.h"
 #include "platform/linux/session/session_bus.h"
 
 namespace korvel::platform {
@@ -37,7 +38,7 @@ PortalAppearance::PortalAppearance(const QDBusConnection& bus, std::function<dou
 
 void PortalAppearance::useBus(const QDBusConnection& bus) {
     portal_ = BusObject(bus, kService, kPath, kInterface);
-    watcher_.setConnection(bus);
+    watchOn(watcher_, bus);
     QDBusConnection(bus).connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"),
                                  this, SLOT(settingChanged(QString, QString, QDBusVariant)));
     ask();

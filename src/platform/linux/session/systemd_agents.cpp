@@ -9,6 +9,7 @@
 #include <QDeadlineTimer>
 #include <QThread>
 
+#include "platform/linux/session/bus_watch.h"
 #include "platform/linux/session/session_bus.h"
 
 namespace korvel::platform {
@@ -162,7 +163,7 @@ void SystemdAgents::watch(const std::string& label) {
     };
     if (!started_) {
         started_ = true;
-        watcher_.setConnection(bus_);
+        watchOn(watcher_, bus_);
         watcher_.setWatchMode(QDBusServiceWatcher::WatchForRegistration |
                               QDBusServiceWatcher::WatchForUnregistration);
         watcher_.addWatchedService(managerName());

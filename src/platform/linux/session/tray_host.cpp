@@ -7,6 +7,7 @@
 #include <QDBusReply>
 
 #include "platform/linux/session/bus_object.h"
+#include "platform/linux/session/bus_watch.h"
 
 namespace korvel::platform {
 
@@ -47,7 +48,7 @@ void TrayHost::busLost() {
 void TrayHost::useBus(const QDBusConnection& bus) {
     bus_ = bus;
     ownerKnown_ = false;
-    watcher_.setConnection(bus);
+    watchOn(watcher_, bus);
     lookForWatcher();
 }
 

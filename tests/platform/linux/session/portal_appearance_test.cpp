@@ -129,12 +129,16 @@ TEST_F(PortalAppearanceTest, ThePortalOfABusThatIsBackIsAskedAndFollowed) {
     ASSERT_TRUE(there.registerObject(
         kPath, &other, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals));
     ASSERT_TRUE(there.registerService(kService));
-    appearance.useBus(second.connect(QStringLiteral("program there")));
+    QDBusConnection::disconnectFromBus(program_.name());
+    appearance.useBus(second.connect(program_.name())); // the program's connection keeps its name
     EXPECT_EQ(appearance.prefersDark(), true) << "what was known holds meanwhile";
     EXPECT_TRUE(runUntil([&] { return appearance.prefersDark() == false; }));
     Q_EMIT other.SettingChanged(kGroup, kKey, QDBusVariant(1U));
     EXPECT_TRUE(runUntil([&] { return appearance.prefersDark() == true; }));
-    QDBusConnection::disconnectFromBus(QStringLiteral("program there"));
+    const int before = other.questions;
+    ASSERT_TRUE(there.unregisterService(kService));
+    ASSERT_TRUE(there.registerService(kService));
+    EXPECT_TRUE(runUntil([&] { return other.questions > before; })) << "one that comes is asked";
     QDBusConnection::disconnectFromBus(QStringLiteral("portal there"));
 }
 

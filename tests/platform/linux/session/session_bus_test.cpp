@@ -50,6 +50,25 @@ TEST_F(SessionBusTest, ABusThatIsBackIsConnectedToAgainEachTime) {
     EXPECT_EQ(lost_, 2);
 }
 
+TEST_F(SessionBusTest, ServicesOfABusThatIsBackAreWatchedAgain) {
+    const QString service = QStringLiteral("org.example.Service");
+    BusWatch watch(QDBusConnection::SessionBus, QStringLiteral("watch"), {service},
+                   std::chrono::milliseconds(50));
+    watch.setWanted(true);
+    bool returned = false;
+    QString owner;
+    QObject::connect(&watch, &BusWatch::returned, [&] { returned = true; });
+    QObject::connect(&watch, &BusWatch::appeared,
+                     [&](const QString&, const QString& who) { owner = who; });
+    session->stop();
+    session->start();
+    ASSERT_TRUE(runUntil([&] { return returned; }));
+    QDBusConnection other = session->connect(QStringLiteral("other"));
+    ASSERT_TRUE(other.registerService(service));
+    EXPECT_TRUE(runUntil([&] { return owner == other.baseService(); }));
+    QDBusConnection::disconnectFromBus(QStringLiteral("other"));
+}
+
 TEST_F(SessionBusTest, WithoutABusNothingIsLookedFor) {
     const SessionBus none(QDBusConnection(QStringLiteral("never connected")));
     EXPECT_FALSE(none.connection().isConnected());

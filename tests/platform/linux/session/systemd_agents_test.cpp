@@ -90,13 +90,15 @@ TEST_F(SystemdAgentsTest, TheManagerOfABusThatIsBackIsAskedAnewAndFollowed) {
     const PrivateBus second;
     manager_.setLoaded(kUnit, false);
     startManager(second);
-    agents.useBus(second.connect(QStringLiteral("program there")));
+    QDBusConnection::disconnectFromBus(connection_.name());
+    agents.useBus(second.connect(connection_.name())); // the program's connection keeps its name
     EXPECT_FALSE(inLoop(agents));
     EXPECT_TRUE(runUntil([&] { return manager_.subscriptions == 2; }));
     manager_.setLoaded(kUnit, true);
     inManager([&] { emit manager_.UnitFilesChanged(); });
     EXPECT_TRUE(runUntil([&] { return agents.isLoaded(kLabel); })) << "what changes there is seen";
-    QDBusConnection::disconnectFromBus(QStringLiteral("program there"));
+    stopManager();
+    EXPECT_TRUE(runUntil([&] { return !agents.isLoaded(kLabel); })) << "and that it goes";
 }
 
 TEST_F(SystemdAgentsTest, WithoutARunningLoopTheManagerIsAskedEachTime) {

@@ -258,7 +258,8 @@ TEST_F(TrayHostTest, ABusThatIsBackHasItsHostFoundAndTheItemRegisteredAgain) {
     host_->busLost();
     const PrivateBus second;
     FakeWatcher there;
-    program_ = second.connect(QStringLiteral("program 2"));
+    QDBusConnection::disconnectFromBus(program_.name());
+    program_ = second.connect(program_.name()); // the program's connection keeps its name
     panel_ = second.connect(QStringLiteral("panel 3"));
     ASSERT_TRUE(there.appear(panel_));
     host_->useBus(program_);
@@ -268,7 +269,6 @@ TEST_F(TrayHostTest, ABusThatIsBackHasItsHostFoundAndTheItemRegisteredAgain) {
     ASSERT_TRUE(there.appear(panel_));
     EXPECT_TRUE(runUntil([this] { return registrations_ == 3; })) << "what comes there is seen";
     host_.reset();
-    QDBusConnection::disconnectFromBus(QStringLiteral("program 2"));
     QDBusConnection::disconnectFromBus(QStringLiteral("panel 3"));
 }
 
