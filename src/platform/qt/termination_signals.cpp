@@ -42,6 +42,7 @@ bool openSignalPipe() {
 } // namespace
 
 TerminationSignals::TerminationSignals() {
+    std::signal(SIGXFSZ, SIG_IGN);
     if (!openSignalPipe()) {
         return; // the signals then end the program as they end any other
     }

@@ -8,7 +8,8 @@ class QSocketNotifier;
 namespace korvel::platform {
 
 /// Turns SIGTERM, SIGINT and SIGHUP into one call on the main thread. A SIGHUP that whoever started
-/// the program has set to be ignored stays so. One object in a process.
+/// the program has set to be ignored stays so. A write beyond the size that the process's files may
+/// have fails from then on, and no longer ends the process. One object in a process.
 class TerminationSignals {
   public:
     /// Takes hold of the signals; those that come before `notify` are kept for it.

@@ -1,11 +1,13 @@
 #include "platform/linux/session/bus_probe.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <functional>
 #include <iterator>
 #include <optional>
+#include <string_view>
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -61,9 +63,18 @@ class Probe {
           socket_(address_ ? ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0) : -1),
           silent_(socket_) {}
 
-    /// Whether nothing has been heard of it yet.
+    /// Whether nothing has been heard of it yet that a bus says.
     bool silent() const { return silent_; }
-    void heard() { silent_ = false; }
+
+    /// Takes what it says.
+    void hear() {
+        std::array<char, 8> begin{};
+        const ssize_t got = ::recv(socket_.get(), begin.data(), begin.size(), MSG_DONTWAIT);
+        const std::string_view said(begin.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+        // With anything else the library talks on and on. That it has closed, the library sees.
+        silent_ = !std::string_view("REJECTED").starts_with(said) && !said.starts_with("ERROR");
+        hasAnswered_ = true;
+    }
 
     /// Asks, unless it has been asked. The queue of those who want to connect may be full for now.
     void ask() {
@@ -81,9 +92,10 @@ class Probe {
         }
     }
 
+    bool isWaitedFor() const { return silent_ && !hasAnswered_; }
     bool isToBeAsked() const { return silent_ && !asked_; }
     pollfd answer() const {
-        return {.fd = silent_ && asked_ ? socket_.get() : -1, .events = POLLIN, .revents = 0};
+        return {.fd = isWaitedFor() && asked_ ? socket_.get() : -1, .events = POLLIN, .revents = 0};
     }
 
   private:
@@ -91,6 +103,7 @@ class Probe {
     FileDescriptor socket_;
     bool silent_;
     bool asked_ = false;
+    bool hasAnswered_ = false;
 };
 
 } // namespace
@@ -105,7 +118,7 @@ std::vector<bool> silentBuses(const std::vector<std::string>& addresses,
         std::for_each(probes.begin(), probes.end(), std::mem_fn(&Probe::ask));
         auto wait = std::chrono::ceil<milliseconds>(end - std::chrono::steady_clock::now());
         if (wait.count() <= 0 ||
-            std::none_of(probes.begin(), probes.end(), std::mem_fn(&Probe::silent))) {
+            std::none_of(probes.begin(), probes.end(), std::mem_fn(&Probe::isWaitedFor))) {
             break;
         }
         if (std::any_of(probes.begin(), probes.end(), std::mem_fn(&Probe::isToBeAsked))) {
@@ -117,7 +130,7 @@ std::vector<bool> silentBuses(const std::vector<std::string>& addresses,
         ::poll(answers.data(), answers.size(), static_cast<int>(wait.count()));
         for (std::size_t i = 0; i < probes.size(); ++i) {
             if (answers[i].revents != 0) {
-                probes[i].heard();
+                probes[i].hear();
             }
         }
     }

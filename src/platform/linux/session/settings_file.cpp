@@ -10,7 +10,8 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QSaveFile>
-#include <QStandardPaths>
+
+#include "platform/posix/files.h"
 
 namespace korvel::platform {
 
@@ -38,7 +39,12 @@ Error<SettingsFault> faultOf(SettingsFault fault, const QFileDevice& file) {
 SettingsFile::SettingsFile(QString file) : file_(std::move(file)), fileStatus_(load()) {}
 
 QString SettingsFile::standardFile() {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+    // Qt follows a path that is not absolute too, into whatever folder the program was started in,
+    // and takes the root folder for the home of who has none set.
+    const QByteArray set = qgetenv("XDG_CONFIG_HOME");
+    const std::string folder =
+        set.startsWith('/') ? set.toStdString() : PosixFiles().homeDirectory() + "/.config";
+    return QDir::cleanPath(QFile::decodeName(folder.c_str())) +
            QStringLiteral("/korvel/defaults.json");
 }
 
@@ -48,8 +54,12 @@ std::string SettingsFile::folder() {
 
 Status<SettingsFault> SettingsFile::load() {
     QFile file(file_);
-    if (!file.exists()) {
+    const QFileInfo there(file_);
+    if (!there.exists()) {
         return {};
+    }
+    if (!there.isFile() && !there.isDir()) { // to open a pipe would wait for whoever writes to it
+        return Error{SettingsFault::foreign, file_.toStdString()};
     }
     if (!file.open(QIODevice::ReadOnly)) {
         return faultOf(SettingsFault::unreadable, file);

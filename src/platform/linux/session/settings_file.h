@@ -28,7 +28,8 @@ class SettingsFile final : public UserDefaults {
   public:
     explicit SettingsFile(QString file = standardFile());
 
-    /// korvel/defaults.json in the user's configuration folder.
+    /// korvel/defaults.json in the user's configuration folder: XDG_CONFIG_HOME, or .config at home
+    /// where that is no absolute path.
     static QString standardFile();
 
     /// The folder that it is in, which need not be there.

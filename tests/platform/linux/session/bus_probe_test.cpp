@@ -4,6 +4,8 @@
 #include <array>
 #include <csignal>
 #include <string>
+#include <string_view>
+#include <thread>
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -48,6 +50,17 @@ class MuteSocket {
     }
     void close() { socket_.reset(); }
 
+    /// The next one that connects is told this, after what it says.
+    std::thread telling(std::string_view answer) {
+        return std::thread([this, answer] {
+            const FileDescriptor client(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+            std::array<char, 64> asked{};
+            EXPECT_GT(::recv(client.get(), asked.data(), asked.size(), 0), 0);
+            ::send(client.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
+            ::recv(client.get(), asked.data(), asked.size(), 0); // until it is left
+        });
+    }
+
   private:
     const sockaddr* address() {
         name_.sun_family = AF_UNIX;
@@ -73,6 +86,26 @@ TEST(BusProbe, ABusThatIsStoppedIsSilentUntilItGoesOn) {
     EXPECT_THAT(silentBuses({bus.address().toStdString()}, kShort), ElementsAre(true));
     ASSERT_EQ(::kill(static_cast<pid_t>(bus.processId()), SIGCONT), 0);
     EXPECT_THAT(silentBuses({bus.address().toStdString()}, kLong), ElementsAre(false));
+}
+
+TEST(BusProbe, OneThatDoesNotAnswerAsABusDoesIsLeftOutAtOnce) {
+    const struct {
+        std::string_view answer;
+        bool silent;
+    } cases[] = {{"REJECTED EXTERNAL\r\n", false},
+                 {"REJ", false},
+                 {"ERROR\r\n", false},
+                 {"OK 0123\r\n", true},
+                 {"REJECT\r\n", true},
+                 {"HTTP/1.1 400 Bad Request\r\n", true},
+                 {"\xff\xfe", true}};
+    for (const auto& row : cases) {
+        MuteSocket socket;
+        std::thread teller = socket.telling(row.answer);
+        EXPECT_THAT(silentBuses({socket.busAddress()}, kLong), ElementsAre(row.silent))
+            << row.answer;
+        teller.join();
+    }
 }
 
 TEST(BusProbe, SeveralAreWaitedForAtOnce) {

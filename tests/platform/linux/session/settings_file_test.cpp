@@ -10,10 +10,14 @@
 #include <variant>
 
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
@@ -272,6 +276,44 @@ TEST_F(SettingsFileTest, WhatNoLongerFitsTheDiskLeavesTheFileAsItWas) {
     EXPECT_EQ(defaults.integer("a"), 4) << "for this run";
     defaults.set("b", std::int64_t{5});
     EXPECT_EQ(open().integer("a"), 4);
+}
+
+TEST_F(SettingsFileTest, ItsFolderIsTheOneThatIsSetOrTheOneAtHome) {
+    const QByteArray home = qgetenv("HOME");
+    const QByteArray config = qgetenv("XDG_CONFIG_HOME");
+    const std::string account = ::getpwuid(::getuid())->pw_dir;
+    const struct {
+        const char* home;
+        const char* config;
+        std::string folder;
+    } cases[] = {{"/h", "/c", "/c"},
+                 {"/h", "/c//d/", "/c/d"},
+                 {"/h", "", "/h/.config"},
+                 {"/h", nullptr, "/h/.config"},
+                 {"/h", "relative", "/h/.config"},
+                 {"/h", "./relative", "/h/.config"},
+                 {nullptr, nullptr, account + "/.config"},
+                 {"", "relative", account + "/.config"},
+                 {"h", nullptr, account + "/.config"},
+                 {nullptr, "/c", "/c"}};
+    for (const auto& row : cases) {
+        row.home ? qputenv("HOME", row.home) : qunsetenv("HOME");
+        row.config ? qputenv("XDG_CONFIG_HOME", row.config) : qunsetenv("XDG_CONFIG_HOME");
+        EXPECT_EQ(SettingsFile::standardFile().toStdString(), row.folder + "/korvel/defaults.json");
+        EXPECT_EQ(SettingsFile::folder(), row.folder + "/korvel");
+    }
+    qputenv("HOME", home);
+    config.isNull() ? qunsetenv("XDG_CONFIG_HOME") : qputenv("XDG_CONFIG_HOME", config);
+}
+
+TEST_F(SettingsFileTest, APipeInItsPlaceIsNotWaitedForAndIsKeptAsideToo) {
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(path_).path()));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path_).constData(), 0600), 0);
+    SettingsFile defaults = open();
+    EXPECT_EQ(defaults.fileStatus(), (Error{SettingsFault::foreign, path_.toStdString()}));
+    defaults.set("a", std::int64_t{3});
+    EXPECT_TRUE(QFileInfo::exists(path_ + ".broken"));
+    EXPECT_EQ(open().integer("a"), 3);
 }
 
 TEST_F(SettingsFileTest, AFolderInItsPlaceIsKeptAsideToo) {
