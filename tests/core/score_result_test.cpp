@@ -45,6 +45,19 @@ TEST(Score, AllPerfectIsOneHundredExcellentInCreationOrder) {
     }
 }
 
+TEST(Score, PointsAreAddedInCreationOrder) {
+    Snapshot s = perfectReadings();
+    s.memPressure = MemPressure::warning;
+    s.diskFreeGB = 42.5;
+    s.cpuPct = 69.75;
+    s.load1 = 7.6;
+    s.cores = 10;
+    s.swappingNow = true;
+    s.thermal = ThermalState::serious;
+    // 11.7 + 13.8 + 4.84 + 3.36 + 3 + 2.8: exactly 39.5 in this order, just below it in others.
+    EXPECT_EQ(scored(s).score, 40);
+}
+
 TEST(Score, EmptyReadingsScoreAsFailedOnes) {
     const Snapshot s = scored(Snapshot());
     EXPECT_EQ(factor(s, "Memory").health, 85);

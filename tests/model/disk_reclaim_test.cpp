@@ -1,5 +1,6 @@
 #include "model/disk_reclaim.h"
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -90,6 +91,7 @@ class DiskReclaim : public testing::Test, public test::SimulatedModel {
     std::vector<platform::SimulatedChildProcesses::Run>& runs() {
         return system.childProcesses.runs;
     }
+    platform::CallLog stepsOf(void (Model::*remedy)());
     const std::string script = "/Users/korvel/reclaim.sh";
 };
 
@@ -157,6 +159,83 @@ TEST_F(DiskReclaim, ARunSamplesBeforeAndAfterAndRefreshesAtItsEnd) {
     settle();
     EXPECT_EQ(std::count(log.begin(), log.end(), "dataVolume"), 3);
     EXPECT_EQ(model->history->size(), 1U) << "only the refresh is published";
+}
+
+/// What a preview or a run does of its own, in order, from the caller's turn to the last.
+platform::CallLog DiskReclaim::stepsOf(void (Model::*remedy)()) {
+    platform::CallLog log;
+    system.logTo(log);
+    system.childProcesses.onRun = [&](const auto&) { log.emplace_back("script"); };
+    model->scanning.didSet = [&] { log.emplace_back(*model->scanning ? "scanning" : "scanned"); };
+    model->reclaiming.didSet = [&] {
+        log.emplace_back(*model->reclaiming ? "reclaiming" : "reclaimed");
+    };
+    model->reclaimPreview.didSet = [&] {
+        log.emplace_back(model->reclaimPreview->has_value() ? "preview" : "no preview");
+    };
+    model->reclaimResult.didSet = [&] {
+        log.emplace_back(model->reclaimResult->has_value() ? "result" : "no result");
+    };
+    model->snap.didSet = [&] { log.emplace_back("snap"); };
+    system.runLoop.onTurnEnd = [&] { log.emplace_back("|"); };
+    ((*model).*remedy)();
+    settle();
+    std::erase_if(log, [](const std::string& call) {
+        static const std::set<std::string> own = {
+            "script", "scanning", "scanned",   "reclaiming", "reclaimed",  "preview", "no preview",
+            "result", "snap",     "no result", "|",          "background", "async",   "dataVolume"};
+        return own.count(call) == 0;
+    });
+    return log;
+}
+
+TEST_F(DiskReclaim, APreviewAsksInTheBackgroundAndPublishesOnTheMainThread) {
+    EXPECT_THAT(stepsOf(&Model::previewReclaim),
+                ElementsAre("scanning", "no preview", "no result", "background", "script", "async",
+                            "|", "scanned", "preview", "|"));
+}
+
+TEST_F(DiskReclaim, ARunSamplesInTheBackgroundAndPublishesTheFlagTheResultAndASample) {
+    EXPECT_THAT(stepsOf(&Model::runReclaim),
+                ElementsAre("reclaiming", "no preview", "no result", "background", "dataVolume",
+                            "script", "dataVolume", "async", "|", "reclaimed", "result",
+                            "dataVolume", "async", "|", "snap", "|"));
+}
+
+TEST_F(DiskReclaim, APreviewReadsTheOutputAndARunNothing) {
+    using platform::ChildStream;
+    model->previewReclaim();
+    settle();
+    model->runReclaim();
+    settle();
+    const auto& streams = system.childProcesses.streams;
+    ASSERT_EQ(streams.size(), 2U);
+    EXPECT_EQ(streams[0].standardOutput, ChildStream::capture);
+    EXPECT_EQ(streams[0].standardError, ChildStream::discard);
+    EXPECT_EQ(streams[1].standardOutput, ChildStream::discard);
+    EXPECT_EQ(streams[1].standardError, ChildStream::discard);
+}
+
+TEST_F(DiskReclaim, ARunClearsTheResultOfTheLast) {
+    model->runReclaim();
+    settle();
+    ASSERT_TRUE(model->reclaimResult->has_value());
+    model->runReclaim();
+    EXPECT_FALSE(model->reclaimResult->has_value());
+}
+
+TEST_F(DiskReclaim, ARunDuringAPreviewIsAllowedAndBothFinish) {
+    haveScript("TOTAL RECLAIMABLE 1 GB\n", 2);
+    model->previewReclaim();
+    model->runReclaim();
+    EXPECT_TRUE(*model->scanning);
+    EXPECT_TRUE(*model->reclaiming);
+    settle();
+    EXPECT_EQ(runs().size(), 2U);
+    EXPECT_EQ(*model->reclaimPreview, "1 GB");
+    EXPECT_THAT(**model->reclaimResult, testing::StartsWith("reclaimed 2.0 GB · "));
+    EXPECT_FALSE(*model->scanning);
+    EXPECT_FALSE(*model->reclaiming);
 }
 
 TEST_F(DiskReclaim, ARunThatCannotStartReportsNothingToReclaim) {

@@ -95,6 +95,15 @@ TEST_F(ScoreNotificationsTest, TheTimeIsStoredAsADoubleAndTheScoreAsAnInteger) {
     EXPECT_EQ(system.defaults.values.at(kAtKey), Value(system.clock.now()));
 }
 
+TEST_F(ScoreNotificationsTest, NothingElseIsStored) {
+    maybeNotify(54);
+    maybeNotify(80);
+    system.clock.turn(901);
+    maybeNotify(20);
+    EXPECT_THAT(system.defaults.values,
+                testing::ElementsAre(testing::Key(kAtKey), testing::Key(kScoreKey)));
+}
+
 TEST_F(ScoreNotificationsTest, TheLevelIsStoredBeforeThePost) {
     std::int64_t seen = 0;
     system.notifications.onPost = [&](const platform::Notification&) { seen = level(); };

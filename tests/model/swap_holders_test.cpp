@@ -99,6 +99,32 @@ TEST_F(SwapHolders, ASearchEmptiesTheOldListBeforeAnythingElse) {
     EXPECT_THAT(*model->swapHolders, IsEmpty());
 }
 
+TEST_F(SwapHolders, ASearchIsOnBeforeItsOldListGoes) {
+    addProcess(1, "old", 1, 1);
+    search();
+    std::vector<std::pair<bool, std::size_t>> seen; // scanning, listed, before each change
+    const Observation observation = model->observe(
+        [&] { seen.emplace_back(*model->scanningSwap, model->swapHolders->size()); });
+    model->findSwapHolders();
+    EXPECT_THAT(seen, ElementsAre(std::pair(false, 1U), std::pair(true, 1U)));
+}
+
+TEST_F(SwapHolders, CandidatesAreTakenHereMeasuredInTheBackgroundAndPublishedOnTheMainThread) {
+    addProcess(1, "one", 1, 1);
+    platform::CallLog log;
+    system.logTo(log);
+    const Observation observation = model->observe([&] { log.emplace_back("change"); });
+    system.runLoop.onTurnEnd = [&] { log.emplace_back("end of a turn"); };
+    model->findSwapHolders();
+    settle();
+    std::erase_if(log, [](const std::string& call) {
+        return call != "listAllPids" && call != "background" && call != "swappedOut 1" &&
+               call != "async" && call != "change" && call != "end of a turn";
+    });
+    EXPECT_THAT(log, ElementsAre("change", "change", "listAllPids", "background", "swappedOut 1",
+                                 "async", "end of a turn", "change", "change", "end of a turn"));
+}
+
 TEST_F(SwapHolders, ASecondSearchWhileOneRunsChangesNothing) {
     addProcess(1, "one", 1, 1);
     model->findSwapHolders();

@@ -4,8 +4,9 @@ namespace korvel::platform {
 
 std::optional<ChildResult> SimulatedChildProcesses::run(const std::string& executable,
                                                         const Arguments& arguments,
-                                                        ChildStreams /*streams*/) {
+                                                        ChildStreams streamsOfRun) {
     runs.push_back({executable, arguments});
+    streams.push_back(streamsOfRun);
     if (onRun) {
         onRun(runs.back());
     }

@@ -27,10 +27,11 @@ class SimulatedChildProcesses final : public ChildProcesses {
     std::map<std::string, std::function<std::optional<ChildResult>(const Arguments&)>> answers;
 
     std::vector<Run> runs;                 ///< what was asked, whether it could be started or not
+    std::vector<ChildStreams> streams;     ///< where those of each run go
     std::function<void(const Run&)> onRun; ///< called at each; may be empty
 
     std::optional<ChildResult> run(const std::string& executable, const Arguments& arguments,
-                                   ChildStreams streams) override;
+                                   ChildStreams streamsOfRun) override;
     /// Answered in the same way; what the child prints and its status are not looked at.
     bool start(const std::string& executable, const Arguments& arguments) override;
 };

@@ -37,16 +37,17 @@ TEST_F(QtRunLoopTest, AsyncNeverRunsAtOnceAndKeepsTheOrder) {
 }
 
 TEST_F(QtRunLoopTest, AsyncFromAnotherThreadRunsOnTheMainOne) {
+    const std::thread::id main = std::this_thread::get_id();
     std::thread::id ranOn;
     runLoop_.background([&] {
-        EXPECT_NE(std::this_thread::get_id(), std::thread::id());
+        EXPECT_NE(std::this_thread::get_id(), main);
         runLoop_.async([&] {
             ranOn = std::this_thread::get_id();
             runLoop_.terminate();
         });
     });
     QCoreApplication::exec();
-    EXPECT_EQ(ranOn, std::this_thread::get_id());
+    EXPECT_EQ(ranOn, main);
 }
 
 TEST_F(QtRunLoopTest, TerminateBeforeTheLoopStartsStillEndsIt) {
