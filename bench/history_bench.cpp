@@ -1,6 +1,8 @@
 // Saving and loading a full history of full-length doubles.
 
 #include <cstdio>
+#include <fstream>
+#include <malloc.h>
 #include <random>
 #include <string>
 #include <vector>
@@ -39,6 +41,29 @@ const std::string& fullText() {
     return text;
 }
 
+/// A line of /proc/self/status, in MiB.
+double ownMemory(const std::string& name) {
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    double kilobytes = 0;
+    while (status >> word) {
+        if (word == name && status >> kilobytes) {
+            break;
+        }
+    }
+    return kilobytes / 1024;
+}
+
+/// MiB that `work` takes at its peak beyond what is there before.
+template <typename Work>
+double peakOf(Work work) {
+    ::malloc_trim(0);
+    std::ofstream("/proc/self/clear_refs") << 5; // the peak counts anew
+    const double before = ownMemory("VmRSS:");
+    work();
+    return ownMemory("VmHWM:") - before;
+}
+
 void saveHistory(benchmark::State& state) {
     const std::vector<HistoryPoint> history = fullHistory();
     const ScratchFile file;
@@ -51,6 +76,7 @@ void saveHistory(benchmark::State& state) {
         }
     }
     state.counters["bytes"] = static_cast<double>(fullText().size());
+    state.counters["peak"] = peakOf([&] { files.write(file.path, *encodeHistory(history)); });
 }
 BENCHMARK(saveHistory)->Unit(benchmark::kMillisecond);
 
@@ -78,6 +104,10 @@ void loadHistory(benchmark::State& state) {
             return;
         }
     }
+    std::vector<HistoryPoint> points;
+    const double peak = peakOf([&] { points = decodeHistory(*files.read(file.path)); });
+    const double own = static_cast<double>(points.capacity() * sizeof points[0]) / (1 << 20);
+    state.counters["peak"] = peak - own;
 }
 BENCHMARK(loadHistory)->Unit(benchmark::kMillisecond);
 

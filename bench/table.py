@@ -62,6 +62,9 @@ def benchmark_rows(run):
                          ["saveHistory", "writeHistory"], lambda save, write: save, "cpu_time")
     yield benchmarks.row("processor time of loading a full history; of that, reading its bytes", 3, "ms",
                          ["loadHistory", "readHistory"], lambda load, read: load, "cpu_time")
+    for name, what in (("saveHistory", "saving"), ("loadHistory", "loading")):
+        yield benchmarks.row(f"memory at the peak of {what} a full history, beyond the points", 4, "MiB", [name],
+                             lambda peak: peak, "peak")
 
 
 def program_rows(programs):

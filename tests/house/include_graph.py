@@ -210,8 +210,8 @@ OUTSIDE = {
         FMT | QT_CORE | QT_GUI | {"QApplication", "QQuickItem", "QQuickWindow"},
     r"bench/tray_bench\.cpp": QT_CORE | QT_GUI | QT_WIDGETS,
     r"bench/[a-z_]+\.(cpp|c|h)": FILE | {
-        "benchmark/benchmark.h", "errno.h", "signal.h", "stdio.h", "stdlib.h", "string.h", "sys/prctl.h",
-        "sys/resource.h", "sys/statvfs.h", "sys/syscall.h", "sys/wait.h",
+        "benchmark/benchmark.h", "errno.h", "malloc.h", "signal.h", "stdio.h", "stdlib.h", "string.h",
+        "sys/prctl.h", "sys/resource.h", "sys/statvfs.h", "sys/syscall.h", "sys/wait.h",
     },
 }
 
