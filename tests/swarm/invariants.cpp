@@ -63,6 +63,12 @@ bool holdsNumber(L l, const char* key, std::optional<double> expected) {
            near(l.stored(key), expected.value_or(0));
 }
 
+bool keepsWish(L l) {
+    return (l.setting("awakeOn") != nullptr) == l.storedOn.has_value() &&
+           (l.stored("awakeOn") != 0) == l.storedOn.value_or(false) &&
+           holdsNumber(l, "awakeUntil", l.storedUntil);
+}
+
 const Invariant kInvariants[] = {
     {When::published, "The score is a whole number from 0 to 100.",
      [](L l) { return l.model.snap->score >= 0 && l.model.snap->score <= 100; }},
@@ -116,7 +122,8 @@ const Invariant kInvariants[] = {
          const auto beats = static_cast<std::uint64_t>(l.elapsed() / 5 + kSlack);
          return l.publications <= l.mostPublications + beats;
      }},
-    {When::always, "A sample follows 1.2 seconds after a process was asked to end.",
+    {When::always,
+     "A sample follows a click at once, and 1.2 seconds after a process was asked to end.",
      [](L l) {
          return std::none_of(l.samplesDue.begin(), l.samplesDue.end(),
                              [&](double due) { return l.elapsed() > due + kSlack; });
@@ -153,12 +160,8 @@ const Invariant kInvariants[] = {
      }},
     {When::always, "While keep-awake is on it holds what was granted.",
      [](L l) { return !*l.awake.on || l.lostPower || !l.life.simulated().power.held.empty(); }},
-    {When::always, "The settings hold the wish to be kept awake, for the next launch.",
-     [](L l) {
-         return (l.setting("awakeOn") != nullptr) == l.storedOn.has_value() &&
-                (l.stored("awakeOn") != 0) == l.storedOn.value_or(false) &&
-                holdsNumber(l, "awakeUntil", l.storedUntil);
-     }},
+    {When::always, "The settings hold the wish to be kept awake, for the next launch.", keepsWish},
+    {When::ended, "A quit does not forget the wish to be kept awake.", keepsWish},
     {When::always, "The history loses no point but the oldest beyond 43,200.",
      [](L l) {
          const std::size_t size = l.model.history->size();
@@ -233,8 +236,20 @@ const Invariant kInvariants[] = {
          return l.whatsNew.notes->size() <= 3 &&
                 (!l.expectedNotes || *l.whatsNew.notes == *l.expectedNotes);
      }},
+    {When::always, "What was handed over is shown once, and what was dismissed stays away.",
+     [](L l) {
+         return (!l.expectedNotes || l.installedBuild ||
+                 l.setting("pendingReleaseNotes") == nullptr) &&
+                (!l.dismissed ||
+                 l.stored("seenBuild") == static_cast<double>(l.life.around().build));
+     }},
     {When::always, "The popover opens by a click, or once by itself for each build.",
      [](L l) { return l.popoverShown == l.expectedShown; }},
+    {When::always, "For which build the popover opened by itself is remembered.",
+     [](L l) {
+         return !l.greetingDue ||
+                l.stored("whatsNewAutoShownBuild") == static_cast<double>(l.life.around().build);
+     }},
     {When::always, "A greeting that is due comes within 1.2 seconds.",
      [](L l) {
          return !l.greetingDue || l.greeted || l.openedByUser || l.elapsed() <= 1.2 + kSlack;

@@ -181,6 +181,7 @@ void Ledger::clicksItem() {
     if (expectedShown) {
         openedByUser = true;
         ++mostPublications;
+        samplesDue.push_back(elapsed());
     }
 }
 

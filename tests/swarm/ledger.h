@@ -104,7 +104,7 @@ class Ledger {
     std::uint64_t publications = 0;
     std::uint64_t mostPublications = 0;
     double publishedAt = 0;
-    std::vector<double> samplesDue; ///< after a process was asked to end
+    std::vector<double> samplesDue; ///< after a click, or after a process was asked to end
 
     // The title and the popover.
     std::optional<platform::StatusTitle> title;
@@ -115,6 +115,7 @@ class Ledger {
     bool openedByUser = false;
     bool greeted = false;
     bool breakdown = false;
+    bool dismissed = false;       ///< the greeting
     std::size_t expectedKind = 0; ///< of what is new
     std::optional<std::vector<std::string>> expectedNotes;
 

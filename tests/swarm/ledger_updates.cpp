@@ -197,6 +197,7 @@ void Ledger::expectNews() {
 
 void Ledger::dismissesNews() {
     expectedKind = static_cast<std::size_t>(WhatsNew::Kind::Case::none);
+    dismissed = true;
 }
 
 } // namespace korvel::swarm

@@ -15,6 +15,7 @@ PROGRAM = SOURCE / "build/release/bin/korvel_swarm"
 PAGE = SOURCE / "docs/reliability.md"
 sys.path.insert(0, str(SOURCE / "tests/support"))
 
+import taken_on  # noqa: E402
 import written_section  # noqa: E402
 
 YEAR = 365.25 * 86400
@@ -127,7 +128,7 @@ def run(words):
         print(f"never happened: {', '.join(missing)}")
         return 1
     if words.write:
-        written_section.write(PAGE, "swarm", text)
+        written_section.write(PAGE, "swarm", taken_on.taken_on() + "\n\n" + text)
     return 0
 
 

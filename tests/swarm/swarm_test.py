@@ -7,6 +7,7 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parent))
 
+import planted  # noqa: E402
 import shrink  # noqa: E402
 import swarm  # noqa: E402
 
@@ -42,6 +43,21 @@ class Figures(unittest.TestCase):
         for name in kinds:
             self.assertEqual(swarm.never_happened({"worlds": swarm.LONG_ENOUGH}, {**events, name: 0}), [name])
         self.assertEqual(swarm.never_happened({"worlds": swarm.LONG_ENOUGH}, events), [])
+
+
+class Planted(unittest.TestCase):
+    def test_every_fault_has_its_place_in_the_tree(self):
+        source = Path(__file__).resolve().parents[2]
+        self.assertEqual(set(planted.planted_files(source)), {fault[0] for fault in planted.FAULTS})
+        self.assertGreaterEqual(len(planted.FAULTS), 40)
+
+    def test_a_place_chooses_between_what_stands_there_and_the_fault(self):
+        self.assertEqual(planted.planted(7, ("f", "a > b", "a < b", ""), "if (a > b)"),
+                         "if ((::korvel::mutant() == 7 ? (a < b) : (a > b)))")
+        self.assertEqual(planted.planted(7, ("f", "go();", "", ""), "go();"),
+                         "if (::korvel::mutant() == 7) {  } else { go(); }")
+        with self.assertRaises(SystemExit):
+            planted.planted(7, ("f", "go();", "", ""), "go(); go();")
 
 
 if __name__ == "__main__":

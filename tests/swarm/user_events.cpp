@@ -82,14 +82,24 @@ void findSwapHolders(Life& life, const Arguments& /*n*/) {
     life.findSwapHolders();
 }
 
+void expectNoTexts(Life& life, bool begins) {
+    life.ledger().expects("What begins clears the texts of what was before",
+                          !begins ||
+                              (!*life.model().reclaimPreview && !*life.model().reclaimResult));
+}
+
 void preview(Life& life, const Arguments& /*n*/) {
+    const bool begins = !life.ledger().preview.begun;
     life.ledger().previews();
     life.previewReclaim();
+    expectNoTexts(life, begins);
 }
 
 void runReclaim(Life& life, const Arguments& /*n*/) {
+    const bool begins = !life.ledger().reclaim.begun;
     life.ledger().runsReclaim();
     life.runReclaim();
+    expectNoTexts(life, begins);
 }
 
 void enableAwake(Life& life, const Arguments& n) {

@@ -68,8 +68,10 @@ class Author {
     void begin() {
         at_ = 0;
         if (isFull_) {
-            add("history-put", {43190});
-            add("crash", {5}); // so that the next launch reads it
+            for (const double rows : {43777, 43190}) {
+                add("history-put", {rows});
+                add("crash", {5}); // so that the next launch reads it
+            }
         }
     }
 
