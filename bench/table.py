@@ -95,6 +95,19 @@ def program_rows(programs):
     yield Row("a simulated day with its trace", programs["sim_day_s"], 1, "s")
 
 
+def refresh_rows(found):
+    """A refresh in the tray beside the same reads and a bare icon, at each number of processes."""
+    for size in found.values():
+        mine, limit, top = size["korvel"], size["limit"], size["top"]["still"]
+        where = f"at {size['processes']} processes"
+        yield Row(f"a refresh whose score changed, {where}, against the bare loop and a bare icon that is redrawn "
+                  f"({mine['changed']:.2f} and {limit['changed']:.2f} ms)",
+                  mine["changed"] / limit["changed"], 1.3, "x")
+        yield Row(f"the same against top ({top:.2f} ms)", mine["changed"] / top, 1, "x")
+        yield Row(f"a refresh whose score stood still, {where}, against the bare loop "
+                  f"({mine['still']:.2f} and {limit['still']:.2f} ms)", mine["still"] / limit["still"], 1.2, "x")
+
+
 def carried_rows(carried):
     own, system = carried["carried"], carried["system"]
     yield Row("launch with the libraries of a release, against the system's "
@@ -121,7 +134,8 @@ def growth_rows(found):
 
 
 # In the order of the table; whoever measures more adds a part here and to script/bench.
-PARTS = {"benchmarks": benchmark_rows, "programs": program_rows, "carried": carried_rows, "growth": growth_rows}
+PARTS = {"benchmarks": benchmark_rows, "programs": program_rows, "refresh": refresh_rows, "carried": carried_rows,
+         "growth": growth_rows}
 
 
 def rows(folder, parts):

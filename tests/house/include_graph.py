@@ -88,6 +88,7 @@ FILES = {
         "platform/linux/session", "platform/qt", "platform/posix", "ui/quick", *CONTENT,
     ],
     r"bench/tray_bench\.cpp": ["bench", "app", "platform/linux/session whole", *CONTENT],
+    r"bench/bare_refresh\.cpp": ["bench"],
     r"bench/[a-z_]+\.(cpp|c|h)": [
         "bench", "platform/linux/kernel whole", "platform/simulated", "platform/posix", *MODEL,
     ],
@@ -209,6 +210,7 @@ OUTSIDE = {
     r"tools/(korvel_(demo|pictures)\.cpp|demo/[a-z_]+\.(cpp|h))":
         FMT | QT_CORE | QT_GUI | {"QApplication", "QQuickItem", "QQuickWindow"},
     r"bench/tray_bench\.cpp": QT_CORE | QT_GUI | QT_WIDGETS,
+    r"bench/bare_refresh\.cpp": QT_CORE | QT_GUI | QT_WIDGETS,
     r"bench/[a-z_]+\.(cpp|c|h)": FILE | {
         "benchmark/benchmark.h", "errno.h", "malloc.h", "signal.h", "stdio.h", "stdlib.h", "string.h",
         "sys/prctl.h", "sys/resource.h", "sys/statvfs.h", "sys/syscall.h", "sys/wait.h",
