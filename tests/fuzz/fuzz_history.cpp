@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -13,6 +15,10 @@ namespace {
 
 using korvel::HistoryPoint;
 using korvel::test::StrictHistory;
+
+bool areSame(double a, double b) {
+    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+}
 
 /// Decoded as a second, strict reader decodes it.
 void requireRead(const std::string& text, const StrictHistory::Rows& expected) {
@@ -49,9 +55,7 @@ void requireWritten(const std::vector<HistoryPoint>& points) {
     require(*text == plain.text(), "as the plain writer writes it");
     const auto again = korvel::decodeHistory(*text);
     const auto same = [](const HistoryPoint& a, const HistoryPoint& b) {
-        return std::memcmp(&a.t, &b.t, sizeof a.t) == 0 &&
-               std::memcmp(&a.cpu, &b.cpu, sizeof a.cpu) == 0 &&
-               std::memcmp(&a.mem, &b.mem, sizeof a.mem) == 0;
+        return areSame(a.t, b.t) && areSame(a.cpu, b.cpu) && areSame(a.mem, b.mem);
     };
     require(std::equal(points.begin(), points.end(), again.begin(), again.end(), same),
             "what was written is read again");

@@ -118,7 +118,7 @@ void fuzzThermal(std::string_view text) {
     while (!text.empty()) {
         const std::string_view part = takePart(text);
         const auto read = parseTemperature(part);
-        const auto believed = doubt.believed(read, part.size() % 2 * 4'000);
+        const auto believed = doubt.believed(read, part.size() % 2 == 0 ? 0 : 4'000);
         require(!believed || believed == read, "what was read, or nothing");
         const int state = rule.state(believed);
         require(state >= 0 && state <= (rule.hasTrips() ? 3 : 0), "one of the states");
