@@ -224,6 +224,9 @@ void Ledger::weigh() {
     for (const auto& [path, text] : life.simulated().files.contents) {
         used -= text.capacity(); // the simulated disk
     }
+    for (const platform::SimulatedProcess& process : life.simulated().processes.table) {
+        used -= process.vmmap ? process.vmmap->capacity() : 0; // what a tool would print
+    }
     growth = used > weight.value_or(used) ? used - *weight : 0;
     weight = weight.value_or(used);
 }
@@ -265,13 +268,7 @@ void Ledger::turnEnded() {
         mayBeSignalled.clear();
     }
     // What the simulation itself remembers is no memory of the program's.
-    platform::SimulatedServices& services = life.simulated();
-    services.childProcesses.runs.clear();
-    services.statusBar.titles.clear();
-    services.files.writes.clear();
-    services.notifications.posted.clear();
-    services.processes.terminated.clear();
-    services.workspace.revealed.clear();
+    life.simulated().forgetWhatWasAsked();
     life.http().urls.clear();
     life.popover().requests.clear();
     life.popover().activations.clear();

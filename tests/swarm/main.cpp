@@ -13,6 +13,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -108,7 +109,9 @@ int playSeeds(double seconds, std::uint64_t first, std::uint64_t step) {
     JsonWriter json;
     json.beginObject().member("worlds", worlds).member("turns", all.turns);
     json.member("launches", all.launches).member("ran", all.ran).member("passed", all.passed);
-    json.member("seconds", passed()).key("events").beginObject();
+    json.member("seconds", passed());
+    json.member("processor", static_cast<double>(std::clock()) / CLOCKS_PER_SEC);
+    json.key("events").beginObject();
     for (const auto& [what, count] : coverage.counts()) {
         json.member(what, count);
     }

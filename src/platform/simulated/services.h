@@ -80,6 +80,22 @@ struct SimulatedServices {
                 .workspace = workspace};
     }
 
+    /// Drops all that the services remember of what they were asked, so that a long run takes no
+    /// more memory than a short one.
+    void forgetWhatWasAsked() {
+        files.writes.clear();
+        fileManager.places.clear();
+        statusBar.titles.clear();
+        childProcesses.runs.clear();
+        childProcesses.streams.clear();
+        notifications.posted.clear();
+        processes.terminated.clear();
+        http.urls.clear();
+        codeSignature.builds.clear();
+        workspace.revealed.clear();
+        workspace.relaunched.clear();
+    }
+
     /// Has every service write into one log.
     void logTo(CallLog& log) {
         for (Logging* service :
