@@ -20,8 +20,8 @@ constexpr double kDay = 24 * kHour;
 class Author {
   public:
     explicit Author(std::uint64_t seed) : r_(seed * 0x9e3779b97f4a7c15U + 1) {
-        const std::uint64_t sort = seed % 128;
-        isMonth_ = sort == 0;
+        const std::uint64_t sort = seed % 256;
+        isMonth_ = sort == 128;
         isFull_ = sort % 32 == 16 || isMonth_;
         // Most worlds are short, because a new one shows more than the next day of an old one.
         lasts_ = isMonth_ ? 10 * kDay : isFull_ ? 1.5 * kHour : r_.between(0.2, 12) * kHour;
