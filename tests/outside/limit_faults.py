@@ -64,7 +64,7 @@ def no_more_memory(trial):
 
 
 @fault("the system ends it for want of memory, in the group that it is in",
-       "it is gone at once; the next start has the history of before and works",
+       "it is gone at once; the start that asked it for the popover takes its place, with the history of before",
        before='echo "[[1600000000,1,2]]" >"$HOME/.korvel-history.json"',
        during='cd /sys/fs/cgroup/memory && mkdir "korvel-outside-$PID" && cd "korvel-outside-$PID" && '
               'echo "$PID" >cgroup.procs && echo 64K >memory.limit_in_bytes')
@@ -73,9 +73,9 @@ def out_of_memory(trial):
     trial.shows_the_score()
     with in_a_group(trial, "memory"):
         # What was charged before stays with the group of before; an opening takes new memory.
-        trial.place.spawn(["sh", "-c", START])
+        next_one = trial.place.spawn(["sh", "-c", START])
         equal(trial.ends(20), -signal.SIGKILL, "its end")
-    trial.start()
+    trial.program = next_one
     trial.works()
     trial.quits()
     equal(trial.history()[0], [1600000000, 1, 2], "the first row")
