@@ -141,11 +141,13 @@ QT_CORE = set("""
     QJsonDocument QJsonObject QLibraryInfo QList QLocale QMap QMargins QMetaMethod QMetaProperty QMetaType QObject
     QPoint QPointF QPointer QProcess QRect QRectF QSaveFile QSignalBlocker QSize QSocketNotifier QStandardPaths
     QString QStringList QStringView QTemporaryDir QTemporaryFile QThread QThreadPool QTimer QUrl QVariant
+    QVariantAnimation
     QVariantList QVariantMap Qt QtEndian QtGlobal
 """.split())
 QT_GUI = set("""
     QAction QColor QColorSpace QCursor QFont QFontDatabase QFontMetricsF QGuiApplication QIcon QIconEngine QImage
-    QKeyEvent QPaintDevice QPaintEngine QPainter QPainterPath QPainterPathStroker QPalette QPen QPixmap QRasterWindow
+    QKeyEvent QPaintDevice QPaintEngine QPainter QPainterPath QPainterPathStroker QPalette QPen QPixmap QTransform
+    QRasterWindow
     QScreen QSessionManager QSurfaceFormat QWindow
 """.split())
 QT_WIDGETS = {"QApplication", "QMenu", "QSystemTrayIcon"}
@@ -158,7 +160,8 @@ QT_DBUS = set("""
     QDBusServiceWatcher QDBusUnixFileDescriptor QDBusVariant QDBusVirtualObject
 """.split())
 QT_QUICK = set("""
-    QQmlContext QQmlEngine QQuickItem QQuickView QQuickWindow QSGRendererInterface QSGSimpleTextureNode QtQmlIntegration
+    QAnimationDriver QQmlContext QQmlEngine QQuickItem QQuickView QQuickWindow QSGRendererInterface
+    QSGSimpleTextureNode QtQmlIntegration
 """.split())
 TESTING = {"gtest/gtest.h", "gmock/gmock.h"}
 ARCHIVE = {"archive.h", "archive_entry.h"}

@@ -10,9 +10,8 @@ void DialItem::paint(QPainter* painter) {
     const qreal inside = std::min(width(), height()) - lineWidth_;
     const qreal side = diameter_ > 0 ? diameter_ : inside;
     const QRectF ring((width() - side) / 2, (height() - side) / 2, side, side);
+    drawRing(*painter, ring);
     painter->setBrush(Qt::NoBrush);
-    painter->setPen(QPen(trackColour_, lineWidth_));
-    painter->drawEllipse(ring);
     if (!(fraction_ > 0)) {
         return; // round caps would leave a dot
     }
@@ -35,6 +34,37 @@ void DialItem::paint(QPainter* painter) {
     }
     drawArc(rim(), lineWidth_);
     drawArc(colour(), lineWidth_ - 2 * rimWidth(*painter));
+}
+
+/// The ring costs more than the arc, and Qt fills what has so many edges on threads of its own.
+void DialItem::drawRing(QPainter& painter, const QRectF& box) {
+    const auto draw = [&](QPainter& onto) {
+        onto.setBrush(Qt::NoBrush);
+        onto.setPen(QPen(trackColour_, lineWidth_));
+        onto.drawEllipse(box);
+    };
+    if (painter.device()->devType() != QInternal::Image) {
+        draw(painter);
+        return;
+    }
+    const Ring wanted{.box = box,
+                      .colour = trackColour_,
+                      .lineWidth = lineWidth_,
+                      .transform = painter.deviceTransform(),
+                      .pixels = {painter.device()->width(), painter.device()->height()}};
+    if (ringPicture_.isNull() || ring_ != wanted) {
+        ring_ = wanted;
+        ringPicture_ = QImage(wanted.pixels, QImage::Format_ARGB32_Premultiplied);
+        ringPicture_.fill(Qt::transparent);
+        QPainter once(&ringPicture_);
+        once.setRenderHints(painter.renderHints());
+        once.setTransform(wanted.transform);
+        draw(once);
+    }
+    painter.save();
+    painter.resetTransform();
+    painter.drawImage(0, 0, ringPicture_);
+    painter.restore();
 }
 
 } // namespace korvel

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QImage>
+#include <QTransform>
 #include <QtQmlIntegration>
 
 #include "ui/quick/tinted_item.h"
@@ -47,6 +49,19 @@ class DialItem : public korvel::TintedItem {
     void lineWidthChanged();
 
   private:
+    /// What the picture of the ring depends on.
+    struct Ring {
+        QRectF box;
+        QColor colour;
+        qreal lineWidth = 0;
+        QTransform transform;
+        QSize pixels;
+        bool operator==(const Ring&) const = default;
+    };
+    void drawRing(QPainter& painter, const QRectF& box);
+
+    Ring ring_;
+    QImage ringPicture_; ///< of `ring_`: while the arc moves it stays
     qreal fraction_ = 0;
     qreal start_ = 0;
     QColor trackColour_;

@@ -10,6 +10,7 @@
 #include "base/observable.h"
 #include "platform/appearance.h"
 #include "ui/quick/desktop_style.h"
+#include "ui/quick/frame_pace.h"
 #include "ui/quick/popover_bridge.h"
 #include "ui/quick/popover_frame.h"
 #include "ui/quick/screen_scale.h"
@@ -89,6 +90,7 @@ class PopoverViews final : public QObject {
     Options options_;
     Observation observation_;
     DesktopStyle style_; ///< from the start, so that it is known at the first opening
+    FramePace pace_;
     PopoverFrame frame_;
     ScreenScale screenScale_;
     QTimer unloading_;

@@ -121,6 +121,30 @@ TEST_F(Dials, TheStrokeLiesOnTheCircleThatItIsGiven) {
     }
 }
 
+TEST_F(Dials, AKeptRingIsDrawnAnewForAnotherValue) {
+    const auto like = [](const DialItem& model) {
+        DialItem other;
+        other.setSize(model.size());
+        other.setDiameter(model.diameter());
+        other.setLineWidth(model.lineWidth());
+        other.setColour(model.colour());
+        other.setTrackColour(model.trackColour());
+        other.setFraction(model.fraction());
+        return painted(other);
+    };
+    painted(dial);
+    dial.setFraction(0.4);
+    EXPECT_EQ(painted(dial), like(dial));
+    dial.setTrackColour(QColor(0, 255, 0, 25));
+    EXPECT_EQ(painted(dial), like(dial));
+    dial.setLineWidth(7);
+    EXPECT_EQ(painted(dial), like(dial));
+    dial.setDiameter(40);
+    EXPECT_EQ(painted(dial), like(dial));
+    dial.setSize({62, 62});
+    EXPECT_EQ(painted(dial), like(dial));
+}
+
 TEST_F(Dials, AFullScoreIsAFullCircle) {
     dial.setFraction(1);
     for (const double degrees : {1.0, 90.0, 180.0, 270.0, 359.0}) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QImage>
 #include <QKeyEvent>
 #include <QPainter>
@@ -11,6 +12,7 @@
 #include <QQuickView>
 #include <QScreen>
 #include <QTimer>
+#include <QVariantAnimation>
 
 #include "ui/quick/scenes.h"
 
@@ -221,6 +223,23 @@ TEST_F(Views, AreAnimatedOnlyOnceTheyArePrepared) {
     views.prepare();
     EXPECT_FALSE(animated);
     EXPECT_TRUE(views.frame().animated());
+}
+
+TEST_F(Views, MoveThirtyTimesASecondAtMost) {
+    constexpr int kDuration = 350; // milliseconds
+    QVariantAnimation animation;
+    animation.setDuration(kDuration);
+    animation.setStartValue(0.0);
+    animation.setEndValue(1.0);
+    int steps = 0;
+    QObject::connect(&animation, &QVariantAnimation::valueChanged, [&] { ++steps; });
+    QEventLoop loop;
+    QObject::connect(&animation, &QVariantAnimation::finished, &loop, &QEventLoop::quit);
+    animation.start();
+    loop.exec();
+    EXPECT_EQ(animation.currentValue(), 1.0);
+    EXPECT_GE(steps, 2) << "it jumped";
+    EXPECT_LE(steps, kDuration / 33 + 3);
 }
 
 } // namespace
