@@ -108,6 +108,12 @@ def refresh_rows(found):
                   f"({mine['still']:.2f} and {limit['still']:.2f} ms)", mine["still"] / limit["still"], 1.2, "x")
 
 
+def popover_rows(found):
+    yield Row("a refresh whose score changed while the popover is open", found["changed"], 5, "ms")
+    yield Row("wake-ups of that refresh", found["changed_wake_ups"], 100, "")
+    yield Row("wake-ups of one whose score stood still while the popover is open", found["still_wake_ups"], 10, "")
+
+
 def carried_rows(carried):
     own, system = carried["carried"], carried["system"]
     yield Row("launch with the libraries of a release, against the system's "
@@ -141,8 +147,8 @@ def views_rows(found):
 
 
 # In the order of the table; whoever measures more adds a part here and to script/bench.
-PARTS = {"benchmarks": benchmark_rows, "programs": program_rows, "refresh": refresh_rows, "carried": carried_rows,
-         "growth": growth_rows, "views": views_rows}
+PARTS = {"benchmarks": benchmark_rows, "programs": program_rows, "refresh": refresh_rows, "popover": popover_rows,
+         "carried": carried_rows, "growth": growth_rows, "views": views_rows}
 
 
 def rows(folder, parts):
