@@ -68,6 +68,7 @@ TEST(SwappedGB, ReadsEachUnit) {
         {"12T", 12 * 0x1p-30},
         {"12K\r\n", 12 * 0x1p-20},
         {"1,5G", 1 * 0x1p-30},
+        {"3?", 3 * 0x1p-30},
     };
     for (const auto& row : cases) {
         EXPECT_EQ(gbOf(row.field), row.gb) << row.field;

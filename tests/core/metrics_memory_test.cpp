@@ -80,9 +80,21 @@ TEST(Memory, ShareIsAtMostOneHundred) {
     vm.active_count = 16 * kGiBPages;
     sampler.readings.vm.set(vm);
     EXPECT_EQ(sampler.metrics.snapshot().memPct, 100);
+    vm.active_count = 16 * kGiBPages + kGiBPages / 10;
+    sampler.readings.vm.set(vm);
+    EXPECT_EQ(sampler.metrics.snapshot().memPct, 100);
     vm.active_count = 16 * kGiBPages - 1;
     sampler.readings.vm.set(vm);
     EXPECT_LT(sampler.metrics.snapshot().memPct, 100);
+}
+
+TEST(Memory, OfLessThanOneGigabyteHasAShare) {
+    VmStatistics vm;
+    vm.active_count = kGiBPages / 4;
+    Sampler sampler;
+    sampler.readings.physicalMemory.value = std::uint64_t{1} << 29;
+    sampler.readings.vm.set(vm);
+    EXPECT_EQ(sampler.metrics.snapshot().memPct, 50);
 }
 
 TEST(Memory, ShareOfNoMemoryIsZero) {
@@ -91,7 +103,7 @@ TEST(Memory, ShareOfNoMemoryIsZero) {
     EXPECT_EQ(sampler.metrics.snapshot().memPct, 0);
 }
 
-TEST(Memory, WithoutStatisticsThePressureIsNotAskedFor) {
+TEST(Memory, WithoutStatisticsNeitherPressureNorPageSizeIsAskedFor) {
     Sampler sampler;
     sampler.readings.vm.fails = true;
     sampler.readings.pressureLevel.set(4);
@@ -104,6 +116,7 @@ TEST(Memory, WithoutStatisticsThePressureIsNotAskedFor) {
     EXPECT_EQ(s.memPressure, MemPressure::normal);
     EXPECT_FALSE(s.swappingNow);
     EXPECT_EQ(std::count(sampler.log.begin(), sampler.log.end(), "memoryPressureLevel"), 0);
+    EXPECT_EQ(std::count(sampler.log.begin(), sampler.log.end(), "pageSize"), 0);
 }
 
 TEST(MemoryPressure, EveryLevelButTwoAndFourIsNormal) {
@@ -137,9 +150,12 @@ struct Swapping : Sampler {
 };
 
 TEST(SwappingNow, FirstCheckOnlySetsTheBaseline) {
-    Sampler sampler;
-    sampler.readings.vm->swapouts = 1000000000;
-    EXPECT_FALSE(sampler.metrics.snapshot().swappingNow);
+    for (const std::uint64_t count :
+         {std::uint64_t{1000000000}, std::numeric_limits<std::uint64_t>::max()}) {
+        Sampler sampler;
+        sampler.readings.vm->swapouts = count;
+        EXPECT_FALSE(sampler.metrics.snapshot().swappingNow) << count;
+    }
 }
 
 TEST(SwappingNow, IsMoreThanOneHundredAndFiftyPagesASecond) {

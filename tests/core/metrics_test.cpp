@@ -182,6 +182,12 @@ TEST(Disk, VolumeWithoutBlocksHasNoShare) {
     EXPECT_EQ(sampler.metrics.snapshot().diskPct, 0);
 }
 
+TEST(Disk, AVolumeOfOneByteHasAShare) {
+    Sampler sampler;
+    sampler.readings.volume.set(VolumeStatistics{1, 1, 0, 0});
+    EXPECT_EQ(sampler.metrics.snapshot().diskPct, 100);
+}
+
 TEST(Disk, FullVolumeIsAtOneHundredPercent) {
     Sampler sampler;
     sampler.readings.volume.set(VolumeStatistics{4096, 1000, 50, 0});

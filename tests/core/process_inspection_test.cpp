@@ -129,6 +129,7 @@ TEST(TopProcesses, NamesEndAtTheFirstZeroByteAndAreDecodedWithReplacements) {
     } cases[] = {{"plain", "plain"},
                  {"with spaces (and) [brackets]\n", "with spaces (and) [brackets]\n"},
                  {"cut\0rest"s, "cut"},
+                 {"what? this", "what? this"},
                  {"caf\xc3\xa9", "café"},
                  {"cut caf\xc3", "cut caf\xef\xbf\xbd"},
                  {"\xff\xfe", "\xef\xbf\xbd\xef\xbf\xbd"},

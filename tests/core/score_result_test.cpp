@@ -149,8 +149,10 @@ TEST(Score, ReachesBothEnds) {
     s.cpuPct = 1000; // out of its range: the raw score falls below 0
     EXPECT_EQ(scored(s).score, 0);
     s = perfectReadings();
-    s.cpuPct = -1000;
-    EXPECT_EQ(scored(s).score, 100);
+    for (const double share : {-1000.0, -4.0}) {
+        s.cpuPct = share;
+        EXPECT_EQ(scored(s).score, 100) << share;
+    }
 }
 
 TEST(Score, RawScoreThatIsNotANumberIsOneHundred) {

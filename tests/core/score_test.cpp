@@ -51,6 +51,7 @@ TEST(MemoryHealth, FollowsAvailabilityUnderNormalPressure) {
         {32, 16, 100},
         {5, 0, 85},
         {5, -1, 85},
+        {0.05, 0.5, 92.5},
         {0, 0, 85},
         {0, kInfinity, 85},
     };

@@ -91,6 +91,14 @@ TEST(ProcInfo, HoldsPidNameAndSize) {
     EXPECT_EQ(process.gb, 2.5);
 }
 
+TEST(ProcInfo, EmptyOneIsNoProcessOfNoSize) {
+    const ProcInfo process;
+    EXPECT_EQ(process.id, 0);
+    EXPECT_EQ(process.name, "");
+    EXPECT_EQ(process.gb, 0);
+    EXPECT_FALSE(process.startTime);
+}
+
 TEST(ProcInfo, IsSelfAsksForThePidEachTime) {
     platform::SimulatedProcesses processes;
     platform::CallLog log;

@@ -134,39 +134,27 @@ class Source:
             inside()
             put(f"; !{CHOSEN.format(number(edit, ways[0]))} && static_cast<bool>({ways[0].text})", ways[0])
 
-    def without(self, line, column):
-        """Leaves out what stands at this place of the written text; whether there was something. Columns are bytes."""
+    def ways_at(self, line, column):
+        """What stands at this place of the written text: a mutant's own text as a list of that way, the ways of the
+        constants that are declared there, those of the edit that it is in. Columns are bytes."""
         rows = "".join(text for text, *_ in self.pieces).split("\n")
         row = rows[line - 1].encode()[:column - 1].decode(errors="replace")
         offset = sum(len(before) + 1 for before in rows[:line - 1]) + len(row)
-        piece = bisect.bisect_right(self.ends, offset)
-        text, edit, way, at = self.pieces[min(piece, len(self.pieces) - 1)]
-        if way:
-            gone = [way]
-        else:
-            around = [edit] if edit else []
-            if at is not None:
-                at += offset - (self.ends[piece] - len(text))
-                around += [one for one in self.edits if one.declared and one.declared[0] <= at < one.declared[1]]
-            if not around:
-                return False
-            # The smallest of what the place belongs to.
-            spans = [one.declared or (one.start, one.end) for one in around]
-            edit = around[min(range(len(around)), key=lambda index: spans[index][1] - spans[index][0])]
-            gone = [way for one in (edit.owned if edit.form == Edit.PREPARED else [edit]) for way in one.alive()]
-        return _left_out(gone)
+        piece = min(bisect.bisect_right(self.ends, offset), len(self.pieces) - 1)
+        text, edit, way, at = self.pieces[piece]
+        declared = []
+        if at is not None:
+            at += offset - (self.ends[piece] - len(text))
+            declared = [one for one in self.edits if one.declared and one.declared[0] <= at < one.declared[1]]
+        return [way] if way else [], _owned(declared), edit.ways if edit else []
 
-    def without_constants(self, names):
-        """Leaves constants of these names as they are; whether there were some."""
-        return _left_out([way for edit in self.edits if edit.declared and edit.name in names
-                          for one in edit.owned for way in one.alive()])
+    def ways_of_constants(self, names):
+        return _owned([edit for edit in self.edits if edit.name in names])
 
 
-def _left_out(ways):
-    found = any(way.compiles for way in ways)
-    for way in ways:
-        way.compiles = False
-    return found
+def _owned(edits):
+    """The ways that make these constants variables."""
+    return [way for edit in edits for one in edit.owned for way in one.ways]
 
 
 def _positions(text):
@@ -195,6 +183,7 @@ class _Walk:
         self.source, self.text, self.top = source, source.text, top
         self.owner = None  # the constexpr declaration that is walked
         self.results = []  # the functions that are walked
+        self.ends_switch = set()  # where the last statements of switches are: a break there does nothing
 
     def walk(self):
         for child in self.top.get_children():
@@ -221,6 +210,8 @@ class _Walk:
         kind, place = cursor.kind, cursor.extent.start.file
         if kind in UNCHANGED or place is None or place.name != self.top.spelling:
             return  # what is written elsewhere: a default, a macro
+        if kind == Kind.CALL_EXPR and cursor.spelling == "reserve":
+            return  # only the time would be another
         before = self.owner
         if kind in FUNCTIONS or kind in (Kind.VAR_DECL, Kind.FIELD_DECL):
             self.constant(cursor)
@@ -231,6 +222,11 @@ class _Walk:
                 self.early(body[-1])
         self.expression(cursor)
         children = list(cursor.get_children())
+        if kind == Kind.SWITCH_STMT:
+            last = children[-1]
+            while last.kind in (Kind.COMPOUND_STMT, Kind.CASE_STMT, Kind.DEFAULT_STMT) and list(last.get_children()):
+                last = list(last.get_children())[-1]
+            self.ends_switch.add(self.span(last))
         if kind == Kind.COMPOUND_STMT:
             self.block(children)
         if kind in (Kind.CASE_STMT, Kind.DEFAULT_STMT):
@@ -369,8 +365,10 @@ class _Walk:
         start, end = self.full(cursor)
         if cursor.kind == Kind.RETURN_STMT:
             self.returned(cursor, start, end)
-            if last:
-                return
+        if last or (cursor.kind == Kind.BREAK_STMT and self.span(cursor) in self.ends_switch):
+            return
+        if cursor.kind == Kind.CALL_EXPR and cursor.spelling == "reserve":
+            return
         self.add(start, end, Edit.DROPPED, [Way("left out", "")], -2)
 
     def returned(self, cursor, start, end):
@@ -435,6 +433,8 @@ class _Walk:
     @staticmethod
     def does_something(statement):
         for one in statement.walk_preorder():
+            if one.kind == Kind.CALL_EXPR and one.spelling == "reserve":
+                return False
             if one.kind == Kind.CALL_EXPR and one.spelling and not one.spelling.startswith("operator") and \
                     one.referenced is not None and one.referenced.kind != Kind.CONSTRUCTOR:
                 return True
@@ -461,6 +461,6 @@ def _closing(text, at):
     raise ValueError("a bracket is not closed")
 
 
-def parse(name, text, arguments, others=()):
-    """What libclang reads in a file; `others`: files that it may include, with their texts."""
-    return clang.cindex.Index.create().parse(name, arguments, [(name, text), *others])
+def parse(name, text, arguments):
+    """What libclang reads in a file of this text."""
+    return clang.cindex.Index.create().parse(name, arguments, [(name, text)])

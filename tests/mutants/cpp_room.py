@@ -1,25 +1,30 @@
 """The mutants of a room of C++ that needs no Qt: all that cpp_places.py finds in its files."""
 
+import concurrent.futures
+import os
 import re
 import subprocess
+from pathlib import Path
 
 import cpp_places
 import engine
 
 
 class Room:
-    """`files`: the room's files, a pattern of paths; `tests`: the programs that are asked, the room's own first."""
+    """`files`: the room's files, a pattern of paths; `tests`: the programs that are asked, the room's own first; `slow`:
+    of some of them the tests, a filter, that are asked when the others have noticed nothing."""
 
     GOAL = 95  # per cent of the mutants, of which more are to be noticed
     LEFT_OUT = r"docs/pictures/|tests/ui/pictures/references/"
-    # Without sanitizers, which would only cost time; a template or a list may hold a narrowed choice.
-    FLAGS = "-w -Wno-c++11-narrowing"
+    # A template or a list may hold a narrowed choice. Of the checks, only those that cost nothing: what is read of an
+    # empty container, and a function that ends without its value.
+    FLAGS = "-w -Wno-c++11-narrowing -D_GLIBCXX_ASSERTIONS -fsanitize=return -fsanitize-trap=return"
     SETTINGS = ["-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O1", "-DCMAKE_CXX_COMPILER=clang++",
                 "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld", "-DKORVEL_QT=OFF", "-DKORVEL_TESTS=all",
                 "-DKORVEL_BENCH=OFF", "-DKORVEL_FUZZ=OFF"]
 
-    def __init__(self, name, files, tests):
-        self.NAME, self.files, self.TARGETS = name, files, tests
+    def __init__(self, name, files, tests, slow=None):
+        self.NAME, self.files, self.TARGETS, self.slow = name, files, tests, slow or {}
         self.sources = []
 
     def plan(self, source, found):
@@ -44,31 +49,31 @@ class Room:
         self.leave_out(source, sources, arguments)
         return sources
 
-    @staticmethod
-    def leave_out(source, sources, arguments):
+    def leave_out(self, source, sources, arguments):
         """Leaves out the mutants that do not compile."""
-        by_path = {str(source / one.name): one for one in sources}
-        waiting = list(sources)
+        tried = source / "build/mutants" / self.NAME / "tried"
+        by_path = {str(tried / one.name): one for one in sources}
+        waiting = [path for path in by_path]
         while waiting:
-            texts = [(path, one.written()) for path, one in by_path.items()]
-            faulty, left_out = [], False
-            for one in waiting:
-                path = str(source / one.name)
-                others = [(name, text) for name, text in texts if name != path and name.endswith(".h")]
-                unit = cpp_places.parse(path, dict(texts)[path], arguments, others)
-                faults = [fault for fault in unit.diagnostics if fault.severity >= 3]
-                for fault in faults:
-                    left_out |= leave_out_at(fault, by_path)
-                if faults:
-                    faulty.append(one)
-                    told = faults[0]
-            if faulty and not left_out:
-                raise SystemExit(f"{told}\nthe mutants do not compile")
-            waiting = faulty
+            for path, one in by_path.items():
+                write(Path(path), one.written())
+            with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as workers:
+                faults = list(workers.map(lambda path: faults_of(path, [f"-I{tried}/src", *arguments]), waiting))
+            gone = set()
+            left_out = [leave_out_at(fault, by_path, gone) for found in faults for fault in found]
+            if left_out and not gone:
+                raise SystemExit(f"{next(found for found in faults if found)[0]}\nthe mutants do not compile")
+            waiting = [path for path, found in zip(waiting, faults) if found]
 
     def tests(self, _, folder):
-        return [engine.traced_test(name, [folder / "bin" / name, "--gtest_fail_fast"], folder / "reached")
-                for name in self.TARGETS]
+        found = []
+        for name in self.TARGETS:
+            parts = [(name, "*")]
+            if name in self.slow:
+                parts = [(name, f"-{self.slow[name]}"), (f"{name} (slow)", self.slow[name])]
+            found += [engine.traced_test(part, [folder / "bin" / name, "--gtest_fail_fast", f"--gtest_filter={tests}"],
+                                         folder / "reached") for part, tests in parts]
+        return found
 
 
 def arguments_of(source, header):
@@ -78,17 +83,55 @@ def arguments_of(source, header):
             str(header), "-w", "-Wno-c++11-narrowing", "-ferror-limit=0", '-DKORVEL_UPDATE_HOST="localhost"']
 
 
-def leave_out_at(fault, by_path):
-    """Leaves out what a fault of the compiler names, itself or in its notes; whether there was something."""
-    for place in [fault, *fault.children]:
-        where = place.location
-        one = where.file and by_path.get(where.file.name)
-        if one and one.without(where.line, where.column):
-            return True
+def write(path, text):
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_text(text, encoding="utf-8")
+
+
+def faults_of(path, arguments):
+    """What the compiler does not take in a file: of each fault what it says, its place and those of its notes, each the
+    file, the line and the column. Another process, because this compiler may come to a bad end over what is wrong."""
+    done = subprocess.run(["clang++", "-fsyntax-only", "-fno-caret-diagnostics", *arguments, path],
+                          stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, check=False)
+    found = []
+    for file, line, column, kind, text in re.findall(r"^(\S+?):(\d+):(\d+): (error|fatal error|note): (.*)",
+                                                     done.stderr, re.M):
+        if kind != "note":
+            found.append((text, []))
+        if found:
+            found[-1][1].append((file, int(line), int(column)))
+    if done.returncode != 0 and not found:
+        raise SystemExit(done.stderr[-6000:])
+    return found
+
+
+def blamed(fault, by_path):
+    """The mutants that a fault may come from, the likeliest first, in lists of those that go together."""
+    text, places = fault
+    at = [by_path[file].ways_at(line, column) for file, line, column in places if file in by_path]
+    file, line, _ = places[0]
+    names = set()
+    if file in by_path:
+        yield at[0][0]
+        names = set(re.findall(r"\w+", "".join(text for text, *_ in by_path[file].pieces).split("\n")[line - 1]))
+    yield from (declared for _, declared, _ in at)
     # Not every use of what has to be constant is told with where that was declared.
-    one = fault.location.file and by_path.get(fault.location.file.name)
-    if not one:
-        return False
-    line = "".join(text for text, *_ in one.pieces).split("\n")[fault.location.line - 1]
-    names = set(re.findall(r"\w+", line))
-    return any([other.without_constants(names) for other in by_path.values()])
+    constants = [way for one in by_path.values() for way in one.ways_of_constants(names)]
+    yield constants if re.search("constant|variable length|variable-sized", text) else []
+    yield from (way or inside for way, _, inside in at)
+    yield constants
+
+
+def leave_out_at(fault, by_path, gone):
+    """Leaves out what a fault comes from; whether there was something. `gone`: what was left out since the compiler was
+    asked."""
+    for ways in blamed(fault, by_path):
+        if any(way in gone for way in ways):
+            return True
+        left = [way for way in ways if way.compiles]
+        if left:
+            for way in left:
+                way.compiles = False
+            gone.update(left)
+            return True
+    return False

@@ -2,4 +2,5 @@
 
 from cpp_room import Room
 
-ROOM = Room("model", r"src/model/.*\.(h|cpp)", ["model_test", "content_test", "app_test", "simulation_test"])
+ROOM = Room("model", r"src/model/.*\.(h|cpp)", ["model_test", "content_test", "app_test", "simulation_test"],
+            {"model_test": "RealScript.*:DecodeHistory.AgreesWithASecondReaderOnAnyDamage"})
