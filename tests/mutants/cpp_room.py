@@ -11,8 +11,8 @@ import engine
 
 
 class Room:
-    """`files`: the room's files, a pattern of paths; `tests`: the programs that are asked, the room's own first; `slow`:
-    of some of them the tests, a filter, that are asked when the others have noticed nothing."""
+    """`files`: the room's files, a pattern of paths; `tests`: the programs that are asked, the room's own first;
+    `slow`: of some of them the tests, a filter, that are asked when the others have noticed nothing."""
 
     GOAL = 95  # per cent of the mutants, of which more are to be noticed
     LEFT_OUT = r"docs/pictures/|tests/ui/pictures/references/"
