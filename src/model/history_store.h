@@ -13,9 +13,9 @@ namespace korvel {
 /// One point of the trail that the sparklines draw.
 struct HistoryPoint {
     Uuid id; ///< fresh for every point made; its identity in lists, never stored
-    platform::Date t = 0;
-    double cpu = 0; ///< percent, 0 to 100
-    double mem = 0; ///< percent, 0 to 100
+    platform::Date t;
+    double cpu; ///< percent, 0 to 100
+    double mem; ///< percent, 0 to 100
 
     HistoryPoint(platform::Date time, double cpuPct, double memPct)
         : id(Uuid::random()), t(time), cpu(cpuPct), mem(memPct) {}

@@ -93,6 +93,22 @@ TEST(Refresh, WritesTheReadingThenTheTrailThenTellsTheOwner) {
                                               "updated: Excellent 1"}));
 }
 
+TEST(Refresh, ThePointIsInTheTrailBeforeAnybodyIsNotified) {
+    Program program;
+    program.system.clock.turn(3600);
+    program.readings().pressureLevel.set(4);
+    std::size_t points = 0;
+    program.system.notifications.onPost = [&](const platform::Notification&) {
+        points = program.model->history->size();
+    };
+    program.readings().volume.fails = true;
+    program.readings().load.value = {100, 0, 0};
+    program.model->refresh();
+    program.settle();
+    EXPECT_LT(program.model->snap->score, 55);
+    EXPECT_EQ(points, 1U);
+}
+
 TEST(Refresh, PointHasTheTimeOfItsPublication) {
     Program program;
     program.readings().cpuTicks.value = platform::CpuTicks{0, 0, 0, 0};

@@ -201,6 +201,14 @@ TEST_F(Quit, SamplesOneAndAFifthSecondsLaterEvenWhenTheProcessIsGone) {
     EXPECT_THAT(system.processes.terminated, ElementsAre(4242));
 }
 
+TEST_F(Quit, AsksTheProcessBeforeTheSampleIsPlanned) {
+    platform::CallLog log;
+    addProcess(7, "seven", 1, 1);
+    system.logTo(log);
+    model->quit({7, "seven", 1});
+    EXPECT_THAT(log, ElementsAre("currentProcessIdentifier", "terminate 7", "after 1.2"));
+}
+
 TEST_F(Quit, OfTheProgramItselfDoesNothing) {
     system.processes.ownPid = 500;
     model->quit({500, "korvel", 1});

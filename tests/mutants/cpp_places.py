@@ -427,8 +427,13 @@ class _Walk:
         """Whether their order can matter: both do something, and neither goes elsewhere."""
         if first.kind in JUMPS or second.kind in JUMPS:
             return False
-        declared = [one.kind == Kind.DECL_STMT for one in (first, second)]
-        return not all(declared) and all(self.does_something(one) for one in (first, second))
+        if Kind.DECL_STMT in (first.kind, second.kind) and (first.kind == second.kind or self.leaves(first)):
+            return False  # what is declared behind the question whether to go on mostly reads
+        return all(self.does_something(one) for one in (first, second))
+
+    @staticmethod
+    def leaves(statement):
+        return statement.kind == Kind.IF_STMT and any(one.kind in JUMPS for one in statement.walk_preorder())
 
     @staticmethod
     def does_something(statement):
@@ -436,7 +441,8 @@ class _Walk:
             if one.kind == Kind.CALL_EXPR and one.spelling == "reserve":
                 return False
             if one.kind == Kind.CALL_EXPR and one.spelling and not one.spelling.startswith("operator") and \
-                    one.referenced is not None and one.referenced.kind != Kind.CONSTRUCTOR:
+                    one.referenced is not None and one.referenced.kind != Kind.CONSTRUCTOR and \
+                    not one.referenced.is_const_method():
                 return True
             if one.kind == Kind.CALL_EXPR and one.spelling == "operator=" and statement.kind != Kind.DECL_STMT:
                 return True

@@ -34,6 +34,7 @@ bool SimulatedPower::holds(PowerAssertionId id) const {
 void SimulatedPower::release(PowerAssertionId id) {
     const auto found = held.find(id);
     if (found == held.end()) {
+        note("release of what is not held");
         return;
     }
     const PowerAssertionType type = found->second;
