@@ -12,6 +12,7 @@
 #include "platform/linux/session/x11_click_watch.h"
 #include "platform/linux/session/x11_places.h"
 #include "ui/content/linux_words.h"
+#include "ui/quick/register_views.h"
 #include "ui/quick/window_popover.h"
 
 namespace korvel {
@@ -59,7 +60,11 @@ std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root, Words wor
     PopoverDesktop desktop{.words = std::move(words),
                            .awakeWords = linuxAwakeWords,
                            .appearance = std::make_unique<platform::DesktopAppearance>(),
-                           .released = platform::giveMemoryBack,
+                           .released =
+                               [] {
+                                   forgetViews();
+                                   platform::giveMemoryBack();
+                               },
                            .blendsWindows = platform::desktopBlendsWindows,
                            .declareShadow = nullptr};
     if (startAnew) {

@@ -1,6 +1,7 @@
 #include "ui/quick/register_views.h"
 
 #include <QByteArray>
+#include <QQmlEngine>
 #include <QtGlobal>
 
 // Made by the build from the QML module; a static library's module is registered by calling it.
@@ -27,6 +28,10 @@ namespace korvel {
 void registerViews() {
     prepareCompiledViews();
     qml_register_types_Korvel();
+}
+
+void forgetViews() {
+    qmlClearTypeRegistrations();
 }
 
 } // namespace korvel

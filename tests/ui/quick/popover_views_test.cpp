@@ -1,6 +1,20 @@
 #include "ui/quick/popover_views.h"
 
+#include <cstddef>
+
 #include <gtest/gtest.h>
+#ifdef __SANITIZE_ADDRESS__
+#define KORVEL_TESTS_SANITIZED
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KORVEL_TESTS_SANITIZED
+#endif
+#endif
+#ifdef KORVEL_TESTS_SANITIZED
+#include <sanitizer/allocator_interface.h>
+#else
+#include <malloc.h>
+#endif
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -14,12 +28,22 @@
 #include <QTimer>
 #include <QVariantAnimation>
 
+#include "ui/quick/register_views.h"
 #include "ui/quick/scenes.h"
 
 namespace korvel {
 namespace {
 
 using std::chrono::milliseconds;
+
+/// What is allocated on the heap, in KiB.
+std::size_t allocated() {
+#ifdef KORVEL_TESTS_SANITIZED
+    return __sanitizer_get_current_allocated_bytes() / 1024;
+#else
+    return mallinfo2().uordblks / 1024;
+#endif
+}
 
 /// Runs what waits for the next turn of the run loop, and what that leaves for the one after it.
 void turn() {
@@ -74,6 +98,28 @@ TEST_F(Views, AreLoadedWhenTheyAreFirstPrepared) {
     EXPECT_FALSE(views.window()->isVisible());
     views.prepare();
     EXPECT_EQ(loaded, 1);
+}
+
+TEST_F(Views, LeaveNoTypesBehindEachTimeTheyAreLetGo) {
+    const auto openAndLetGo = [this] {
+        views.prepare();
+        views.hide();
+        while (views.window()) {
+            turn();
+        }
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        forgetViews();
+    };
+    openAndLetGo();
+    openAndLetGo(); // what is kept for ever is there now
+    const std::size_t before = allocated();
+    constexpr int kTimes = 10;
+    for (int i = 0; i < kTimes; ++i) {
+        openAndLetGo();
+    }
+    constexpr std::size_t kLeast = 57; // KiB that all types take
+    EXPECT_LT(allocated() - before, kTimes * kLeast / 4);
+    EXPECT_EQ(loaded, kTimes + 2);
 }
 
 TEST_F(Views, AreInTheirFinalSizeOnceTheyArePrepared) {
