@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 #include <fmt/format.h>
 
@@ -63,7 +64,7 @@ char* writeShortest(char* out, double number) {
         return fmt::format_to(out, "{}", number);
     }
     // Room behind the digits, because copies of a fixed length are quicker than of the right one.
-    std::array<char, 2 * kMostDigits> digits{};
+    std::array<char, std::size_t{2} * kMostDigits> digits{};
     const std::uint64_t padded =
         decimal.significand * kPowers[static_cast<std::size_t>(kMostDigits - count)];
     const std::uint64_t upper = padded / kEightDigits;
@@ -73,7 +74,7 @@ char* writeShortest(char* out, double number) {
     *out = '-';
     out += std::signbit(number) ? 1 : 0;
     if (beforeDot <= 0) {
-        std::memcpy(out, "0.000", 5);
+        std::string_view("0.000").copy(out, 5);
         out += 2 - beforeDot;
         std::memcpy(out, digits.data(), kMostDigits);
         return out + count;
