@@ -56,12 +56,15 @@ class Table(unittest.TestCase):
         self.assertTrue(self.row(lines, "a sample at 2000").endswith("| **not measured: too few** | 1.2 |  |"))
         self.assertIn("not measured: there is no sample/520", self.row(lines, "a sample at 520"))
 
-    def test_of_the_ways_to_let_the_views_go_the_one_that_leaves_least_counts(self):
-        ways = [{"way": "usual", "later_ms": 20, "once_mib": 5}, {"way": "both", "later_ms": 30, "once_mib": 4},
-                {"way": "engine", "later_ms": 10, "once_mib": 8}]
+    def test_of_the_ways_to_let_the_views_go_the_programs_own_counts(self):
+        ways = [{"way": "nothing", "later_ms": 20, "once_mib": 5, "fifty_mib": 9},
+                {"way": "types", "later_ms": 30, "once_mib": 4, "fifty_mib": 4.5},
+                {"way": "engine", "later_ms": 10, "once_mib": 8, "fifty_mib": 8}]
         _, lines = self.printed("views", views=ways)
-        self.assertTrue(self.row(lines, "private dirty").endswith("(30.0 ms for the next opening) | 4.00 MiB | 2 MiB | "
-                                                                  "**2.00, over** |"), lines)
+        once = self.row(lines, "private dirty more after the popover's views")
+        self.assertTrue(once.endswith("(30.0 ms for the next opening) | 4.00 MiB | 2 MiB | **2.00, over** |"), once)
+        fifty = self.row(lines, "private dirty more after fifty")
+        self.assertTrue(fifty.endswith("| 0.50 MiB | 1 MiB | 0.50 |"), fifty)
 
     def test_a_part_that_left_nothing_is_a_row(self):
         status, lines = self.printed("programs", "growth", growth=[growth(100, 1, 1, 2), growth(10000, 12, 10, 20)])
