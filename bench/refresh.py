@@ -25,9 +25,10 @@ ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 sys.dont_write_bytecode = True
 sys.path[:0] = [os.path.join(ROOT, folder) for folder in ("tests/desktop", "bench")]
 
+import cases  # noqa: E402
 from crowd import Crowd, processes  # noqa: E402
 from desktop import Desktop, Failure, wait_for  # noqa: E402
-from whole_programs import wake_ups  # noqa: E402
+from whole_programs import cpu_seconds, wake_ups  # noqa: E402
 
 SIZES = 120, 520, 2000
 INTERVAL = 5  # seconds between two refreshes, of each program
@@ -39,33 +40,17 @@ LOADS = 0.05, 0.3, 0.55, 0.8, 0.15, 0.4, 0.65
 ITEM = "org.kde.StatusNotifierItem"
 
 
-def processor_ms(pid):
-    """Of all threads."""
-    total = 0
-    for thread in os.listdir(f"/proc/{pid}/task"):
-        with open(f"/proc/{pid}/task/{thread}/schedstat", encoding="ascii") as file:
-            total += int(file.read().split()[0])
-    return total / 1e6
-
-
-class Load:
+class Load(cases.Load):
     """The load average that the program sees, another one for every other refresh."""
 
     def __init__(self, place):
-        self.path = os.path.join(place.folder, "loadavg")
+        super().__init__(place)
         self.turn = 0
         self.next()
 
     def next(self):
-        load = LOADS[self.turn % len(LOADS)] * os.cpu_count()
+        self.set(LOADS[self.turn % len(LOADS)] * os.cpu_count())
         self.turn += 1
-        with open(self.path, "w", encoding="ascii") as file:
-            file.write(f"{load:.2f} {load:.2f} {load:.2f} 1/100 1000\n")
-
-    def command(self, program):
-        """Starts the program in a mount namespace of its own, with this file as /proc/loadavg."""
-        return ["unshare", "--mount", "--propagation", "private", "sh", "-c",
-                'mount --bind "$0" /proc/loadavg && exec "$@"', self.path, program]
 
 
 class Watch:
@@ -90,7 +75,7 @@ class Watch:
 
     def look(self):
         for name, pid in self.pids.items():
-            self.looks[name].append((time.monotonic(), processor_ms(pid), wake_ups(pid)))
+            self.looks[name].append((time.monotonic(), cpu_seconds(pid) * 1000, wake_ups(pid)))
         return True
 
     def run(self, seconds, every_other_refresh):

@@ -116,12 +116,7 @@ def fork_storm(trial):
 @fault("it is stopped for eight seconds and goes on", "it works and samples on",
        during='kill -STOP "$PID"; sleep 8; kill -CONT "$PID"')
 def stopped(trial):
-    trial.start()
-    trial.works()
-    trial.strike()
-    trial.goes_on_sampling()
-    trial.works()
-    trial.quits()
+    trial.is_struck_and_goes_on()
 
 
 @fault("it is killed", "the next start works, with the history of the last save",

@@ -8,12 +8,7 @@ YEARS = 10 * 365 * 86400
 
 def keeps_all_points(trial):
     """Points are kept in the order in which they were taken, whatever the clock said."""
-    trial.start()
-    trial.works()
-    trial.strike()
-    trial.goes_on_sampling()
-    trial.works()
-    trial.quits()
+    trial.is_struck_and_goes_on()
     rows = trial.history()
     check(len(rows) >= 4, f"rows: {rows}")
     steps = [after[0] - before[0] for before, after in zip(rows, rows[1:])]
@@ -37,9 +32,4 @@ def before_the_epoch(trial):
        during='for i in $(seq 25); do echo 31536000 >"$HOME/offset"; sleep 0.2; echo 0 >"$HOME/offset"; '
               'sleep 0.2; done')
 def jumping_clock(trial):
-    trial.start()
-    trial.works()
-    trial.strike()
-    trial.goes_on_sampling()
-    trial.works()
-    trial.quits()
+    trial.is_struck_and_goes_on()

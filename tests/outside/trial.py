@@ -154,6 +154,15 @@ class Trial:
             self.works()
         self.quits()
 
+    def is_struck_and_goes_on(self):
+        """Struck while it runs, it works and samples as before, and quits when it is told to."""
+        self.start()
+        self.works()
+        self.strike()
+        self.goes_on_sampling()
+        self.works()
+        self.quits()
+
     def resident(self):
         """MiB."""
         with open(f"/proc/{self.program.pid}/status", encoding="ascii") as status:
