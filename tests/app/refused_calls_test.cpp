@@ -312,8 +312,8 @@ TEST_P(RefusedCalls, OfEachFunctionEndInOrderAndLeaveTheDiskWhole) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OnVolumes, RefusedCalls, testing::Bool(),
-                         [](const testing::TestParamInfo<bool>& info) {
-                             return info.param ? "ThatExchangeNames" : "ThatMoveAlone";
+                         [](const testing::TestParamInfo<bool>& row) {
+                             return row.param ? "ThatExchangeNames" : "ThatMoveAlone";
                          });
 
 } // namespace
