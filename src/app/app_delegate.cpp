@@ -92,10 +92,7 @@ void AppDelegate::applicationWillTerminate() {
 }
 
 void AppDelegate::togglePopover(const ActivationRequest& request) {
-    if (!statusItem_ || !popover_) {
-        return;
-    }
-    if (popover_->shown()) {
+    if (popover_ && popover_->shown()) {
         popover_->close();
         return;
     }
@@ -103,8 +100,8 @@ void AppDelegate::togglePopover(const ActivationRequest& request) {
 }
 
 void AppDelegate::openPopover(const ActivationRequest& request) {
-    if (!statusItem_ || !popover_) {
-        return;
+    if (!popover_) {
+        return; // the launch is to come
     }
     if (!popover_->shown()) {
         opened_ = true;

@@ -105,9 +105,10 @@ TEST_F(AppDelegateTest, LoadsTheHistoryBeforeTheLaunch) {
 
 TEST_F(AppDelegateTest, LaunchesInItsOrder) {
     launch();
-    EXPECT_THAT(calls(), ElementsAre("read " + historyFile(), "makeStatusItem", "makePopover",
-                                     kSample, "after 1", "every 5", "every 120",
-                                     "setTitle \u25cf 0", "requestAuthorisation", "setMainMenu"));
+    EXPECT_THAT(calls(), ElementsAre("read " + historyFile(), "makeStatusItem", "setAction",
+                                     "setOpenAction", "makePopover", kSample, "after 1", "every 5",
+                                     "every 120", "setTitle \u25cf 0", "notifications.setAction",
+                                     "requestAuthorisation", "setMainMenu"));
 }
 
 TEST_F(AppDelegateTest, KeepAwakeIsTakenUpLastAndShowsInTheTitle) {
@@ -172,6 +173,25 @@ TEST_F(AppDelegateTest, TheItemsOwnMenuOpensThePopoverAndNeverClosesIt) {
     EXPECT_TRUE(popover->shown());
     EXPECT_THAT(calls(),
                 ElementsAre(kSample, "show", "activate", "makeKey", "activate", "makeKey"));
+}
+
+TEST_F(AppDelegateTest, NothingOpensBeforeTheLaunch) {
+    make();
+    calls();
+    delegate->openPopover({});
+    delegate->togglePopover({});
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(AppDelegateTest, ANotificationAndTheMenuOfOneThatIsGoneDoNothing) {
+    launch();
+    simulated.runLoop.advance(0);
+    delegate.reset();
+    calls();
+    simulated.notifications.click({});
+    EXPECT_TRUE(simulated.statusBar.choose("Check for Updates\u2026"));
+    simulated.runLoop.advance(200);
+    EXPECT_THAT(calls(), IsEmpty()) << "and neither timer goes on";
 }
 
 TEST_F(AppDelegateTest, TheItemsOwnMenuIsToldTheReading) {
@@ -310,24 +330,21 @@ TEST_F(AppDelegateTest, KeepAwakeOutlivesTheDelegateWithoutATitle) {
     EXPECT_TRUE(*awake->on);
 }
 
-TEST_F(AppDelegateTest, SavesTheHistoryThenLetsTheMachineSleepAndRemembersTheWish) {
-    launch();
-    awake->enable(std::nullopt);
-    calls();
-    delegate->applicationWillTerminate();
-    EXPECT_THAT(calls(), ElementsAre("write " + historyFile(), "release NoDisplaySleepAssertion",
-                                     "release NoIdleSleepAssertion", "withdraw"));
-    EXPECT_TRUE(simulated.defaults.boolean("awakeOn"));
-}
-
-TEST_F(AppDelegateTest, TerminationLeavesNothingOfADownload) {
+TEST_F(AppDelegateTest, TerminationSavesLetsTheMachineSleepDropsADownloadAndForgetsNoWish) {
     simulated.http.archive = platform::SimulatedHttp::Answer{200, "zipped", 60};
     launch();
+    awake->enable(std::nullopt);
     updater->pending = Release{"2.0", 101, "https://host/a.zip", "00", "", "13.0"};
     updater->installPending();
     ASSERT_THAT(simulated.fileManager.folders, testing::SizeIs(1));
+    const std::string folder = *simulated.fileManager.folders.begin();
+    calls();
     delegate->applicationWillTerminate();
-    EXPECT_THAT(simulated.fileManager.folders, IsEmpty());
+    EXPECT_THAT(calls(),
+                ElementsAre("write " + historyFile(), "release NoDisplaySleepAssertion",
+                            "release NoIdleSleepAssertion", "remove " + folder, "withdraw"));
+    EXPECT_THAT(simulated.fileManager.folders, IsEmpty()) << "of the download nothing is left";
+    EXPECT_TRUE(simulated.defaults.boolean("awakeOn"));
 }
 
 TEST_F(AppDelegateTest, TerminationBeforeTheLaunchSavesWhatWasLoaded) {

@@ -24,7 +24,10 @@ class SimulatedNotifications final : public Notifications, public Logging {
             onPost(notification);
         }
     }
-    void setAction(Action action) override { action_ = std::move(action); }
+    void setAction(Action action) override {
+        note("notifications.setAction");
+        action_ = std::move(action);
+    }
     void withdraw() override { note("withdraw"); }
 
     /// Clicks a notification; nothing happens where no action was set.

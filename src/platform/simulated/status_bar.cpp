@@ -33,9 +33,15 @@ class SimulatedStatusBar::Item final : public StatusItem {
 
     void setSummary(const std::string& text) override { bar_.summary = text; }
 
-    void setAction(Action action) override { action_ = std::move(action); }
+    void setAction(Action action) override {
+        bar_.note("setAction");
+        action_ = std::move(action);
+    }
 
-    void setOpenAction(Action action) override { openAction_ = std::move(action); }
+    void setOpenAction(Action action) override {
+        bar_.note("setOpenAction");
+        openAction_ = std::move(action);
+    }
 
     void whenSeen(const std::function<void()>& work) override {
         if (bar_.inSight) {
