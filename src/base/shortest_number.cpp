@@ -14,7 +14,7 @@ namespace korvel {
 namespace {
 
 constexpr int kMostDigits = 17; // what a double has at the most
-constexpr std::uint32_t kEightDigits = 100000000;
+constexpr std::uint64_t kNineDigits = 1000000000;
 
 constexpr std::array<std::uint64_t, kMostDigits + 1> kPowers = [] {
     std::array<std::uint64_t, kMostDigits + 1> powers{1};
@@ -31,26 +31,23 @@ int digitCount(std::uint64_t number) {
     return guess + (number >= kPowers[static_cast<std::size_t>(guess)] ? 1 : 0);
 }
 
-constexpr std::array<char, 200> kPairs = [] {
-    std::array<char, 200> pairs{};
-    for (std::size_t i = 0; i < pairs.size(); i += 2) {
-        pairs[i] = static_cast<char>('0' + i / 20);
-        pairs[i + 1] = static_cast<char>('0' + i / 2 % 10);
+/// The texts of 0000 to 9999, each with its first digit in the lowest byte.
+constexpr std::array<std::uint32_t, 10000> kFours = [] {
+    std::array<std::uint32_t, 10000> fours{};
+    for (std::uint32_t i = 0; i < fours.size(); ++i) {
+        fours[i] =
+            0x30303030 + i / 1000 + (i / 100 % 10 << 8) + (i / 10 % 10 << 16) + (i % 10 << 24);
     }
-    return pairs;
+    return fours;
 }();
 
-void writePair(char* out, std::uint32_t number) {
-    std::memcpy(out, &kPairs[std::size_t{number} * 2], 2);
+/// The text of a number of eight digits, the first of them in the lowest byte.
+std::uint64_t eightDigits(std::uint32_t number) {
+    return kFours[number / 10000] | std::uint64_t{kFours[number % 10000]} << 32;
 }
 
-void writeEight(char* out, std::uint32_t number) {
-    const std::uint32_t high = number / 10000;
-    const std::uint32_t low = number % 10000;
-    writePair(out, high / 100);
-    writePair(out + 2, high % 100);
-    writePair(out + 4, low / 100);
-    writePair(out + 6, low % 100);
+void write(char* out, std::uint64_t eight) {
+    std::memcpy(out, &eight, sizeof eight);
 }
 
 } // namespace
@@ -60,31 +57,43 @@ char* writeShortest(char* out, double number) {
     const auto decimal = fmt::detail::dragonbox::to_decimal(number);
     const int count = digitCount(decimal.significand);
     const int beforeDot = count + decimal.exponent;
-    if (decimal.significand == 0 || beforeDot < -3 || beforeDot > 16) { // zeros, and exponents
+    if (std::endian::native != std::endian::little || decimal.significand == 0 || beforeDot < -3 ||
+        beforeDot > 16) { // zeros, and exponents
         return fmt::format_to(out, "{}", number);
     }
-    // Room behind the digits, because copies of a fixed length are quicker than of the right one.
-    std::array<char, std::size_t{2} * kMostDigits> digits{};
-    const std::uint64_t padded =
-        decimal.significand * kPowers[static_cast<std::size_t>(kMostDigits - count)];
-    const std::uint64_t upper = padded / kEightDigits;
-    digits[0] = static_cast<char>('0' + upper / kEightDigits);
-    writeEight(&digits[1], static_cast<std::uint32_t>(upper % kEightDigits));
-    writeEight(&digits[9], static_cast<std::uint32_t>(padded % kEightDigits));
     *out = '-';
     out += std::signbit(number) ? 1 : 0;
     if (beforeDot <= 0) {
         std::string_view("0.000").copy(out, 5);
         out += 2 - beforeDot;
-        std::memcpy(out, digits.data(), kMostDigits);
+    }
+    // All 17 digits: eight, eight and one.
+    const std::uint64_t padded =
+        decimal.significand * kPowers[static_cast<std::size_t>(kMostDigits - count)];
+    const auto lastNine = static_cast<std::uint32_t>(padded % kNineDigits);
+    const std::uint64_t first = eightDigits(static_cast<std::uint32_t>(padded / kNineDigits));
+    const std::uint64_t next = eightDigits(lastNine / 10);
+    const char last = static_cast<char>('0' + lastNine % 10);
+    write(out, first);
+    write(out + 8, next);
+    out[16] = last;
+    if (beforeDot <= 0) {
         return out + count;
     }
-    std::memcpy(out, digits.data(), kMostDigits);
     if (count <= beforeDot) {
         return out + beforeDot;
     }
-    out[beforeDot] = '.';
-    std::memcpy(out + beforeDot + 1, digits.data() + beforeDot, kMostDigits);
+    // Those behind the dot once more, one further. What is read back from memory just after it was
+    // written in other pieces is slow, so they are taken from the words.
+    char* const behindDot = out + beforeDot + 1;
+    if (beforeDot < 8) {
+        write(behindDot, first >> 8 * beforeDot);
+        write(out + 9, next);
+    } else if (beforeDot < 16) {
+        write(behindDot, next >> 8 * (beforeDot - 8));
+    }
+    out[17] = last;
+    behindDot[-1] = '.';
     return out + count + 1;
 }
 
