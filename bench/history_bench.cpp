@@ -69,14 +69,15 @@ void saveHistory(benchmark::State& state) {
     const ScratchFile file;
     platform::PosixFiles files;
     for (auto _ : state) {
-        const std::optional<std::string> text = encodeHistory(history);
-        if (!text || !files.write(file.path, *text)) {
+        HistoryText text(history.size());
+        if (!files.write(file.path, *text.of(history))) {
             state.SkipWithError("the history could not be saved");
             return;
         }
     }
     state.counters["bytes"] = static_cast<double>(fullText().size());
-    state.counters["peak"] = peakOf([&] { files.write(file.path, *encodeHistory(history)); });
+    state.counters["peak"] =
+        peakOf([&] { files.write(file.path, *HistoryText(history.size()).of(history)); });
 }
 BENCHMARK(saveHistory)->Unit(benchmark::kMillisecond);
 

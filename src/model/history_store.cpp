@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -54,20 +55,16 @@ bool readRow(simdjson::ondemand::array row, std::array<double, kColumns>& column
     return true;
 }
 
-} // namespace
+// Bytes: three doubles of up to 24, brackets, a comma.
+constexpr std::size_t kLongestRow = 77;
 
-std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& history) {
-    // Bytes: three doubles of up to 24, brackets, commas. Room for the worst case costs nothing
-    // until it is written to, while growing would copy the whole text.
-    constexpr std::size_t kLongestRow = 77;
-    std::string text;
-    text.reserve(history.size() * kLongestRow + 2);
-    text += '[';
+/// Appends rows, each with a comma behind it. False: a number has no JSON form.
+bool appendRows(std::string& text, std::span<const HistoryPoint> points) {
     // In pieces: what was stored just now is slow to copy.
     constexpr std::size_t kPiece = 8192;
     std::array<char, kPiece> piece;
     char* end = piece.data();
-    for (const HistoryPoint& point : history) {
+    for (const HistoryPoint& point : points) {
         if (piece.data() + piece.size() - end <
             static_cast<std::ptrdiff_t>(kLongestRow + kShortestRoom)) {
             text.append(piece.data(), end);
@@ -76,7 +73,7 @@ std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& histor
         char before = '[';
         for (const double number : {point.t, point.cpu, point.mem}) {
             if (!std::isfinite(number)) {
-                return std::nullopt;
+                return false;
             }
             *end++ = std::exchange(before, ',');
             end = writeShortest(end, number);
@@ -85,11 +82,61 @@ std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& histor
         *end++ = ',';
     }
     text.append(piece.data(), end);
-    if (!history.empty()) {
-        text.pop_back(); // the last comma
+    return true;
+}
+
+} // namespace
+
+std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& history) {
+    HistoryText text(history.size());
+    const std::optional<std::string_view> found = text.of(history);
+    return found ? std::optional(std::string(*found)) : std::nullopt;
+}
+
+HistoryText::HistoryText(std::size_t rows) : text_("[") {
+    // Room for the worst case costs nothing until it is written to, while growing would copy the
+    // whole text.
+    text_.reserve(rows * kLongestRow + 2);
+}
+
+void HistoryText::dropOldest(std::size_t rows) {
+    for (; rows > 0; --rows) {
+        begin_ = text_.find("],", begin_) + 1;
+        text_[begin_] = '[';
     }
-    text += ']';
-    return text;
+    constexpr std::size_t kMostUnused = std::size_t{64} << 10; // bytes
+    if (begin_ > kMostUnused) {
+        text_.erase(0, std::exchange(begin_, 0));
+    }
+}
+
+std::optional<std::string_view> HistoryText::of(const std::vector<HistoryPoint>& history) {
+    if (rows_ > 0) {
+        text_.back() = ',';
+    }
+    const auto newest =
+        std::find_if(history.rbegin(), history.rend(),
+                     [this](const HistoryPoint& point) { return point.id == newest_; });
+    const auto known = static_cast<std::size_t>(history.rend() - newest);
+    if (known > 0 && known <= rows_) {
+        dropOldest(rows_ - known);
+        rows_ = known;
+    } else { // it has no row that was here before
+        text_ = "[";
+        begin_ = rows_ = 0;
+    }
+    const std::size_t before = text_.size();
+    if (!appendRows(text_, std::span(history).subspan(rows_))) {
+        text_.resize(before);
+        return std::nullopt;
+    }
+    if (history.empty()) {
+        return "[]";
+    }
+    rows_ = history.size();
+    newest_ = history.back().id;
+    text_.back() = ']';
+    return std::string_view(text_).substr(begin_);
 }
 
 std::vector<HistoryPoint> decodeHistory(std::string text) {

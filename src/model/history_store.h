@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/uuid.h"
@@ -31,6 +32,27 @@ inline constexpr std::size_t kHistoryCap = 43200;
 /// The text of the file; none when a number has no JSON form (NaN, infinite). What stands on disk
 /// is then better left alone than replaced by a file that cannot be read back.
 std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& history);
+
+/// The text of a history that goes on: new points come at its end, old ones go from its front, and
+/// none changes. Asked again, it encodes the new ones alone.
+class HistoryText {
+  public:
+    /// Makes room for so many rows; more are good too.
+    explicit HistoryText(std::size_t rows);
+
+    /// As `encodeHistory`, to the letter. Stands until the next call.
+    std::optional<std::string_view> of(const std::vector<HistoryPoint>& history);
+
+  private:
+    void dropOldest(std::size_t rows);
+
+    /// An opening bracket at `begin_`, then the rows, with a comma or a closing bracket behind
+    /// each.
+    std::string text_;
+    std::size_t begin_ = 0;
+    std::size_t rows_ = 0;
+    Uuid newest_; ///< of the rows' points, where there are any
+};
 
 /// The newest `kHistoryCap` points of a file. Empty when any of it is not an array of arrays of
 /// numbers; elements beyond a row's third are ignored. Fatal: a kept row with fewer than three.

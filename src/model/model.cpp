@@ -1,5 +1,6 @@
 #include "model/model.h"
 
+#include <string_view>
 #include <utility>
 
 #include "platform/files.h"
@@ -38,9 +39,11 @@ void Model::publish(const Snapshot& s) {
     }
 }
 
-void Model::saveHistory() const {
-    if (const std::optional<std::string> text = encodeHistory(*history)) {
-        files_.write(historyFile_, *text);
+void Model::saveHistory() {
+    HistoryText anew(keptText_ ? 0 : history->size());
+    HistoryText& text = keptText_ ? *keptText_ : anew;
+    if (const std::optional<std::string_view> bytes = text.of(*history)) {
+        files_.write(historyFile_, *bytes);
     }
 }
 

@@ -51,7 +51,12 @@ class Model : public ObservableObject, public std::enable_shared_from_this<Model
     void refresh();
 
     /// Rewrites the history file whole. Any failure is silent; the next call tries again.
-    void saveHistory() const;
+    void saveHistory();
+
+    /// From now on keeps the text of the file from one save to the next: 2.5 MB when the history is
+    /// full, for which a save costs a hundredth. For virtual time, where a day of saves passes in a
+    /// moment; in real time the memory is worth more.
+    void keepHistoryText() { keptText_.emplace(kHistoryCap); }
 
     /// Empties `swapHolders` and looks for them anew, in the background; does nothing while a
     /// search is running. Measuring one process may take a tool's run, so only the heaviest are
@@ -87,6 +92,7 @@ class Model : public ObservableObject, public std::enable_shared_from_this<Model
     platform::ChildProcesses& childProcesses_;
     std::string historyFile_;
     std::string reclaimScript_;
+    std::optional<HistoryText> keptText_;
     ScoreNotifications notifications_;
 };
 

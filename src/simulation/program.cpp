@@ -90,6 +90,7 @@ void SimulatedProgram::traceChanges() {
 void SimulatedProgram::run() {
     platform::SimulatedRunLoop& runLoop = simulated().runLoop;
     launch([this](ContentView& root) { return makePopover(root); });
+    view().model().keepHistoryText();
     if (traced_) {
         traceChanges();
     }

@@ -93,6 +93,28 @@ TEST(EncodeHistory, NumberThatJsonCannotHoldRefusesTheWhole) {
     }
 }
 
+TEST(HistoryText, IsThatOfAHistoryEncodedAnewHoweverItGoesOn) {
+    test::Generator random(35);
+    std::vector<HistoryPoint> points;
+    HistoryText text(0);
+    for (int save = 0; save < 3000; ++save) {
+        for (std::uint64_t count = random.below(40); count > 0; --count) {
+            points.emplace_back(random.between(0, 2e9), random.between(0, 100), kNaN);
+            points.back().mem = random.below(2000) == 0 ? kNaN : std::floor(random.between(0, 101));
+        }
+        const std::size_t room = random.below(100) == 0 ? 0 : 200 + random.below(2000);
+        if (points.size() > room) {
+            points.erase(points.begin(), points.end() - static_cast<std::ptrdiff_t>(room));
+        }
+        if (random.below(50) == 0) {
+            for (HistoryPoint& point : points) {
+                point = HistoryPoint(point.t + 1, 1, 2); // another one, of the same length
+            }
+        }
+        ASSERT_EQ(text.of(points), encodeHistory(points)) << save;
+    }
+}
+
 TEST(History, AnyNumbersComeBackBitForBit) {
     test::Generator random(31);
     std::vector<HistoryPoint> points;

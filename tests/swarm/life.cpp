@@ -75,6 +75,7 @@ std::size_t Life::run(const Event* events, std::size_t count, double launchedAt)
         ledger_ = std::make_unique<Ledger>(*this);
         return popover;
     });
+    root().model().keepHistoryText();
     ledger_->launched();
     next();
     simulated().runLoop.run();

@@ -44,12 +44,12 @@ FAULTS = [
     (MODEL, "notifications_.maybeNotify(s);", "", "nobody is notified"),
     (MODEL, "        onUpdate();", "        if (::korvel::mutant() != {mutant} || s.score != 45) {\n"
      "            onUpdate();\n        }", "the title does not show a score of 45"),
-    (MODEL, "files_.write(historyFile_, *text)", "files_.write(historyFile_, text->substr(0, text->size() - 1))",
+    (MODEL, "files_.write(historyFile_, *bytes)", "files_.write(historyFile_, bytes->substr(0, bytes->size() - 1))",
      "the last byte of the history is not saved"),
     (MODEL, "    snap = s;", "    snap = s;\n    if (::korvel::mutant() == {mutant}) {\n"
      "        static std::vector<Snapshot> kept;\n        kept.push_back(s);\n    }", "every reading is kept for ever"),
-    (MODEL, "encodeHistory(*history)", "(static_cast<void>(::korvel::mutant() == {mutant} &&\n"
-     "std::fopen(\"/dev/null\", \"r\") != nullptr), encodeHistory(*history))", "each save leaves a handle open"),
+    (MODEL, "text.of(*history)", "(static_cast<void>(::korvel::mutant() == {mutant} &&\n"
+     "std::fopen(\"/dev/null\", \"r\") != nullptr), text.of(*history))", "each save leaves a handle open"),
     (STORE, "point.t, point.cpu, point.mem})", "point.t, ::korvel::mutant() == {mutant} ? point.mem : point.cpu, "
      "point.mem})", "the file has the memory in the place of the processor"),
     (STORE, "rows % kHistoryCap);\n        std::rotate", "::korvel::mutant() == {mutant} ? 0 : rows % kHistoryCap);\n"

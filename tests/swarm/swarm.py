@@ -99,7 +99,7 @@ def table(figures, events, jobs):
         ("passed, on the clock", f"{figures['seconds'] / jobs:,.0f} s", ""),
         ("processes, and their processor time", f"{jobs}, {figures['processor']:,.0f} s", ""),
         ("simulated days a second of a processor", f"{figures['passed'] / 86400 / figures['processor']:,.1f}", "10"),
-        ("days of the running program, likewise", f"{days / figures['processor']:,.1f}", ""),
+        ("days of the running program, likewise", f"{days / figures['processor']:,.1f}", "10"),
         ("worlds", f"{figures['worlds']:,}", ""),
         ("launches", f"{figures['launches']:,}", ""),
         ("turns of the run loop, each with all invariants", f"{figures['turns']:,}", ""),
