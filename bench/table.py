@@ -65,6 +65,7 @@ def benchmark_rows(run):
     for name, what in (("saveHistory", "saving"), ("loadHistory", "loading")):
         yield benchmarks.row(f"memory at the peak of {what} a full history, beyond the points", 4, "MiB", [name],
                              lambda peak: peak, "peak")
+    yield benchmarks.row("a simulated day without its trace", 0.1, "s", ["simulatedDay"], lambda day: day, "cpu_time")
 
 
 def program_rows(programs):

@@ -90,6 +90,7 @@ FILES = {
     r"bench/tray_bench\.cpp": ["bench", "app", "platform/linux/session whole", *CONTENT],
     r"bench/bare_refresh\.cpp": ["bench"],
     r"bench/views_bench\.cpp": ["bench", "tests", "platform/linux/kernel whole", "ui/quick", *CONTENT],
+    r"bench/simulation_bench\.cpp": ["simulation", "app", "platform/simulated", *CONTENT],
     r"bench/[a-z_]+\.(cpp|c|h)": [
         "bench", "platform/linux/kernel whole", "platform/simulated", "platform/posix", *MODEL,
     ],
@@ -216,6 +217,7 @@ OUTSIDE = {
     r"bench/tray_bench\.cpp": QT_CORE | QT_GUI | QT_WIDGETS,
     r"bench/bare_refresh\.cpp": QT_CORE | QT_GUI | QT_WIDGETS,
     r"bench/views_bench\.cpp": QT_CORE | QT_GUI | {"malloc.h", "QQmlEngine", "QQuickView", "QSGRendererInterface"},
+    r"bench/simulation_bench\.cpp": {"benchmark/benchmark.h"},
     r"bench/[a-z_]+\.(cpp|c|h)": FILE | {
         "benchmark/benchmark.h", "errno.h", "malloc.h", "signal.h", "stdio.h", "stdlib.h", "string.h",
         "sys/prctl.h", "sys/resource.h", "sys/statvfs.h", "sys/syscall.h", "sys/wait.h",
