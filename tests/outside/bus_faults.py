@@ -35,11 +35,23 @@ def runs_alone(trial):
     check(len(trial.history()) >= 2, "the history was not saved")
 
 
+def runs_without_locks(trial):
+    started = time.monotonic()
+    trial.start()
+    time.sleep(max(0, 2.5 - (time.monotonic() - started)))
+    trial.quits()
+    check(len(trial.history()) >= 1, "the history was not saved")
+
+
 for words, setting in (("has no address", "unset DBUS_SESSION_BUS_ADDRESS XDG_RUNTIME_DIR"),
                        ("has an address that is none", "export DBUS_SESSION_BUS_ADDRESS=nonsense,,=;:"),
                        ("has an address at which nobody is", "export DBUS_SESSION_BUS_ADDRESS=unix:path=/none/at/all")):
     fault("the session bus " + words, "it runs and saves; a further start leaves it alone", panel=None,
           start=setting.replace(";", "\\;") + '; exec "$KORVEL"')(runs_alone)
+
+fault("the session bus is gone, and the file system has no locks", "it runs and saves", panel=None,
+      start='unset DBUS_SESSION_BUS_ADDRESS; exec strace -D -qq -f -o /dev/null -e trace=flock '
+            '-e inject=flock:error=ENOLCK "$KORVEL"')(runs_without_locks)
 
 for words, mode in (("closes each connection at once", "closes"), ("answers with garbage", "garbage"),
                     ("answers with an endless line", "flood"), ("takes connections and never says a word", "silent")):

@@ -158,7 +158,16 @@ bool SingleInstance::tryLock() {
                                  : "/tmp/korvel-" + std::to_string(::getuid()) + ".lock";
     lock_ = FileDescriptor(
         ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
-    return lock_ && ::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0;
+    if (!lock_) {
+        return false;
+    }
+    if (::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0) {
+        return true;
+    }
+    if (errno != EWOULDBLOCK) {
+        lock_.reset(); // nobody has it: the file system has no locks
+    }
+    return false;
 }
 
 bool SingleInstance::waitForLock() {

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <string>
@@ -7,11 +8,27 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "platform/linux/session/single_instance.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/status_bar.h"
 #include "support/temp_tree.h"
+
+namespace {
+/// What flock(2) fails with in this program; 0: it is the kernel's.
+int refusal = 0;
+} // namespace
+
+/// In place of the C library's: a file system without locks is hard to come by.
+extern "C" int flock(int descriptor, int operation) noexcept {
+    if (refusal != 0) {
+        errno = refusal;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_flock, descriptor, operation));
+}
 
 // Without a session bus.
 namespace korvel::platform {
@@ -64,6 +81,17 @@ TEST_F(InstanceLock, ARelaunchAfterItsEndWaitsForNobody) {
     SingleInstance next([](const ActivationRequest&) {}, {.answer = {}, .end = {}});
     EXPECT_TRUE(next.acquire(Start::relaunch));
     EXPECT_TRUE(locked());
+}
+
+TEST_F(InstanceLock, WhereAFileCannotBeLockedTheProgramRuns) {
+    for (const int error : {ENOLCK, EINTR, ENOSYS}) {
+        for (const Start start : {Start::ordinary, Start::relaunch}) {
+            refusal = error;
+            SingleInstance instance([](const ActivationRequest&) {}, {.answer = {}, .end = {}});
+            EXPECT_TRUE(instance.acquire(start)) << error;
+            refusal = 0;
+        }
+    }
 }
 
 } // namespace
