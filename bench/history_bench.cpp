@@ -16,11 +16,10 @@ namespace {
 
 using namespace korvel;
 
-std::vector<HistoryPoint> fullHistory() {
+History fullHistory() {
     std::mt19937_64 generator(1);
     std::uniform_real_distribution<double> percent(0, 100);
-    std::vector<HistoryPoint> history;
-    history.reserve(kHistoryCap);
+    History history;
     double t = 1700000000.123;
     for (std::size_t i = 0; i < kHistoryCap; ++i) {
         t += 5 + percent(generator) / 1e5;
@@ -65,7 +64,7 @@ double peakOf(Work work) {
 }
 
 void saveHistory(benchmark::State& state) {
-    const std::vector<HistoryPoint> history = fullHistory();
+    const History history = fullHistory();
     const ScratchFile file;
     platform::PosixFiles files;
     for (auto _ : state) {
@@ -105,9 +104,9 @@ void loadHistory(benchmark::State& state) {
             return;
         }
     }
-    std::vector<HistoryPoint> points;
+    History points;
     const double peak = peakOf([&] { points = decodeHistory(*files.read(file.path)); });
-    const double own = static_cast<double>(points.capacity() * sizeof points[0]) / (1 << 20);
+    const double own = static_cast<double>(points.size() * sizeof points[0]) / (1 << 20);
     state.counters["peak"] = peak - own;
 }
 BENCHMARK(loadHistory)->Unit(benchmark::kMillisecond);

@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <span>
 #include <string_view>
 #include <utility>
 
@@ -59,19 +58,19 @@ bool readRow(simdjson::ondemand::array row, std::array<double, kColumns>& column
 constexpr std::size_t kLongestRow = 77;
 
 /// Appends rows, each with a comma behind it. False: a number has no JSON form.
-bool appendRows(std::string& text, std::span<const HistoryPoint> points) {
+bool appendRows(std::string& text, History::const_iterator from, History::const_iterator to) {
     // In pieces: what was stored just now is slow to copy.
     constexpr std::size_t kPiece = 8192;
     std::array<char, kPiece> piece;
     char* end = piece.data();
-    for (const HistoryPoint& point : points) {
+    for (; from != to; ++from) {
         if (piece.data() + piece.size() - end <
             static_cast<std::ptrdiff_t>(kLongestRow + kShortestRoom)) {
             text.append(piece.data(), end);
             end = piece.data();
         }
         char before = '[';
-        for (const double number : {point.t, point.cpu, point.mem}) {
+        for (const double number : {from->t, from->cpu, from->mem}) {
             if (!std::isfinite(number)) {
                 return false;
             }
@@ -87,7 +86,7 @@ bool appendRows(std::string& text, std::span<const HistoryPoint> points) {
 
 } // namespace
 
-std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& history) {
+std::optional<std::string> encodeHistory(const History& history) {
     HistoryText text(history.size());
     const std::optional<std::string_view> found = text.of(history);
     return found ? std::optional(std::string(*found)) : std::nullopt;
@@ -110,7 +109,7 @@ void HistoryText::dropOldest(std::size_t rows) {
     }
 }
 
-std::optional<std::string_view> HistoryText::of(const std::vector<HistoryPoint>& history) {
+std::optional<std::string_view> HistoryText::of(const History& history) {
     if (rows_ > 0) {
         text_.back() = ',';
     }
@@ -118,15 +117,10 @@ std::optional<std::string_view> HistoryText::of(const std::vector<HistoryPoint>&
         std::find_if(history.rbegin(), history.rend(),
                      [this](const HistoryPoint& point) { return point.id == newest_; });
     const auto known = static_cast<std::size_t>(history.rend() - newest);
-    if (known > 0 && known <= rows_) {
-        dropOldest(rows_ - known);
-        rows_ = known;
-    } else { // it has no row that was here before
-        text_ = "[";
-        begin_ = rows_ = 0;
-    }
+    dropOldest(rows_ - known);
+    rows_ = known;
     const std::size_t before = text_.size();
-    if (!appendRows(text_, std::span(history).subspan(rows_))) {
+    if (!appendRows(text_, history.begin() + static_cast<std::ptrdiff_t>(rows_), history.end())) {
         text_.resize(before);
         return std::nullopt;
     }
@@ -139,17 +133,13 @@ std::optional<std::string_view> HistoryText::of(const std::vector<HistoryPoint>&
     return std::string_view(text_).substr(begin_);
 }
 
-std::vector<HistoryPoint> decodeHistory(std::string text) {
+History decodeHistory(std::string text) {
     if (text.starts_with(kByteOrderMark)) {
         return {};
     }
     // Every row is decoded, because one bad element anywhere makes the whole file unreadable; only
-    // the newest are kept, in a ring, so that a longer file costs no more memory.
-    std::vector<HistoryPoint> ring;
-    std::size_t rows = 0;
-    // One more than the cap, for the point that is appended before the oldest goes.
-    constexpr std::size_t kShortestRow = 8; // bytes, with its comma
-    ring.reserve(std::min(kHistoryCap, text.size() / kShortestRow) + 1);
+    // the newest are kept.
+    History newest;
     text.reserve(text.size() + simdjson::SIMDJSON_PADDING);
     try {
         simdjson::ondemand::parser parser;
@@ -159,13 +149,10 @@ std::vector<HistoryPoint> decodeHistory(std::string text) {
             if (!readRow(row, columns)) {
                 return {};
             }
-            const HistoryPoint point(columns[0], columns[1], columns[2]);
-            if (rows < kHistoryCap) {
-                ring.push_back(point);
-            } else {
-                ring[rows % kHistoryCap] = point;
+            newest.emplace_back(columns[0], columns[1], columns[2]);
+            if (newest.size() > kHistoryCap) {
+                newest.pop_front();
             }
-            ++rows;
         }
         if (document.current_location().error() != simdjson::OUT_OF_BOUNDS) {
             return {}; // something follows the array
@@ -173,16 +160,12 @@ std::vector<HistoryPoint> decodeHistory(std::string text) {
     } catch (const simdjson::simdjson_error&) {
         return {};
     }
-    if (rows > kHistoryCap) {
-        const auto oldest = static_cast<std::ptrdiff_t>(rows % kHistoryCap);
-        std::rotate(ring.begin(), ring.begin() + oldest, ring.end());
-    }
-    for (const HistoryPoint& point : ring) {
-        if (std::isnan(point.t) || std::isnan(point.cpu) || std::isnan(point.mem)) {
+    for (const HistoryPoint& point : newest) {
+        if (std::isnan(point.mem)) { // the last column is missing in every row that is too short
             fatal();
         }
     }
-    return ring;
+    return newest;
 }
 
 } // namespace korvel

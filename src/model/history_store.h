@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "base/uuid.h"
 #include "platform/clock.h"
@@ -22,6 +22,10 @@ struct HistoryPoint {
         : id(Uuid::random()), t(time), cpu(cpuPct), mem(memPct) {}
 };
 
+/// Points, oldest first. At its full length each refresh takes one from the front: a vector would
+/// move all the others.
+using History = std::deque<HistoryPoint>;
+
 /// Points that are kept, in memory and on file: 60 hours at one every five seconds.
 inline constexpr std::size_t kHistoryCap = 43200;
 
@@ -31,7 +35,7 @@ inline constexpr std::size_t kHistoryCap = 43200;
 
 /// The text of the file; none when a number has no JSON form (NaN, infinite). What stands on disk
 /// is then better left alone than replaced by a file that cannot be read back.
-std::optional<std::string> encodeHistory(const std::vector<HistoryPoint>& history);
+std::optional<std::string> encodeHistory(const History& history);
 
 /// The text of a history that goes on: new points come at its end, old ones go from its front, and
 /// none changes. Asked again, it encodes the new ones alone.
@@ -41,7 +45,7 @@ class HistoryText {
     explicit HistoryText(std::size_t rows);
 
     /// As `encodeHistory`, to the letter. Stands until the next call.
-    std::optional<std::string_view> of(const std::vector<HistoryPoint>& history);
+    std::optional<std::string_view> of(const History& history);
 
   private:
     void dropOldest(std::size_t rows);
@@ -58,6 +62,6 @@ class HistoryText {
 /// numbers; elements beyond a row's third are ignored. Fatal: a kept row with fewer than three.
 /// Takes the text itself, because the reader wants room behind it: a text that has it is not
 /// copied.
-std::vector<HistoryPoint> decodeHistory(std::string text);
+History decodeHistory(std::string text);
 
 } // namespace korvel

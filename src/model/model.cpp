@@ -26,11 +26,10 @@ void Model::refresh() {
 
 void Model::publish(const Snapshot& s) {
     snap = s;
-    history.update([&](std::vector<HistoryPoint>& points) {
+    history.update([&](History& points) {
         points.emplace_back(clock_.now(), s.cpuPct, s.memPct);
-        if (points.size() > kHistoryCap) {
-            const auto excess = static_cast<std::ptrdiff_t>(points.size() - kHistoryCap);
-            points.erase(points.begin(), points.begin() + excess);
+        while (points.size() > kHistoryCap) {
+            points.pop_front();
         }
     });
     notifications_.maybeNotify(s);
@@ -40,7 +39,7 @@ void Model::publish(const Snapshot& s) {
 }
 
 void Model::saveHistory() {
-    HistoryText anew(keptText_ ? 0 : history->size());
+    HistoryText anew(history->size());
     HistoryText& text = keptText_ ? *keptText_ : anew;
     if (const std::optional<std::string_view> bytes = text.of(*history)) {
         files_.write(historyFile_, *bytes);

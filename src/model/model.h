@@ -31,8 +31,8 @@ class Model : public ObservableObject, public std::enable_shared_from_this<Model
     Model(Metrics& metrics, const platform::Services& services);
 
     Published<Snapshot> snap{*this};
-    Published<std::vector<HistoryPoint>> history{*this}; ///< oldest first
-    Published<bool> reclaiming{*this};                   ///< a disk reclaim is running
+    Published<History> history{*this}; ///< oldest first
+    Published<bool> reclaiming{*this}; ///< a disk reclaim is running
     /// One line on how the last reclaim went.
     Published<std::optional<std::string>> reclaimResult{*this};
     /// One line on what a reclaim would free.

@@ -228,7 +228,7 @@ class RefusedCalls : public testing::TestWithParam<bool> {
                         ((kept || !removes) && path.starts_with("/tmp/korvel-update-")))
                 << "left behind: " << path;
         }
-        const std::vector<HistoryPoint> points = decodeHistory(text);
+        const History points = decodeHistory(text);
         EXPECT_TRUE(std::is_sorted(points.begin(), points.end(),
                                    [](const auto& a, const auto& b) { return a.t < b.t; }));
         EXPECT_TRUE(text == kOldHistory || points.size() > kOldPoints) << text;
@@ -263,7 +263,7 @@ class RefusedCalls : public testing::TestWithParam<bool> {
     static void judgeNextLife(const Disk& disk) {
         Refusals none;
         Life next(disk, none, true);
-        const std::vector<HistoryPoint> left = decodeHistory(disk.files.at(next.historyFile()));
+        const History left = decodeHistory(disk.files.at(next.historyFile()));
         EXPECT_EQ(next.loaded, left.size());
         next.simulated.runLoop.advance(4);
         EXPECT_EQ(next.samples, 2);

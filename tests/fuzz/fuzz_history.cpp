@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "base/json_writer.h"
 #include "fuzz/fuzz.h"
@@ -13,6 +12,7 @@
 
 namespace {
 
+using korvel::History;
 using korvel::HistoryPoint;
 using korvel::test::StrictHistory;
 
@@ -37,7 +37,7 @@ void requireRead(const std::string& text, const StrictHistory::Rows& expected) {
 }
 
 /// Written as the plain writer of JSON writes it, and read again to the last bit.
-void requireWritten(const std::vector<HistoryPoint>& points) {
+void requireWritten(const History& points) {
     korvel::JsonWriter plain;
     plain.beginArray();
     bool isFinite = true;
@@ -62,8 +62,8 @@ void requireWritten(const std::vector<HistoryPoint>& points) {
 }
 
 /// The bytes as the numbers that they are in memory.
-std::vector<HistoryPoint> pointsIn(std::string_view bytes) {
-    std::vector<HistoryPoint> points;
+History pointsIn(std::string_view bytes) {
+    History points;
     double numbers[3];
     for (; bytes.size() >= sizeof numbers; bytes.remove_prefix(sizeof numbers)) {
         std::memcpy(numbers, bytes.data(), sizeof numbers);

@@ -101,13 +101,29 @@ TEST(History, NumberWithoutAJsonFormLeavesTheOldFile) {
     SavingProgram program;
     program.files.contents[kFile] = "[[1,2,3]]";
     const auto model = program.launch();
-    model->history.update([](std::vector<HistoryPoint>& points) {
+    model->history.update([](History& points) {
         points.emplace_back(2, std::numeric_limits<double>::quiet_NaN(), 3);
     });
     program.log.clear();
     model->saveHistory();
     EXPECT_EQ(program.log, CallLog{}) << "nothing is written";
     EXPECT_EQ(program.files.contents.at(kFile), "[[1,2,3]]");
+}
+
+// A point that is changed in place, which nobody does, shows whether its row is written again.
+TEST(History, ItsTextIsMadeAnewAtEachSaveUnlessItIsKept) {
+    for (const bool isKept : {false, true}) {
+        SavingProgram program;
+        program.files.contents[kFile] = "[[1,2,3]]";
+        const auto model = program.launch();
+        if (isKept) {
+            model->keepHistoryText();
+        }
+        model->saveHistory();
+        model->history.update([](History& points) { points[0].cpu = 99; });
+        model->saveHistory();
+        EXPECT_EQ(program.files.contents.at(kFile), isKept ? "[[1,2,3]]" : "[[1,99,3]]");
+    }
 }
 
 TEST(History, FailedSaveIsDroppedAndTheNextTriesAgain) {
@@ -168,7 +184,7 @@ TEST_F(HistoryOnDisk, IsWrittenOverInPlaceWithTheSameInode) {
     struct stat before {};
     ASSERT_EQ(::stat(file_.c_str(), &before), 0);
     const auto model = launch();
-    model->history = std::vector<HistoryPoint>{{1, 2, 3}};
+    model->history = History{{1, 2, 3}};
     model->saveHistory();
     struct stat after {};
     ASSERT_EQ(::stat(file_.c_str(), &after), 0);
@@ -184,7 +200,7 @@ TEST_F(HistoryOnDisk, LinkIsFollowedBothWays) {
     fs::create_symlink(target, file_);
     const auto model = launch();
     EXPECT_EQ(model->history->size(), 1U);
-    model->history = std::vector<HistoryPoint>{};
+    model->history = History{};
     model->saveHistory();
     EXPECT_TRUE(fs::is_symlink(file_));
     EXPECT_EQ(fs::file_size(target), 2U);
@@ -210,7 +226,7 @@ TEST_F(HistoryOnDisk, FullDiskIsSilentAndTheNextSaveTriesAgain) {
     fs::create_symlink("/dev/full", file_);
     const auto model = launch();
     EXPECT_TRUE(model->history->empty());
-    model->history = std::vector<HistoryPoint>{{1, 2, 3}};
+    model->history = History{{1, 2, 3}};
     model->saveHistory();
     fs::remove(file_);
     model->saveHistory();
@@ -259,7 +275,7 @@ TEST_F(HistoryOnDisk, ReadOnlyFileIsLoadedAndStaysAsItIs) {
     EXPECT_EXIT(exitAsOrdinaryUser([&] {
                     const auto model = launch();
                     const bool hasLoaded = model->history->size() == 1;
-                    model->history = std::vector<HistoryPoint>{};
+                    model->history = History{};
                     model->saveHistory();
                     return hasLoaded && read() == "[[1,2,3]]";
                 }),

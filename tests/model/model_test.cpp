@@ -52,7 +52,7 @@ TEST(Model, EveryPublishedPropertyAnnouncesItsChange) {
     int announced = 0;
     const Observation observation = model.observe([&] { ++announced; });
     model.snap = Snapshot();
-    model.history = std::vector<HistoryPoint>();
+    model.history = History();
     model.reclaiming = true;
     model.reclaimResult = std::optional<std::string>("done");
     model.reclaimPreview = std::optional<std::string>("soon");
@@ -117,7 +117,7 @@ TEST(Refresh, PointHasTheTimeOfItsPublication) {
     program.model->refresh();
     program.system.clock.set(1700000007.25);
     program.settle();
-    const std::vector<HistoryPoint>& points = *program.model->history;
+    const History& points = *program.model->history;
     ASSERT_EQ(points.size(), 2U);
     EXPECT_EQ(points[1].t, 1700000007.25);
     EXPECT_EQ(points[1].cpu, 25);
@@ -203,13 +203,13 @@ TEST(Refresh, EveryCallAppendsOnePointHoweverClose) {
 
 TEST(Refresh, KeepsExactlyTheNewestPointsUnderTheCap) {
     Program program;
-    std::vector<HistoryPoint> full;
+    History full;
     for (std::size_t i = 0; i < kHistoryCap - 1; ++i) {
         // Ages play no part: the times run backwards.
         full.emplace_back(-static_cast<double>(i), 1, 2);
     }
     program.model->history = full;
-    const auto refreshed = [&]() -> const std::vector<HistoryPoint>& {
+    const auto refreshed = [&]() -> const History& {
         program.model->refresh();
         program.settle();
         return *program.model->history;
@@ -224,7 +224,7 @@ TEST(Refresh, KeepsExactlyTheNewestPointsUnderTheCap) {
 
 TEST(Refresh, ExcessOfAnySizeGoesFromTheFront) {
     Program program;
-    std::vector<HistoryPoint> tooMany;
+    History tooMany;
     for (std::size_t i = 0; i < kHistoryCap + 1000; ++i) {
         tooMany.emplace_back(static_cast<double>(i), 1, 2);
     }

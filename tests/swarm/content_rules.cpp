@@ -99,7 +99,7 @@ Ink gauge(double value, double warn, double bad) {
 }
 
 bool rightSpark(const Row& row, L l, double HistoryPoint::*figure) {
-    const std::vector<HistoryPoint>& history = *l.model.history;
+    const History& history = *l.model.history;
     const std::size_t count = std::min<std::size_t>(history.size(), 60);
     return row.spark &&
            std::equal(row.spark->values.begin(), row.spark->values.end(),
@@ -269,7 +269,7 @@ std::string wrongOf(Content c, L l) {
 
 namespace {
 
-bool isHistory(const std::string* text, const std::vector<HistoryPoint>& history) {
+bool isHistory(const std::string* text, const History& history) {
     using test::StrictHistory;
     const auto rows = text == nullptr ? std::nullopt : StrictHistory::read(*text);
     if (!rows) {

@@ -93,7 +93,7 @@ Row swapRow(const Snapshot& snap) {
 
 } // namespace
 
-std::vector<Row> metricRows(const Snapshot& snap, const std::vector<HistoryPoint>& history) {
+std::vector<Row> metricRows(const Snapshot& snap, const History& history) {
     return {
         {"CPU", snap.cpuPct, fmt::format("load {:.2f} across {} cores", snap.load1, snap.cores),
          gaugeTint(snap.cpuPct, 70, 90),

@@ -8,6 +8,6 @@ struct Snapshot;
 
 /// The popover's gauges: CPU, MEMORY, SWAP, THERMAL, DISK. Fatal for a percentage that is not
 /// finite.
-std::vector<Row> metricRows(const Snapshot& snap, const std::vector<HistoryPoint>& history);
+std::vector<Row> metricRows(const Snapshot& snap, const History& history);
 
 } // namespace korvel

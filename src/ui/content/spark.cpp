@@ -4,7 +4,7 @@
 
 namespace korvel {
 
-Spark::Spark(const std::vector<HistoryPoint>& points, Ink strokeColour,
+Spark::Spark(const History& points, Ink strokeColour,
              const std::function<double(const HistoryPoint&)>& value)
     : colour(strokeColour) {
     const std::size_t count = std::min(points.size(), kPoints);

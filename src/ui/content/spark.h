@@ -24,7 +24,7 @@ struct Spark {
 
     Spark() = default;
     /// Takes the newest entries of `points` by count, whatever their times.
-    Spark(const std::vector<HistoryPoint>& points, Ink strokeColour,
+    Spark(const History& points, Ink strokeColour,
           const std::function<double(const HistoryPoint&)>& value);
 
     /// The line through the values, spread over the whole width; empty for fewer than two. A value

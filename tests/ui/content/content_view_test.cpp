@@ -53,7 +53,7 @@ TEST_F(RootView, AnnouncesEveryChangeOfWhatItShows) {
     EXPECT_EQ(announced, 3);
     simulated.model->scanningSwap = true;
     EXPECT_EQ(announced, 4);
-    simulated.model->history = std::vector<HistoryPoint>();
+    simulated.model->history = History();
     EXPECT_EQ(announced, 5);
 }
 

@@ -150,8 +150,8 @@ TEST(MetricRowsDeathTest, DieOfDiskSpaceThatIsNoNumber) {
 }
 
 TEST(MetricRows, OnlyCpuAndMemoryHaveASparkEvenAnEmptyOne) {
-    const std::vector<HistoryPoint> one{{0, 10, 60}};
-    for (const auto& history : {std::vector<HistoryPoint>(), one}) {
+    const History one{{0, 10, 60}};
+    for (const auto& history : {History(), one}) {
         const std::vector<Row> rows = metricRows({}, history);
         ASSERT_TRUE(rows[cpu].spark && rows[memory].spark);
         EXPECT_TRUE(rows[cpu].spark->path(Spark::kFrame).empty());

@@ -101,8 +101,8 @@ TEST(ShieldMark, IsScaledByTheShorterSideAndCentred) {
     EXPECT_EQ(tall.outlineStart, (Point{12, 36 + 2.5}));
 }
 
-std::vector<HistoryPoint> cpuHistory(const std::vector<double>& values) {
-    std::vector<HistoryPoint> history;
+History cpuHistory(const std::vector<double>& values) {
+    History history;
     for (const double value : values) {
         history.emplace_back(0, value, 0);
     }
@@ -160,7 +160,7 @@ TEST(Spark, ScalesByItsLargestValueButNeverByLessThanTwenty) {
 }
 
 TEST(Spark, TakesTheQuantityItIsAskedFor) {
-    const std::vector<HistoryPoint> history{{0, 10, 100}, {5, 20, 50}};
+    const History history{{0, 10, 100}, {5, 20, 50}};
     const Spark spark(history, Ink::pink, [](const HistoryPoint& point) { return point.mem; });
     EXPECT_THAT(spark.values, testing::ElementsAre(100, 50));
     EXPECT_EQ(spark.colour, Ink::pink);

@@ -32,7 +32,7 @@ void Stage::show(Snapshot snapshot) {
 }
 
 void Stage::showHistory(std::size_t count, double cpu, double mem) {
-    std::vector<HistoryPoint> history;
+    History history;
     for (std::size_t i = 0; i < count; ++i) {
         const auto t = static_cast<double>(i);
         const double burst = i % 17 == 5 ? 26 : i % 23 == 9 ? 17 : 0;
@@ -150,7 +150,7 @@ const std::vector<Scene>& scenes() {
              stage.show(hostileReading());
              stage.model->swapHolders = stage.model->snap->topProcs;
          }},
-        {"empty", [](Stage& stage) { stage.model->history = std::vector<HistoryPoint>(); }},
+        {"empty", [](Stage& stage) { stage.model->history = History(); }},
         {"awake_on",
          [](Stage& stage) {
              stage.show(healthyReading());
