@@ -42,10 +42,7 @@ import mmap, sys
 open("/proc/self/oom_score_adj", "w").write("1000")
 kept = []
 while True:
-    piece = mmap.mmap(-1, 64 << 20)
-    for at in range(0, len(piece), 4096):
-        piece[at] = 1
-    kept.append(piece)
+    kept.append(mmap.mmap(-1, 64 << 20, mmap.MAP_PRIVATE | mmap.MAP_ANONYMOUS | mmap.MAP_POPULATE))
 """
 
 
@@ -128,7 +125,7 @@ def run_out_of_memory():
     """Takes all the memory that there is, until the kernel ends the taker."""
     taker = subprocess.Popen([sys.executable, "-c", HOG])
     try:
-        status = taker.wait(120)
+        status = taker.wait(300)
     finally:
         taker.kill()
         taker.wait()
