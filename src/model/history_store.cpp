@@ -58,19 +58,20 @@ bool readRow(simdjson::ondemand::array row, std::array<double, kColumns>& column
 constexpr std::size_t kLongestRow = 77;
 
 /// Appends rows, each with a comma behind it. False: a number has no JSON form.
-bool appendRows(std::string& text, History::const_iterator from, History::const_iterator to) {
+bool appendRows(std::string& text, const History& history, std::size_t first) {
     // In pieces: what was stored just now is slow to copy.
     constexpr std::size_t kPiece = 8192;
     std::array<char, kPiece> piece;
     char* end = piece.data();
-    for (; from != to; ++from) {
+    for (auto point = history.begin() + static_cast<std::ptrdiff_t>(first); point != history.end();
+         ++point) {
         if (piece.data() + piece.size() - end <
             static_cast<std::ptrdiff_t>(kLongestRow + kShortestRoom)) {
             text.append(piece.data(), end);
             end = piece.data();
         }
         char before = '[';
-        for (const double number : {from->t, from->cpu, from->mem}) {
+        for (const double number : {point->t, point->cpu, point->mem}) {
             if (!std::isfinite(number)) {
                 return false;
             }
@@ -120,7 +121,7 @@ std::optional<std::string_view> HistoryText::of(const History& history) {
     dropOldest(rows_ - known);
     rows_ = known;
     const std::size_t before = text_.size();
-    if (!appendRows(text_, history.begin() + static_cast<std::ptrdiff_t>(rows_), history.end())) {
+    if (!appendRows(text_, history, rows_)) {
         text_.resize(before);
         return std::nullopt;
     }
