@@ -11,6 +11,7 @@
 #include "support/strict_history.h"
 #include "swarm/ledger.h"
 #include "swarm/life.h"
+#include "swarm/texts.h"
 #include "update/updater.h"
 #include "update/whats_new.h"
 
@@ -23,10 +24,6 @@ using Content = const PopoverContent&;
 
 Ink inkOf(std::int64_t score) {
     return score >= 72 ? Ink::good : score >= 55 ? Ink::warn : Ink::bad;
-}
-
-std::string whole(double number) {
-    return std::to_string(static_cast<long long>(number));
 }
 
 /// What is left of a period, from the clock.

@@ -13,6 +13,12 @@ class Life;
 
 using Arguments = std::array<double, 4>;
 
+/// An argument that is a whole number.
+template <typename Integer>
+Integer as(double number) {
+    return static_cast<Integer>(number);
+}
+
 /// Something that happens to the program or around it. A world is a list of these and nothing
 /// else, so that a part of the list is a world too.
 struct Event {

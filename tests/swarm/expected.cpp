@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "swarm/texts.h"
+
 namespace korvel::swarm {
 
 namespace {
@@ -12,10 +14,6 @@ constexpr double kGigabyte = 1073741824.0;
 
 double smaller(double a, double b) {
     return a < b ? a : b;
-}
-
-std::string whole(double number) {
-    return std::to_string(static_cast<long long>(number));
 }
 
 std::string upSince(std::int64_t boot, double wall) {

@@ -18,11 +18,6 @@ platform::SimulatedReadings& readings(Life& life) {
     return life.simulated().machine.readings;
 }
 
-template <typename Integer>
-Integer as(double number) {
-    return static_cast<Integer>(number);
-}
-
 constexpr const char* kTools[] = {"/usr/bin/vmmap", "/usr/bin/ditto", "/usr/bin/codesign",
                                   "/bin/sh", "/bin/bash"};
 
@@ -84,7 +79,7 @@ Text scriptScenario(const Arguments& n) {
     const Text& prints = scriptTexts()[as<std::size_t>(n[0])].prints;
     return isUtf8(prints) ? fmt::format(R"("script": {{"preview": {}, "seconds": {}, )"
                                         R"("frees": {}}})",
-                                        quoted(prints), n[1], as<std::uint64_t>(n[2] * 1048576))
+                                        jsonText(prints), n[1], as<std::uint64_t>(n[2] * 1048576))
                           : "";
 }
 
@@ -186,8 +181,8 @@ std::vector<EventKind> machineKinds() {
              life.machine().agents.set(agentsTexts()[as<std::size_t>(n[0])].prints);
          },
          [](const Arguments& n) {
-             return R"("set": {"agents": )" + quoted(agentsTexts()[as<std::size_t>(n[0])].prints) +
-                    "}";
+             return R"("set": {"agents": )" +
+                    jsonText(agentsTexts()[as<std::size_t>(n[0])].prints) + "}";
          }},
         {"agents-fail", 0, [](Life& life, const Arguments&) { life.machine().agents.fails = true; },
          KORVEL_SWARM_NULL("agents")},

@@ -93,8 +93,8 @@ std::string feedBody(std::size_t kind, std::int64_t build) {
     constexpr const char* kDigest = // of "zip"
         "4A70fe9aa6436e02c2dea340fbd1e352e4ef2d8ce6ca52ad25d4b95471fc8bf2";
     const std::string rest =
-        fmt::format(R"("sha256": "{}", "notes": {})", kDigest, quoted(notesOf(build).notes));
-    const std::string version = quoted(versionOf(build));
+        fmt::format(R"("sha256": "{}", "notes": {})", kDigest, jsonText(notesOf(build).notes));
+    const std::string version = jsonText(versionOf(build));
     switch (kind) {
     case 0:
     case 1: // with another status
@@ -123,7 +123,7 @@ const NotesText& notesOf(std::int64_t build) {
 }
 
 const std::vector<ArchiveFault>& archiveFaults() {
-    static const std::string unsigned_ = "Update is not signed by Oxbrook; refusing to install";
+    static const std::string notSigned = "Update is not signed by Oxbrook; refusing to install";
     static const std::string move = "Could not replace the app: It cannot be moved.";
     static const std::vector<ArchiveFault> faults{
         {"good", ""},
@@ -132,9 +132,9 @@ const std::vector<ArchiveFault>& archiveFaults() {
         {"bytes", "Update failed its integrity check"},
         {"unpack", "Update could not be unpacked"},
         {"no bundle", "Update could not be unpacked"},
-        {"unsigned", unsigned_},
-        {"other team", unsigned_},
-        {"not strict", unsigned_},
+        {"unsigned", notSigned},
+        {"other team", notSigned},
+        {"not strict", notSigned},
         {"first move", move},
         {"second move", move},
         {"no way back", move},
@@ -142,10 +142,14 @@ const std::vector<ArchiveFault>& archiveFaults() {
     return faults;
 }
 
-std::string quoted(std::string_view text) {
+std::string jsonText(std::string_view text) {
     JsonWriter json;
     json.value(text);
     return json.text();
+}
+
+std::string whole(double number) {
+    return std::to_string(static_cast<long long>(number));
 }
 
 } // namespace korvel::swarm

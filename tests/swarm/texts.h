@@ -57,6 +57,9 @@ struct ArchiveFault {
 const std::vector<ArchiveFault>& archiveFaults();
 
 /// A text as JSON.
-std::string quoted(std::string_view text);
+std::string jsonText(std::string_view text);
+
+/// A number as text, without what is behind the point.
+std::string whole(double number);
 
 } // namespace korvel::swarm

@@ -19,11 +19,6 @@ namespace {
 
 using Text = std::string;
 
-template <typename Integer>
-Integer as(double number) {
-    return static_cast<Integer>(number);
-}
-
 std::optional<std::int64_t> minutesOf(const Arguments& n) {
     return n[0] < 0 ? std::nullopt : std::optional(as<std::int64_t>(n[0]));
 }
@@ -166,7 +161,7 @@ Text feedScenario(const Arguments& n) {
     const auto kind = as<std::size_t>(n[0]);
     return kind < kFeedKinds ? fmt::format(R"("feed": {{"status": {}, "body": {}, "delay": {}}})",
                                            kind == 1 ? 500 : 200,
-                                           quoted(feedBody(kind, as<std::int64_t>(n[1]))), n[2])
+                                           jsonText(feedBody(kind, as<std::int64_t>(n[1]))), n[2])
                              : R"("feed": {"error": true})";
 }
 
