@@ -159,7 +159,7 @@ std::optional<Release> decodeRelease(std::string feed) {
 
 std::optional<std::int64_t> exactInteger(std::string_view number) {
     const std::size_t mark = std::min(number.find_first_of("eE"), number.size());
-    std::string_view mantissa = number.substr(0, mark);
+    const std::string_view mantissa = number.substr(0, mark);
     std::int64_t exponent = 0;
     if (mark < number.size()) {
         std::string_view power = number.substr(mark + 1);
@@ -170,11 +170,9 @@ std::optional<std::int64_t> exactInteger(std::string_view number) {
         exponent = read.ec == std::errc() ? std::min(exponent, kFar) : kFar;
         exponent = isNegative ? -exponent : exponent;
     }
-    // As digits without a dot, and how many of them stand behind it.
-    std::string digits(mantissa.starts_with('-') ? "-" : "");
-    mantissa.remove_prefix(digits.size());
+    // The sign and the digits without the dot, and how many of them stand behind it.
     const std::size_t dot = std::min(mantissa.find('.'), mantissa.size());
-    digits += mantissa.substr(0, dot);
+    std::string digits(mantissa.substr(0, dot));
     std::int64_t behind = -exponent;
     if (dot < mantissa.size()) {
         digits += mantissa.substr(dot + 1);
@@ -184,13 +182,13 @@ std::optional<std::int64_t> exactInteger(std::string_view number) {
         return 0;
     }
     for (; behind > 0; --behind) {
-        if (digits.empty() || digits.back() != '0') {
+        if (digits.back() != '0') { // a digit that is not 0 is among them
             return std::nullopt;
         }
         digits.pop_back();
     }
-    constexpr std::int64_t kMostDigits = std::numeric_limits<std::int64_t>::digits10 + 1;
-    if (-behind > kMostDigits) {
+    constexpr std::int64_t kMostZeros = std::numeric_limits<std::int64_t>::digits10;
+    if (-behind > kMostZeros) {
         return std::nullopt;
     }
     digits.append(static_cast<std::size_t>(-behind), '0');

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/fatal.h"
 #include "platform/defaults.h"
 #include "platform/run_loop.h"
 #include "platform/services.h"
@@ -24,13 +23,12 @@ const std::vector<std::string>& welcome() {
     return lines;
 }
 
-/// What goes at both ends of a line: Unicode's separators (the categories Z), the line breaks and
-/// tabs, and what free text begins its lines with.
+/// What goes at both ends of a line: Unicode's separators (the categories Z), tabs, the line breaks
+/// but that at which lines are split, and what free text begins its lines with.
 constexpr std::string_view kTrimmed[] = {
-    " ",      "\t",     "\n",     "\v",     "\f",     "\r",     "\u0085",
-    "\u00a0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003", "\u2004",
-    "\u2005", "\u2006", "\u2007", "\u2008", "\u2009", "\u200a", "\u2028",
-    "\u2029", "\u202f", "\u205f", "\u3000", "-",      "–",      "*",
+    " ",      "\t",     "\v",     "\f",     "\r",     "\u0085", "\u00a0", "\u1680", "\u2000",
+    "\u2001", "\u2002", "\u2003", "\u2004", "\u2005", "\u2006", "\u2007", "\u2008", "\u2009",
+    "\u200a", "\u2028", "\u2029", "\u202f", "\u205f", "\u3000", "-",      "–",      "*",
 };
 
 std::string_view trimmed(std::string_view text) {
@@ -56,10 +54,8 @@ std::string_view trimmed(std::string_view text) {
 
 const std::shared_ptr<WhatsNew>& WhatsNew::shared() {
     static const std::shared_ptr<WhatsNew> whatsNew = [] {
-        if (platform::installedServices == nullptr) {
-            fatal();
-        }
-        return std::make_shared<WhatsNew>(*platform::installedServices, Updater::shared());
+        const std::shared_ptr<Updater>& updater = Updater::shared(); // fatal without services
+        return std::make_shared<WhatsNew>(*platform::installedServices, updater);
     }();
     return whatsNew;
 }

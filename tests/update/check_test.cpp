@@ -76,6 +76,7 @@ TEST_F(Check, StartsIdleWithNothingPending) {
 TEST_F(Check, TheLastCheckIsTakenUpWhenItsDateIsPositive) {
     const std::pair<SimulatedDefaults::Value, std::optional<double>> cases[] = {
         {1699999999.25, 1699999999.25},
+        {0.5, 0.5},
         {0.0, std::nullopt},
         {-5.0, std::nullopt},
         {std::int64_t{1700000000}, 1700000000.0},
@@ -106,6 +107,14 @@ TEST_F(Check, ANewerBuildIsPendingAndAnnounced) {
     ASSERT_TRUE(updater->pending);
     EXPECT_EQ(updater->pending->build, 101);
     EXPECT_EQ(updater->releaseNotes(), "- One");
+}
+
+TEST_F(Check, TheStateSaysSoBeforeTheFeedIsAsked) {
+    updater->state.didSet = [this] { EXPECT_THAT(simulated.http.urls, IsEmpty()); };
+    updater->check(true);
+    EXPECT_EQ(*updater->state, kChecking);
+    EXPECT_THAT(simulated.http.urls, ElementsAre(Updater::appcast()));
+    updater->state.didSet = nullptr;
 }
 
 TEST_F(Check, WhatIsPendingIsKnownWhenItsStateIsSet) {

@@ -1,4 +1,3 @@
-#include <cerrno>
 #include <memory>
 #include <string>
 #include <vector>
@@ -6,105 +5,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/simulated/services.h"
-#include "update/update_printing.h"
-#include "update/updater.h"
+#include "update/install_fixture.h"
 
 namespace korvel {
-
 namespace {
 
 using platform::BundleFault;
-using platform::CallLog;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using State = Updater::State;
-
-const std::string kRunning = "/Applications/Korvel.app";
-const std::string kWork = "/tmp/korvel-update-00000000-0000-0001-0000-000000000000";
-const State kDownloading = update_state::Downloading{};
-const State kInstalling = update_state::Installing{};
-const State kReady = update_state::ReadyToRelaunch{};
-
-State failed(const std::string& message) {
-    return update_state::Failed{message};
-}
-
-class Install : public testing::Test {
-  protected:
-    Install() {
-        simulated.fileManager.folders.insert(kRunning);
-        simulated.http.archive = platform::SimulatedHttp::Answer{200, "zipped", 0};
-        simulated.digest.digest = [](std::string_view bytes) {
-            platform::Sha256 digest{};
-            digest[0] = 0xab;
-            digest[31] = static_cast<std::uint8_t>(bytes.size());
-            return digest;
-        };
-        updater->pending = release();
-        updater->state.didSet = [this] { states.push_back(*updater->state); };
-        simulated.logTo(log);
-    }
-
-    static Release release(const std::string& notes = "- One") {
-        return {"2.0", 101,   "https://host/a.zip", "ab" + std::string(60, '0') + "06",
-                notes, "13.0"};
-    }
-
-    void install() {
-        updater->installPending();
-        simulated.runLoop.advance(10);
-    }
-
-    /// What was done to the file system and by the tools, without the questions.
-    CallLog calls() const {
-        CallLog seen;
-        for (const std::string& call : log) {
-            for (const char* verb :
-                 {"download ", "createDirectory ", "read ", "sha256 ", "unpack ", "contents ",
-                  "describe ", "verifyStrictly ", "reveal ", "load ", "flush ", "exchange ",
-                  "recordReplacement ", "move ", "remove "}) {
-                if (call.starts_with(verb)) {
-                    seen.push_back(call);
-                }
-            }
-        }
-        return seen;
-    }
-
-    using Move = Status<std::errc>;
-
-    /// What comes of the moves of the swap, and of the way back.
-    void scriptMoves(const Move& first, const Move& second, const Move& back = {}) {
-        simulated.fileManager.onMove = [=](const std::string& from, const std::string& to) {
-            if (from == kRunning) {
-                return first;
-            }
-            return to != kRunning ? Move() : from == kWork + "/old.app" ? back : second;
-        };
-    }
-
-    void expectFailure(const std::string& message) {
-        install();
-        ASSERT_FALSE(states.empty());
-        EXPECT_EQ(states.back(), failed(message));
-        expectNothingChanged();
-    }
-    void expectNothingChanged() {
-        EXPECT_EQ(simulated.fileManager.folders, std::set<std::string>{kRunning});
-        EXPECT_THAT(simulated.files.contents, IsEmpty());
-        EXPECT_FALSE(simulated.defaults.has("pendingReleaseNotes"));
-        EXPECT_EQ(updater->pending, release());
-    }
-
-    CallLog log;
-    platform::SimulatedServices simulated;
-    std::uint64_t uuids = 0;
-    std::shared_ptr<Updater> updater = std::make_shared<Updater>(simulated.services(), [this] {
-        return Uuid{{++uuids, 0}};
-    });
-    std::vector<State> states; ///< that were set
-};
 
 TEST_F(Install, WithNothingPendingNothingHappens) {
     updater->pending.reset();
@@ -132,6 +40,17 @@ TEST_F(Install, GoesThroughItsStepsInOrder) {
     EXPECT_EQ(simulated.fileManager.folders, std::set<std::string>{kRunning})
         << "the old one has gone with the folder of the work";
     EXPECT_EQ(updater->pending, release());
+}
+
+TEST_F(Install, TheStateIsToldBeforeAnythingIsDone) {
+    updater->state.didSet = [this] {
+        if (*updater->state == kDownloading) {
+            EXPECT_THAT(calls(), IsEmpty());
+        }
+    };
+    install();
+    EXPECT_EQ(*updater->state, kReady);
+    EXPECT_FALSE(calls().empty());
 }
 
 TEST_F(Install, NotesAreHandedOverBeforeTheStateSaysReady) {
@@ -264,6 +183,7 @@ TEST_F(Install, InAFolderThatCannotBeWrittenTheNewBundleIsShown) {
         {"/Applications/Korvel.app", "Applications"},
         {"/Users/a b/My \"Tools\"/Korvel.app", "My \"Tools\""},
         {"/Korvel.app", "/"},
+        {"Korvel.app", "/"},
     };
     for (const auto& [path, name] : kPlaces) {
         simulated.bundle.location = path;
@@ -275,6 +195,16 @@ TEST_F(Install, InAFolderThatCannotBeWrittenTheNewBundleIsShown) {
         EXPECT_THAT(simulated.workspace.revealed, ElementsAre(kWork + "/out/Korvel.app"));
         EXPECT_THAT(calls().back(), "remove " + kWork) << "what is shown goes, too";
     }
+}
+
+TEST_F(Install, WhatTheUserIsToldIsInTheFileManagerIsShownThereByThen) {
+    simulated.bundle.writable = false;
+    updater->state.didSet = [this] {
+        states.push_back(*updater->state);
+        EXPECT_EQ(simulated.workspace.revealed.size(), states.size() == 3 ? 1U : 0U);
+    };
+    install();
+    EXPECT_EQ(states.size(), 3U);
 }
 
 TEST_F(Install, WhatDoesNotLoadHereIsNotPutInPlace) {
@@ -300,89 +230,6 @@ TEST_F(Install, TheFolderIsForTheRunningBundleWhereThatCanBeReplaced) {
     EXPECT_THAT(simulated.fileManager.places, ElementsAre(kRunning, ""));
 }
 
-TEST_F(Install, AMoveThatFailsIsToldAndTheRunningBundleComesBack) {
-    scriptMoves(Error{std::errc::no_space_on_device, kRunning + "/Contents"}, {});
-    expectFailure("Could not replace the app: “Korvel.app” couldn’t be moved: the disk is full.");
-    uuids = 0;
-    simulated.archive.entries = {"New.app"};
-    scriptMoves({}, Error{std::errc::permission_denied, kWork + "/out/New.app"});
-    expectFailure("Could not replace the app: “New.app” couldn’t be moved: permission denied.");
-    EXPECT_THAT(calls(), testing::Contains("move " + kWork + "/old.app " + kRunning).Times(2));
-}
-
-TEST_F(Install, EachErrorOfAMoveHasItsWords) {
-    const std::pair<int, const char*> kWords[] = {
-        {EACCES, "permission denied"},
-        {EPERM, "permission denied"},
-        {ENOSPC, "the disk is full"},
-        {EDQUOT, "the disk is full"},
-        {EROFS, "the disk is read-only"},
-        {EEXIST, "something else is already there"},
-        {ENOTEMPTY, "something else is already there"},
-        {ENOENT, "it or the folder that it should go to does not exist"},
-        {ENOTDIR, "it or the folder that it should go to does not exist"},
-        {EINVAL, "a folder cannot be moved into itself"},
-        {EXDEV, "it would have to go to another disk"},
-        {EBUSY, "it is in use"},
-        {EIO, "the disk reported an error"},
-        {12345, "error 12345"},
-    };
-    for (const auto& [number, words] : kWords) {
-        scriptMoves(Error{static_cast<std::errc>(number), kRunning}, {});
-        expectFailure("Could not replace the app: “Korvel.app” couldn’t be moved: " +
-                      std::string(words) + ".");
-    }
-}
-
-TEST_F(Install, ASystemThatDescribesItsErrorsIsQuoted) {
-    scriptMoves(Error{std::errc::io_error, kRunning, "The volume is asleep."}, {});
-    expectFailure("Could not replace the app: The volume is asleep.");
-}
-
-TEST_F(Install, AWayBackThatFailsTooSaysWhereTheOldVersionIs) {
-    scriptMoves({}, Error{std::errc::permission_denied, kWork + "/out/Korvel.app"},
-                Error{std::errc::no_space_on_device, kWork + "/old.app"});
-    install();
-    EXPECT_EQ(states.back(), failed("Could not replace the app: “Korvel.app” couldn’t be moved: "
-                                    "permission denied. The version that ran is now “" +
-                                    kWork + "/old.app”."));
-    EXPECT_EQ(simulated.fileManager.folders.count(kWork + "/old.app"), 1U)
-        << "the only copy is not removed";
-}
-
-TEST_F(Install, OfASystemThatDescribesItsErrorsNothingIsAddedWhereTheWayBackFails) {
-    scriptMoves({}, Error{std::errc::io_error, kWork + "/out/Korvel.app", "The volume is asleep."},
-                Error{std::errc::io_error, kWork + "/old.app", "It sleeps on."});
-    install();
-    EXPECT_EQ(states.back(), failed("Could not replace the app: The volume is asleep."));
-    EXPECT_EQ(simulated.fileManager.folders.count(kWork + "/old.app"), 1U);
-}
-
-TEST_F(Install, WhereTwoNamesCanBeExchangedThereIsNothingToMove) {
-    simulated.fileManager.exchanges = true;
-    install();
-    EXPECT_EQ(states.back(), kReady);
-    const CallLog seen = calls();
-    const CallLog last(seen.end() - 3, seen.end());
-    EXPECT_THAT(last, ElementsAre("flush " + kWork + "/out/Korvel.app",
-                                  "exchange " + kWork + "/out/Korvel.app " + kRunning,
-                                  "remove " + kWork));
-}
-
-TEST_F(Install, WhatCannotBeMadeSafeOnTheDiskIsNotMoved) {
-    simulated.fileManager.exchanges = true;
-    simulated.fileManager.flushed = Error{std::errc::io_error, kWork + "/out/Korvel.app"};
-    expectFailure("Could not replace the app: “Korvel.app” couldn’t be moved: "
-                  "the disk reported an error.");
-    EXPECT_THAT(calls(), testing::Not(testing::Contains(testing::StartsWith("exchange "))));
-}
-
-TEST_F(Install, WhatCouldNotBePutBackAtTheNextLaunchIsNotMovedAway) {
-    simulated.fileManager.recorded = Error{std::errc::no_space_on_device, kRunning};
-    expectFailure("Could not replace the app: “Korvel.app” couldn’t be moved: the disk is full.");
-    EXPECT_THAT(calls(), testing::Not(testing::Contains(testing::StartsWith("move " + kRunning))));
-}
-
 TEST_F(Install, TheBuildThatWasInstalledIsToldToTheSignatures) {
     simulated.codeSignature.verified = Error{BundleFault::changed, "Contents/x"};
     install();
@@ -402,6 +249,27 @@ TEST_F(Install, AtTheEndOfTheProgramNoFolderOfADownloadStays) {
     EXPECT_EQ(simulated.fileManager.folders, std::set<std::string>{kRunning});
 }
 
+TEST_F(Install, AtTheEndOfTheProgramWhatIsOverIsLeftAlone) {
+    simulated.http.archive->delay = 5;
+    updater->installPending();
+    simulated.runLoop.advance(10);
+    ASSERT_EQ(calls().back(), "remove " + kWork);
+    log.clear();
+    updater->abandon();
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(Install, WhoDrawsIsCalledOnceWithTheStateBeforeAnyOfTheWork) {
+    updater->onInstalling = [this] {
+        EXPECT_EQ(*updater->state, kInstalling);
+        EXPECT_THAT(calls(), testing::Not(testing::Contains(testing::StartsWith("sha256 "))));
+        log.emplace_back("read by who draws");
+    };
+    install();
+    EXPECT_THAT(calls(), testing::Contains("read by who draws").Times(1));
+    EXPECT_EQ(states.back(), kReady);
+}
+
 TEST_F(Install, AReleaseThatIsReplacedMeanwhileIsNotMixedIn) {
     simulated.http.archive->delay = 5;
     updater->installPending();
@@ -411,6 +279,12 @@ TEST_F(Install, AReleaseThatIsReplacedMeanwhileIsNotMixedIn) {
     EXPECT_EQ(states.back(), kReady);
     EXPECT_THAT(calls(), testing::Contains("verifyStrictly " + kWork + "/out/Korvel.app 101"));
     EXPECT_EQ(simulated.defaults.string("pendingReleaseNotes"), "- One");
+}
+
+TEST_F(Install, AReleaseThatIsReplacedByWhoHearsOfTheDownloadIsNotTaken) {
+    updater->state.didSet = [this] { updater->pending->url = "https://host/other.zip"; };
+    install();
+    EXPECT_THAT(simulated.http.urls, ElementsAre("https://host/a.zip"));
 }
 
 TEST_F(Install, TwoAtOnceHaveAFolderEach) {

@@ -1,5 +1,7 @@
 #include "update/load_fault_words.h"
 
+#include <csignal>
+
 #include <gtest/gtest.h>
 
 namespace korvel {
@@ -29,6 +31,11 @@ TEST(LoadFaultWords, EachFaultHasItsSentence) {
         EXPECT_EQ(sentenceOf("Korvel.app", error),
                   "“Korvel.app” can’t run here: " + std::string(reason) + ".");
     }
+}
+
+TEST(LoadFaultWordsDeathTest, AFaultWithoutASentenceIsFatal) {
+    EXPECT_EXIT(sentenceOf("Korvel.app", {static_cast<LoadFault>(99)}),
+                testing::KilledBySignal(SIGABRT), "^$");
 }
 
 } // namespace

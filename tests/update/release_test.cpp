@@ -55,7 +55,7 @@ TEST(ReleaseFeed, OptionalKeysOfAnotherTypeCountAsMissing) {
 }
 
 TEST(ReleaseFeed, TheDigestIsLowerCasedAndNothingElse) {
-    EXPECT_EQ(decodeRelease(with("sha256", R"("ABCDEF0 Zß-")"))->sha256, "abcdef0 zß-");
+    EXPECT_EQ(decodeRelease(with("sha256", R"("ABCDEF0 Zß-?@[")"))->sha256, "abcdef0 zß-?@[");
     EXPECT_EQ(decodeRelease(with("sha256", R"("")"))->sha256, "");
 }
 
@@ -69,10 +69,10 @@ TEST(ReleaseFeed, TheSchemeIsExactlyHttps) {
 
 TEST(ReleaseFeed, AVersionOrNotesThatAreTooLongAreNoRelease) {
     const auto text = [](const std::string& content) { return "\"" + content + "\""; };
-    const std::string version(Release::kLongestVersion, '1');
+    const std::string version(256, '1');
     EXPECT_EQ(decodeRelease(with("version", text(version)))->version, version);
     EXPECT_FALSE(decodeRelease(with("version", text(version + "1"))));
-    const std::string notes(Release::kLongestNotes, 'n');
+    const std::string notes(65536, 'n');
     EXPECT_EQ(decodeRelease(with("notes", text(notes)))->notes, notes);
     EXPECT_FALSE(decodeRelease(with("notes", text(notes + "n"))));
     EXPECT_FALSE(decodeRelease(with("notes", text(std::string(1000000, 'n')))));
@@ -91,6 +91,8 @@ TEST(ReleaseFeed, UnknownKeysAndOrderDoNotMatter) {
 TEST(ReleaseFeed, AKeyThatIsGivenTwiceCountsWithItsLastValue) {
     EXPECT_EQ(decodeRelease(with("build", R"(1, "build": 2)"))->build, 2);
     EXPECT_FALSE(decodeRelease(with("build", R"(1, "build": "2")")));
+    EXPECT_EQ(decodeRelease(with("build", R"("1", "build": 2)"))->build, 2);
+    EXPECT_FALSE(decodeRelease(with("build", R"([01], "build": 2)"))) << "each has to be valid";
 }
 
 TEST(ReleaseFeed, EscapesAreRead) {
@@ -122,6 +124,13 @@ TEST(ReleaseFeed, WhatIsNoValidObjectIsNoRelease) {
                                     with("notes", "01"),
                                     with("notes", "[1,]"),
                                     with("notes", R"({"a" 1})"),
+                                    with("notes", R"({"a": 01})"),
+                                    with("notes", R"({"\ud800": 1})"),
+                                    with("notes", R"(["\ud800"])"),
+                                    with("notes", "nul"),
+                                    with("notes", "42?"),
+                                    with("notes", R"("", "unknown": [01])"),
+                                    with("build", "42?"),
                                     with("build", "0x1"),
                                     with("build", "+1"),
                                     with("build", "1."),
@@ -142,7 +151,21 @@ TEST(ReleaseFeed, NestingWithoutEndIsNoRelease) {
     EXPECT_FALSE(decodeRelease(with("notes", std::string(kDeep, '['))));
     EXPECT_FALSE(decodeRelease(with("notes", std::string(kDeep, '[') + std::string(kDeep, ']'))));
     EXPECT_FALSE(decodeRelease(std::string(kDeep, '{')));
-    EXPECT_TRUE(decodeRelease(with("notes", std::string(100, '[') + std::string(100, ']'))));
+    constexpr std::size_t kDeepest = 513;
+    const auto arrays = [](std::size_t count) {
+        return with("notes", std::string(count, '[') + std::string(count, ']'));
+    };
+    const auto objects = [](std::size_t count) {
+        std::string json = "{}";
+        for (std::size_t i = 1; i < count; ++i) {
+            json = R"({"a":)" + json + "}";
+        }
+        return with("notes", json);
+    };
+    EXPECT_TRUE(decodeRelease(arrays(kDeepest)));
+    EXPECT_FALSE(decodeRelease(arrays(kDeepest + 1)));
+    EXPECT_TRUE(decodeRelease(objects(kDeepest)));
+    EXPECT_FALSE(decodeRelease(objects(kDeepest + 1)));
 }
 
 TEST(ReleaseFeed, ABuildIsANumberThatIsExactlyAnInteger) {
@@ -156,14 +179,18 @@ TEST(ReleaseFeed, ABuildIsANumberThatIsExactlyAnInteger) {
         {"-0", 0},
         {"-0.0e5", 0},
         {"42", 42},
+        {"42 \t\r\n", 42},
         {"-7", -7},
         {"42.0", 42},
         {"42.000000000000000000000000", 42},
         {"4.2e1", 42},
+        {"-4.2e1", -42},
         {"4.2E+1", 42},
         {"4200e-2", 42},
         {"0.0042e4", 42},
         {"0e999999999999999999999", 0},
+        {"0e-2", 0},
+        {"-0e-3", 0},
         {"9223372036854775807", kMost},
         {"9223372036854775807.0", kMost},
         {"9223372036854775808", std::nullopt},
@@ -186,6 +213,10 @@ TEST(ReleaseFeed, ABuildIsANumberThatIsExactlyAnInteger) {
         const auto release = decodeRelease(with("build", row.json));
         EXPECT_EQ(release ? std::optional(release->build) : std::nullopt, row.build) << row.json;
     }
+}
+
+TEST(ExactInteger, EndsWhereItsTextDoes) {
+    EXPECT_EQ(exactInteger(std::string_view("1e12").substr(0, 3)), 10);
 }
 
 TEST(BuildNumber, IsADecimalIntegerOrZero) {

@@ -1,5 +1,6 @@
 #include "update/whats_new.h"
 
+#include <csignal>
 #include <limits>
 #include <memory>
 #include <ostream>
@@ -82,6 +83,27 @@ TEST_F(Greeting, TheFirstLaunchIsAWelcome) {
     EXPECT_FALSE(simulated.defaults.has("seenBuild"));
     simulated.runLoop.advance(10);
     EXPECT_THAT(simulated.http.urls, IsEmpty());
+}
+
+TEST_F(Greeting, TheFirstLaunchIsAWelcomeThoughTheBundleDoesNotSayItsBuild) {
+    for (const char* build : {"", "-5"}) {
+        simulated.bundle.info["CFBundleVersion"] = build;
+        launch();
+        EXPECT_EQ(*whatsNew->kind, kInstalled) << build;
+    }
+}
+
+TEST_F(Greeting, WhatWasHandedOverIsKnownBeforeItIsRemoved) {
+    seen(99);
+    handOver("- One");
+    Lines known;
+    simulated.defaults.onChange = [&](const std::string& key, const auto*) {
+        EXPECT_EQ(key, "pendingReleaseNotes");
+        known = *whatsNew->notes;
+    };
+    launch();
+    EXPECT_THAT(known, ElementsAre("One"));
+    EXPECT_FALSE(isHandedOver());
 }
 
 TEST_F(Greeting, AnUpdateTellsWhatWasHandedOver) {
@@ -181,6 +203,14 @@ TEST_F(Greeting, NotesThatComeAfterItIsGoneAreDropped) {
     simulated.runLoop.advance(10);
 }
 
+TEST_F(Greeting, GoneBeforeItAsksItAsksNothing) {
+    seen(99);
+    launch();
+    whatsNew.reset();
+    simulated.runLoop.advance(10);
+    EXPECT_THAT(simulated.http.urls, IsEmpty());
+}
+
 TEST_F(Greeting, TheSameBuildOrAnOlderOneIsNoNews) {
     for (const std::int64_t build : {100, 101, 1000000}) {
         seen(build);
@@ -204,6 +234,26 @@ TEST_F(Greeting, NoNewsLeaveTheLinesThatStand) {
         EXPECT_EQ(*whatsNew->kind, kNone) << build;
         EXPECT_THAT(*whatsNew->notes, ElementsAre("One", "Two")) << build;
     }
+}
+
+TEST_F(Greeting, NoNewsAreAnnouncedOnceAndAsNothingElse) {
+    launch();
+    seen(100);
+    std::vector<Kind> kinds;
+    whatsNew->kind.didSet = [&] { kinds.push_back(*whatsNew->kind); };
+    whatsNew->evaluate();
+    EXPECT_THAT(kinds, ElementsAre(kNone));
+}
+
+TEST_F(Greeting, AFeedWithoutNotesLeavesTheLinesThatStand) {
+    seen(99);
+    handOver("- One");
+    launch();
+    feed(100, "");
+    whatsNew->evaluate();
+    simulated.runLoop.advance(1);
+    EXPECT_THAT(simulated.http.urls, testing::SizeIs(1));
+    EXPECT_THAT(*whatsNew->notes, ElementsAre("One"));
 }
 
 TEST_F(Greeting, OpensByItselfOnceForEachBuild) {
@@ -253,6 +303,26 @@ TEST_F(Greeting, IsStoredAsSeenBeforeItGoes) {
     EXPECT_THAT(steps, ElementsAre("seenBuild", "seenVersion", "will change", "kind"));
 }
 
+TEST(SharedUpdateDeathTest, BothNeedTheServicesToBeInstalled) {
+    EXPECT_EXIT(Updater::shared(), testing::KilledBySignal(SIGABRT), "^$");
+    EXPECT_EXIT(WhatsNew::shared(), testing::KilledBySignal(SIGABRT), "^$");
+}
+
+TEST(SharedUpdate, BothAreOneInstanceOnTheInstalledServices) {
+    static platform::SimulatedServices system;
+    static const platform::Services services = system.services();
+    system.bundle.info["CFBundleShortVersionString"] = "7.5";
+    platform::installedServices = &services;
+    const std::shared_ptr<WhatsNew>& shared = WhatsNew::shared();
+    platform::installedServices = nullptr;
+    EXPECT_EQ(&WhatsNew::shared(), &shared);
+    EXPECT_EQ(shared->version(), "7.5");
+    EXPECT_EQ(Updater::shared()->currentVersion(), "7.5");
+    EXPECT_EQ(Updater::shared(), Updater::shared());
+    shared->dismiss();
+    EXPECT_EQ(system.defaults.integer("seenBuild"), 100);
+}
+
 TEST(Bullets, AreAtMostThreeTrimmedLines) {
     const struct {
         const char* text;
@@ -271,6 +341,7 @@ TEST(Bullets, AreAtMostThreeTrimmedLines) {
         {"one\rtwo", {"one\rtwo"}},
         {"* - \u2013 mixed \u2013 - *", {"mixed"}},
         {"\u00a0\u2003\u3000\u2028\u2029\u0085\t\v\fwide\u202f\u205f\u1680", {"wide"}},
+        {"\u2000\u2001\u2002\u2003\u2004\u2005x\u2006\u2007\u2008\u2009\u200a", {"x"}},
         {"a\u00a0b", {"a\u00a0b"}},
         {"\u2014 dash \u2014", {"\u2014 dash \u2014"}},
         {"+ plus +", {"+ plus +"}},
