@@ -117,7 +117,8 @@ class PlacesOfCpp(unittest.TestCase):
                 self.assertEqual(self.broken(text)[0], names)
 
     def test_what_the_compiler_has_to_know_is_left_as_it_is(self):
-        for text in ("static_assert(1 + 1 == 2);", "enum E { a = 3 };", "int f(int);", "using A = int[4];"):
+        for text in ("static_assert(1 + 1 == 2);", "enum E { a = 3 };", "int f(int);", "using A = int[4];",
+                     'int a = sizeof("b");'):
             self.assertEqual(self.broken(text)[:2], ([], text))
 
     def test_a_constant_becomes_a_variable(self):
