@@ -33,9 +33,16 @@ double nearestThat(double strong, double weak, IsEnough isEnough) {
     return strong;
 }
 
-bool isDarkerBy(const platform::Colour& ground, const platform::Colour& colour, double contrast) {
-    return relativeLuminance(colour) < relativeLuminance(ground) &&
-           contrastRatio(ground, colour) >= contrast;
+/// `colour`, taken towards that lightness just until it has the contrast.
+platform::Colour takenTo(double lightness, const platform::Colour& ground,
+                         const platform::Colour& colour, double contrast) {
+    if (contrastRatio(ground, colour) >= contrast) {
+        return colour;
+    }
+    const PerceivedColour original = perceived(colour);
+    return shade(original, nearestThat(lightness, original.lightness, [&](double tried) {
+                     return contrastRatio(ground, shade(original, tried)) >= contrast;
+                 }));
 }
 
 } // namespace
@@ -53,14 +60,7 @@ double contrastRatio(const platform::Colour& a, const platform::Colour& b) {
 
 platform::Colour darkenedOn(const platform::Colour& ground, const platform::Colour& colour,
                             double contrast) {
-    if (contrastRatio(ground, colour) >= contrast) {
-        return colour;
-    }
-    const PerceivedColour original = perceived(colour);
-    const double enough = nearestThat(0, original.lightness, [&](double lightness) {
-        return isDarkerBy(ground, shade(original, lightness), contrast);
-    });
-    return enough > 0 ? shade(original, enough) : platform::Colour{};
+    return takenTo(0, ground, colour, contrast);
 }
 
 platform::Colour readableOn(const platform::Colour& ground, const platform::Colour& colour) {
@@ -69,14 +69,8 @@ platform::Colour readableOn(const platform::Colour& ground, const platform::Colo
 
 platform::Colour strongOn(const platform::Colour& ground, const platform::Colour& colour,
                           double contrast) {
-    if (contrastRatio(ground, colour) >= contrast) {
-        return colour;
-    }
-    const PerceivedColour original = perceived(colour);
     const double away = relativeLuminance(ground) > relativeLuminance(colour) ? 0 : 1;
-    return shade(original, nearestThat(away, original.lightness, [&](double lightness) {
-                     return contrastRatio(ground, shade(original, lightness)) >= contrast;
-                 }));
+    return takenTo(away, ground, colour, contrast);
 }
 
 } // namespace korvel

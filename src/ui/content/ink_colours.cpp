@@ -22,7 +22,8 @@ platform::Colour grey(int level) {
     return fromLevels(level, level, level);
 }
 
-platform::Colour strongColour(Ink ink, bool dark) {
+platform::Colour strongColour(Ink ink, Appearance appearance) {
+    const bool dark = isDark(appearance);
     switch (ink) {
     case Ink::primary:
         return grey(dark ? 0xff : 0);
@@ -37,7 +38,7 @@ platform::Colour strongColour(Ink ink, bool dark) {
     case Ink::bad:
         break;
     }
-    return strongOn(grey(dark ? 0 : 0xff), rgb(ink), kStrongContrast);
+    return strongOn(groundColour(appearance), rgb(ink), kStrongContrast);
 }
 
 } // namespace
@@ -72,10 +73,10 @@ platform::Colour groundColour(Appearance appearance) {
 }
 
 platform::Colour fillColour(Ink ink, Appearance appearance) {
-    const bool dark = isDark(appearance);
     if (isStrong(appearance)) {
-        return strongColour(ink, dark);
+        return strongColour(ink, appearance);
     }
+    const bool dark = isDark(appearance);
     switch (ink) {
     case Ink::primary:
         return dark ? fromLevels(0xf3, 0xf3, 0xf6) : fromLevels(0x1c, 0x1c, 0x20);

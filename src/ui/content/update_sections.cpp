@@ -27,7 +27,6 @@ std::optional<Line> lineOf(const update_state::Checking&) {
 std::optional<Line> lineOf(const update_state::Available& state) {
     Line line;
     line.symbol = "arrow.down.circle.fill";
-    line.colour = Ink::cyan;
     line.text = "Version " + state.version + " is available";
     line.style = Line::Style::semibold;
     line.control = "Update";

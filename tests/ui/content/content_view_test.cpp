@@ -80,6 +80,15 @@ TEST_F(RootView, QuitsAProcessOfEitherListAndNoOther) {
     EXPECT_EQ(view.content().swapHolders.holders.size(), 1u);
 }
 
+TEST_F(RootView, AProcessThatIsInBothListsIsAskedOnce) {
+    Snapshot snap;
+    snap.topProcs = {{7, "firefox", 2}};
+    simulated.model->snap = snap;
+    simulated.model->swapHolders = std::vector<ProcInfo>{{7, "firefox", 1}};
+    view.quitProcess(7);
+    EXPECT_THAT(simulated.system.processes.terminated, testing::ElementsAre(7));
+}
+
 TEST_F(RootView, ALineOfASwapHolderNeverMeansAnotherProcessOfItsPid) {
     simulated.addProcess(7, "clangd", 2, 1);
     simulated.system.processes.table.back().startTime = 200;

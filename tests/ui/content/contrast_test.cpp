@@ -1,6 +1,7 @@
 #include "ui/content/contrast.h"
 
 #include <cmath>
+#include <cstdint>
 #include <optional>
 
 #include <gtest/gtest.h>
@@ -85,6 +86,31 @@ TEST(Contrast, TheDarkenedColourIsOneThatAScreenCanShow) {
 
 TEST(Contrast, BlackIsTheLastResort) {
     EXPECT_EQ(readableOn({0.2, 0.2, 0.2}, {0.3, 0.2, 0.2}), kBlack);
+}
+
+/// A colour as a page writes it: 0xf8f8fa.
+Colour ofLevels(std::uint32_t levels) {
+    return {(levels >> 16) / 255.0, (levels >> 8 & 0xff) / 255.0, (levels & 0xff) / 255.0};
+}
+
+TEST(InkColours, TheGroundAndTheStylesAreThese) {
+    const struct {
+        Appearance appearance;
+        std::uint32_t ground, primary, secondary, tertiary;
+    } rows[] = {
+        {Appearance::light, 0xf8f8fa, 0x1c1c20, 0x50515a, 0x6f707a},
+        {Appearance::dark, 0x1f2023, 0xf3f3f6, 0xadaeb6, 0x858690},
+        {Appearance::strongLight, 0xffffff, 0x000000, 0x333333, 0x555555},
+        {Appearance::strongDark, 0x000000, 0xffffff, 0xc8c8c8, 0x9b9b9b},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(groundColour(row.appearance), ofLevels(row.ground)) << std::hex << row.ground;
+        EXPECT_EQ(fillColour(Ink::primary, row.appearance), ofLevels(row.primary));
+        EXPECT_EQ(fillColour(Ink::secondary, row.appearance), ofLevels(row.secondary));
+        EXPECT_EQ(fillColour(Ink::tertiary, row.appearance), ofLevels(row.tertiary));
+    }
+    EXPECT_EQ(strongLineColour(false), ofLevels(0x939393));
+    EXPECT_EQ(strongLineColour(true), ofLevels(0x5b5b5b));
 }
 
 TEST(InkColours, TextIsReadableInBothAppearances) {

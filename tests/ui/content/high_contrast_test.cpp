@@ -68,6 +68,19 @@ TEST(HighContrast, ALineHasThreeToOneOnTheGroundAndSoHasABarOnItsTrack) {
     }
 }
 
+TEST(HighContrast, AHueIsThreeTimesAsStrongAsALineAndNoStrongerThanItMustBe) {
+    constexpr double kHue = 9.3;
+    constexpr double kLevel = 0.3; // what a level of the screen may add
+    for (const Appearance appearance : kStrong) {
+        for (const Ink ink : kHues) {
+            const Colour fill = fillColour(ink, appearance);
+            const double contrast = contrastRatio(groundColour(appearance), fill);
+            EXPECT_GE(contrast, kHue) << name(ink);
+            EXPECT_TRUE(contrast < kHue + kLevel || fill == rgb(ink)) << name(ink);
+        }
+    }
+}
+
 TEST(HighContrast, TheHuesStayWhatTheyAre) {
     constexpr double kUnseen = 6; // degrees, of what a screen's levels leave of a hue
     for (const Appearance appearance : kStrong) {
@@ -87,6 +100,11 @@ TEST(HighContrast, TheStylesCanStillBeToldApart) {
         EXPECT_GE(contrast(Ink::primary), 1.5 * contrast(Ink::secondary));
         EXPECT_GE(contrast(Ink::secondary), 1.5 * contrast(Ink::tertiary));
     }
+}
+
+TEST(StrongOn, WhatIsTheGroundItselfIsTakenToLight) {
+    const Colour black{0, 0, 0};
+    EXPECT_GE(contrastRatio(black, strongOn(black, black, 7)), 7);
 }
 
 TEST(StrongOn, LeavesWhatIsStrongEnoughAndGoesNoFurtherThanItMust) {

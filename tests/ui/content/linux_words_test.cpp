@@ -30,6 +30,10 @@ TEST(LinuxWords, SayTheSameOfLinux) {
         {"Memory is what's dragging this down (0.6 GB free to use · macOS is out of room)",
          "Memory is what's dragging this down (0.6 GB free to use · Linux is out of room)"},
         {"macOS thermal state: normal", "Linux thermal state: normal"},
+        {"macOS thermal state: warm", "Linux thermal state: warm"},
+        {"macOS thermal state: hot, throttling", "Linux thermal state: hot, throttling"},
+        {"macOS thermal state: very hot, heavily throttled",
+         "Linux thermal state: very hot, heavily throttled"},
         {"macOS thermal state: unknown", "Linux thermal state: unknown"},
         {"Running hot. macOS is throttling to cool down",
          "Running hot. Linux is throttling to cool down"},
@@ -57,8 +61,9 @@ TEST(LinuxWords, WithoutATrayTheWelcomeAloneSaysSomethingElse) {
 
 TEST(LinuxWords, LeaveEveryOtherTextAlone) {
     for (const char* text :
-         {"", ")", "Mac slowing down: score ", "Mac slowing down: score 5 is holding 9.3GB",
-          "All clear, nothing needs attention", "312 GB free", "macOS", "Finder",
+         {"", ")", "Mac slowing down: score ", "Mac slowing down: score 5?",
+          "Mac slowing down: score 5 is holding 9.3GB", "All clear, nothing needs attention",
+          "312 GB free", "macOS", "Finder",
           // What a process may be called, where its name is part of a text.
           "macOS is comfortable is holding 9.3GB", "macOS thermal state: normal is holding 9.3GB",
           "Running hot. macOS is throttling to cool down is holding 9.3GB",

@@ -77,6 +77,7 @@ TEST(MetricRows, SwapIsJudgedByActivityNotBySize) {
     EXPECT_EQ(rowOf(snap, swap).detail, "actively paging, genuine pressure");
     EXPECT_EQ(rowOf(snap, swap).colour, Ink::bad);
     EXPECT_EQ(rowOf(snap, swap).pct, 99);
+    EXPECT_EQ(rowOf(snap, swap).label, "SWAP");
 }
 
 TEST(MetricRows, ThermalStatesAreStepsAndAnUnknownOneIsShortButBad) {
@@ -133,6 +134,7 @@ TEST(MetricRows, WhatTheMachineDoesNotReportHasNoPercentageAndNoJudgement) {
         Snapshot snap;
         snap.unreported = given.unreported;
         const Row row = rowOf(snap, given.place);
+        EXPECT_EQ(row.label, rowOf({}, given.place).label);
         EXPECT_EQ(row.detail, "not reported here") << row.label;
         EXPECT_EQ(row.percentText(), "—") << row.label;
         EXPECT_EQ(row.barFraction(), 0) << row.label;

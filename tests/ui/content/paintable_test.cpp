@@ -24,6 +24,7 @@ TEST(Paintable, ReplacesWhatCannotStandOnOneLine) {
         {"direction override", "\u202Eabc\u202C", "\uFFFDabc\uFFFD"},
         {"direction isolates", "\u2066a\u2069", "\uFFFDa\uFFFD"},
         {"their neighbours stay", "\u2027\u202F\u2065\u206A", "\u2027\u202F\u2065\u206A"},
+        {"those that end as they do stay", "\u3028\u3066", "\u3028\u3066"},
         {"right to left", "שלום", "שלום"},
         {"combining", "e\u0301\u0323", "e\u0301\u0323"},
         {"joined emoji", "👩\u200D💻", "👩\u200D💻"},

@@ -9,6 +9,16 @@ namespace {
 
 using platform::Colour;
 
+TEST(PerceivedColours, TheLightOfALevelIsThePublishedOne) {
+    // From the table of sRGB's levels: up to 10 they are on its straight part.
+    const std::pair<int, double> rows[] = {
+        {0, 0},           {1, 0.000303527}, {10, 0.00303527}, {11, 0.00334654}, {12, 0.00367651},
+        {15, 0.00477695}, {20, 0.00699541}, {128, 0.215861},  {188, 0.502886},  {255, 1}};
+    for (const auto& [level, light] : rows) {
+        EXPECT_NEAR(linearLight(level / 255.0), light, 1e-6) << level;
+    }
+}
+
 TEST(PerceivedColours, AgreeWithPublishedOnes) {
     // From the description of the named colours in CSS Color 4.
     const struct {
@@ -37,12 +47,22 @@ TEST(PerceivedColours, AGreyHasNoChroma) {
 }
 
 TEST(PerceivedColours, ShowAsTheColourThatTheyAreOf) {
-    for (const Colour& colour : {Colour{0.22, 0.88, 1}, Colour{1, 0.24, 0.56}, Colour{0.1, 0, 0.6},
-                                 Colour{0.5, 0.5, 0.5}, Colour{1, 1, 1}, Colour{0, 0, 0}}) {
+    for (const Colour& colour :
+         {Colour{0.22, 0.88, 1}, Colour{1, 0.24, 0.56}, Colour{0.1, 0, 0.6}, Colour{0.5, 0.5, 0.5},
+          Colour{1, 1, 1}, Colour{0, 0, 0}, Colour{0.06, 0.06, 0.06}, Colour{0.03, 0.03, 0.03}}) {
         const Colour again = shown(perceived(colour));
         EXPECT_NEAR(again.red, colour.red, 0.001);
         EXPECT_NEAR(again.green, colour.green, 0.001);
         EXPECT_NEAR(again.blue, colour.blue, 0.001);
+    }
+}
+
+TEST(PerceivedColours, BeyondWhiteThereIsWhiteAndBeyondBlackThereIsBlack) {
+    for (const auto& [lightness, channel] : {std::pair(1.1, 1.0), std::pair(-0.1, 0.0)}) {
+        const Colour colour = shown({lightness, 0, 0});
+        EXPECT_NEAR(colour.red, channel, 1e-12);
+        EXPECT_NEAR(colour.green, channel, 1e-12);
+        EXPECT_NEAR(colour.blue, channel, 1e-12);
     }
 }
 

@@ -35,6 +35,7 @@ TEST(Header, SaysTheScoreAndTheMachine) {
     EXPECT_EQ(header.verdict, "Healthy");
     EXPECT_EQ(header.colour, Ink::good);
     EXPECT_EQ(header.line, "10 cores · 16 GB · up 3d 4h");
+    EXPECT_EQ(header.spoken, "Health score 87");
 }
 
 TEST(Header, RoundsMemoryWithExactHalvesToTheEvenNumber) {
@@ -154,7 +155,8 @@ TEST(Status, CapitalisesTheFirstLetterOnly) {
         const char* factor;
         const char* start;
     } rows[] = {{"CPU", "CPU is "}, {"cpu", "Cpu is "}, {"Load", "Load is "},
-                {"", " is "},       {"éa", "éa is "},   {"1x", "1x is "}};
+                {"", " is "},       {"éa", "éa is "},   {"1x", "1x is "},
+                {"a", "A is "},     {"z", "Z is "},     {"{a", "{a is "}};
     for (const auto& row : rows) {
         Snapshot snap;
         snap.score = 40;

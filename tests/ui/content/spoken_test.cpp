@@ -56,6 +56,28 @@ TEST(Spoken, WhatIsNotThereSaysNothing) {
     EXPECT_EQ(spokenSections(content, asTyped).heaviest, "Heaviest processes: none");
 }
 
+TEST(Spoken, BeforeTheFirstReadingThereIsNoVerdict) {
+    Content content = fair();
+    content.header.verdict = "";
+    const SpokenSections spoken = spokenSections(content, asTyped);
+    EXPECT_EQ(spoken.opening, "Korvel, health score 65");
+    EXPECT_EQ(spoken.header, "Health score 65, 8 cores, 16 GB, up 3 days 4 hours");
+}
+
+TEST(Spoken, WhatWasClearedIsSaidAsOneSentence) {
+    Content content = fair();
+    content.reclaimResult = "reclaimed 2.3 GB · 52 GB free";
+    EXPECT_EQ(spokenSections(content, asTyped).result, "reclaimed 2.3 GB, 52 GB free");
+}
+
+TEST(Spoken, ACaptionKeepsItsFirstLetterAndWhatIsNoCapital) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"CPU", "CPU"}, {"SWAP", "Swap"}, {"AZ 2@[É", "Az 2@[É"}, {"aB", "ab"}, {"", ""}};
+    for (const auto& [label, said] : rows) {
+        EXPECT_EQ(spokenRow({label, 5, "x", Ink::good, {}}, asTyped), std::string(said) + " 5%, x");
+    }
+}
+
 TEST(Spoken, ASentenceOfOneLineIsSaidByTheLine) {
     Content content = fair();
     EXPECT_EQ(spokenSections(content, asTyped).status, "");
@@ -117,6 +139,8 @@ TEST(Spoken, TimesAreSaidInFull) {
         {"on for 2h 59m more", "on for 2 hours 59 minutes more"},
         {"on, indefinitely", "on, indefinitely"},
         {"a d 2x h m12", "a d 2x h m12"},
+        {"good 2d", "good 2 days"},
+        {"?d", "?d"},
         {"", ""},
     };
     for (const Row& row : rows) {

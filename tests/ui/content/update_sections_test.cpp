@@ -93,6 +93,14 @@ TEST_F(UpdateSections, TheButtonDoesWhatItSays) {
     EXPECT_THAT(simulated.system.workspace.relaunched, ElementsAre("/Applications/Korvel.app"));
 }
 
+TEST_F(UpdateSections, WhereThereIsNoLineThereIsNothingToPress) {
+    simulated.updater->pending = Release{"2.0", 101, "https://host/a.zip", "", "", ""};
+    become(UpToDate{});
+    view.pressUpdate();
+    EXPECT_THAT(simulated.system.http.urls, IsEmpty());
+    EXPECT_THAT(simulated.system.workspace.relaunched, IsEmpty());
+}
+
 TEST_F(UpdateSections, EveryChangeOfBothIsAnnounced) {
     int announced = 0;
     const Observation observation = view.observe([&] { ++announced; });

@@ -1,4 +1,5 @@
 #include <cmath>
+#include <csignal>
 #include <limits>
 
 #include <gmock/gmock.h>
@@ -26,7 +27,17 @@ TEST(Palette, HasItsFiveColoursExactly) {
 
 TEST(Palette, StylesHaveNoColourOfTheirOwn) {
     for (const Ink style : {Ink::primary, Ink::secondary, Ink::tertiary}) {
-        EXPECT_DEATH(rgb(style), "") << name(style);
+        EXPECT_EXIT(rgb(style), testing::KilledBySignal(SIGABRT), "^$") << name(style);
+    }
+}
+
+TEST(Palette, EachInkHasItsName) {
+    const std::pair<Ink, const char*> rows[] = {
+        {Ink::cyan, "cyan"},           {Ink::pink, "pink"},        {Ink::good, "good"},
+        {Ink::warn, "warn"},           {Ink::bad, "bad"},          {Ink::primary, "primary"},
+        {Ink::secondary, "secondary"}, {Ink::tertiary, "tertiary"}};
+    for (const auto& [ink, text] : rows) {
+        EXPECT_EQ(name(ink), text);
     }
 }
 
@@ -80,6 +91,12 @@ TEST(ShieldMark, FillsAFrameOfItsGrid) {
     EXPECT_EQ(strokes.outline[3].control2, (Point{39, 32}));
     EXPECT_EQ(strokes.outline[3].to, (Point{39, 23.3}));
     EXPECT_EQ(strokes.outline[4].to, (Point{39, 10.5}));
+    // A straight line's control points are its ends.
+    for (const std::size_t line : {0u, 1u, 4u}) {
+        const Point from = line == 0 ? strokes.outlineStart : strokes.outline[line - 1].to;
+        EXPECT_EQ(strokes.outline[line].control1, from) << line;
+        EXPECT_EQ(strokes.outline[line].control2, strokes.outline[line].to) << line;
+    }
     EXPECT_THAT(strokes.trace,
                 testing::ElementsAre(Point{14.5, 24.5}, Point{19.3, 24.5}, Point{22.7, 17},
                                      Point{26.7, 32}, Point{29.7, 24.5}, Point{33.7, 24.5}));
