@@ -33,7 +33,7 @@ TEST(ContentJson, AnEmptyPieceIsThatOfNoReading) {
     content.status = {{}};
     content.rows = {{}};
     content.heaviest = {{}};
-    content.update.emplace();
+    content.update = Content::UpdateLine{};
     EXPECT_EQ(
         jsonOf(content),
         R"({"banner":null,"header":{"score":0,"verdict":"","line":"","toggle":""},)"
