@@ -18,7 +18,8 @@ class Files {
     virtual std::optional<std::string> read(const std::string& path) = 0;
 
     /// Replaces the content of the file in place (links are followed, the inode stays) or makes the
-    /// file. False: it could not be written, and may then be cut short.
+    /// file. False: it could not be written. It is then as it was where there was no room for a
+    /// longer one, and may be cut short where the disk failed.
     virtual bool write(const std::string& path, std::string_view bytes) = 0;
 };
 

@@ -10,18 +10,24 @@ FILE = '"$HOME/.korvel-history.json"'
 
 
 @fault("the disk of the home folder is full",
-       "it works; at the end of a run with room again the history is saved",
-       before='mount -t tmpfs -o size=64k tmpfs "$HOME"; head -c 100k /dev/zero >"$HOME/filler" || true',
+       "it works, and the history of before stays, byte for byte; at the end of a run with room again it is saved",
+       before='mount -t tmpfs -o size=64k tmpfs "$HOME"; '
+              f"(printf '['; seq -s, -f '[%.0f,1,2]' 1600000000 1600000239; printf ']') >{FILE}; "
+              'head -c 100k /dev/zero >"$HOME/filler" || true',
        during='rm "$HOME/filler"')
 def full_disk(trial):
     trial.start()
+    with open(trial.history_file(), "rb") as file:
+        before = file.read()
     trial.works()
     trial.quits()
+    with open(trial.history_file(), "rb") as file:
+        equal(file.read(), before, "the history")
     trial.strike()
     trial.start()
     trial.works()
     trial.quits()
-    check(len(trial.history()) >= 2, "the history was not saved")
+    check(len(trial.history()) > 240, "the history was not saved")
 
 
 @fault("the home folder has no room for one more file", "it works; the history is not saved",
@@ -39,11 +45,13 @@ def read_only(trial):
         equal(file.read(), OLD + "\n", "the history")
 
 
-@fault("the user's quota of the disk is used up", "it works; a save that is refused is silent",
+@fault("the user's quota of the disk is used up", "it works; a save that is refused is silent, and the file as it was",
+       before=f"echo -n '[]' >{FILE}",
        start=f'exec strace -D -qq -f -o /dev/null -e trace=write -e inject=write:error=EDQUOT -P {FILE} "$KORVEL"')
 def quota(trial):
     trial.survives()
-    equal(os.path.getsize(trial.history_file()), 0, "bytes of the history")
+    with open(trial.history_file(), encoding="ascii") as file:
+        equal(file.read(), "[]", "the history")
 
 
 @fault("the process may write no file longer than 512 bytes", "it works, and ends as ever; nothing kills it for it",

@@ -4,11 +4,21 @@
 
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "platform/posix/file_descriptor.h"
 #include "platform/posix/whole_file.h"
 
 namespace korvel::platform {
+
+namespace {
+
+bool writeAt(int file, std::size_t offset, std::string_view bytes) {
+    return ::lseek(file, static_cast<off_t>(offset), SEEK_SET) >= 0 && writeAll(file, bytes);
+}
+
+} // namespace
 
 std::string PosixFiles::homeDirectory() {
     std::string home;
@@ -31,8 +41,19 @@ std::optional<std::string> PosixFiles::read(const std::string& path) {
 bool PosixFiles::write(const std::string& path, std::string_view bytes) {
     constexpr mode_t kMode = 0666; // less the user's mask
     const FileDescriptor file(
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, kMode));
-    return file && writeAll(file.get(), bytes);
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, kMode));
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0) {
+        return false;
+    }
+    // What it is to be longer by is written behind its end first: where there is no room for that,
+    // the file stays as it was.
+    const auto length = static_cast<std::size_t>(status.st_size);
+    if (length < bytes.size() && !writeAt(file.get(), length, bytes.substr(length))) {
+        [[maybe_unused]] const int takenBack = ::ftruncate(file.get(), status.st_size);
+        return false;
+    }
+    return length == 0 || (::ftruncate(file.get(), 0) == 0 && writeAt(file.get(), 0, bytes));
 }
 
 } // namespace korvel::platform

@@ -1,5 +1,6 @@
 #include "platform/posix/files.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -7,6 +8,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -143,6 +145,28 @@ TEST_F(Files, FullDiskIsSaid) {
     }
     EXPECT_FALSE(files_.write("/dev/full", "x"));
     EXPECT_TRUE(files_.write("/dev/full", "")) << "nothing to write";
+}
+
+TEST_F(Files, WhatThereIsNoRoomForLeavesTheFileAsItWas) {
+    const struct {
+        std::string content;
+        rlim_t room; ///< bytes that a file may have, as on a disk that is full then
+    } rows[] = {{"old", 3}, {"old", 5}, {"", 0}, {"", 2}};
+    for (const auto& row : rows) {
+        ASSERT_TRUE(files_.write(path("file"), row.content));
+        rlimit before{};
+        ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+        const rlimit full{row.room, before.rlim_max};
+        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &full), 0);
+        const bool written = files_.write(path("file"), "[is longer");
+        const bool writtenAsShort = files_.write(path("other"), row.content);
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+        std::signal(SIGXFSZ, handler);
+        EXPECT_FALSE(written);
+        EXPECT_TRUE(writtenAsShort);
+        EXPECT_EQ(files_.read(path("file")), row.content) << row.room;
+    }
 }
 
 TEST_F(Files, PermissionsHold) {
