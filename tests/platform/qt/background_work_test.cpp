@@ -53,6 +53,16 @@ class OneProcessor {
 #endif
 };
 
+/// Waits in work that is in the background; on the main thread it would be for ever, and is a
+/// failure.
+void waitFor(std::latch& latch) {
+    if (QThread::currentThread() == QCoreApplication::instance()->thread()) {
+        ADD_FAILURE() << "this is the main thread";
+        return;
+    }
+    latch.wait();
+}
+
 class BackgroundWork : public testing::Test {
   protected:
     /// Runs the event loop until `condition` holds, at most for ten seconds; whether it did.
@@ -89,7 +99,7 @@ TEST_F(BackgroundWork, RunsHoweverManyOthersHang) {
     for (int i = 0; i < hanging; ++i) {
         runLoop_.background([&] {
             ++hung_;
-            released_.wait();
+            waitFor(released_);
         });
     }
     for (int i = 0; i < 3; ++i) {
@@ -135,7 +145,7 @@ TEST_F(BackgroundWork, LeavesNoThreadBehind) {
     };
     const auto before = threads();
     for (int i = 0; i < 4; ++i) {
-        runLoop_.background([&] { released_.wait(); });
+        runLoop_.background([&] { waitFor(released_); });
     }
     EXPECT_EQ(threads(), before + 4);
     released_.count_down();
@@ -148,7 +158,7 @@ class HangingChildren final : public ChildProcesses {
   public:
     std::optional<ChildResult> run(const std::string&, const std::vector<std::string>&,
                                    ChildStreams) override {
-        released.wait();
+        waitFor(released);
         return ChildResult{.output = "TOTAL RECLAIMABLE 4.7 GB\n"};
     }
     bool start(const std::string&, const std::vector<std::string>&) override { return false; }
