@@ -148,7 +148,8 @@ TEST_F(DiskReclaim, ARunClearsWithBothFlagsAndReportsTheGain) {
     ASSERT_EQ(runs().size(), 1U);
     EXPECT_THAT(runs()[0].arguments, ElementsAre(script, "--go", "--yes"));
     EXPECT_FALSE(*model->reclaiming);
-    EXPECT_THAT(**model->reclaimResult, testing::StartsWith("reclaimed 2.0 GB · "));
+    EXPECT_THAT(*model->reclaimResult,
+                testing::Optional(testing::StartsWith("reclaimed 2.0 GB · ")));
 }
 
 TEST_F(DiskReclaim, ARunSamplesBeforeAndAfterAndRefreshesAtItsEnd) {
@@ -233,7 +234,8 @@ TEST_F(DiskReclaim, ARunDuringAPreviewIsAllowedAndBothFinish) {
     settle();
     EXPECT_EQ(runs().size(), 2U);
     EXPECT_EQ(*model->reclaimPreview, "1 GB");
-    EXPECT_THAT(**model->reclaimResult, testing::StartsWith("reclaimed 2.0 GB · "));
+    EXPECT_THAT(*model->reclaimResult,
+                testing::Optional(testing::StartsWith("reclaimed 2.0 GB · ")));
     EXPECT_FALSE(*model->scanning);
     EXPECT_FALSE(*model->reclaiming);
 }

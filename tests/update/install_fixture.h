@@ -89,7 +89,7 @@ class Install : public testing::Test {
     void expectNothingChanged() {
         EXPECT_EQ(simulated.fileManager.folders, std::set<std::string>{kRunning});
         EXPECT_THAT(simulated.files.contents, testing::IsEmpty());
-        EXPECT_FALSE(simulated.defaults.has("pendingReleaseNotes"));
+        EXPECT_THAT(simulated.defaults.values, testing::IsEmpty());
         EXPECT_EQ(updater->pending, release());
     }
 

@@ -67,6 +67,12 @@ TEST_F(Install, NotesAreHandedOverBeforeTheStateSaysReady) {
     }
 }
 
+TEST_F(Install, NothingButTheNotesIsStored) {
+    install();
+    ASSERT_EQ(states.back(), kReady);
+    EXPECT_THAT(simulated.defaults.values, ElementsAre(testing::Key("pendingReleaseNotes")));
+}
+
 TEST_F(Install, WithoutAWholeDownloadItEnds) {
     const std::optional<platform::SimulatedHttp::Answer> kAnswers[] = {
         std::nullopt,   {{404, "zipped", 0}}, {{500, "zipped", 0}}, {{206, "zipped", 0}},

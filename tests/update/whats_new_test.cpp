@@ -291,6 +291,31 @@ TEST_F(Greeting, DismissedItStaysAwayForThatBuildAndKeepsItsLines) {
     EXPECT_EQ(*whatsNew->kind, (Kind{KindCase::updated, "1.0.0"}));
 }
 
+TEST_F(Greeting, NothingIsStoredButThatItOpenedByItselfAndWhatWasSeen) {
+    const auto stored = [this] {
+        Lines keys;
+        for (const auto& [key, value] : simulated.defaults.values) {
+            keys.push_back(key);
+        }
+        return keys;
+    };
+    launch();
+    EXPECT_THAT(stored(), IsEmpty()) << "a welcome";
+    whatsNew->shouldAutoPresent();
+    EXPECT_THAT(stored(), ElementsAre("whatsNewAutoShownBuild"));
+    whatsNew->dismiss();
+    EXPECT_THAT(stored(), ElementsAre("seenBuild", "seenVersion", "whatsNewAutoShownBuild"));
+    simulated.bundle.info["CFBundleVersion"] = "101";
+    handOver("- One");
+    launch();
+    EXPECT_EQ(whatsNew->kind->value, KindCase::updated);
+    feed(101, "Two");
+    launch();
+    simulated.runLoop.advance(1);
+    EXPECT_THAT(*whatsNew->notes, ElementsAre("Two"));
+    EXPECT_THAT(stored(), ElementsAre("seenBuild", "seenVersion", "whatsNewAutoShownBuild"));
+}
+
 TEST_F(Greeting, IsStoredAsSeenBeforeItGoes) {
     launch();
     Lines steps;
