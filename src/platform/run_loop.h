@@ -33,8 +33,8 @@ class RunLoop {
     [[nodiscard]] virtual std::unique_ptr<Timer> every(double seconds, Work work) = 0;
 
     /// Runs `work` on a thread of its own, at once: however many others are still at work, and
-    /// whether or not they ever end. For what the user has asked for and waits for, so at no lower
-    /// priority than the main thread's.
+    /// whether or not they ever end; while no thread can be started, as soon as one can. For what
+    /// the user has asked for and waits for, so at no lower priority than the main thread's.
     virtual void background(Work work) = 0;
 
     /// Ends the main loop after the current turn, as the user's "Quit" does.

@@ -4,11 +4,11 @@
 #include <chrono>
 #include <cmath>
 #include <ctime>
-#include <limits>
 #include <utility>
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
+#include <QThread>
 #include <QTimer>
 
 #ifdef __linux__
@@ -109,15 +109,12 @@ void raisePriority() {
 } // namespace
 
 QtRunLoop::QtRunLoop(Work end)
-    : end_(end ? std::move(end) : Work([] { QCoreApplication::exit(0); })) {
-    // The library's limit is the number of processors, and work beyond it would wait for work that
-    // may never end.
-    pool_.setMaxThreadCount(std::numeric_limits<int>::max());
-    pool_.setExpiryTimeout(0); // a thread that is done goes away; there is one a click at most
-}
+    : end_(end ? std::move(end) : Work([] { QCoreApplication::exit(0); })) {}
 
 QtRunLoop::~QtRunLoop() {
-    pool_.waitForDone();
+    for (QThread* thread : mainThread_.findChildren<QThread*>()) {
+        thread->wait();
+    }
 }
 
 void QtRunLoop::async(Work work) {
@@ -137,10 +134,19 @@ std::unique_ptr<Timer> QtRunLoop::every(double seconds, Work work) {
 }
 
 void QtRunLoop::background(Work work) {
-    pool_.start([run = std::move(work)] {
+    // No pool: one of the library's would forget the work for which it cannot start a thread.
+    QThread* thread = QThread::create([work] {
         raisePriority();
-        run();
+        work();
     });
+    thread->setParent(&mainThread_);
+    QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    thread->start();
+    if (!thread->isRunning() && !thread->isFinished()) {
+        constexpr double kPause = 1; // seconds
+        delete thread;
+        after(kPause, [this, later = std::move(work)] { background(later); });
+    }
 }
 
 void QtRunLoop::terminate() {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QObject>
-#include <QThreadPool>
 
 #include "platform/run_loop.h"
 
@@ -25,8 +24,7 @@ class QtRunLoop final : public RunLoop {
 
   private:
     const Work end_;
-    QObject mainThread_; ///< lives in the thread that runs the work
-    QThreadPool pool_;
+    QObject mainThread_; ///< lives in the thread that runs the work; has those of the background
 };
 
 } // namespace korvel::platform

@@ -18,6 +18,8 @@
 #ifdef __linux__
 #include <sched.h>
 #include <sys/resource.h>
+
+#include "support/no_threads.h"
 #else
 #include <pthread.h>
 #endif
@@ -137,6 +139,19 @@ TEST_F(BackgroundWork, IsOfThePriorityOfWhatAUserWaitsFor) {
 }
 
 #ifdef __linux__
+TEST_F(BackgroundWork, RunsOnceAThreadCanBeStarted) {
+    {
+        const NoThreads refused;
+        runLoop_.background([&] {
+            EXPECT_NE(QThread::currentThread(), application_.thread());
+            runLoop_.async([&] { ++done_; });
+        });
+        QCoreApplication::processEvents();
+        EXPECT_EQ(done_, 0);
+    }
+    EXPECT_TRUE(runUntil([&] { return done_ == 1; }));
+}
+
 TEST_F(BackgroundWork, LeavesNoThreadBehind) {
     const auto threads = [] {
         return QDir(QStringLiteral("/proc/self/task"))
