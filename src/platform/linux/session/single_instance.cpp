@@ -3,21 +3,17 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/eventfd.h>
 #include <sys/file.h>
 #include <unistd.h>
 
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
 #include <QEventLoop>
-#include <QSocketNotifier>
 #include <QTimer>
 
 #include "platform/identity.h"
@@ -76,10 +72,12 @@ SingleInstance::SingleInstance(Activated activated, Patience patience)
 SingleInstance::~SingleInstance() = default;
 
 bool SingleInstance::acquire(Start start, const LaunchToken& token) {
-    if (!QDBusConnection::sessionBus().isConnected()) {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    QDBusConnectionInterface* const names = bus.interface(); // null also where the bus refused
+    if (!bus.isConnected() || names == nullptr) {
         return acquireLock(start);
     }
-    const bool only = acquireName(start, token);
+    const bool only = acquireName(*names, start, token);
     if (only) {
         tryLock(); // whether or not it is free: the name decides
         connect(&SessionBus::ofProgram(), &SessionBus::returned, this, &SingleInstance::useBus,
@@ -88,11 +86,11 @@ bool SingleInstance::acquire(Start start, const LaunchToken& token) {
     return only;
 }
 
-bool SingleInstance::acquireName(Start start, const LaunchToken& token) {
+bool SingleInstance::acquireName(QDBusConnectionInterface& names, Start start,
+                                 const LaunchToken& token) {
     QDBusConnection bus = QDBusConnection::sessionBus();
     // The object is registered before the name, so that no call comes before it.
     bus.registerObject(objectPath(), this, QDBusConnection::ExportScriptableSlots);
-    QDBusConnectionInterface& names = *bus.interface();
     QEventLoop loop;
     bool owner = false;
     connect(&names, &QDBusConnectionInterface::serviceRegistered, &loop, [&](const QString& name) {
@@ -171,28 +169,19 @@ bool SingleInstance::tryLock() {
 }
 
 bool SingleInstance::waitForLock() {
-    // Only a thread that is stopped is told of a lock that comes free, and it cannot be called off:
-    // it has descriptors of its own, and may outlast this.
-    const auto told = std::make_shared<FileDescriptor>(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    auto waited = std::make_shared<FileDescriptor>(::fcntl(lock_.get(), F_DUPFD_CLOEXEC, 0));
-    if (!*told || !*waited) {
-        return false;
-    }
-    std::thread([told, waited = std::move(waited)] {
-        int result = 0;
-        do {
-            result = ::flock(waited->get(), LOCK_EX);
-        } while (result != 0 && errno == EINTR);
-        const std::uint64_t once = 1;
-        [[maybe_unused]] const ssize_t written = ::write(told->get(), &once, sizeof once);
-    }).detach();
+    // A lock that comes free is told only to a thread that stands still for it, which may be one
+    // that cannot be started.
+    constexpr std::chrono::milliseconds kPause(50);
     QEventLoop loop;
     bool locked = false;
-    const QSocketNotifier notifier(told->get(), QSocketNotifier::Read);
-    connect(&notifier, &QSocketNotifier::activated, &loop, [&] {
-        locked = true;
-        loop.quit();
+    QTimer again;
+    again.callOnTimeout(&loop, [&] {
+        locked = ::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0;
+        if (locked) {
+            loop.quit();
+        }
     });
+    again.start(kPause);
     runFor(loop, patience_.end);
     return locked;
 }

@@ -10,7 +10,7 @@
 #include "platform/linux/session/launch_token.h"
 #include "platform/posix/file_descriptor.h"
 
-class QEventLoop;
+class QDBusConnectionInterface;
 
 namespace korvel::platform {
 
@@ -58,7 +58,7 @@ class SingleInstance final : public QObject {
     Activate(const QVariantMap& platformData); // NOLINT: the interface's name
 
   private:
-    bool acquireName(Start start, const LaunchToken& token);
+    bool acquireName(QDBusConnectionInterface& names, Start start, const LaunchToken& token);
     bool acquireLock(Start start);
     bool tryLock();
     bool waitForLock();

@@ -14,6 +14,7 @@
 #include "platform/linux/session/single_instance.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/status_bar.h"
+#include "support/no_threads.h"
 #include "support/temp_tree.h"
 
 namespace {
@@ -68,6 +69,15 @@ TEST_F(InstanceLock, OneThatRelaunchesIsWaitedFor) {
     QTimer::singleShot(100, &next, [&other] { other.reset(); });
     EXPECT_TRUE(next.acquire(Start::relaunch));
     EXPECT_TRUE(locked()) << "as long as the program runs";
+}
+
+TEST_F(InstanceLock, OneThatRelaunchesIsWaitedForWhereNoThreadCanBeStarted) {
+    const NoThreads refused;
+    FileDescriptor other = lockedByAnother();
+    SingleInstance next([](const ActivationRequest&) {});
+    QTimer::singleShot(100, &next, [&other] { other.reset(); });
+    EXPECT_TRUE(next.acquire(Start::relaunch));
+    EXPECT_TRUE(locked());
 }
 
 TEST_F(InstanceLock, OneThatRelaunchesAndDoesNotEndIsWaitedForNoLongerThanThat) {
