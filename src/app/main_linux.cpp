@@ -20,6 +20,7 @@
 #include "platform/linux/kernel/linux_processes.h"
 #include "platform/linux/kernel/own_memory.h"
 #include "platform/linux/kernel/process_status.h"
+#include "platform/linux/kernel/spare_threads.h"
 #include "platform/linux/session/desktop_notifications.h"
 #include "platform/linux/session/desktop_power.h"
 #include "platform/linux/session/environment.h"
@@ -54,6 +55,9 @@ using namespace korvel;
 
 constexpr double kLaunchedAfter =
     15; // seconds; then the memory that only the launch used is given back
+
+/// That a launch starts: for the display two at most, for the buses one.
+constexpr int kThreadsOfLaunch = 3;
 
 constexpr double kOpenedAfter = 1.2; // seconds; then the icon has its place in the panel
 
@@ -105,6 +109,11 @@ int main(int, char** argv) {
     platform::takeQtMessages(heedLostCompositor);
     platform::TerminationSignals terminationSignals;
 
+    // Qt waits without end for a thread that cannot be started, and heeds no signal meanwhile.
+    if (!platform::threadsAreToBeHad(kThreadsOfLaunch)) {
+        qWarning("The program cannot run: no more threads can be started");
+        return EXIT_FAILURE;
+    }
     platform::PosixChildProcesses childProcesses; // ahead of what is changed for this process alone
     const platform::DisplayChoice display = platform::prepareDisplay(executable);
     platform::prepareEnvironment(executable);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/linux/kernel/own_memory.h"
+#include "platform/linux/kernel/spare_threads.h"
 #include "platform/linux/session/desktop_appearance.h"
 #include "platform/linux/session/layer_surface.h"
 #include "platform/linux/session/replaced_toolkit.h"
@@ -57,16 +58,18 @@ PopoverPlacing x11Placing() {
 std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root, Words words,
                                                     platform::DisplayChoice display,
                                                     std::function<void()> startAnew) {
-    PopoverDesktop desktop{.words = std::move(words),
-                           .awakeWords = linuxAwakeWords,
-                           .appearance = std::make_unique<platform::DesktopAppearance>(),
-                           .released =
-                               [] {
-                                   forgetViews();
-                                   platform::giveMemoryBack();
-                               },
-                           .blendsWindows = platform::desktopBlendsWindows,
-                           .declareShadow = nullptr};
+    PopoverDesktop desktop{
+        .words = std::move(words),
+        .awakeWords = linuxAwakeWords,
+        .appearance = std::make_unique<platform::DesktopAppearance>(),
+        .released =
+            [] {
+                forgetViews();
+                platform::giveMemoryBack();
+            },
+        .blendsWindows = platform::desktopBlendsWindows,
+        .declareShadow = nullptr,
+        .threadsAreToBeHad = [] { return platform::threadsAreToBeHad(PopoverViews::kThreads); }};
     if (startAnew) {
         desktop.startsAnew = [startAnew = std::move(startAnew)] {
             const bool replaced = platform::toolkitWasReplaced();

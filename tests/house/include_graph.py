@@ -44,7 +44,9 @@ ROOMS = {
 
 # What of a backend its composition roots and the tools may name; the rest is the backend's own.
 FACES = {
-    "platform/linux/kernel": {"linux_machine.h", "linux_processes.h", "own_memory.h", "process_status.h"},
+    "platform/linux/kernel": {
+        "linux_machine.h", "linux_processes.h", "own_memory.h", "process_status.h", "spare_threads.h",
+    },
     "platform/linux/session": {
         "desktop_appearance.h", "desktop_notifications.h", "desktop_power.h", "display_choice.h", "environment.h",
         "launch_token.h", "layer_surface.h", "linux_workspace.h", "replaced_toolkit.h",
@@ -188,7 +190,7 @@ OUTSIDE = {
     },
     "platform/linux/session": FILE | {
         "LayerShellQt/Window", "ext-idle-notify-v1.h", "idle-inhibit-unstable-v1.h", "poll.h",
-        "sys/eventfd.h", "sys/file.h", "sys/socket.h", "sys/un.h", "systemd/sd-bus.h", "wayland-client.h",
+        "sys/file.h", "sys/socket.h", "sys/un.h", "systemd/sd-bus.h", "wayland-client.h",
         "xcb/screensaver.h", "xcb/shape.h", "xcb/xcb.h", "xcb/xinput.h", "xdg-output-unstable-v1.h",
     }
     | QT_CORE | QT_GUI | QT_WIDGETS | QT_DBUS,

@@ -3,7 +3,7 @@
 import json
 import os
 
-from trial import check, equal, fault, wait_for
+from trial import START, check, equal, fault, wait_for
 
 ACCOUNT = 'mount -t tmpfs tmpfs "$(getent passwd "$(id -u)" | cut -d: -f6)"'
 
@@ -95,5 +95,22 @@ def survives_greeting(trial):
     wait_for("the greeting", trial.place.popover)
     trial.place.activate()
     wait_for("the closed popover", lambda: not trial.place.popover())
+    trial.works()
+    trial.quits()
+
+
+@fault("the parts of Qt that the popover is made of cannot be found",
+       "it does not open, and the program samples on; once they are there it opens",
+       during="mount -t tmpfs tmpfs /usr/lib/*/qt6/qml")
+def no_parts_of_qt(trial):
+    trial.start()
+    trial.shows_the_score()
+    trial.strike()
+    try:
+        trial.place.spawn(["sh", "-c", START]).wait(10)
+        trial.goes_on_sampling()
+        check(not trial.place.popover(), "it opened")
+    finally:
+        trial.shell("umount /usr/lib/*/qt6/qml")
     trial.works()
     trial.quits()

@@ -30,7 +30,9 @@ void HostedPopover::show(platform::StatusItem& item, const platform::ActivationR
         return;
     }
     views_.frame().setMaximumHeight(popoverMaximumHeight(host_.visibleScreenHeight()));
-    views_.prepare();
+    if (!views_.prepare()) {
+        return;
+    }
     resize();
     host_.popover->show(item, request);
     if (shown()) {

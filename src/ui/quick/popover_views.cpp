@@ -11,6 +11,7 @@
 #include <QQuickItem>
 #include <QQuickView>
 #include <QSGRendererInterface>
+#include <QThreadPool>
 
 #include "ui/content/content_view.h"
 #include "ui/quick/register_views.h"
@@ -18,6 +19,15 @@
 namespace korvel {
 
 namespace {
+
+/// Qt fills shapes of many edges on threads of its pool, and waits without end for one that cannot
+/// be started when it is needed. So one is started here, and stays until the pool is let go.
+void keepAThreadForPainting() {
+    QThreadPool& pool = *QThreadPool::globalInstance();
+    pool.setMaxThreadCount(1);
+    pool.setExpiryTimeout(-1);
+    pool.start([] {});
+}
 
 /// Tells when the pixels of its window's screen are other ones.
 class ScaleWatch : public QQuickItem {
@@ -50,11 +60,11 @@ PopoverViews::PopoverViews(ContentView& root, Options options)
 
 PopoverViews::~PopoverViews() = default;
 
-void PopoverViews::prepare() {
+bool PopoverViews::prepare() {
     unloading_.stop();
     style_.update();
-    if (!view_) {
-        load();
+    if (!view_ && !load()) {
+        return false;
     }
     frame_.setAnimated(false);
     followScale();
@@ -62,6 +72,7 @@ void PopoverViews::prepare() {
     Q_EMIT frame_.layOut();
     frame_.setAnimated(true);
     fit();
+    return true;
 }
 
 void PopoverViews::show() {
@@ -109,7 +120,12 @@ bool PopoverViews::eventFilter(QObject* watched, QEvent* event) {
     return false;
 }
 
-void PopoverViews::load() {
+bool PopoverViews::load() {
+    if (options_.threadsAreToBeHad && !options_.threadsAreToBeHad()) {
+        qWarning("The popover cannot be opened: no more threads can be started");
+        return false;
+    }
+    keepAThreadForPainting();
     // Drawn by the processor: a window this small needs no graphics driver, and its memory.
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     registerViews();
@@ -125,12 +141,18 @@ void PopoverViews::load() {
                                  {QStringLiteral("frame"), QVariant::fromValue(&frame_)}});
     followScale();
     view_->engine()->setProperty(ScreenScale::kEngineProperty, QVariant::fromValue(&screenScale_));
-    view_->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverRoot.qml")));
+    view_->setSource(options_.source);
+    if (view_->rootObject() == nullptr) { // the view has said what is wrong
+        qWarning("The popover cannot be opened: its views cannot be loaded");
+        unload();
+        return false;
+    }
     new ScaleWatch(view_->contentItem(), [this] { followScale(); }); // which the parent takes
     view_->installEventFilter(this);
     connect(view_.get(), &QWindow::widthChanged, this, &PopoverViews::drawAllAnew);
     connect(view_.get(), &QWindow::heightChanged, this, &PopoverViews::drawAllAnew);
     Q_EMIT loaded();
+    return true;
 }
 
 /// A window of another size has another picture, in memory that holds the old one in rows of
@@ -150,7 +172,8 @@ void PopoverViews::unload() {
     Q_EMIT unloading();
     view_.reset();
     bridge_.reset();
-    frame_.setMenuShown(false); // which may have been open to the end
+    QThreadPool::globalInstance()->waitForDone(); // and its thread ends
+    frame_.setMenuShown(false);                   // which may have been open to the end
 }
 
 void PopoverViews::contentWillChange() {

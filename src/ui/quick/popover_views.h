@@ -1,11 +1,13 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 
 #include <QObject>
 #include <QSize>
 #include <QTimer>
+#include <QUrl>
 
 #include "base/observable.h"
 #include "platform/appearance.h"
@@ -37,7 +39,14 @@ class PopoverViews final : public QObject {
         std::unique_ptr<platform::Appearance> appearance = nullptr;
         /// How long they stay after they were hidden, for whoever looks again at once.
         std::chrono::milliseconds keptLoaded = std::chrono::seconds(10);
+        /// Asked before they are loaded: whether as many threads can be started as that takes
+        /// (`kThreads`). Qt would wait without end for one that cannot. Empty: they can.
+        std::function<bool()> threadsAreToBeHad = nullptr;
+        QUrl source = QUrl(QStringLiteral("qrc:/qt/qml/Korvel/PopoverRoot.qml"));
     };
+
+    /// While they are loaded: one that reads them, and one that fills shapes of many edges.
+    static constexpr int kThreads = 2;
 
     /// `root` outlives the views.
     PopoverViews(ContentView& root, Options options);
@@ -47,8 +56,9 @@ class PopoverViews final : public QObject {
     PopoverFrame& frame() { return frame_; }
 
     /// Makes them ready to be shown, with the content and in the size of now: what has changed
-    /// since they were last shown is not seen to change. Loads them where they are not.
-    void prepare();
+    /// since they were last shown is not seen to change. Loads them where they are not. False: they
+    /// cannot be loaded now, a message of Qt says why, and there is no window.
+    bool prepare();
     /// Once they are prepared.
     void show();
     /// Also where they were prepared and then not shown.
@@ -80,7 +90,7 @@ class PopoverViews final : public QObject {
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
-    void load();
+    bool load();
     void unload();
     void contentWillChange();
     void render();

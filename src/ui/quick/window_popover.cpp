@@ -43,10 +43,12 @@ QScreen* screenOf(const QRect& anchor) {
 } // namespace
 
 WindowPopover::WindowPopover(ContentView& root, PopoverDesktop desktop)
-    : desktop_(std::move(desktop)), views_(root, {.words = desktop_.words,
-                                                  .flags = kTool,
-                                                  .awakeWords = desktop_.awakeWords,
-                                                  .appearance = std::move(desktop_.appearance)}) {
+    : desktop_(std::move(desktop)),
+      views_(root, {.words = desktop_.words,
+                    .flags = kTool,
+                    .awakeWords = desktop_.awakeWords,
+                    .appearance = std::move(desktop_.appearance),
+                    .threadsAreToBeHad = desktop_.threadsAreToBeHad}) {
     connect(&views_, &PopoverViews::loaded, this, &WindowPopover::loaded);
     connect(&views_, &PopoverViews::unloading, this, &WindowPopover::unloading);
     connect(&views_, &PopoverViews::rendered, this, &WindowPopover::dress);
@@ -75,7 +77,10 @@ void WindowPopover::show(platform::StatusItem& item, const platform::ActivationR
         standsOn_ = desktop_.stand->open(request.place, [this] { close(); });
     }
     place(); // on its screen, before it takes its size there
-    views_.prepare();
+    if (!views_.prepare()) {
+        close();
+        return;
+    }
     place();
     if (desktop_.placing) {
         desktop_.placing->aboutToShow(*views_.window(), request);

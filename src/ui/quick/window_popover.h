@@ -82,6 +82,8 @@ struct PopoverDesktop {
     /// Asked before the views are loaded, for which parts of Qt are read: whether these would no
     /// longer fit, and the program is about to be started anew instead. Empty: they fit.
     std::function<bool()> startsAnew{};
+    /// Asked before the views are loaded; see `PopoverViews::Options`.
+    std::function<bool()> threadsAreToBeHad{};
 };
 
 /// The popover where the desktop has none: the views in a frameless window at the status item.

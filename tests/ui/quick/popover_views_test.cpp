@@ -1,6 +1,8 @@
 #include "ui/quick/popover_views.h"
 
 #include <cstddef>
+#include <filesystem>
+#include <iterator>
 
 #include <gtest/gtest.h>
 #ifdef __SANITIZE_ADDRESS__
@@ -25,6 +27,7 @@
 #include <QQuickItem>
 #include <QQuickView>
 #include <QScreen>
+#include <QThreadPool>
 #include <QTimer>
 #include <QVariantAnimation>
 
@@ -125,6 +128,60 @@ TEST_F(Views, LeaveNoTypesBehindEachTimeTheyAreLetGo) {
     EXPECT_EQ(loaded, kTimes + 2);
 }
 #endif
+
+#ifdef __linux__
+auto threads() {
+    namespace fs = std::filesystem;
+    return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
+}
+
+TEST_F(Views, StartAllTheirThreadsWhenTheyAreLoadedAndEndThemWhenTheyAreLetGo) {
+    QThreadPool::globalInstance()->waitForDone(); // that of views which were never let go
+    const auto before = threads();
+    views.prepare();
+    EXPECT_EQ(threads(), before + PopoverViews::kThreads);
+    views.show();
+    for (const Snapshot& reading : {strainedReading(), healthyReading()}) {
+        stage.show(reading);
+        stage.root.toggleBreakdown();
+        turn();
+        views.window()->grabWindow();
+    }
+    EXPECT_EQ(threads(), before + PopoverViews::kThreads);
+    views.hide();
+    turn();
+    ASSERT_EQ(views.window(), nullptr);
+    EXPECT_EQ(threads(), before);
+}
+#endif
+
+TEST_F(Views, AreNotLoadedWhileNoThreadIsToBeHadForThem) {
+    bool hadThreads = false;
+    PopoverViews refused(stage.root, {.words = [](std::string text) { return text; },
+                                      .flags = Qt::FramelessWindowHint,
+                                      .threadsAreToBeHad = [&] { return hadThreads; }});
+    EXPECT_FALSE(refused.prepare());
+    EXPECT_EQ(refused.window(), nullptr);
+    hadThreads = true;
+    EXPECT_TRUE(refused.prepare());
+    ASSERT_NE(refused.window(), nullptr);
+    hadThreads = false;
+    EXPECT_TRUE(refused.prepare()) << "they are loaded";
+}
+
+TEST_F(Views, ThatCannotBeLoadedAreNoWindow) {
+    PopoverViews broken(stage.root,
+                        {.words = [](std::string text) { return text; },
+                         .flags = Qt::FramelessWindowHint,
+                         .source = QUrl(QStringLiteral("qrc:/qt/qml/Korvel/None.qml"))});
+    int events = 0;
+    QObject::connect(&broken, &PopoverViews::loaded, [&] { ++events; });
+    EXPECT_FALSE(broken.prepare());
+    EXPECT_EQ(broken.window(), nullptr);
+    EXPECT_FALSE(broken.shown());
+    EXPECT_EQ(events, 0);
+    EXPECT_FALSE(broken.prepare()) << "and are tried again";
+}
 
 TEST_F(Views, AreInTheirFinalSizeOnceTheyArePrepared) {
     views.prepare();

@@ -388,5 +388,35 @@ TEST_F(PlacedWindow, IsClosedByAButtonPressedElsewhereAndOnlyOnce) {
     EXPECT_EQ(told, "about ,shown,closed,");
 }
 
+TEST(ClosedWindow, OpensOnceThereAreThreadsForItsViews) {
+    Stage stage;
+    stage.show(healthyReading());
+    platform::SimulatedStatusBar bar;
+    const std::unique_ptr<platform::StatusItem> item = bar.makeStatusItem();
+    bool hadThreads = false;
+    std::string told;
+    PopoverDesktop desktop;
+    desktop.words = [](std::string text) { return text; };
+    desktop.threadsAreToBeHad = [&] { return hadThreads; };
+    desktop.stand = PopoverStand{.adopt = [&](QWindow&) { told += "adopted,"; },
+                                 .open = [&](auto, auto) -> QScreen* {
+                                     told += "opened,";
+                                     return nullptr;
+                                 },
+                                 .fit = [](QWindow&, const QMargins&) {},
+                                 .closed = [&] { told += "closed,"; }};
+    WindowPopover popover(stage.root, std::move(desktop));
+    popover.show(*item, {});
+    popover.activate({});
+    popover.makeKey();
+    popover.drawNow();
+    EXPECT_FALSE(popover.shown());
+    EXPECT_EQ(told, "opened,closed,");
+    hadThreads = true;
+    popover.show(*item, {});
+    EXPECT_TRUE(popover.shown());
+    EXPECT_EQ(told, "opened,closed,opened,adopted,");
+}
+
 } // namespace
 } // namespace korvel
