@@ -3,6 +3,7 @@
 import concurrent.futures
 import os
 import re
+import shutil
 import subprocess
 from pathlib import Path
 
@@ -52,6 +53,7 @@ class Room:
     def leave_out(self, source, sources, arguments):
         """Leaves out the mutants that do not compile."""
         tried = source / "build/mutants" / self.NAME / "tried"
+        shutil.rmtree(tried, ignore_errors=True)  # a header that is no longer the room's would be read from there
         by_path = {str(tried / one.name): one for one in sources}
         waiting = [path for path in by_path]
         while waiting:
