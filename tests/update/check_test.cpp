@@ -5,9 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/simulated/services.h"
-#include "update/update_printing.h"
-#include "update/updater.h"
+#include "update/check_fixture.h"
 
 namespace korvel {
 
@@ -19,37 +17,6 @@ using testing::IsEmpty;
 using State = Updater::State;
 
 constexpr double kDay = 86400;
-
-std::string feedOf(std::int64_t build, const std::string& version = "2.0",
-                   const std::string& notes = "- One") {
-    return R"({"version": ")" + version + R"(", "build": )" + std::to_string(build) +
-           R"(, "url": "https://host/a.zip", "sha256": "00", "notes": ")" + notes +
-           R"(", "minimumOS": "99.0"})";
-}
-
-class Check : public testing::Test {
-  protected:
-    void make() {
-        updater = std::make_shared<Updater>(simulated.services());
-        states.clear();
-        updater->state.didSet = [this] { states.push_back(*updater->state); };
-    }
-    void answers(std::string body, int status = 200, double delay = 0) {
-        simulated.http.document = platform::SimulatedHttp::Answer{status, std::move(body), delay};
-    }
-    /// Checks on the user's behalf and lets the answer come.
-    void check() {
-        updater->check(true);
-        simulated.runLoop.advance(0);
-    }
-    const SimulatedDefaults::Value& stored() {
-        return simulated.defaults.values["lastUpdateCheck"];
-    }
-
-    platform::SimulatedServices simulated;
-    std::shared_ptr<Updater> updater = std::make_shared<Updater>(simulated.services());
-    std::vector<State> states; ///< that were set
-};
 
 const State kChecking = update_state::Checking{};
 const State kIdle = update_state::Idle{};
@@ -309,6 +276,19 @@ TEST_F(Check, OfTwoAtOnceTheLaterEndWins) {
     updater->check(true);
     simulated.runLoop.advance(5);
     EXPECT_THAT(states, ElementsAre(kChecking, kChecking, kUnreachable, available("2.0")));
+}
+
+TEST_F(Check, OneThatIsUnderWayComesToItsEndThoughNobodyHoldsTheUpdater) {
+    answers(feedOf(100), 200, 5);
+    std::vector<bool> held;
+    const std::weak_ptr<Updater> weak = updater;
+    updater->check(true, [&] { held.push_back(!weak.expired()); });
+    updater.reset();
+    simulated.runLoop.advance(5);
+    EXPECT_THAT(held, ElementsAre(true));
+    EXPECT_EQ(std::get<double>(stored()), simulated.clock.now());
+    simulated.runLoop.advance(10);
+    EXPECT_TRUE(weak.expired());
 }
 
 TEST_F(Check, DoneIsCalledAtTheEnd) {

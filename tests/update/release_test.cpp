@@ -88,6 +88,14 @@ TEST(ReleaseFeed, UnknownKeysAndOrderDoNotMatter) {
             "huge": 123456789012345678901234567890, "build": 1, "version": ""})"));
 }
 
+TEST(ReleaseFeed, AKeyIsReadAsItIsWritten) {
+    const std::string rest = with("version", "").substr(1);
+    for (const char* key : {"Version", "VERSION", "version ", "versio"}) {
+        EXPECT_FALSE(decodeRelease("{\"" + std::string(key) + "\":\"2.0\"," + rest)) << key;
+    }
+    EXPECT_EQ(decodeRelease(R"({"\u0076ersion":"2.0",)" + rest)->version, "2.0") << "escaped";
+}
+
 TEST(ReleaseFeed, AKeyThatIsGivenTwiceCountsWithItsLastValue) {
     EXPECT_EQ(decodeRelease(with("build", R"(1, "build": 2)"))->build, 2);
     EXPECT_FALSE(decodeRelease(with("build", R"(1, "build": "2")")));

@@ -158,6 +158,30 @@ TEST(Spoken, SaysWhatTheDesktopShows) {
     EXPECT_EQ(spokenRow(thermal, linuxWords), "Thermal 15%, Linux thermal state: normal");
 }
 
+TEST(Spoken, EveryTextThatIsShownInTheDesktopsWordsIsSaidInThem) {
+    const auto words = [](const std::string& text) { return "<" + text + ">"; };
+    Content content = fair();
+    content.banner = {"Updated", "Was 1 · changed", {"Faster"}};
+    content.status.push_back({"", Ink::warn, "Disk · full", Ink::primary});
+    content.reclaimResult = "reclaimed · free";
+    const SpokenSections spoken = spokenSections(content, words);
+    EXPECT_EQ(spoken.banner, "<Updated>, <Was 1, changed>; <Faster>");
+    EXPECT_EQ(spoken.header, "<Health score 65>, <Fair>, <8 cores, 16 GB, up 3 days 4h>");
+    EXPECT_EQ(spoken.status, "<Nothing urgent>; <Disk · full>");
+    EXPECT_EQ(spoken.footer, "<Warden off>: <Watchdog is not running>");
+    EXPECT_EQ(spoken.result, "<reclaimed, free>");
+    EXPECT_EQ(spoken.heaviest, "Heaviest processes: browser, 3.42 GB; unnamed process, 0.20 GB");
+    EXPECT_EQ(spokenRow({"DISK", 5, "free · held", Ink::good, {}}, words),
+              "<disk> 5%, <free, held>");
+    EXPECT_EQ(spokenFactor(factor("Load", "−1"), words),
+              "<Load>, 1 point lost, <2.8 GB free to use, macOS is under pressure>");
+}
+
+TEST(Spoken, TextsAreInTheDesktopsWordsBeforeTheirDotsGo) {
+    const Row memory{"MEMORY", 5, "2.8 GB free to use · macOS is comfortable", Ink::good, {}};
+    EXPECT_EQ(spokenRow(memory, linuxWords), "Memory 5%, 2.8 GB free to use, Linux is comfortable");
+}
+
 TEST(Spoken, TheNameOfAProcessIsSaidAsItIs) {
     const std::string longest(255, 'W');
     for (const std::string& name : {longest, std::string("a · b 3d"), std::string("−12 —")}) {
