@@ -150,15 +150,11 @@ QImage TrayIconPainter::draw(const StatusTitle& title, int pixels) {
 }
 
 QImage TrayIconPainter::tile(const StatusTitle& title, int pixels) {
-    const Face face{.colour = title.colour, .awake = title.awake};
-    if (face_ != face) {
-        face_ = face;
-        tiles_.clear();
-    }
-    const auto found = std::find_if(tiles_.begin(), tiles_.end(), [pixels](const QImage& tile) {
+    std::vector<QImage>& tiles = tilesOf({.colour = title.colour, .awake = title.awake}).pictures;
+    const auto found = std::find_if(tiles.begin(), tiles.end(), [pixels](const QImage& tile) {
         return tile.width() == pixels;
     });
-    if (found != tiles_.end()) {
+    if (found != tiles.end()) {
         return *found;
     }
     QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
@@ -168,8 +164,22 @@ QImage TrayIconPainter::tile(const StatusTitle& title, int pixels) {
         painter.setRenderHint(QPainter::Antialiasing);
         drawTile(painter, pixels, title.awake, opaque(title.colour));
     }
-    tiles_.push_back(image);
+    tiles.push_back(image);
     return image;
+}
+
+TrayIconPainter::Tiles& TrayIconPainter::tilesOf(const Face& face) {
+    constexpr std::size_t kMostFaces = 3; // of 24 KB each in the sizes of a tray
+    const auto found = std::find_if(kept_.begin(), kept_.end(),
+                                    [&face](const Tiles& tiles) { return tiles.face == face; });
+    if (found != kept_.end()) {
+        std::rotate(kept_.begin(), found, found + 1);
+        return kept_.front();
+    }
+    if (kept_.size() == kMostFaces) {
+        kept_.pop_back();
+    }
+    return *kept_.insert(kept_.begin(), Tiles{.face = face, .pictures = {}});
 }
 
 void TrayIconPainter::drawNumber(QImage& image, std::string_view digits) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -17,8 +16,9 @@ namespace korvel::platform {
 /// a saucer, and the number is the same to the pixel. Transparent below 8 pixels.
 QImage drawTrayIcon(const StatusTitle& title, int pixels);
 
-/// Draws the same pictures, one after the other, and keeps what they share: the tile in each size
-/// and the digits. One that differs from the last only in its number costs a tenth of the first.
+/// Draws the same pictures, one after the other, and keeps what they share: the digits, and the
+/// tiles in each size of the last three colours, which are all that a score has. One that differs
+/// from those only in its number costs a tenth of the first.
 class TrayIconPainter {
   public:
     TrayIconPainter();
@@ -26,16 +26,21 @@ class TrayIconPainter {
     QImage draw(const StatusTitle& title, int pixels);
 
   private:
-    QImage tile(const StatusTitle& title, int pixels);
-    void drawNumber(QImage& image, std::string_view digits);
-
     struct Face {
         Colour colour;
         bool awake = false;
         bool operator==(const Face&) const = default;
     };
-    std::optional<Face> face_;  ///< of the tiles
-    std::vector<QImage> tiles_; ///< each of another size
+    struct Tiles {
+        Face face;
+        std::vector<QImage> pictures; ///< each of another size
+    };
+
+    QImage tile(const StatusTitle& title, int pixels);
+    Tiles& tilesOf(const Face& face);
+    void drawNumber(QImage& image, std::string_view digits);
+
+    std::vector<Tiles> kept_; ///< the last that were asked for first
     StrokeDigits digits_;
 };
 

@@ -308,6 +308,24 @@ TEST(TrayIconPainter, WhatItKeepsLooksAsIfItWerePaintedAnew) {
     }
 }
 
+TEST(TrayIconPainter, TheTilesOfTheLastThreeColoursAreKept) {
+    constexpr int kNoNumber = 7; // pixels: the picture is the tile
+    TrayIconPainter painter;
+    const auto tile = [&painter](std::uint8_t red) {
+        StatusTitle title = statusTitle(70, false);
+        title.colour = {static_cast<double>(red) / 255, 0, 0};
+        return painter.draw(title, kNoNumber);
+    };
+    const QImage first = tile(1);
+    const QImage second = tile(2);
+    const QImage third = tile(3);
+    EXPECT_EQ(tile(1).cacheKey(), first.cacheKey());
+    EXPECT_EQ(tile(2).cacheKey(), second.cacheKey());
+    tile(4);
+    EXPECT_NE(tile(3).cacheKey(), third.cacheKey()) << "it was the one of longest ago";
+    EXPECT_EQ(tile(2).cacheKey(), second.cacheKey());
+}
+
 TEST(TrayIconPainter, AnotherColourOfTheSameScoreIsPainted) {
     TrayIconPainter painter;
     StatusTitle title = statusTitle(70, false);
