@@ -49,26 +49,47 @@ std::vector<std::int32_t> ProcessTable::list() {
         std::sort(pids.begin(), pids.end());
     }
 
-    // Both are in order: one pass carries the known processes over and drops those that are gone.
-    std::vector<KeptProcess> present(pids.size());
-    auto known = processes_.begin();
-    for (std::size_t i = 0; i < pids.size(); ++i) {
-        for (; known != processes_.end() && known->pid < pids[i]; ++known) {
-            forget(*known);
-        }
-        if (known != processes_.end() && known->pid == pids[i]) {
-            present[i] = std::move(*known);
-            ++known;
-        } else {
-            present[i].pid = pids[i];
-        }
-    }
-    for (; known != processes_.end(); ++known) {
-        forget(*known);
-    }
-    processes_ = std::move(present);
+    dropAllBut(pids);
+    addMissing(pids);
     next_ = 0;
     return pids;
+}
+
+void ProcessTable::dropAllBut(const std::vector<std::int32_t>& pids) {
+    // Both are in order. What stays is not moved unless one before it has gone.
+    auto pid = pids.begin();
+    auto end = processes_.begin();
+    for (KeptProcess& process : processes_) {
+        while (pid != pids.end() && *pid < process.pid) {
+            ++pid;
+        }
+        if (pid == pids.end() || *pid != process.pid) {
+            forget(process);
+            continue;
+        }
+        if (&*end != &process) {
+            *end = std::move(process);
+        }
+        ++end;
+    }
+    processes_.erase(end, processes_.end());
+}
+
+void ProcessTable::addMissing(const std::vector<std::int32_t>& pids) {
+    const std::size_t known = processes_.size();
+    std::size_t next = 0; // of those that are known
+    for (const std::int32_t pid : pids) {
+        if (next < known && processes_[next].pid == pid) {
+            ++next;
+        } else {
+            processes_.emplace_back().pid = pid;
+        }
+    }
+    const auto byPid = [](const KeptProcess& a, const KeptProcess& b) { return a.pid < b.pid; };
+    // New ones have the highest numbers, until the numbers begin again.
+    if (!std::is_sorted(processes_.begin(), processes_.end(), byPid)) {
+        std::sort(processes_.begin(), processes_.end(), byPid);
+    }
 }
 
 KeptProcess& ProcessTable::find(std::int32_t pid) {

@@ -69,6 +69,9 @@ class ProcessTable {
     std::size_t keptDescriptors() const { return kept_; }
 
   private:
+    /// `pids` in order.
+    void dropAllBut(const std::vector<std::int32_t>& pids);
+    void addMissing(const std::vector<std::int32_t>& pids);
     std::optional<std::string_view> readSmall(int file);
     FileDescriptor open(std::int32_t pid, const char* name);
     void forget(KeptProcess& process);

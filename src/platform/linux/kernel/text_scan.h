@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -14,15 +15,12 @@ namespace korvel::platform {
 
 /// Takes the next word off `line`, past any blanks before it; empty at the end.
 inline std::string_view takeWord(std::string_view& line) {
-    constexpr std::string_view kBlanks = " \t";
-    const std::size_t start = line.find_first_not_of(kBlanks);
-    if (start == std::string_view::npos) {
-        line = {};
-        return {};
-    }
-    const std::size_t end = line.find_first_of(kBlanks, start);
-    const std::string_view word = line.substr(start, end - start);
-    line = end == std::string_view::npos ? std::string_view() : line.substr(end);
+    // A loop of its own: find_first_of calls the C library for each character.
+    const auto isBlank = [](char character) { return character == ' ' || character == '\t'; };
+    const auto start = std::find_if_not(line.begin(), line.end(), isBlank);
+    const auto end = std::find_if(start, line.end(), isBlank);
+    const std::string_view word(start, end);
+    line = std::string_view(end, line.end());
     return word;
 }
 

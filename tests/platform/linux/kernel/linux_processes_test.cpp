@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -274,6 +276,45 @@ TEST_F(ProcessTree, DescriptorsOfProcessesThatAreGoneAreClosed) {
     }
     EXPECT_EQ(processes_.listAllPids().size(), 10U);
     EXPECT_EQ(processes_.keptDescriptors(), 10U);
+}
+
+TEST_F(ProcessTree, ThoseThatStayAreKeptWhereverOthersComeAndGo) {
+    const std::vector<int> rounds[] = {{10, 20, 30, 40},
+                                       {20, 40},
+                                       {5, 20, 35, 40, 50},
+                                       {10, 20, 30, 40, 50},
+                                       {50},
+                                       {1, 2, 50, 60},
+                                       {60},
+                                       {2, 60},
+                                       {2, 3, 59, 60, 61}};
+    std::vector<int> before;
+    std::map<int, int> pagesOf;
+    int pages = 100;
+    for (const std::vector<int>& pids : rounds) {
+        for (const int pid : before) {
+            if (std::find(pids.begin(), pids.end(), pid) == pids.end()) {
+                tree_.remove("proc/" + std::to_string(pid));
+            }
+        }
+        std::map<std::int32_t, std::uint64_t> expected;
+        int anew = 0;
+        for (const int pid : pids) {
+            if (std::find(before.begin(), before.end(), pid) == before.end()) {
+                process(pid, "p", ++pages);
+                pagesOf[pid] = pages;
+                ++anew;
+            }
+            expected[pid] = static_cast<std::uint64_t>(pagesOf[pid]) * kPage;
+        }
+        const int opens = calls_.opens;
+        EXPECT_EQ(footprints(), expected);
+        EXPECT_EQ(processes_.keptDescriptors(), pids.size());
+        if (!before.empty()) {
+            EXPECT_EQ(calls_.opens - opens, anew) << "those that stayed were open";
+        }
+        before = pids;
+    }
 }
 
 TEST_F(ProcessTree, AKeptFileOfAProcessThatIsGoneMakesWayForItsSuccessor) {
