@@ -6,7 +6,8 @@
 
 namespace korvel::platform {
 
-std::optional<std::string_view> readWhole(FileCalls& calls, int file, std::string& buffer) {
+std::optional<std::string_view> readWhole(FileCalls& calls, int file, std::string& buffer,
+                                          HandedOver how, Enough enough) {
     constexpr std::size_t kFirstSize = 8192;
     constexpr std::size_t kLargest = std::size_t{16} << 20;
     if (buffer.size() < kFirstSize) {
@@ -21,7 +22,6 @@ std::optional<std::string_view> readWhole(FileCalls& calls, int file, std::strin
             }
             buffer.resize(buffer.size() * 2);
         }
-        // The kernel may hand a long file over in several pieces, so only a 0 is the end.
         const ssize_t got = calls.readAt(file, buffer.data() + used, buffer.size() - used,
                                          static_cast<off_t>(used));
         if (got < 0 && errno == EINTR) {
@@ -30,10 +30,12 @@ std::optional<std::string_view> readWhole(FileCalls& calls, int file, std::strin
         if (got < 0) {
             return std::nullopt;
         }
-        if (got == 0) {
-            return std::string_view(buffer).substr(0, used);
-        }
         used += static_cast<std::size_t>(got);
+        const std::string_view text = std::string_view(buffer).substr(0, used);
+        const bool isEnd = got == 0 || (how == HandedOver::atOnce && used < buffer.size());
+        if (isEnd || (enough != nullptr && enough(text))) {
+            return text;
+        }
     }
 }
 
@@ -43,11 +45,12 @@ std::string readOnce(FileCalls& calls, const std::string& path, std::string& buf
     return std::string(text.value_or(std::string_view()));
 }
 
-std::optional<std::string_view> KeptFile::read(std::string& buffer) {
+std::optional<std::string_view> KeptFile::read(std::string& buffer, Enough enough) {
     if (!file_ && !open()) {
         return std::nullopt;
     }
-    const std::optional<std::string_view> text = readWhole(*calls_, file_.get(), buffer);
+    const std::optional<std::string_view> text =
+        readWhole(*calls_, file_.get(), buffer, how_, enough);
     if (!text && errno == ENODEV) {
         // What the file told about is gone; the same path may come to stand for another device.
         file_.reset();

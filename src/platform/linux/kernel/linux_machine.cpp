@@ -113,8 +113,9 @@ class LinuxMachine::Reading final : public MachineReading {
 
     /// What the text of a file says; the empty record when the file cannot be read.
     template <typename Parse>
-    auto parsed(KeptFile& file, Parse parse) -> decltype(parse(std::string_view())) {
-        const std::optional<std::string_view> text = file.read(machine_.buffer_);
+    auto parsed(KeptFile& file, Parse parse, Enough enough = nullptr)
+        -> decltype(parse(std::string_view())) {
+        const std::optional<std::string_view> text = file.read(machine_.buffer_, enough);
         return text ? parse(*text) : decltype(parse(*text))();
     }
 
@@ -163,7 +164,7 @@ class LinuxMachine::Reading final : public MachineReading {
         auto statistics = platform::vmStatistics(*memory, compressed, pageSize());
         if (statistics) {
             // A kernel without swap has no such line.
-            const auto swapouts = parsed(machine_.vmstatFile_, parseSwapouts);
+            const auto swapouts = parsed(machine_.vmstatFile_, parseSwapouts, tellsSwapouts);
             statistics->swapouts = machine_.swapouts_.count(swapouts, pageSize());
         }
         return statistics;
@@ -185,9 +186,9 @@ class LinuxMachine::Reading final : public MachineReading {
 LinuxMachine::LinuxMachine(const std::string& root, std::string dataPath, FileCalls& calls,
                            SteadyClock now)
     : dataVolume_(std::move(dataPath)), meminfoFile_(calls, rootFolder(root) + "proc/meminfo"),
-      zfsFile_(calls, rootFolder(root) + "proc/spl/kstat/zfs/arcstats"),
+      zfsFile_(calls, rootFolder(root) + "proc/spl/kstat/zfs/arcstats", HandedOver::inPieces),
       statFile_(calls, rootFolder(root) + "proc/stat"),
-      vmstatFile_(calls, rootFolder(root) + "proc/vmstat"),
+      vmstatFile_(calls, rootFolder(root) + "proc/vmstat", HandedOver::inPieces),
       loadFile_(calls, rootFolder(root) + "proc/loadavg"),
       onlineFile_(calls, rootFolder(root) + "sys/devices/system/cpu/online"),
       zram_(calls, rootFolder(root)), swapouts_(calls, rootFolder(root), zram_),

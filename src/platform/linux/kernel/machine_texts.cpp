@@ -9,6 +9,22 @@
 
 namespace korvel::platform {
 
+namespace {
+
+constexpr std::string_view kSwapouts = "pswpout ";
+
+/// The first line of that name, which is there to its end.
+std::optional<std::string_view> swapoutLine(std::string_view text) {
+    std::size_t found = text.find(kSwapouts);
+    while (found != std::string_view::npos && found > 0 && text[found - 1] != '\n') {
+        found = text.find(kSwapouts, found + 1);
+    }
+    text.remove_prefix(std::min(found, text.size()));
+    return takeLine(text);
+}
+
+} // namespace
+
 std::optional<int> countProcessors(std::string_view list) {
     constexpr int kMost = 1 << 20;
     std::optional<std::string_view> line = takeLine(list);
@@ -45,13 +61,12 @@ std::optional<std::array<double, 3>> parseLoadAverages(std::string_view text) {
 }
 
 std::optional<std::uint64_t> parseSwapouts(std::string_view text) {
-    constexpr std::string_view kField = "pswpout ";
-    while (const std::optional<std::string_view> line = takeLine(text)) {
-        if (line->substr(0, kField.size()) == kField) {
-            return wholeNumber<std::uint64_t>(line->substr(kField.size()));
-        }
-    }
-    return std::nullopt;
+    std::optional<std::string_view> line = swapoutLine(text);
+    return line ? wholeNumber<std::uint64_t>(line->substr(kSwapouts.size())) : std::nullopt;
+}
+
+bool tellsSwapouts(std::string_view text) {
+    return swapoutLine(text).has_value();
 }
 
 } // namespace korvel::platform

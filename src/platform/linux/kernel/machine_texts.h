@@ -17,4 +17,8 @@ std::optional<std::array<double, 3>> parseLoadAverages(std::string_view text);
 /// Pages written to swap areas of any kind since boot: pswpout of /proc/vmstat.
 std::optional<std::uint64_t> parseSwapouts(std::string_view text);
 
+/// Whether that line is there, so that what follows need not be read: for each piece of this file
+/// the kernel counts all of its figures anew.
+bool tellsSwapouts(std::string_view text);
+
 } // namespace korvel::platform

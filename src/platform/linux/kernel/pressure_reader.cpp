@@ -8,7 +8,8 @@
 namespace korvel::platform {
 
 PressureReader::PressureReader(FileCalls& calls, const std::string& root)
-    : stallFile_(calls, root + "proc/pressure/memory"), swapsFile_(calls, root + "proc/swaps") {}
+    : stallFile_(calls, root + "proc/pressure/memory"),
+      swapsFile_(calls, root + "proc/swaps", HandedOver::inPieces) {}
 
 std::optional<PressureReading> PressureReader::read(const Meminfo& memory,
                                                     const std::function<ZramUse()>& zramUse) {

@@ -88,7 +88,7 @@ std::optional<std::uint64_t> parseBackingBytes(std::string_view text) {
 
 SwapoutCounter::SwapoutCounter(FileCalls& calls, const std::string& root, const ZramReader& zrams)
     : calls_(calls), path_(root + "sys/block/"), allZrams_(zrams),
-      swapsFile_(calls, root + "proc/swaps") {}
+      swapsFile_(calls, root + "proc/swaps", HandedOver::inPieces) {}
 
 std::uint64_t SwapoutCounter::count(std::optional<std::uint64_t> pswpout, std::uint64_t pageSize) {
     if (!pswpout || pswpout == pswpout_) {

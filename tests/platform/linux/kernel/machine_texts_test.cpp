@@ -44,5 +44,14 @@ TEST(Swapouts, AreTheFieldOfThatNameAlone) {
     }
 }
 
+TEST(Swapouts, AreToldByAWholeLineOfThatName) {
+    EXPECT_TRUE(tellsSwapouts("pswpin 3\npswpout 12\nnr"));
+    EXPECT_TRUE(tellsSwapouts("pswpout x\n")) << "what follows tells no more";
+    EXPECT_EQ(parseSwapouts("thp_pswpout 3\nxpswpout 4\npswpout 5\n"), 5U);
+    for (const char* part : {"", "pswpin 3\n", "pswpin 3\npswpout 1", "thp_pswpout 3\n"}) {
+        EXPECT_FALSE(tellsSwapouts(part)) << '"' << part << '"';
+    }
+}
+
 } // namespace
 } // namespace korvel::platform

@@ -144,7 +144,7 @@ TEST_F(ThrottleCountersTest, EachPackageIsAskedThroughOneOfItsProcessors) {
     EXPECT_EQ(next(), 0);
     const int before = calls_.reads;
     EXPECT_EQ(next(), 0);
-    EXPECT_EQ(calls_.reads - before, 2 * 2) << "content and end of two files";
+    EXPECT_EQ(calls_.reads - before, 2) << "two files";
     package(4, 1, "2000\n");
     EXPECT_EQ(next(), 2) << "the second package";
 }
@@ -157,7 +157,7 @@ TEST_F(ThrottleCountersTest, WherePackagesAreNotCountedCoresAre) {
     EXPECT_EQ(next(), 0);
     const int before = calls_.reads;
     EXPECT_EQ(next(), 0);
-    EXPECT_EQ(calls_.reads - before, 2 * 2) << "content and end of two files";
+    EXPECT_EQ(calls_.reads - before, 2) << "two files";
     core(2, 1, "9000\n");
     EXPECT_EQ(next(), 3) << "the second core";
 }
