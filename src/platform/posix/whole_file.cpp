@@ -14,6 +14,16 @@ namespace {
 
 constexpr std::size_t kPiece = 65536;
 
+/// open(2), made again when a signal interrupts it.
+int openToRead(const char* path) {
+    for (;;) {
+        const int file = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+        if (file >= 0 || errno != EINTR) {
+            return file;
+        }
+    }
+}
+
 /// read(2), made again when a signal interrupts it.
 ssize_t readSome(int file, char* buffer, std::size_t size) {
     for (;;) {
@@ -27,10 +37,16 @@ ssize_t readSome(int file, char* buffer, std::size_t size) {
 } // namespace
 
 FileDescriptor openFile(const std::string& path) {
-    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    FileDescriptor file(openToRead(path.c_str()));
     struct stat status {};
-    const bool isFile = file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
-    return isFile ? std::move(file) : FileDescriptor();
+    if (!file || ::fstat(file.get(), &status) != 0) {
+        return FileDescriptor();
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        return FileDescriptor();
+    }
+    return file;
 }
 
 bool readPieces(int file, const std::function<bool(std::string_view piece)>& take) {

@@ -12,8 +12,8 @@
 /// and whatever signals come between. Where one fails, errno tells why.
 namespace korvel::platform {
 
-/// Opens a regular file to read; none where it cannot be opened or is of another kind, and a pipe
-/// that lies where a file should is not waited for.
+/// Opens a regular file to read; none where it cannot be opened or is of another kind (EISDIR, or
+/// EINVAL), and a pipe that lies where a file should is not waited for.
 FileDescriptor openFile(const std::string& path);
 
 /// Hands over what there is up to the end, piece by piece. False: it cannot be read, or `take` gave

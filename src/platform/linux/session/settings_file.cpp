@@ -1,6 +1,9 @@
 #include "platform/linux/session/settings_file.h"
 
+#include <cerrno>
 #include <cmath>
+#include <optional>
+#include <system_error>
 #include <utility>
 
 #include <unistd.h>
@@ -11,7 +14,9 @@
 #include <QJsonDocument>
 #include <QSaveFile>
 
+#include "platform/posix/file_descriptor.h"
 #include "platform/posix/files.h"
+#include "platform/posix/whole_file.h"
 
 namespace korvel::platform {
 
@@ -23,7 +28,7 @@ constexpr const char* kBool = "bool";
 constexpr const char* kString = "string";
 /// Bytes. The notes of a release take 64 KiB, or 384 if every character is written as six; all else
 /// that the program stores takes some hundreds of bytes.
-constexpr qint64 kLargestFile = 1 << 20;
+constexpr std::int64_t kLargestFile = 1 << 20;
 
 /// A stored value of that type; undefined where it is of another.
 QJsonValue typed(const QJsonObject& values, const std::string& key, const char* type) {
@@ -36,7 +41,8 @@ Error<SettingsFault> faultOf(SettingsFault fault, const QFileDevice& file) {
 
 } // namespace
 
-SettingsFile::SettingsFile(QString file) : file_(std::move(file)), fileStatus_(load()) {}
+SettingsFile::SettingsFile(QString file)
+    : file_(std::move(file)), fileStatus_(load()), isUnread_(!fileStatus_) {}
 
 QString SettingsFile::standardFile() {
     // Qt follows a path that is not absolute too, into whatever folder the program was started in,
@@ -53,25 +59,22 @@ std::string SettingsFile::folder() {
 }
 
 Status<SettingsFault> SettingsFile::load() {
-    QFile file(file_);
-    const QFileInfo there(file_);
-    if (!there.exists()) {
+    // Not by Qt, to which a file that the system will not tell of is none.
+    const std::string path = QFile::encodeName(file_).toStdString();
+    const FileDescriptor file = openFile(path);
+    if (!file && (errno == ENOENT || errno == ENOTDIR)) {
         return {};
     }
-    if (!there.isFile() && !there.isDir()) { // to open a pipe would wait for whoever writes to it
-        return Error{SettingsFault::foreign, file_.toStdString()};
+    const std::optional<std::string> bytes =
+        file ? readAll(file.get(), std::uint64_t{kLargestFile}) : std::nullopt;
+    if (!bytes) {
+        // Of another kind, as a pipe, or too large.
+        const bool isForeign = errno == EINVAL || errno == EFBIG;
+        return isForeign ? Error{SettingsFault::foreign, file_.toStdString()}
+                         : Error{SettingsFault::unreadable, file_.toStdString(),
+                                 std::generic_category().message(errno)};
     }
-    if (!file.open(QIODevice::ReadOnly)) {
-        return faultOf(SettingsFault::unreadable, file);
-    }
-    if (file.size() > kLargestFile) {
-        return Error{SettingsFault::foreign, file_.toStdString()};
-    }
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        return faultOf(SettingsFault::unreadable, file);
-    }
-    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    const QJsonDocument document = QJsonDocument::fromJson(QByteArray::fromStdString(*bytes));
     if (!document.isObject()) {
         return Error{SettingsFault::foreign, file_.toStdString()};
     }
@@ -163,11 +166,16 @@ void SettingsFile::save(const QJsonObject& values) {
     }
     values_ = values;
     QDir().mkpath(QFileInfo(file_).path());
-    if (!fileStatus_ && fileStatus_.error().code != SettingsFault::unwritable) {
-        QFile::remove(file_ + QStringLiteral(".broken"));
-        QFile::rename(file_, file_ + QStringLiteral(".broken"));
+    const QString aside = file_ + QStringLiteral(".broken");
+    if (isUnread_) {
+        QFile::remove(aside);
+        QFile::rename(file_, aside);
     }
     fileStatus_ = write(bytes);
+    if (isUnread_ && !fileStatus_) {
+        QFile::rename(aside, file_);
+    }
+    isUnread_ = isUnread_ && !fileStatus_;
 }
 
 Status<SettingsFault> SettingsFile::write(const QByteArray& bytes) const {

@@ -22,8 +22,8 @@ enum class SettingsFault {
 /// the side and then over it, so that there is always a whole one. It holds no more than 1 MiB: a
 /// value with which it would is not stored, and what was stored before stays. A file that is larger
 /// is not of this program, and not read. A file that cannot be read as
-/// such is kept beside it, as "FILE.broken", when the first value is stored. A folder that cannot
-/// be written keeps nothing; the values then live as long as the program.
+/// such, for whatever reason, is kept beside it, as "FILE.broken", when the first value is stored.
+/// A folder that cannot be written keeps nothing; the values then live as long as the program.
 class SettingsFile final : public UserDefaults {
   public:
     explicit SettingsFile(QString file = standardFile());
@@ -60,6 +60,8 @@ class SettingsFile final : public UserDefaults {
     QString file_;
     QJsonObject values_;
     Status<SettingsFault> fileStatus_;
+    bool isUnread_; ///< what lies there could not be read, and is put aside before anything is
+                    ///< stored
 };
 
 } // namespace korvel::platform

@@ -316,6 +316,39 @@ TEST_F(SettingsFileTest, APipeInItsPlaceIsNotWaitedForAndIsKeptAsideToo) {
     EXPECT_EQ(open().integer("a"), 3);
 }
 
+TEST_F(SettingsFileTest, AFileThatTheSystemDoesNotTellOfIsKeptAside) {
+    // A link to itself cannot be followed; that is not to say that nothing is there.
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(path_).path()));
+    ASSERT_TRUE(QFile::link(path_, path_));
+    SettingsFile defaults = open();
+    ASSERT_FALSE(defaults.fileStatus());
+    EXPECT_EQ(defaults.fileStatus().error().code, SettingsFault::unreadable);
+    EXPECT_EQ(defaults.fileStatus().error().subject, path_.toStdString());
+    EXPECT_NE(defaults.fileStatus().error().detail, "");
+    defaults.set("a", std::int64_t{3});
+    EXPECT_TRUE(QFileInfo(path_ + ".broken").isSymLink());
+    EXPECT_EQ(open().integer("a"), 3);
+}
+
+TEST_F(SettingsFileTest, WhatIsKeptAsideIsBackWhereNothingCanBeStored) {
+    const QByteArray foreign("not settings");
+    write(foreign);
+    SettingsFile defaults = open();
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &none), 0);
+    defaults.set("a", std::int64_t{3});
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(read(), foreign);
+    EXPECT_EQ(defaults.fileStatus().error().code, SettingsFault::unwritable);
+    defaults.set("a", std::int64_t{4});
+    EXPECT_EQ(read(".broken"), foreign);
+    EXPECT_EQ(open().integer("a"), 4);
+}
+
 TEST_F(SettingsFileTest, AFolderInItsPlaceIsKeptAsideToo) {
     ASSERT_TRUE(QDir().mkpath(path_));
     SettingsFile defaults = open();
