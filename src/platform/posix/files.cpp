@@ -53,7 +53,14 @@ bool PosixFiles::write(const std::string& path, std::string_view bytes) {
         [[maybe_unused]] const int takenBack = ::ftruncate(file.get(), status.st_size);
         return false;
     }
-    return length == 0 || (::ftruncate(file.get(), 0) == 0 && writeAt(file.get(), 0, bytes));
+    if (length == 0) {
+        return true;
+    }
+    [[maybe_unused]] const int emptied = ::ftruncate(file.get(), 0);
+    // By now the file may be empty: what is refused for a moment must not leave it so.
+    return (writeAt(file.get(), 0, bytes) || writeAt(file.get(), 0, bytes)) &&
+           (length <= bytes.size() ||
+            ::ftruncate(file.get(), static_cast<off_t>(bytes.size())) == 0);
 }
 
 } // namespace korvel::platform
