@@ -121,6 +121,9 @@ TESTS = {
         "platform/linux/kernel", "platform/linux/session", "platform/linux/update", "platform/posix", "simulation",
         *CONTENT,
     ],
+    "tests/refused_calls": [
+        "app", "platform/linux/kernel", "platform/linux/session", "platform/posix", "platform/simulated", *CONTENT,
+    ],
     "tests/swarm": ["simulation", "app", "platform/simulated", *CONTENT],
 }
 
@@ -244,6 +247,10 @@ TEST_OUTSIDE_OF = {
         "objc/NSObject.h", "objc/message.h", "objc/objc.h", "sanitizer/common_interface_defs.h", "stddef.h",
     },
     "tests/platform/macos/native/with_qt": APPLE | QT_CORE | QT_GUI | QT_QUICK,
+    "tests/refused_calls": {
+        "dlfcn.h", "link.h", "poll.h", "spawn.h", "sys/eventfd.h", "sys/file.h", "sys/statvfs.h", "sys/timerfd.h",
+        "sys/uio.h",
+    },
     "tests/ui/quick": {"QJSValue", "QQmlComponent", "QtQuickTest", "sanitizer/allocator_interface.h"},
 }
 
