@@ -142,8 +142,11 @@ int main(int, char** argv) {
     platform::raiseDescriptorLimit();
     platform::PosixFiles files;
     platform::SystemClock clock;
-    platform::LinuxMachine machine("/", files.homeDirectory());
-    platform::LinuxProcesses processes;
+    platform::FileCalls& calls = platform::FileCalls::system();
+    const auto meminfo = std::make_shared<platform::MeminfoReader>(calls, "/");
+    platform::LinuxMachine machine("/", files.homeDirectory(), calls,
+                                   std::chrono::steady_clock::now, meminfo);
+    platform::LinuxProcesses processes("/", calls, 0, meminfo);
     platform::LinuxSwappedMemory swappedMemory;
     platform::SystemdAgents agents;
     platform::QtRunLoop runLoop;

@@ -140,7 +140,7 @@ class LinuxMachine::Reading final : public MachineReading {
     }
 
     std::optional<Meminfo> readMeminfo() {
-        std::optional<Meminfo> memory = parsed(machine_.meminfoFile_, parseMeminfo);
+        std::optional<Meminfo> memory = machine_.meminfo_->read();
         if (memory) {
             addToAvailable(*memory, parsed(machine_.zfsFile_, parseZfsCache).value_or(0));
         }
@@ -184,8 +184,10 @@ class LinuxMachine::Reading final : public MachineReading {
 };
 
 LinuxMachine::LinuxMachine(const std::string& root, std::string dataPath, FileCalls& calls,
-                           SteadyClock now)
-    : dataVolume_(std::move(dataPath)), meminfoFile_(calls, rootFolder(root) + "proc/meminfo"),
+                           SteadyClock now, std::shared_ptr<MeminfoReader> meminfo)
+    : dataVolume_(std::move(dataPath)),
+      meminfo_(meminfo ? std::move(meminfo)
+                       : std::make_shared<MeminfoReader>(calls, rootFolder(root))),
       zfsFile_(calls, rootFolder(root) + "proc/spl/kstat/zfs/arcstats", HandedOver::inPieces),
       statFile_(calls, rootFolder(root) + "proc/stat"),
       vmstatFile_(calls, rootFolder(root) + "proc/vmstat", HandedOver::inPieces),

@@ -8,6 +8,7 @@
 
 #include "platform/linux/kernel/cpu_ticks.h"
 #include "platform/linux/kernel/kept_file.h"
+#include "platform/linux/kernel/meminfo_reader.h"
 #include "platform/linux/kernel/pressure_reader.h"
 #include "platform/linux/kernel/swapouts.h"
 #include "platform/linux/kernel/thermal_reader.h"
@@ -26,10 +27,12 @@ namespace korvel::platform {
 class LinuxMachine final : public Machine {
   public:
     /// `root` is the folder that holds proc and sys; `dataPath` any absolute path on the data
-    /// volume, which is this system's, whatever the root and the calls.
+    /// volume, which is this system's, whatever the root and the calls. `meminfo` may be shared
+    /// with the processes; without it the machine has one of its own.
     explicit LinuxMachine(const std::string& root = "/", std::string dataPath = "/",
                           FileCalls& calls = FileCalls::system(),
-                          SteadyClock now = std::chrono::steady_clock::now);
+                          SteadyClock now = std::chrono::steady_clock::now,
+                          std::shared_ptr<MeminfoReader> meminfo = nullptr);
 
     std::unique_ptr<MachineReading> read() override;
 
@@ -41,7 +44,7 @@ class LinuxMachine final : public Machine {
     /// Guards what follows. A reading holds it while it answers a question, not for its whole life:
     /// so readings overlap safely, and one thread may have two of them.
     std::mutex mutex_;
-    KeptFile meminfoFile_;
+    const std::shared_ptr<MeminfoReader> meminfo_; ///< never null
     KeptFile zfsFile_;
     KeptFile statFile_;
     KeptFile vmstatFile_;

@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include "platform/linux/kernel/every_minute.h"
-#include "platform/linux/kernel/meminfo.h"
 #include "platform/linux/kernel/process_name.h"
 #include "platform/linux/kernel/process_signal.h"
 #include "platform/linux/kernel/process_status.h"
@@ -34,8 +33,11 @@ void raiseDescriptorLimit() {
     }
 }
 
-LinuxProcesses::LinuxProcesses(const std::string& root, FileCalls& calls, std::size_t mostKept)
-    : table_(root, calls, mostKept), meminfo_(calls, rootFolder(root) + "proc/meminfo") {}
+LinuxProcesses::LinuxProcesses(const std::string& root, FileCalls& calls, std::size_t mostKept,
+                               std::shared_ptr<MeminfoReader> meminfo)
+    : table_(root, calls, mostKept),
+      meminfo_(meminfo ? std::move(meminfo)
+                       : std::make_shared<MeminfoReader>(calls, rootFolder(root))) {}
 
 std::vector<std::int32_t> LinuxProcesses::listAllPids() {
     const std::lock_guard lock(mutex_);
@@ -43,8 +45,7 @@ std::vector<std::int32_t> LinuxProcesses::listAllPids() {
     if (pids.empty()) {
         return pids;
     }
-    const std::optional<std::string_view> text = meminfo_.read(buffer_);
-    const std::optional<Meminfo> memory = text ? parseMeminfo(*text) : std::nullopt;
+    const std::optional<Meminfo> memory = meminfo_->readOrHandOn();
     const std::optional<SwapUsage> swap = memory ? swapUsage(*memory) : std::nullopt;
     swapInUse_ = swap && swap->xsu_used > 0;
     shmem_ = memory ? memory->shmem.value_or(0) : 0;

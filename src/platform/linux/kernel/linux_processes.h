@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "platform/linux/kernel/kept_file.h"
+#include "platform/linux/kernel/meminfo_reader.h"
 #include "platform/linux/kernel/process_table.h"
 #include "platform/processes.h"
 
@@ -39,9 +40,11 @@ void raiseDescriptorLimit();
 class LinuxProcesses final : public Processes {
   public:
     /// `root` is the folder that holds proc. At most `mostKept` descriptors are kept; 0 leaves it
-    /// to the limit of the process, with room for the rest of the program.
+    /// to the limit of the process, with room for the rest of the program. `meminfo` may be
+    /// shared with the machine; without it the processes have one of their own.
     explicit LinuxProcesses(const std::string& root = "/", FileCalls& calls = FileCalls::system(),
-                            std::size_t mostKept = 0);
+                            std::size_t mostKept = 0,
+                            std::shared_ptr<MeminfoReader> meminfo = nullptr);
 
     std::vector<std::int32_t> listAllPids() override; ///< ascending
     std::optional<std::uint64_t> physFootprint(std::int32_t pid) override;
@@ -73,7 +76,7 @@ class LinuxProcesses final : public Processes {
 
     std::mutex mutex_;
     ProcessTable table_;
-    KeptFile meminfo_;
+    const std::shared_ptr<MeminfoReader> meminfo_; ///< never null
     bool swapInUse_ = false;
     std::uint64_t shmem_ = 0; ///< the machine's shared memory, in bytes
     bool anyHolders_ = false; ///< at the last weighing
@@ -82,7 +85,6 @@ class LinuxProcesses final : public Processes {
     std::uint32_t lookedAt_ = 0;  ///< the listing at which process 1 was last looked for
     bool hidesOthers_ = false;
     std::uint32_t measuredAt_ = 0; ///< the listing at which a holder was last measured
-    std::string buffer_;           ///< of meminfo
 };
 
 } // namespace korvel::platform
