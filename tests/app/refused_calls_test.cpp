@@ -177,6 +177,14 @@ std::string sentenceOf(const std::string& function) {
     return "";
 }
 
+/// Whether no update is installed where a function is refused from its first call on.
+bool endsTheUpdate(const std::string& function) {
+    return anyOf(function,
+                 {"http.download", "digest.sha256OfFile", "archive.unpack",
+                  "codeSignature.describe", "codeSignature.verifyStrictly", "bundle.parentWritable",
+                  "programLoader.check", "fileManager.flush", "fileManager.recordReplacement"});
+}
+
 /// What holds after a life in which some calls were refused, and in the next one.
 class RefusedCalls : public testing::TestWithParam<bool> {
   protected:
@@ -207,6 +215,9 @@ class RefusedCalls : public testing::TestWithParam<bool> {
         const bool failed = std::holds_alternative<update_state::Failed>(*life.updater->state);
         EXPECT_TRUE(ready || failed) << "the updater stays busy";
         EXPECT_EQ(life.simulated.codeSignature.builds.size(), ready ? 1U : 0U);
+        if (refusals.lasting && refusals.call == 1 && endsTheUpdate(refusals.function)) {
+            EXPECT_TRUE(failed) << "installed although a step was refused";
+        }
         const std::string sentence = sentenceOf(refusals.function);
         for (const std::string& failure : life.failures) {
             if (refusals.function == "fileManager.move") { // the download's, or the swap's
