@@ -50,8 +50,8 @@ FAULTS = [
      "        static std::vector<Snapshot> kept;\n        kept.push_back(s);\n    }", "every reading is kept for ever"),
     (MODEL, "text.of(*history)", "(static_cast<void>(::korvel::mutant() == {mutant} &&\n"
      "std::fopen(\"/dev/null\", \"r\") != nullptr), text.of(*history))", "each save leaves a handle open"),
-    (STORE, "from->t, from->cpu, from->mem})", "from->t, ::korvel::mutant() == {mutant} ? from->mem : from->cpu, "
-     "from->mem})", "the file has the memory in the place of the processor"),
+    (STORE, "point->t, point->cpu, point->mem})", "point->t, ::korvel::mutant() == {mutant} ? point->mem : point->cpu, "
+     "point->mem})", "the file has the memory in the place of the processor"),
     (STORE, "newest.pop_front()", "newest.pop_back()", "a long file is loaded without its newest points"),
     (NOTICES, "snapshot.score < kLowScore", "snapshot.score <= kLowScore", "a score of 55 is told"),
     (NOTICES, "snapshot.score + kClearDrop <= last", "snapshot.score + kClearDrop - 2 <= last", "a fall of 10 is told"),
