@@ -1,5 +1,10 @@
 #include "ui/quick/inks.h"
 
+#include <array>
+#include <cstddef>
+#include <map>
+#include <optional>
+
 #include <QFontDatabase>
 #include <QGuiApplication>
 #include <QQmlEngine>
@@ -16,16 +21,45 @@ QColor toQColor(const platform::Colour& colour) {
                             static_cast<float>(colour.blue));
 }
 
+constexpr std::array kInks = {Ink::cyan, Ink::pink,    Ink::good,      Ink::warn,
+                              Ink::bad,  Ink::primary, Ink::secondary, Ink::tertiary};
+
 /// Primary for a name that is none of the palette's.
 Ink inkOf(const QString& name) {
-    for (const Ink ink :
-         {Ink::cyan, Ink::pink, Ink::good, Ink::warn, Ink::bad, Ink::secondary, Ink::tertiary}) {
+    for (const Ink ink : kInks) {
         const std::string_view known = korvel::name(ink);
         if (name == QLatin1String(known.data(), static_cast<qsizetype>(known.size()))) {
             return ink;
         }
     }
     return Ink::primary;
+}
+
+/// The colours of an appearance. Many are worked out by a search for one that can be read, and the
+/// views ask for them hundreds of times at each opening.
+struct Palette {
+    explicit Palette(Appearance appearance) {
+        for (const Ink ink : kInks) {
+            const auto i = static_cast<std::size_t>(ink);
+            fills[i] = toQColor(fillColour(ink, appearance));
+            texts[i] = toQColor(textColour(ink, appearance));
+            const std::optional<platform::Colour> rim = rimColour(ink, appearance);
+            rims[i] = rim ? toQColor(*rim) : QColor(Qt::transparent);
+        }
+    }
+
+    std::array<QColor, kInks.size()> fills, texts, rims; ///< by ink
+};
+
+const Palette& paletteOf(Appearance appearance) {
+    static std::map<Appearance, Palette> known;
+    return known.try_emplace(appearance, appearance).first->second;
+}
+
+const QColor& colourOf(Ink ink, InkTable::Use use, Appearance appearance) {
+    const Palette& palette = paletteOf(appearance);
+    return (use == InkTable::Use::fill ? palette.fills
+                                       : palette.texts)[static_cast<std::size_t>(ink)];
 }
 
 /// A font's own pixel size is whole: a fraction goes by way of points.
@@ -41,12 +75,11 @@ QFont sized(QFont font, qreal size, int weight) {
 } // namespace
 
 QColor InkTable::of(const QString& name) const {
-    return toQColor(colours_(inkOf(name), appearance_));
+    return colourOf(inkOf(name), use_, appearance_);
 }
 
 QColor RimTable::of(const QString& name) const {
-    const std::optional<platform::Colour> rim = rimColour(inkOf(name), appearance_);
-    return rim ? toQColor(*rim) : QColor(Qt::transparent);
+    return paletteOf(appearance_).rims[static_cast<std::size_t>(inkOf(name))];
 }
 
 QColor InkTable::track(qreal opacity) const {
@@ -62,7 +95,7 @@ QColor InkTable::faint(const QString& name, qreal opacity) const {
 }
 
 QColor InkTable::wash(qreal opacity) const {
-    QColor colour = toQColor(colours_(Ink::primary, appearance_));
+    QColor colour = colourOf(Ink::primary, use_, appearance_);
     colour.setAlphaF(static_cast<float>(opacity));
     return colour;
 }

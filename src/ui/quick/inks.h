@@ -18,10 +18,10 @@ class InkTable {
     QML_ANONYMOUS
 
   public:
-    using Colours = platform::Colour (*)(Ink, Appearance);
+    enum class Use { fill, text };
 
     InkTable() = default;
-    InkTable(Colours colours, Appearance appearance) : colours_(colours), appearance_(appearance) {}
+    InkTable(Use use, Appearance appearance) : use_(use), appearance_(appearance) {}
 
     /// Primary for a name that is none of the palette's.
     Q_INVOKABLE QColor of(const QString& name) const;
@@ -36,7 +36,7 @@ class InkTable {
     bool operator==(const InkTable&) const = default;
 
   private:
-    Colours colours_ = fillColour;
+    Use use_ = Use::fill;
     Appearance appearance_ = Appearance::light;
 };
 
@@ -85,9 +85,9 @@ class Inks : public QObject {
     bool highContrast() const { return isStrong(appearance_); }
     void setHighContrast(bool strong) { setAppearance(appearanceOf(dark(), strong)); }
     QColor ground() const;
-    InkTable fills() const { return {fillColour, appearance_}; }
+    InkTable fills() const { return {InkTable::Use::fill, appearance_}; }
     RimTable rims() const { return RimTable(appearance_); }
-    InkTable texts() const { return {textColour, appearance_}; }
+    InkTable texts() const { return {InkTable::Use::text, appearance_}; }
 
     /// The interface font, or the desktop's font of equal widths, in a size of logical pixels,
     /// which may be a fraction.
