@@ -28,7 +28,8 @@ Item {
         diameter: dial.width
         colour: Inks.fills.of(dial.value.colour)
         rim: Inks.rims.of(dial.value.colour)
-        fraction: dial.value.score / 100
+        goal: dial.value.score / 100
+        fraction: goal
         lineWidth: Theme.dialLineWidth
         trackColour: Inks.texts.track(Theme.dialTrackOpacity)
 
@@ -45,15 +46,18 @@ Item {
 
     // Each digit has its own width, so that no gap stands beside a 1. What another number moves is seen to move.
     Label {
+        // Moved by whole pixels of the screen: between two there is nothing to be seen of it.
+        property real place: Theme.grid.middle(parent.width, implicitWidth)
+
         objectName: "number"
-        x: Theme.grid.middle(parent.width, implicitWidth)
+        x: Theme.grid.place(place)
         y: Theme.grid.middle(parent.height, height)
         color: Inks.texts.of(dial.value.colour)
         elide: Text.ElideNone
         font: Theme.dialNumber
         text: dial.value.number
 
-        Behavior on x {
+        Behavior on place {
             enabled: dial.animated
 
             NumberAnimation {

@@ -1,15 +1,45 @@
 #include "ui/quick/dial_item.h"
 
 #include <algorithm>
+#include <cmath>
+#include <numbers>
 
 #include <QPainter>
 
 namespace korvel {
 
+void DialItem::setFraction(qreal fraction) {
+    if (fraction_ == fraction) {
+        return;
+    }
+    fraction_ = fraction;
+    const bool moving = goal_ >= 0 && fraction_ != goal_;
+    const qreal moved = std::abs(fraction_ - drawn_) * side() * std::numbers::pi * grid().ratio();
+    if (!moving || moved >= 1) {
+        update();
+    }
+    Q_EMIT fractionChanged();
+}
+
+void DialItem::setGoal(qreal goal) {
+    if (goal_ == goal) {
+        return;
+    }
+    goal_ = goal;
+    if (fraction_ == goal_) {
+        update(); // the last step before may not have been drawn
+    }
+    Q_EMIT goalChanged();
+}
+
+/// The diameter of the circle in the middle of the stroke.
+qreal DialItem::side() const {
+    return diameter_ > 0 ? diameter_ : std::min(width(), height()) - lineWidth_;
+}
+
 void DialItem::paint(QPainter* painter) {
-    const qreal inside = std::min(width(), height()) - lineWidth_;
-    const qreal side = diameter_ > 0 ? diameter_ : inside;
-    const QRectF ring((width() - side) / 2, (height() - side) / 2, side, side);
+    const QRectF ring((width() - side()) / 2, (height() - side()) / 2, side(), side());
+    drawn_ = fraction_;
     drawRing(*painter, ring);
     painter->setBrush(Qt::NoBrush);
     if (!(fraction_ > 0)) {

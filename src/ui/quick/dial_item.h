@@ -13,6 +13,7 @@ class DialItem : public korvel::TintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(Dial)
     Q_PROPERTY(qreal fraction READ fraction WRITE setFraction NOTIFY fractionChanged FINAL)
+    Q_PROPERTY(qreal goal READ goal WRITE setGoal NOTIFY goalChanged FINAL)
     Q_PROPERTY(qreal start READ start WRITE setStart NOTIFY startChanged FINAL)
     Q_PROPERTY(
         QColor trackColour READ trackColour WRITE setTrackColour NOTIFY trackColourChanged FINAL)
@@ -24,7 +25,11 @@ class DialItem : public korvel::TintedItem {
 
     /// The share of the ring that the arc covers, 0 to 1; nothing is drawn of it at 0.
     qreal fraction() const { return fraction_; }
-    void setFraction(qreal fraction) { set(fraction_, fraction, &DialItem::fractionChanged); }
+    void setFraction(qreal fraction);
+    /// Where the fraction is moving to. On the way there a step is drawn only when it moves the end
+    /// of the arc by one of the screen's pixels. Less than 0, as it is at first: each is drawn.
+    qreal goal() const { return goal_; }
+    void setGoal(qreal goal);
     /// Where the arc begins: the share of the ring from twelve o'clock to there, 0 to 1.
     qreal start() const { return start_; }
     void setStart(qreal start) { set(start_, start, &DialItem::startChanged); }
@@ -43,6 +48,7 @@ class DialItem : public korvel::TintedItem {
 
   Q_SIGNALS:
     void fractionChanged();
+    void goalChanged();
     void startChanged();
     void trackColourChanged();
     void diameterChanged();
@@ -58,11 +64,14 @@ class DialItem : public korvel::TintedItem {
         QSize pixels;
         bool operator==(const Ring&) const = default;
     };
+    qreal side() const;
     void drawRing(QPainter& painter, const QRectF& box);
 
     Ring ring_;
     QImage ringPicture_; ///< of `ring_`: while the arc moves it stays
     qreal fraction_ = 0;
+    qreal goal_ = -1;
+    qreal drawn_ = 0; ///< the fraction that was painted last
     qreal start_ = 0;
     QColor trackColour_;
     qreal diameter_ = 0;

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include <QColor>
 #include <QImage>
 #include <QPainter>
 
@@ -20,6 +21,11 @@ inline QImage painted(TintedItem& item, double scale = 1) {
     painter.scale(scale, scale);
     item.paint(&painter);
     return image;
+}
+
+inline bool near(const QColor& a, const QColor& b) {
+    return std::abs(a.red() - b.red()) < 8 && std::abs(a.green() - b.green()) < 8 &&
+           std::abs(a.blue() - b.blue()) < 8;
 }
 
 } // namespace korvel
