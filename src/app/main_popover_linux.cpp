@@ -1,6 +1,7 @@
 #include "app/main_popover_linux.h"
 
 #include <functional>
+#include <memory>
 #include <utility>
 
 #include "platform/linux/kernel/own_memory.h"
@@ -13,6 +14,7 @@
 #include "platform/linux/session/x11_click_watch.h"
 #include "platform/linux/session/x11_places.h"
 #include "ui/content/linux_words.h"
+#include "ui/quick/accessible_when_read.h"
 #include "ui/quick/register_views.h"
 #include "ui/quick/window_popover.h"
 
@@ -63,7 +65,7 @@ std::unique_ptr<platform::Popover> makeLinuxPopover(ContentView& root, Words wor
         .awakeWords = linuxAwakeWords,
         .appearance = std::make_unique<platform::DesktopAppearance>(),
         .released =
-            [] {
+            [silence = std::make_shared<AccessibleWhenRead>()] {
                 forgetViews();
                 platform::giveMemoryBack();
             },

@@ -14,10 +14,11 @@ FOCUSED = 12  # a bit of the states
 
 
 def start(place):
-    """Starts the accessibility bus of a desktop. Programs that start later are on it."""
-    place.spawn([LAUNCHER, "--launch-immediately"])
+    """Starts the accessibility bus of a desktop, for somebody who has things read to him. Programs are on it,
+    those that were there before too.
+    """
+    place.spawn([LAUNCHER, "--launch-immediately", "--a11y=1", "--screen-reader=1"])
     wait_for("the accessibility bus", lambda: place.owner("org.a11y.Bus"))
-    place.environment["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"
     return Tree(re.search("'(.*)'", place.call("org.a11y.Bus", "/org/a11y/bus",
                                                "org.a11y.Bus.GetAddress")).group(1))
 

@@ -163,6 +163,20 @@ def nothing_is_without_a_name_for_a_screen_reader():
 
 
 @case(LAUNCHER)
+def screen_reader_that_starts_while_the_popover_is_open_reads_it():
+    if accessible is None:
+        raise Skip(absent)
+    with Desktop() as place:
+        Program(place)
+        wait_for("the program's name", lambda: place.owner("com.oxbrook.korvel"))
+        open_popover(place)
+        tree = accessible.start(place)
+        tree.match(r"Health score \d+")
+        tree.find("what's affecting this").press()
+        tree.find("hide breakdown")
+
+
+@case(LAUNCHER)
 def screen_reader_opens_and_closes_the_breakdown():
     # Tall enough for a popover that tells of a busy machine, and can still grow.
     with screen_reader(size="800x1200") as (place, tree):

@@ -153,7 +153,7 @@ QT_CORE = set("""
 QT_GUI = set("""
     QAction QColor QColorSpace QCursor QFont QFontDatabase QFontMetricsF QGuiApplication QIcon QIconEngine QImage
     QKeyEvent QPaintDevice QPaintEngine QPainter QPainterPath QPainterPathStroker QPalette QPen QPixmap QTransform
-    QRasterWindow
+    QRasterWindow QAccessible QAccessibleObject
     QScreen QSessionManager QSurfaceFormat QWindow
 """.split())
 QT_WIDGETS = {"QApplication", "QMenu", "QSystemTrayIcon"}
