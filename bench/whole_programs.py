@@ -7,6 +7,7 @@ that refresh as often, each for the same time. Prints JSON.
 
 import json
 import os
+import statistics
 import subprocess
 import sys
 import time
@@ -18,7 +19,7 @@ from changed_score import changed_score_ms  # noqa: E402
 from desktop import Desktop, Failure, wait_for  # noqa: E402
 from first_paint import first_paint_ms  # noqa: E402
 
-TICK = os.sysconf("SC_CLK_TCK")
+REFRESH = 5  # seconds, of all that is measured
 CONKY = """conky.config = {out_to_x = false, out_to_console = true, update_interval = 5}
 conky.text = [[${cpu}% ${mem} ${swap} ${fs_free /} ${loadavg 1} ${uptime_short}
 ${top_mem name 1} ${top_mem mem_res 1}
@@ -56,13 +57,22 @@ def memory_mib(pid):
     return sizes["Rss"] / 1024, sizes["Private_Dirty"] / 1024
 
 
-def idle(pid, seconds):
-    before, woken = cpu_seconds(pid), wake_ups(pid)
-    time.sleep(seconds)
-    resident, dirty = memory_mib(pid)
-    return {"cpu_ms_per_refresh": (cpu_seconds(pid) - before) * 1000 / (seconds / 5),
-            "wake_ups_per_minute": (wake_ups(pid) - woken) * 60 / seconds,
-            "resident_mib": resident, "private_dirty_mib": dirty}
+def refreshes(pids, seconds):
+    """What a refresh takes each process: milliseconds of a processor, and wake-ups. The medians, so that the few in
+    which this machine's score changed, or a panel asked for something, do not count. All at the same time, so that
+    all see the same machine."""
+    taken = {pid: [] for pid in pids}
+    next_time = time.monotonic()
+    before = {pid: (cpu_seconds(pid), wake_ups(pid)) for pid in pids}
+    for _ in range(seconds // REFRESH):
+        next_time += REFRESH
+        time.sleep(next_time - time.monotonic())
+        for pid in pids:
+            now = cpu_seconds(pid), wake_ups(pid)
+            taken[pid].append((now[0] - before[pid][0], now[1] - before[pid][1]))
+            before[pid] = now
+    return {pid: (statistics.median(cpu for cpu, _ in slices) * 1000, statistics.median(woken for _, woken in slices))
+            for pid, slices in taken.items()}
 
 
 def launch_ms(place, program):
@@ -104,10 +114,10 @@ def changing(build, place, seconds):
     time.sleep(6)
     if place.popover():
         raise Failure("the demonstration shows its popover")
-    woken = idle(process.pid, seconds)["wake_ups_per_minute"]
+    _, woken = refreshes([process.pid], seconds)[process.pid]
     place.end(process)
     wait_for("the tray without it", lambda: not place.items())
-    return woken
+    return woken * 60 / REFRESH
 
 
 def main():
@@ -128,14 +138,13 @@ def main():
         others = {"top": place.spawn(["top", "-b", "-d", "5"]),
                   "conky": place.spawn(["conky", "-c", config])}
         time.sleep(12)
-        # All at the same time, so that all see the same machine.
-        before = {name: cpu_seconds(p.pid) for name, p in others.items()}
-        result["korvel"] = idle(process.pid, seconds)
-        for name, p in others.items():
+        programs = {"korvel": process} | others
+        measured = refreshes([p.pid for p in programs.values()], seconds)
+        for name, p in programs.items():
+            cpu, woken = measured[p.pid]
             resident, dirty = memory_mib(p.pid)
-            result[name] = {
-                "cpu_ms_per_refresh": (cpu_seconds(p.pid) - before[name]) * 1000 / (seconds / 5),
-                "resident_mib": resident, "private_dirty_mib": dirty}
+            result[name] = {"cpu_ms_per_refresh": cpu, "wake_ups_per_minute": woken * 60 / REFRESH,
+                            "resident_mib": resident, "private_dirty_mib": dirty}
         for times in (1, 9):
             for _ in range(times):
                 place.activate()
