@@ -1,5 +1,6 @@
 #include "app/main_popover_linux.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -52,7 +53,11 @@ PopoverPlacing x11Placing() {
                 [](const platform::ActivationRequest& request) {
                     platform::completeStartup(request.token);
                 },
-            .closed = [clicks] { clicks->stop(); }};
+            .closed = [clicks] { clicks->stop(); },
+            .awaitPress =
+                [clicks](std::chrono::milliseconds patience, std::function<void()> pressed) {
+                    return clicks->awaitPress(patience, std::move(pressed));
+                }};
 }
 
 } // namespace

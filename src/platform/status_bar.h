@@ -120,8 +120,8 @@ class StatusItem {
     virtual std::optional<Rectangle> frame() const { return std::nullopt; }
 
     /// Lets clicks of the next `seconds` go unheard: the click that took the focus from a popover,
-    /// and so closed it, must not open it again. A bar that hands its clicks to the popover itself
-    /// has no need of this.
+    /// and so closed it, must not open it again. The last call counts; 0: they are heard at once. A
+    /// bar that hands its clicks to the popover itself has no need of this.
     virtual void ignoreClicks(double /*seconds*/) {}
 };
 

@@ -388,6 +388,27 @@ def closing_click_does_not_open_it_again():
 
 
 @case("xfce4-panel")
+def closing_click_that_the_panel_hands_on_late_does_not_open_it_again():
+    with Desktop() as place:
+        panel = place.start_panel("xfce4-panel")
+        Program(place)
+        at = middle(wait_for_icon(place))
+        tray = [panel.pid, *map(int, place.run(["pgrep", "-P", str(panel.pid)]).split())]
+        place.click(*at)
+        opened(place)
+        for pid in tray:
+            os.kill(pid, signal.SIGSTOP)
+        place.click(*at)
+        closed(place)
+        time.sleep(1)  # longer than two clicks are apart that are one double click
+        for pid in tray:
+            os.kill(pid, signal.SIGCONT)
+        stays_closed(place, 1.5)
+        place.click(*at)  # another one
+        opened(place)
+
+
+@case("xfce4-panel")
 def menu_opens_the_popover_and_quits():
     with desktop("xfce4-panel") as (place, program):
         item = wait_for_item(place)

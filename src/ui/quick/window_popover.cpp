@@ -26,7 +26,15 @@ constexpr auto kMovedAgain = std::chrono::seconds(2); ///< after it was placed
 /// How long it is without the keyboard before that closes it. A menu that ends takes it from the
 /// window and gives it back, on a busy machine a moment later.
 constexpr auto kLeft = std::chrono::milliseconds(100);
-constexpr double kClosingClick = 0.4; ///< seconds within which the click that closed it arrives
+/// How long after it was closed by a click, a click on the item is taken for that one, which the
+/// panel hands on. On a busy machine that takes longer; so it is as long as `kLateClick` where the
+/// next click would be heard of.
+constexpr auto kClosingClick = std::chrono::milliseconds(400);
+constexpr auto kLateClick = std::chrono::seconds(3);
+
+double seconds(std::chrono::duration<double> time) {
+    return time.count();
+}
 
 constexpr Qt::WindowFlags kTool = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
 
@@ -88,7 +96,7 @@ void WindowPopover::show(platform::StatusItem& item, const platform::ActivationR
     views_.show();
     if (desktop_.placing) {
         desktop_.placing->shown(
-            *views_.window(), [this] { return margins(); }, [this] { closeByClick(); });
+            *views_.window(), [this] { return margins(); }, [this] { closeByPress(); });
     }
 }
 
@@ -328,7 +336,22 @@ void WindowPopover::closeByClick() {
     if (shown()) {
         platform::StatusItem& item = *item_;
         close();
-        item.ignoreClicks(kClosingClick);
+        item.ignoreClicks(seconds(kClosingClick));
+    }
+}
+
+void WindowPopover::closeByPress() {
+    if (!shown()) {
+        return;
+    }
+    platform::StatusItem& item = *item_;
+    closeByClick();
+    const auto hearAgain = [&item, until = QDeadlineTimer(kClosingClick)] {
+        item.ignoreClicks(seconds(std::chrono::milliseconds(until.remainingTime())));
+    };
+    // An item whose place is known has a window, which hears of a press as soon as this does.
+    if (!item.frame() && desktop_.placing->awaitPress(kLateClick, hearAgain)) {
+        item.ignoreClicks(seconds(kLateClick));
     }
 }
 

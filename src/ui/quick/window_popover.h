@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -56,6 +57,10 @@ struct PopoverPlacing {
     /// It was asked for, and is shown.
     std::function<void(const platform::ActivationRequest&)> answered;
     std::function<void()> closed;
+    /// It was closed by a button that was pressed elsewhere: `pressed` is to be called when one is
+    /// pressed next, within `patience`. Gives whether the desktop tells of that.
+    std::function<bool(std::chrono::milliseconds patience, std::function<void()> pressed)>
+        awaitPress;
 };
 
 /// What the popover asks of the desktop that it opens on.
@@ -116,6 +121,7 @@ class WindowPopover final : public QObject, public platform::Popover {
     void checkSize();
     void activeChanged();
     void closeByClick();
+    void closeByPress();
 
     PopoverDesktop desktop_;
     platform::StatusItem* item_ = nullptr; ///< that it stands at; null while closed

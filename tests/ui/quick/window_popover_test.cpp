@@ -1,5 +1,6 @@
 #include "ui/quick/window_popover.h"
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -301,6 +302,21 @@ TEST(StartingAnew, IsInPlaceOfLoadingTheViewsAndOfNothingElse) {
 struct Told {
     std::string told;
     std::function<void()> pressElsewhere;
+    bool hearsOfTheNextPress = true;
+    std::function<void()> pressNext;
+};
+
+/// How long it was last told to leave clicks unheard.
+class DeafItem final : public platform::StatusItem {
+  public:
+    void setTitle(const platform::StatusTitle&) override {}
+    void setToolTip(const std::string&) override {}
+    void setAction(Action) override {}
+    std::optional<platform::Rectangle> frame() const override { return place; }
+    void ignoreClicks(double seconds) override { deafFor = seconds; }
+
+    std::optional<platform::Rectangle> place;
+    std::optional<double> deafFor; ///< seconds
 };
 
 /// One that the program places itself.
@@ -327,7 +343,12 @@ class PlacedWindow : public Told, public OpenWindow {
                 [this](const platform::ActivationRequest& request) {
                     told += "answered " + request.token + ',';
                 },
-            .closed = [this] { told += "closed,"; }};
+            .closed = [this] { told += "closed,"; },
+            .awaitPress =
+                [this](std::chrono::milliseconds, std::function<void()> pressed) {
+                    pressNext = std::move(pressed);
+                    return hearsOfTheNextPress;
+                }};
         return placed;
     }
 
@@ -386,6 +407,50 @@ TEST_F(PlacedWindow, IsClosedByAButtonPressedElsewhereAndOnlyOnce) {
     EXPECT_FALSE(popover.shown());
     pressElsewhere();
     EXPECT_EQ(told, "about ,shown,closed,");
+}
+
+TEST_F(PlacedWindow, TakesAClickOnTheItemForTheOneThatClosedItUntilTheNextPress) {
+    DeafItem deaf;
+    popover.close();
+    popover.show(deaf, {});
+    pressElsewhere();
+    EXPECT_EQ(deaf.deafFor, 3);
+    pressNext();
+    EXPECT_LE(*deaf.deafFor, 0.4) << "but the second of two quick clicks opens nothing";
+    const QDeadlineTimer quick(400);
+    while (!quick.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    }
+    pressNext();
+    EXPECT_EQ(deaf.deafFor, 0);
+}
+
+TEST_F(PlacedWindow, TakesNoLateClickForTheOneThatClosedItWhereItHearsOfNoPress) {
+    DeafItem deaf;
+    hearsOfTheNextPress = false;
+    popover.close();
+    popover.show(deaf, {});
+    pressElsewhere();
+    EXPECT_EQ(deaf.deafFor, 0.4);
+}
+
+TEST_F(PlacedWindow, TakesNoLateClickForTheOneThatClosedItWhereTheItemHasAWindow) {
+    DeafItem deaf;
+    deaf.place = platform::Rectangle{400, 2, 20, 20};
+    popover.close();
+    popover.show(deaf, {});
+    pressElsewhere();
+    EXPECT_EQ(deaf.deafFor, 0.4);
+    EXPECT_FALSE(pressNext);
+}
+
+TEST_F(PlacedWindow, LeavesNoClickUnheardThatComesAfterItWasClosedOtherwise) {
+    DeafItem deaf;
+    popover.close();
+    popover.show(deaf, {});
+    popover.close();
+    EXPECT_EQ(deaf.deafFor, std::nullopt);
+    EXPECT_FALSE(pressNext);
 }
 
 TEST(ClosedWindow, OpensOnceThereAreThreadsForItsViews) {

@@ -47,30 +47,62 @@ bool turnsWheel(std::uint32_t button) {
 
 } // namespace
 
-X11ClickWatch::X11ClickWatch() = default;
+X11ClickWatch::X11ClickWatch() {
+    patience_.setSingleShot(true);
+    connect(&patience_, &QTimer::timeout, this, &X11ClickWatch::stop);
+}
 
 X11ClickWatch::~X11ClickWatch() = default;
 
 void X11ClickWatch::start(QWindow& window, std::function<QMargins()> shadow,
                           std::function<void()> pressedOutside) {
-    stop();
-    int number = 0;
-    connection_.reset(xcb_connect(nullptr, &number));
-    if (xcb_connection_has_error(connection_.get()) != 0) {
-        connection_.reset();
+    const xcb_screen_t* const screen = connectToServer();
+    if (!screen) {
         return;
     }
     window_ = &window;
     watched_ = static_cast<xcb_window_t>(window.winId());
     shadow_ = std::move(shadow);
     pressedOutside_ = std::move(pressedOutside);
-    const xcb_screen_t& screen = *screenOf(connection_.get(), number);
-    root_ = screen.root;
     if (x11IsInsideWayland()) {
-        coverScreen(screen);
+        coverScreen(*screen);
     } else {
-        watchPresses(screen);
+        watchPresses(*screen);
     }
+    listen();
+}
+
+bool X11ClickWatch::awaitPress(std::chrono::milliseconds patience, std::function<void()> pressed) {
+    const xcb_screen_t* const screen = x11IsInsideWayland() ? nullptr : connectToServer();
+    if (!screen) {
+        return false;
+    }
+    watchPresses(*screen);
+    if (inputExtension_ == 0) {
+        stop();
+        return false;
+    }
+    pressed_ = std::move(pressed);
+    patience_.start(patience);
+    listen();
+    return true;
+}
+
+/// Instead of what was watched before. Gives the screen, or null where there is no server.
+const xcb_screen_t* X11ClickWatch::connectToServer() {
+    stop();
+    int number = 0;
+    connection_.reset(xcb_connect(nullptr, &number));
+    if (xcb_connection_has_error(connection_.get()) != 0) {
+        connection_.reset();
+        return nullptr;
+    }
+    const xcb_screen_t* const screen = screenOf(connection_.get(), number);
+    root_ = screen->root;
+    return screen;
+}
+
+void X11ClickWatch::listen() {
     xcb_flush(connection_.get());
     notifier_ = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(connection_.get()),
                                                   QSocketNotifier::Read);
@@ -87,6 +119,8 @@ void X11ClickWatch::stop() {
     pressedOutsideNow_ = false;
     shadow_ = nullptr;
     pressedOutside_ = nullptr;
+    pressed_ = nullptr;
+    patience_.stop();
 }
 
 void X11ClickWatch::watchPresses(const xcb_screen_t& screen) {
@@ -198,7 +232,11 @@ void X11ClickWatch::heedWatched(std::uint16_t type, std::uint32_t button) {
     if (turnsWheel(button)) {
         return;
     }
-    if (type == XCB_INPUT_RAW_BUTTON_PRESS) {
+    if (!window_) {
+        if (type == XCB_INPUT_RAW_BUTTON_PRESS && pressed_) {
+            QMetaObject::invokeMethod(this, std::exchange(pressed_, nullptr), Qt::QueuedConnection);
+        }
+    } else if (type == XCB_INPUT_RAW_BUTTON_PRESS) {
         pressedOutsideNow_ = !pointerIsInside();
     } else if (type == XCB_INPUT_RAW_BUTTON_RELEASE && std::exchange(pressedOutsideNow_, false)) {
         tell();

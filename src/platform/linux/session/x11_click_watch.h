@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -7,6 +8,7 @@
 #include <QMargins>
 #include <QObject>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <xcb/xcb.h>
 
@@ -34,6 +36,11 @@ class X11ClickWatch final : public QObject {
                std::function<void()> pressedOutside);
     void stop();
 
+    /// Stops, and calls `pressed` on a later turn of the run loop when a button is pressed next,
+    /// wherever that is, within `patience`. Gives whether that is heard of: a Wayland compositor's
+    /// X server does not tell.
+    bool awaitPress(std::chrono::milliseconds patience, std::function<void()> pressed);
+
   private:
     struct Disconnect {
         void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
@@ -45,6 +52,8 @@ class X11ClickWatch final : public QObject {
         int height = 0;
     };
 
+    const xcb_screen_t* connectToServer();
+    void listen();
     void watchPresses(const xcb_screen_t& screen);
     void coverScreen(const xcb_screen_t& screen);
     void leaveWindowOut();
@@ -66,6 +75,8 @@ class X11ClickWatch final : public QObject {
     bool pressedOutsideNow_ = false;  ///< a button, which is still down
     std::function<QMargins()> shadow_;
     std::function<void()> pressedOutside_;
+    std::function<void()> pressed_; ///< anywhere; null but while that is awaited
+    QTimer patience_;
 };
 
 } // namespace korvel::platform
