@@ -33,13 +33,10 @@ std::string fileUri(const std::string& path) {
 }
 
 LinuxWorkspace::LinuxWorkspace(ChildProcesses& children)
-    : LinuxWorkspace(children, SessionBus::ofProgram().connection()) {
-    QObject::connect(&SessionBus::ofProgram(), &SessionBus::returned, &replies_,
-                     [this](const QDBusConnection& bus) { bus_ = bus; });
-}
+    : LinuxWorkspace(children, [] { return SessionBus::ofProgram().connection(); }) {}
 
-LinuxWorkspace::LinuxWorkspace(ChildProcesses& children, const QDBusConnection& bus)
-    : children_(children), bus_(bus) {}
+LinuxWorkspace::LinuxWorkspace(ChildProcesses& children, std::function<QDBusConnection()> bus)
+    : children_(children), bus_(std::move(bus)) {}
 
 void LinuxWorkspace::openFolderAround(const std::string& path) {
     const std::size_t slash = path.rfind('/');
@@ -48,11 +45,12 @@ void LinuxWorkspace::openFolderAround(const std::string& path) {
 }
 
 void LinuxWorkspace::reveal(const std::string& path) {
-    if (!bus_.isConnected()) {
+    const QDBusConnection bus = bus_();
+    if (!bus.isConnected()) {
         openFolderAround(path);
         return;
     }
-    const BusObject fileManager(bus_, QStringLiteral("org.freedesktop.FileManager1"),
+    const BusObject fileManager(bus, QStringLiteral("org.freedesktop.FileManager1"),
                                 QStringLiteral("/org/freedesktop/FileManager1"),
                                 QStringLiteral("org.freedesktop.FileManager1"),
                                 Activation::allowed);

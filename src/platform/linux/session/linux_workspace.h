@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include <QDBusConnection>
 #include <QObject>
 
@@ -14,7 +16,8 @@ class LinuxWorkspace final : public Workspace {
   public:
     /// On the program's session bus. `children` outlives it.
     explicit LinuxWorkspace(ChildProcesses& children);
-    LinuxWorkspace(ChildProcesses& children, const QDBusConnection& bus);
+    /// On the bus that `bus` returns at each call.
+    LinuxWorkspace(ChildProcesses& children, std::function<QDBusConnection()> bus);
 
     /// `path` is absolute.
     void reveal(const std::string& path) override;
@@ -31,7 +34,7 @@ class LinuxWorkspace final : public Workspace {
     void openFolderAround(const std::string& path);
 
     ChildProcesses& children_;
-    QDBusConnection bus_;
+    const std::function<QDBusConnection()> bus_;
     QObject replies_; ///< the context of calls whose answers are still to come
 };
 

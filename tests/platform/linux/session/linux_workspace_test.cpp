@@ -42,6 +42,10 @@ class KeptStarts final : public ChildProcesses {
     std::vector<std::vector<std::string>> started;
 };
 
+QDBusConnection noBus() {
+    return QDBusConnection(QStringLiteral("never connected"));
+}
+
 class LinuxWorkspaceTest : public testing::Test {
   protected:
     void SetUp() override {
@@ -83,7 +87,7 @@ const std::string kStrange = "/tmp/a b/\"q\" 'r' `id` $(id) ;&|\n%41 #?é\xff/Ko
 
 TEST_F(LinuxWorkspaceTest, FileManagerShowsTheItem) {
     startFileManager();
-    LinuxWorkspace workspace(children_, program_);
+    LinuxWorkspace workspace(children_, [this] { return program_; });
     workspace.reveal("/tmp/work dir/out/Korvel.app");
     EXPECT_THAT(fileManager_.shown, IsEmpty()) << "nothing is waited for";
     settle();
@@ -92,7 +96,7 @@ TEST_F(LinuxWorkspaceTest, FileManagerShowsTheItem) {
 }
 
 TEST_F(LinuxWorkspaceTest, WithoutAFileManagerOnTheBusTheFolderIsOpened) {
-    LinuxWorkspace workspace(children_, program_);
+    LinuxWorkspace workspace(children_, [this] { return program_; });
     workspace.reveal(kStrange);
     EXPECT_TRUE(runUntil([&] { return !children_.started.empty(); }));
     EXPECT_THAT(children_.started,
@@ -101,22 +105,35 @@ TEST_F(LinuxWorkspaceTest, WithoutAFileManagerOnTheBusTheFolderIsOpened) {
 }
 
 TEST_F(LinuxWorkspaceTest, WithoutABusTheFolderIsOpened) {
-    LinuxWorkspace workspace(children_, QDBusConnection(QStringLiteral("never connected")));
+    LinuxWorkspace workspace(children_, noBus);
     workspace.reveal("/Korvel.app");
     EXPECT_THAT(children_.started, ElementsAre(ElementsAre("/usr/bin/xdg-open", "/")));
+}
+
+TEST_F(LinuxWorkspaceTest, OfABusThatIsBackTheFileManagerIsAsked) {
+    startFileManager();
+    QDBusConnection bus = noBus();
+    LinuxWorkspace workspace(children_, [&bus] { return bus; });
+    bus = program_;
+    workspace.reveal("/tmp/x/y");
+    settle();
+    EXPECT_THAT(fileManager_.shown, ElementsAre("file:///tmp/x/y", ""));
+    EXPECT_THAT(children_.started, IsEmpty());
 }
 
 TEST_F(LinuxWorkspaceTest, FileManagerThatFailsIsReplaced) {
     startFileManager();
     fileManager_.fails = true;
-    LinuxWorkspace workspace(children_, program_);
+    LinuxWorkspace workspace(children_, [this] { return program_; });
     workspace.reveal("/tmp/x/y");
     EXPECT_TRUE(runUntil([&] { return !children_.started.empty(); }));
     EXPECT_THAT(children_.started, ElementsAre(ElementsAre("/usr/bin/xdg-open", "/tmp/x")));
 }
 
 TEST_F(LinuxWorkspaceTest, AnswerThatComesAfterItsEndIsNoHarm) {
-    { LinuxWorkspace(children_, program_).reveal("/tmp/x/y"); }
+    {
+        LinuxWorkspace(children_, [this] { return program_; }).reveal("/tmp/x/y");
+    }
     settle();
     EXPECT_THAT(children_.started, IsEmpty());
 }
@@ -142,7 +159,7 @@ TEST(Relaunch, ProgramOfTheBundleIsStartedByItsPathAlone) {
     const TempTree tree;
     tree.write("Korvel.app/Contents/Linux/korvel", "");
     KeptStarts children;
-    LinuxWorkspace workspace(children, QDBusConnection(QStringLiteral("never connected")));
+    LinuxWorkspace workspace(children, noBus);
     workspace.relaunch(tree.root() + "/Korvel.app");
     workspace.relaunch("/usr/bin/korvel");
     workspace.relaunchAndOpen("/usr/bin/korvel");
@@ -193,7 +210,7 @@ TEST(Relaunch, NoPathIsReadByTheShell) {
     fs::current_path(tree.root() + "/cwd");
 
     PosixChildProcesses children;
-    LinuxWorkspace(children, QDBusConnection(QStringLiteral("never connected"))).relaunch(bundle);
+    LinuxWorkspace(children, noBus).relaunch(bundle);
     std::string word;
     std::ifstream(pipe) >> word; // opens when the program does
     EXPECT_EQ(word, "end");
