@@ -37,27 +37,27 @@ PopoverStand makeStand() {
 
 PopoverPlacing x11Placing() {
     const auto clicks = std::make_shared<platform::X11ClickWatch>();
-    return {.whereAsked = platform::x11WhereAsked,
-            .panelAt = platform::x11PanelAt,
-            .aboutToShow =
-                [](QWindow& window, const platform::ActivationRequest& request) {
-                    platform::keepOutOfTaskBars(window);
-                    platform::beginStartupWith(window, request.token);
-                },
-            .shown =
-                [clicks](QWindow& window, std::function<QMargins()> shadow,
-                         std::function<void()> pressedOutside) {
-                    clicks->start(window, std::move(shadow), std::move(pressedOutside));
-                },
-            .answered =
-                [](const platform::ActivationRequest& request) {
-                    platform::completeStartup(request.token);
-                },
-            .closed = [clicks] { clicks->stop(); },
-            .awaitPress =
-                [clicks](std::chrono::milliseconds patience, std::function<void()> pressed) {
-                    return clicks->awaitPress(patience, std::move(pressed));
-                }};
+    return {
+        .whereAsked = platform::x11WhereAsked,
+        .panelAt = platform::x11PanelAt,
+        .aboutToShow =
+            [](QWindow& window, const platform::ActivationRequest& request) {
+                platform::keepOutOfTaskBars(window);
+                platform::beginStartupWith(window, request.token);
+            },
+        .shown =
+            [clicks](QWindow& window, std::function<QMargins()> shadow,
+                     std::function<void()> pressedOutside) {
+                clicks->start(window, std::move(shadow), std::move(pressedOutside));
+            },
+        .answered =
+            [](const platform::ActivationRequest& request) {
+                platform::completeStartup(request.token);
+            },
+        .closed = [clicks] { clicks->stop(); },
+        .awaitPress =
+            [clicks](std::chrono::milliseconds patience) { return clicks->awaitPress(patience); },
+        .wasPressed = [clicks] { return clicks->wasPressed(); }};
 }
 
 } // namespace

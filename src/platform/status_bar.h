@@ -120,9 +120,14 @@ class StatusItem {
     virtual std::optional<Rectangle> frame() const { return std::nullopt; }
 
     /// Lets clicks of the next `seconds` go unheard: the click that took the focus from a popover,
-    /// and so closed it, must not open it again. The last call counts; 0: they are heard at once. A
-    /// bar that hands its clicks to the popover itself has no need of this.
+    /// and so closed it, must not open it again. A bar that hands its clicks to the popover itself
+    /// has no need of this, nor of the next.
     virtual void ignoreClicks(double /*seconds*/) {}
+
+    /// The same on a busy machine, where that click may come late: besides, lets clicks of the next
+    /// `seconds` go unheard unless `isAnother`, asked when one comes, says that it is a new one.
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): an implementation keeps it
+    virtual void ignoreLateClick(double /*seconds*/, std::function<bool()> /*isAnother*/) {}
 };
 
 /// The panel that opens at the status item.

@@ -388,6 +388,25 @@ def closing_click_does_not_open_it_again():
 
 
 @case("xfce4-panel")
+def click_that_comes_while_it_stalls_soon_after_a_closing_one_opens_it():
+    with Desktop() as place:
+        place.start_panel("xfce4-panel")
+        program = Program(place)
+        at = middle(wait_for_icon(place))
+        place.click(*at)
+        opened(place)
+        for _ in range(5):  # by chance it hears first of the press, or of the panel's call
+            place.click(*at)
+            closed(place)
+            time.sleep(0.6)  # longer than two clicks are apart that are one double click
+            program.process.send_signal(signal.SIGSTOP)
+            place.click(*at)
+            time.sleep(0.5)  # the panel hands it on
+            program.process.send_signal(signal.SIGCONT)
+            opened(place)
+
+
+@case("xfce4-panel")
 def closing_click_that_the_panel_hands_on_late_does_not_open_it_again():
     with Desktop() as place:
         panel = place.start_panel("xfce4-panel")

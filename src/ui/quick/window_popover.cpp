@@ -27,8 +27,8 @@ constexpr auto kMovedAgain = std::chrono::seconds(2); ///< after it was placed
 /// window and gives it back, on a busy machine a moment later.
 constexpr auto kLeft = std::chrono::milliseconds(100);
 /// How long after it was closed by a click, a click on the item is taken for that one, which the
-/// panel hands on. On a busy machine that takes longer; so it is as long as `kLateClick` where the
-/// next click would be heard of.
+/// panel hands on. On a busy machine that takes longer; so it is as long as `kLateClick` where it
+/// can be asked whether a button was pressed since.
 constexpr auto kClosingClick = std::chrono::milliseconds(400);
 constexpr auto kLateClick = std::chrono::seconds(3);
 
@@ -346,12 +346,9 @@ void WindowPopover::closeByPress() {
     }
     platform::StatusItem& item = *item_;
     closeByClick();
-    const auto hearAgain = [&item, until = QDeadlineTimer(kClosingClick)] {
-        item.ignoreClicks(seconds(std::chrono::milliseconds(until.remainingTime())));
-    };
     // An item whose place is known has a window, which hears of a press as soon as this does.
-    if (!item.frame() && desktop_.placing->awaitPress(kLateClick, hearAgain)) {
-        item.ignoreClicks(seconds(kLateClick));
+    if (!item.frame() && desktop_.placing->awaitPress(kLateClick)) {
+        item.ignoreLateClick(seconds(kLateClick), desktop_.placing->wasPressed);
     }
 }
 

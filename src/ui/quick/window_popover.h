@@ -57,10 +57,10 @@ struct PopoverPlacing {
     /// It was asked for, and is shown.
     std::function<void(const platform::ActivationRequest&)> answered;
     std::function<void()> closed;
-    /// It was closed by a button that was pressed elsewhere: `pressed` is to be called when one is
-    /// pressed next, within `patience`. Gives whether the desktop tells of that.
-    std::function<bool(std::chrono::milliseconds patience, std::function<void()> pressed)>
-        awaitPress;
+    /// It was closed by a button that was pressed elsewhere, and for so long it will be asked
+    /// whether one was pressed since. Gives whether the desktop tells of that.
+    std::function<bool(std::chrono::milliseconds patience)> awaitPress;
+    std::function<bool()> wasPressed; ///< since then
 };
 
 /// What the popover asks of the desktop that it opens on.

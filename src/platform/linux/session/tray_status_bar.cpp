@@ -33,6 +33,11 @@ bool inWaylandSession() {
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
+QDeadlineTimer in(double seconds) {
+    return QDeadlineTimer(
+        std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds)));
+}
+
 } // namespace
 
 TraySession TraySession::ofProgram(Unasked unasked) {
@@ -119,8 +124,12 @@ std::optional<Rectangle> TrayStatusItem::frame() const {
 }
 
 void TrayStatusItem::ignoreClicks(double seconds) {
-    clicksIgnoredUntil_.setRemainingTime(
-        std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds)));
+    clicksIgnoredUntil_ = in(seconds);
+}
+
+void TrayStatusItem::ignoreLateClick(double seconds, std::function<bool()> isAnother) {
+    lateClickIgnoredUntil_ = in(seconds);
+    isAnotherClick_ = std::move(isAnother);
 }
 
 void TrayStatusItem::registerItem() {
@@ -188,7 +197,9 @@ void TrayStatusItem::showIcon() {
 }
 
 void TrayStatusItem::clicked(const ActivationRequest& click) {
-    if (clicksIgnoredUntil_.hasExpired() && action_) {
+    const bool isHeard = clicksIgnoredUntil_.hasExpired() &&
+                         (lateClickIgnoredUntil_.hasExpired() || isAnotherClick_());
+    if (isHeard && action_) {
         action_(trusted(click));
     }
 }

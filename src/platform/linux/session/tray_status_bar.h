@@ -57,6 +57,7 @@ class TrayStatusItem final : public QObject, public StatusItem {
     void whenSeen(const std::function<void()>& work) override;
     std::optional<Rectangle> frame() const override;
     void ignoreClicks(double seconds) override;
+    void ignoreLateClick(double seconds, std::function<bool()> isAnother) override;
 
     /// Whether a tray has the icon, or is about to.
     bool isInTray() const { return host_.trayStands(); }
@@ -84,6 +85,8 @@ class TrayStatusItem final : public QObject, public StatusItem {
     std::optional<StatusTitle> title_; ///< none until one is set
     QString toolTip_;
     QDeadlineTimer clicksIgnoredUntil_;
+    QDeadlineTimer lateClickIgnoredUntil_;
+    std::function<bool()> isAnotherClick_; ///< set while the latter has not expired
     StatusNotifierItem item_;
     bool onBus_ = false;
     std::unique_ptr<QSystemTrayIcon> icon_; ///< null outside an XEmbed tray

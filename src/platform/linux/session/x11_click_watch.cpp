@@ -72,7 +72,7 @@ void X11ClickWatch::start(QWindow& window, std::function<QMargins()> shadow,
     listen();
 }
 
-bool X11ClickWatch::awaitPress(std::chrono::milliseconds patience, std::function<void()> pressed) {
+bool X11ClickWatch::awaitPress(std::chrono::milliseconds patience) {
     const xcb_screen_t* const screen = x11IsInsideWayland() ? nullptr : connectToServer();
     if (!screen) {
         return false;
@@ -82,10 +82,20 @@ bool X11ClickWatch::awaitPress(std::chrono::milliseconds patience, std::function
         stop();
         return false;
     }
-    pressed_ = std::move(pressed);
     patience_.start(patience);
     listen();
     return true;
+}
+
+bool X11ClickWatch::wasPressed() {
+    if (patience_.isActive()) {
+        xcb_connection_t* connection = connection_.get();
+        // Behind all that the server had to tell before.
+        const X11Answer<xcb_get_input_focus_reply_t> answer(
+            xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+        read();
+    }
+    return pressed_ || !patience_.isActive();
 }
 
 /// Instead of what was watched before. Gives the screen, or null where there is no server.
@@ -119,7 +129,7 @@ void X11ClickWatch::stop() {
     pressedOutsideNow_ = false;
     shadow_ = nullptr;
     pressedOutside_ = nullptr;
-    pressed_ = nullptr;
+    pressed_ = false;
     patience_.stop();
 }
 
@@ -233,9 +243,7 @@ void X11ClickWatch::heedWatched(std::uint16_t type, std::uint32_t button) {
         return;
     }
     if (!window_) {
-        if (type == XCB_INPUT_RAW_BUTTON_PRESS && pressed_) {
-            QMetaObject::invokeMethod(this, std::exchange(pressed_, nullptr), Qt::QueuedConnection);
-        }
+        pressed_ = pressed_ || type == XCB_INPUT_RAW_BUTTON_PRESS;
     } else if (type == XCB_INPUT_RAW_BUTTON_PRESS) {
         pressedOutsideNow_ = !pointerIsInside();
     } else if (type == XCB_INPUT_RAW_BUTTON_RELEASE && std::exchange(pressedOutsideNow_, false)) {

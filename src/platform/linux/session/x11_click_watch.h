@@ -36,10 +36,13 @@ class X11ClickWatch final : public QObject {
                std::function<void()> pressedOutside);
     void stop();
 
-    /// Stops, and calls `pressed` on a later turn of the run loop when a button is pressed next,
-    /// wherever that is, within `patience`. Gives whether that is heard of: a Wayland compositor's
-    /// X server does not tell.
-    bool awaitPress(std::chrono::milliseconds patience, std::function<void()> pressed);
+    /// Stops, and for so long hears whether a button is pressed, wherever that is. Gives whether it
+    /// can: a Wayland compositor's X server does not tell.
+    bool awaitPress(std::chrono::milliseconds patience);
+
+    /// Whether one was pressed since then, or that is not known any more. It asks the server, so
+    /// that a press counts whose click has come another way before the server's word of it.
+    bool wasPressed();
 
   private:
     struct Disconnect {
@@ -75,8 +78,8 @@ class X11ClickWatch final : public QObject {
     bool pressedOutsideNow_ = false;  ///< a button, which is still down
     std::function<QMargins()> shadow_;
     std::function<void()> pressedOutside_;
-    std::function<void()> pressed_; ///< anywhere; null but while that is awaited
-    QTimer patience_;
+    bool pressed_ = false; ///< a button, anywhere, since that is awaited
+    QTimer patience_;      ///< runs while a press is awaited
 };
 
 } // namespace korvel::platform
