@@ -18,7 +18,7 @@ SUMS = "tests/fuzz/executions.txt"
 
 # What decides about installations is tried the most; less what makes fewer than 5,000 executions a second.
 GOALS = {"feed": 100_000_000, "manifest": 100_000_000, "zip": 100_000_000, "signature": 10_000_000,
-         "linux_machine": 10_000_000}
+         "linux_machine": 10_000_000, "settings": 10_000_000}
 USUAL_GOAL = 20_000_000
 
 
